@@ -1,0 +1,49 @@
+#pragma once
+
+#include <Viewer/Kernel/Host/Core/HostExport.h>
+#include <Viewer/Kernel/Host/Renderer/GeneralSceneNode.h>
+
+#include <glm/vec3.hpp>
+
+#include <map>
+#include <memory>
+
+namespace mirel {
+
+class GRepShape;
+
+/// A scene node that draws one body. Many nodes may draw the same graphics representation.
+///
+/// Colours are red, green, blue from 0 to 1. Thread safety: as `SceneNode`.
+class MIREL_HOST_API BrepSceneNode : public GeneralSceneNode {
+ public:
+  using FaceColorMap = std::map<unsigned int, glm::vec3>;
+
+  /// A node that draws `grep` and shares its ownership; an empty pointer draws nothing.
+  explicit BrepSceneNode(const std::shared_ptr<GRepShape>& grep);
+  ~BrepSceneNode() override;
+
+  const std::shared_ptr<GRepShape>& GetGRep() const { return grep_; }
+
+  /// The colour of the whole body. A negative red component means that the node has no colour of its own, as
+  /// at first
+  /// (-1, -1, -1): the viewer's default is used then. Any value is stored as given.
+  void SetColor(const glm::vec3& color) { color_ = color; }
+  const glm::vec3& GetColor() const { return color_; }
+
+  /// The colour of one face, before that of the body. `face` is the 0-based position of the face in
+  /// `TopExp::MapShapes(shape, TopAbs_FACE)`, the same as in `GRepMesh::faces`; it is not checked against the
+  /// body, and a colour for a face that does not exist is not drawn. A second colour for one face replaces
+  /// the first.
+  void SetFaceColor(unsigned int face, const glm::vec3& color);
+
+  /// All face colours, by face; empty when there are none.
+  const FaceColorMap& GetFaceColors() const;
+
+ private:
+  std::shared_ptr<GRepShape> grep_;
+  glm::vec3 color_{-1.0f};
+  std::unique_ptr<FaceColorMap> faceColors_;  // behind a pointer: few nodes of a million have any
+};
+
+}  // namespace mirel

@@ -1,0 +1,51 @@
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepRecord.h>
+#include <Viewer/Kernel/Host/GeometryView/Tessellator.h>
+
+#include <TopoDS_Shape.hxx>
+
+#include <utility>
+
+namespace mirel {
+
+GRepShape::GRepShape(const std::shared_ptr<TopoShape>& shape, double deflection, bool withEdges)
+    : shape_(shape), deflection_(deflection), withEdges_(withEdges) {}
+
+GRepShape::~GRepShape() = default;
+
+std::shared_ptr<GRepShape> GRepShape::Create(const std::shared_ptr<TopoShape>& shape, MaterialInstance*,
+                                             MaterialInstance*, double deflection, bool withEdges) {
+  if (!shape || shape->GetImpl().IsNull()) {
+    Logger::Instance().Message(1, "No graphics representation is made of an empty shape");
+    return nullptr;
+  }
+  return std::shared_ptr<GRepShape>(new GRepShape(shape, deflection, withEdges));
+}
+
+std::shared_ptr<GRepShape> GRepShape::FromStream(std::istream& stream) {
+  std::shared_ptr<GRepShape> grep(new GRepShape(nullptr, 0.0, true));
+  const char* reason = ReadGRepRecord(stream, grep->mesh_);
+  if (reason == nullptr) return grep;
+  Logger::Instance().Message(1, "Not a graphics record: %s", reason);
+  return nullptr;
+}
+
+void GRepShape::Compute() {
+  if (shape_) mesh_ = Tessellate(shape_->GetImpl(), deflection_, withEdges_);
+}
+
+bool GRepShape::ToStream(std::ostream& stream) const {
+  return WriteGRepRecord(mesh_, stream);
+}
+
+bool GRepShape::SetShape(const std::shared_ptr<TopoShape>& shape, bool recompute) {
+  if (!shape) return false;
+  shape_ = shape;
+  if (recompute) Compute();
+  return true;
+}
+
+}  // namespace mirel

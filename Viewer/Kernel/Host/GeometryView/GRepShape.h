@@ -1,0 +1,80 @@
+#pragma once
+
+#include <Viewer/Kernel/Host/Core/HostExport.h>
+#include <Viewer/Kernel/Host/GeometryView/AABoxT.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
+
+#include <iosfwd>
+#include <memory>
+
+namespace mirel {
+
+class MaterialInstance;
+class TopoShape;
+
+/// The graphics representation of a body: what a viewer draws of it, and the body itself once it is known.
+///
+/// A GRep is made from a body (`Create`, then `Compute`), or read from the record that `ToStream` wrote
+/// (`FromStream`) and given its body later (`SetShape`). Reading never tessellates.
+///
+/// Thread safety: different GReps may be used by different threads at once, `Compute` included, also when
+/// they share a body. One GRep may be read by several threads while none changes it.
+class MIREL_HOST_API GRepShape {
+ public:
+  /// A GRep of `shape` that draws nothing yet: its box is empty until `Compute`. An empty pointer, with a
+  /// notice (level 1), when `shape` is an empty pointer or holds no shape.
+  ///
+  /// The materials (of faces and of edges) are accepted for the viewer's sake and not used here; null is
+  /// fine. `deflection` is the largest distance in mm between a triangle and its face; 0 chooses 0.001 of the
+  /// diagonal of the exact body's box. `withEdges` asks for the polylines of the edges too.
+  static std::shared_ptr<GRepShape> Create(const std::shared_ptr<TopoShape>& shape,
+                                           MaterialInstance* faceMaterial, MaterialInstance* edgeMaterial,
+                                           double deflection, bool withEdges);
+
+  /// Reads one record and leaves the stream behind it; no byte beyond the record is needed, and the stream
+  /// need not be seekable. An empty pointer, with a notice (level 1) that gives the reason, when the bytes
+  /// are not a record that `ToStream` wrote, or are damaged in a way that could lead a viewer astray:
+  /// whatever comes back has finite positions and indices inside its arrays. Memory is taken in proportion to
+  /// the bytes that are there, not to the sizes that they claim. The stream's position is undefined after a
+  /// failure.
+  static std::shared_ptr<GRepShape> FromStream(std::istream& stream);
+
+  virtual ~GRepShape();
+
+  GRepShape(const GRepShape&) = delete;
+  GRepShape& operator=(const GRepShape&) = delete;
+
+  /// Tessellates the body. A private copy of it is meshed: the caller's shape is neither changed nor given
+  /// triangles. The same body gives the same mesh whatever other threads do. Faces that could not be meshed
+  /// have no triangles and are named in notices (level 1). Does nothing to a GRep without a body. Throws
+  /// nothing.
+  virtual void Compute();
+
+  /// Appends the record of this GRep to the stream: the same bytes for the same mesh. False when the stream
+  /// refused them or the mesh is too large for a record; then nothing may have been appended, or a part.
+  bool ToStream(std::ostream& stream) const;
+
+  /// Gives the GRep its body. What is drawn stays as it is, unless `recompute` is set: then it is computed
+  /// anew, with the parameters that the GRep was made with. False, and nothing changes, when `shape` is
+  /// empty.
+  bool SetShape(const std::shared_ptr<TopoShape>& shape, bool recompute);
+
+  /// The body; an empty pointer for a GRep that was read and not given one.
+  std::shared_ptr<TopoShape> GetShape() const { return shape_; }
+
+  /// The box of what is drawn, in the coordinates of the body; see `GRepMesh::box`.
+  const AABoxT<double>& GetBoundingBox() const { return mesh_.box; }
+
+  /// What is drawn.
+  const GRepMesh& GetMesh() const { return mesh_; }
+
+ private:
+  GRepShape(const std::shared_ptr<TopoShape>& shape, double deflection, bool withEdges);
+
+  std::shared_ptr<TopoShape> shape_;
+  double deflection_;
+  bool withEdges_;
+  GRepMesh mesh_;
+};
+
+}  // namespace mirel

@@ -1,0 +1,396 @@
+#include <Viewer/Kernel/Host/GeometryView/Tessellator.h>
+
+#include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/Core/Logger.h>
+
+#include <BRepAdaptor_Curve.hxx>
+#include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_Copy.hxx>
+#include <BRepMesh_IncrementalMesh.hxx>
+#include <BRep_Tool.hxx>
+#include <Bnd_Box.hxx>
+#include <GCPnts_TangentialDeflection.hxx>
+#include <GeomAdaptor_Surface.hxx>
+#include <GeomLib.hxx>
+#include <Geom_Surface.hxx>
+#include <IMeshTools_Parameters.hxx>
+#include <Poly_Polygon3D.hxx>
+#include <Poly_PolygonOnTriangulation.hxx>
+#include <Poly_Triangulation.hxx>
+#include <Standard_Failure.hxx>
+#include <TopExp.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS.hxx>
+
+#include <meshoptimizer.h>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+#include <exception>
+#include <limits>
+
+namespace mirel {
+namespace {
+
+constexpr double kRelativeDeflection = 0.001;
+constexpr double kAngularDeflection = 0.35;
+// A deflection below a millionth of the body's size asks for more triangles than anything can hold;
+// OpenCASCADE's mesher refuses deflections below 1e-7 mm.
+constexpr double kMinRelativeDeflection = 1e-6;
+constexpr double kMinDeflection = 2e-7;
+// The share of the deflection that rounding to the 16-bit grid may take before the 32-bit grid is used.
+constexpr double kMaxGridShare = 0.05;
+constexpr std::uint32_t kUnused = std::numeric_limits<std::uint32_t>::max();
+
+void Notice(const char* what, int number, const char* reason) {
+  Logger::Instance().Message(1, "%s %d: %s", what, number, reason);
+}
+
+// Runs something that calls OpenCASCADE; false when that threw.
+template <typename Call>
+bool Guarded(const char* what, int number, Call&& call) {
+  try {
+    call();
+    return true;
+  } catch (const Standard_Failure& failure) {
+    Notice(what, number, failure.GetMessageString());
+  } catch (const std::exception& failure) {
+    Notice(what, number, failure.what());
+  }
+  return false;
+}
+
+// The coordinates of a vector in octahedral form, rounded to 8 bits so that the decoded vector is nearest.
+std::array<std::int8_t, 2> EncodeNormal(const gp_XYZ& n) {
+  const double sum = std::abs(n.X()) + std::abs(n.Y()) + std::abs(n.Z());
+  if (!(sum > 0.0)) return {0, 0};
+  double a = n.X() / sum, b = n.Y() / sum;
+  if (n.Z() < 0.0) {
+    const double folded = (1.0 - std::abs(b)) * (a < 0.0 ? -1.0 : 1.0);
+    b = (1.0 - std::abs(a)) * (b < 0.0 ? -1.0 : 1.0);
+    a = folded;
+  }
+  return {static_cast<std::int8_t>(std::lround(a * 127.0)), static_cast<std::int8_t>(std::lround(b * 127.0))};
+}
+
+// Collects the mesh in full precision; the grid is known only at the end.
+class Builder {
+ public:
+  Builder(const TopoDS_Shape& body, double deflection, bool withEdges)
+      : placement_(body.Location().Transformation()), deflection_(deflection), withEdges_(withEdges) {
+    original_ = body.Located(TopLoc_Location());
+    TopExp::MapShapes(original_, TopAbs_FACE, originalFaces_);
+    TopExp::MapShapes(original_, TopAbs_EDGE, originalEdges_);
+    mesh_.faces.resize(static_cast<std::size_t>(originalFaces_.Extent()));
+    if (withEdges_) mesh_.edges.resize(static_cast<std::size_t>(originalEdges_.Extent()));
+    mesh_.angularDeflection = kAngularDeflection;
+  }
+
+  void Build() {
+    if (!Measure()) return;
+    if (!Mesh()) return;
+    for (int i = 1; i <= faces_.Extent(); ++i)
+      Guarded("Drawing of face", i - 1, [&] { AddFace(i); });
+    if (withEdges_)
+      for (int i = 1; i <= edges_.Extent(); ++i)
+        Guarded("Drawing of edge", i - 1, [&] { AddLooseEdge(i); });
+  }
+
+  GRepMesh Finish() {
+    LayOut();
+    Quantise();
+    return std::move(mesh_);
+  }
+
+ private:
+  // Finds the deflection and the grid's kind; false when there is nothing that could be meshed.
+  bool Measure() {
+    Bnd_Box bounds;
+    BRepBndLib::Add(original_, bounds, false);
+    if (bounds.IsVoid()) return false;
+    const double limit = kMaxMeshCoordinate;
+    bool bounded = !bounds.IsOpen();
+    if (bounded) {
+      const gp_Pnt low = bounds.CornerMin(), high = bounds.CornerMax();
+      for (int axis = 1; axis <= 3; ++axis)
+        bounded = bounded && low.Coord(axis) >= -limit && high.Coord(axis) <= limit;
+    }
+    if (!bounded) {
+      mesh_.box.SetInfinite();
+      Logger::Instance().Message(1, "A body without bounds is not drawn");
+      return false;
+    }
+    for (TopExp_Explorer lone(original_, TopAbs_VERTEX, TopAbs_EDGE); lone.More(); lone.Next())
+      AddToBox(BRep_Tool::Pnt(TopoDS::Vertex(lone.Current())));
+
+    const double scale = std::abs(placement_.ScaleFactor());
+    const gp_XYZ extent = (bounds.CornerMax().XYZ() - bounds.CornerMin().XYZ()) * scale;
+    const double diagonal = extent.Modulus();
+    if (!(deflection_ > 0.0) || std::isinf(deflection_)) deflection_ = diagonal * kRelativeDeflection;
+    deflection_ = std::max({deflection_, diagonal * kMinRelativeDeflection, kMinDeflection});
+    mesh_.linearDeflection = deflection_;
+
+    // A vertex moves by half a cell's diagonal at most when it goes to the grid; the mesher gets what is
+    // left. A placement turns the box, and a turned box may be longer on an axis but not across.
+    double error = diagonal / 65535.0 * std::sqrt(3.0) / 2.0;
+    fine_ = error > deflection_ * kMaxGridShare;
+    if (fine_) error /= 65537.0;
+    meshDeflection_ = (deflection_ - error) / scale;
+    return true;
+  }
+
+  bool Mesh() {
+    TopoDS_Shape copy;
+    if (!Guarded("Copy of a body with faces", originalFaces_.Extent(),
+                 [&] { copy = BRepBuilderAPI_Copy(original_, true, false).Shape(); }))
+      return false;
+    TopExp::MapShapes(copy, TopAbs_FACE, faces_);
+    TopExp::MapShapes(copy, TopAbs_EDGE, edges_);
+    if (faces_.Extent() != originalFaces_.Extent() || edges_.Extent() != originalEdges_.Extent()) {
+      Logger::Instance().Message(1, "A copy has %d faces and %d edges, the body %d and %d", faces_.Extent(),
+                                 edges_.Extent(), originalFaces_.Extent(), originalEdges_.Extent());
+      return false;
+    }
+    IMeshTools_Parameters parameters;
+    parameters.Deflection = meshDeflection_;
+    parameters.Angle = kAngularDeflection;
+    Guarded("Mesh of a body with faces", faces_.Extent(),
+            [&] { BRepMesh_IncrementalMesh mesher(copy, parameters); });
+    return true;
+  }
+
+  void AddToBox(const gp_Pnt& point) {
+    const gp_Pnt placed = point.Transformed(placement_);
+    mesh_.box.Extend(glm::dvec3(placed.X(), placed.Y(), placed.Z()));
+  }
+
+  std::uint32_t AddVertex(const gp_Pnt& placed, const gp_XYZ& normal) {
+    mesh_.box.Extend(glm::dvec3(placed.X(), placed.Y(), placed.Z()));
+    positions_.push_back(placed.XYZ());
+    normals_.push_back(EncodeNormal(normal));
+    return static_cast<std::uint32_t>(positions_.size() - 1);
+  }
+
+  void AddFace(int number) {
+    TopoDS_Face face = TopoDS::Face(faces_(number));
+    TopLoc_Location location;
+    Handle(Geom_Surface) surface = BRep_Tool::Surface(face, location);
+    const bool drawnOnly =
+        surface.IsNull();  // it has no geometry, only triangles, which the copy leaves behind
+    if (drawnOnly) face = TopoDS::Face(originalFaces_(number));
+    const Handle(Poly_Triangulation) triangles = BRep_Tool::Triangulation(face, location);
+    if (triangles.IsNull() || triangles->NbTriangles() == 0) {
+      Notice("Face", number - 1, "no triangles");
+      return;
+    }
+
+    const gp_Trsf transform = placement_ * location.Transformation();
+    const bool mirrored = transform.VectorialPart().Determinant() < 0.0;
+    const bool reversed = face.Orientation() == TopAbs_REVERSED;
+    const std::vector<gp_XYZ> normals = Normals(surface, *triangles);
+
+    GRepFace& range = mesh_.faces[static_cast<std::size_t>(number - 1)];
+    range.firstVertex = static_cast<std::uint32_t>(positions_.size());
+    range.firstIndex = static_cast<std::uint32_t>(mesh_.triangles.size());
+    std::vector<std::uint32_t> vertexOf(static_cast<std::size_t>(triangles->NbNodes()), kUnused);
+    const auto vertex = [&](int node) {
+      std::uint32_t& known = vertexOf[static_cast<std::size_t>(node - 1)];
+      if (known == kUnused) {
+        gp_XYZ normal = normals[static_cast<std::size_t>(node - 1)];
+        normal.Multiply(transform.VectorialPart());
+        if (reversed) normal.Reverse();
+        known = AddVertex(triangles->Node(node).Transformed(transform), normal);
+      }
+      return known;
+    };
+    for (int i = 1; i <= triangles->NbTriangles(); ++i) {
+      int a, b, c;
+      triangles->Triangle(i).Get(a, b, c);
+      if (a == b || b == c || c == a) continue;
+      if (reversed != mirrored) std::swap(b, c);
+      for (int node : {a, b, c})
+        mesh_.triangles.push_back(vertex(node));
+    }
+    if (withEdges_) AddStrips(face, drawnOnly ? originalEdges_ : edges_, triangles, vertex);
+    range.indexCount = static_cast<std::uint32_t>(mesh_.triangles.size()) - range.firstIndex;
+    range.vertexCount = static_cast<std::uint32_t>(positions_.size()) - range.firstVertex;
+  }
+
+  // Draws the edges of a face along its vertices, as far as no face before has.
+  template <typename VertexOfNode>
+  void AddStrips(const TopoDS_Face& face, const TopTools_IndexedMapOfShape& edges,
+                 const Handle(Poly_Triangulation) & triangles, VertexOfNode&& vertex) {
+    for (TopExp_Explorer explorer(face, TopAbs_EDGE); explorer.More(); explorer.Next()) {
+      const TopoDS_Edge& edge = TopoDS::Edge(explorer.Current());
+      const int index = edges.FindIndex(edge);
+      if (index == 0 || BRep_Tool::Degenerated(edge)) continue;
+      std::vector<std::uint32_t>& strip = Strip(index);
+      if (!strip.empty()) continue;
+      TopLoc_Location location;
+      const Handle(Poly_PolygonOnTriangulation) polygon =
+          BRep_Tool::PolygonOnTriangulation(edge, triangles, face.Location());
+      if (polygon.IsNull()) continue;
+      for (int i = 1; i <= polygon->NbNodes(); ++i) {
+        const int node = polygon->Node(i);
+        if (node >= 1 && node <= triangles->NbNodes()) strip.push_back(vertex(node));
+      }
+    }
+  }
+
+  void AddLooseEdge(int number) {
+    std::vector<std::uint32_t>& strip = Strip(number);
+    const TopoDS_Edge edge = TopoDS::Edge(edges_(number));
+    if (strip.size() > 1 || BRep_Tool::Degenerated(edge)) return;
+    strip.clear();
+    TopLoc_Location location;
+    Handle(Poly_Polygon3D) polygon = BRep_Tool::Polygon3D(edge, location);
+    if (polygon.IsNull()) polygon = BRep_Tool::Polygon3D(TopoDS::Edge(originalEdges_(number)), location);
+    if (!polygon.IsNull()) {
+      const gp_Trsf transform = placement_ * location.Transformation();
+      for (const gp_Pnt& node : polygon->Nodes())
+        strip.push_back(AddVertex(node.Transformed(transform), gp_XYZ()));
+      return;
+    }
+    double first, last;
+    if (BRep_Tool::Curve(edge, location, first, last).IsNull() && BRep_Tool::IsGeometric(edge) == false) {
+      Notice("Edge", number - 1, "no curve");
+      return;
+    }
+    const BRepAdaptor_Curve curve(edge);
+    GCPnts_TangentialDeflection points(curve, kAngularDeflection, meshDeflection_);
+    for (int i = 1; i <= points.NbPoints(); ++i)
+      strip.push_back(AddVertex(points.Value(i).Transformed(placement_), gp_XYZ()));
+  }
+
+  std::vector<std::uint32_t>& Strip(int number) {
+    if (strips_.empty()) strips_.resize(mesh_.edges.size());
+    return strips_[static_cast<std::size_t>(number - 1)];
+  }
+
+  // One normal for each node in the coordinates of the triangulation; from the surface where it has one, else
+  // from the triangles around the node.
+  static std::vector<gp_XYZ> Normals(const Handle(Geom_Surface) & surface,
+                                     const Poly_Triangulation& triangles) {
+    std::vector<gp_XYZ> normals(static_cast<std::size_t>(triangles.NbNodes()));
+    std::vector<char> known(normals.size(), 0);
+    if (!surface.IsNull() && triangles.HasUVNodes()) {
+      const GeomAdaptor_Surface adaptor(surface);
+      for (int i = 1; i <= triangles.NbNodes(); ++i) {
+        const std::size_t k = static_cast<std::size_t>(i - 1);
+        if (i > 1 && adaptor.GetType() == GeomAbs_Plane) {
+          normals[k] = normals[0];
+          known[k] = known[0];
+        } else {
+          known[k] = SurfaceNormal(adaptor, surface, triangles.UVNode(i), normals[k]);
+        }
+      }
+    }
+    if (std::find(known.begin(), known.end(), 0) == known.end()) return normals;
+    for (int i = 1; i <= triangles.NbTriangles(); ++i) {
+      int node[3];
+      triangles.Triangle(i).Get(node[0], node[1], node[2]);
+      const gp_XYZ origin = triangles.Node(node[0]).XYZ();
+      const gp_XYZ area = (triangles.Node(node[1]).XYZ() - origin) ^ (triangles.Node(node[2]).XYZ() - origin);
+      for (int n : node)
+        if (!known[static_cast<std::size_t>(n - 1)]) normals[static_cast<std::size_t>(n - 1)] += area;
+    }
+    return normals;
+  }
+
+  static bool SurfaceNormal(const GeomAdaptor_Surface& adaptor, const Handle(Geom_Surface) & surface,
+                            const gp_Pnt2d& uv, gp_XYZ& normal) {
+    gp_Pnt point;
+    gp_Vec du, dv;
+    adaptor.D1(uv.X(), uv.Y(), point, du, dv);
+    const double size = du.Magnitude() * dv.Magnitude();
+    normal = du.XYZ() ^ dv.XYZ();
+    const double length = normal.Modulus();
+    if (size > 0.0 && length > 1e-6 * size && du.Magnitude() > 1e-12 && dv.Magnitude() > 1e-12) {
+      normal /= length;
+      return true;
+    }
+    gp_Dir direction;
+    if (GeomLib::NormEstim(surface, uv, 1e-7, direction) > 1) {
+      normal = gp_XYZ();
+      return false;
+    }
+    normal = direction.XYZ();
+    return true;
+  }
+
+  // Puts triangles and vertices of each face into an order that a graphics card and the record's packing
+  // like.
+  void LayOut() {
+    if (strips_.empty()) strips_.resize(mesh_.edges.size());
+    for (std::size_t i = 0; i < mesh_.edges.size(); ++i) {
+      std::vector<std::uint32_t>& strip = strips_[i];
+      if (strip.size() < 2) strip.clear();
+      mesh_.edges[i] = {static_cast<std::uint32_t>(mesh_.polylines.size()),
+                        static_cast<std::uint32_t>(strip.size())};
+      mesh_.polylines.insert(mesh_.polylines.end(), strip.begin(), strip.end());
+    }
+  }
+
+  void Quantise() {
+    const std::size_t count = positions_.size();
+    if (fine_)
+      mesh_.fineVertices.resize(count);
+    else
+      mesh_.vertices.resize(count);
+    if (count == 0) return;
+    const glm::dvec3 low = mesh_.box.GetMin();
+    const glm::dvec3 step = mesh_.GetGridStep();
+    const double last = fine_ ? 4294967295.0 : 65535.0;
+    for (std::size_t i = 0; i < count; ++i) {
+      double place[3];
+      for (int axis = 0; axis < 3; ++axis) {
+        const double offset = positions_[i].Coord(axis + 1) - low[axis];
+        place[axis] = step[axis] > 0.0 ? std::min(std::round(offset / step[axis]), last) : 0.0;
+      }
+      const auto [nx, ny] = normals_[i];
+      if (fine_)
+        mesh_.fineVertices[i] = {static_cast<std::uint32_t>(place[0]),
+                                 static_cast<std::uint32_t>(place[1]),
+                                 static_cast<std::uint32_t>(place[2]),
+                                 nx,
+                                 ny,
+                                 0};
+      else
+        mesh_.vertices[i] = {static_cast<std::uint16_t>(place[0]), static_cast<std::uint16_t>(place[1]),
+                             static_cast<std::uint16_t>(place[2]), nx, ny};
+    }
+  }
+
+  gp_Trsf placement_;
+  double deflection_;
+  double meshDeflection_ = 0.0;
+  bool fine_ = false;
+  bool withEdges_;
+
+  // The body, and the copy that is meshed; the same faces and edges in the same order.
+  TopoDS_Shape original_;
+  TopTools_IndexedMapOfShape originalFaces_, originalEdges_;
+  TopTools_IndexedMapOfShape faces_, edges_;
+
+  GRepMesh mesh_;
+  std::vector<gp_XYZ> positions_;
+  std::vector<std::array<std::int8_t, 2>> normals_;
+  std::vector<std::vector<std::uint32_t>> strips_;
+};
+
+}  // namespace
+
+GRepMesh Tessellate(const TopoDS_Shape& body, double deflection, bool withEdges) {
+  if (body.IsNull()) return {};
+  GRepMesh mesh;
+  Guarded("Tessellation of a body of kind", body.ShapeType(), [&] {
+    Builder builder(body, deflection, withEdges);
+    Guarded("Tessellation of a body of kind", body.ShapeType(), [&] { builder.Build(); });
+    mesh = builder.Finish();
+  });
+  return mesh;
+}
+
+}  // namespace mirel
