@@ -16,4 +16,46 @@ constexpr double kMaxMeshCoordinate = 1e12;
 /// Vertices, triangle corners, faces, polyline points or edges of one mesh: ranges are unsigned 32-bit numbers.
 constexpr std::uint64_t kMaxMeshElements = 0x7FFFFFFFu;
 
+// BRep text. Whoever raises one of these should know what OpenCASCADE does with the larger value.
+
+/// Coordinates, parameters, radii and the like: 10,000 km in mm, so that parts placed in map coordinates pass. Larger
+/// numbers make OpenCASCADE's algorithms run for ever more often than they mean anything.
+constexpr double kMaxBRepNumber = 1e10;
+constexpr unsigned kMaxBRepWholeDigits = 10;  // kMaxBRepNumber itself has one more and takes the slow way
+
+/// What OpenCASCADE writes for "unbounded" and recognises as such: 1e100 and 2e100.
+constexpr double kMinBRepInfinity = 1e100;
+constexpr double kMaxBRepInfinity = 2.000001e100;
+
+/// Bytes of white space in a row. The reader takes some lines into buffers of 256 bytes.
+constexpr unsigned kMaxBRepBlank = 64;
+
+/// Degree of Bezier and B-spline geometry: what OpenCASCADE itself allows.
+constexpr unsigned kMaxBRepDegree = 25;
+
+/// Curves and surfaces that build on each other (a trimmed offset of a revolved trimmed curve has four). The reader
+/// recurses; OpenCASCADE's constructors leave at most eight.
+constexpr unsigned kMaxBRepGeometryDepth = 12;
+
+/// How often an edge may run round a periodic B-spline: OpenCASCADE subtracts one period at a time.
+constexpr double kMaxBRepTurns = 1e4;
+
+/// Representations (curves, polygons, continuities) of one edge: OpenCASCADE searches all for each that it adds.
+constexpr unsigned kMaxBRepRepresentations = 4096;
+
+/// Factors of one placement, and of all placements on the way from a shape to a sub-shape: some of OpenCASCADE's
+/// functions recurse over them.
+constexpr unsigned kMaxBRepPlacementFactors = 64;
+constexpr unsigned kMaxBRepPlacementChain = 1024;
+
+/// Power of a factor of a placement.
+constexpr unsigned kMaxBRepPlacementPower = 1000;
+
+/// Shapes within shapes. A solid has five levels below it; nested compounds add to that.
+constexpr unsigned kMaxBRepDepth = 128;
+
+/// Sub-shapes met when the root is walked without remembering which were seen: a few lines of text can stand for 2^40.
+/// A walk over this many takes OpenCASCADE a few seconds; the largest real body met so far has 20,000.
+constexpr std::uint64_t kMaxBRepUnfolded = 50000000;
+
 }  // namespace mirel

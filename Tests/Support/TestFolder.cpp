@@ -1,0 +1,45 @@
+#include <Tests/Support/TestFolder.h>
+
+#include <Viewer/Kernel/Host/Core/ObjectId.h>
+
+#include <fstream>
+#include <iterator>
+#include <set>
+
+namespace mirel {
+
+namespace fs = std::filesystem;
+
+TestFolder::TestFolder() {
+  const fs::path folder =
+      fs::temp_directory_path() / fs::u8path("mirel-" + ObjectId::NewId().toString()) / fs::u8path(u8"设计-Größe");
+  fs::create_directories(folder);
+  path_ = folder.u8string() + "/";
+}
+
+TestFolder::~TestFolder() {
+  std::error_code ignored;
+  fs::remove_all(GetFsPath().parent_path().parent_path(), ignored);
+}
+
+std::string TestFolder::ListFiles() const {
+  std::set<std::string> names;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(GetFsPath())) {
+    if (!entry.is_directory()) names.insert(fs::relative(entry.path(), GetFsPath()).generic_u8string());
+  }
+  std::string list;
+  for (const std::string& name : names) list += (list.empty() ? "" : " ") + name;
+  return list;
+}
+
+std::string ReadFile(const std::string& path) {
+  std::ifstream file(fs::u8path(path), std::ios::binary);
+  return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+void WriteFile(const std::string& path, const std::string& content) {
+  std::ofstream file(fs::u8path(path), std::ios::binary);
+  file.write(content.data(), static_cast<std::streamsize>(content.size()));
+}
+
+}  // namespace mirel

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+
+namespace mirel {
+
+/// A new, empty folder of a test's own, with a name that is not ASCII; removed with everything in it at the end.
+class TestFolder {
+ public:
+  TestFolder();
+  ~TestFolder();
+  TestFolder(const TestFolder&) = delete;
+  TestFolder& operator=(const TestFolder&) = delete;
+
+  /// The narrow (UTF-8) path, ending with a separator.
+  const std::string& GetPath() const { return path_; }
+  std::filesystem::path GetFsPath() const { return std::filesystem::u8path(path_); }
+
+  /// Names of all files below the folder, relative to it, sorted.
+  std::string ListFiles() const;
+
+ private:
+  std::string path_;
+};
+
+/// Whole files, as bytes. Reading a file that is not there gives an empty string.
+std::string ReadFile(const std::string& path);
+void WriteFile(const std::string& path, const std::string& content);
+
+}  // namespace mirel

@@ -1,0 +1,18 @@
+#include <Viewer/Kernel/App/SceneBuilder.h>
+
+#include <Viewer/Kernel/App/LiteVisualVisitor.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/Host/Renderer/Scene.h>
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+namespace mirel {
+
+std::shared_ptr<GroupSceneNode> BuildScene(LiteModel& model) {
+  model.ApplyShape();
+  const auto root = std::make_shared<GroupSceneNode>();
+  LiteVisualVisitor visitor(model, nullptr, root);
+  model.Apply(&visitor);
+  return root;
+}
+
+}  // namespace mirel

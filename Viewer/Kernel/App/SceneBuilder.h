@@ -1,0 +1,19 @@
+#pragma once
+
+#include <Viewer/Kernel/Host/View/EnumUpdateFlags.h>
+
+#include <memory>
+
+namespace mirel {
+
+class GroupSceneNode;
+class LiteModel;
+
+/// Ends a load, from a folder or from memory: ties each shape to its GRep and builds the nodes of the model's items under
+/// a new root node without a name.
+std::shared_ptr<GroupSceneNode> BuildScene(LiteModel& model);
+
+/// What a view is asked for after nodes were added to its scene.
+constexpr EnumUpdateFlags kRedraw = static_cast<EnumUpdateFlags>(3);
+
+}  // namespace mirel

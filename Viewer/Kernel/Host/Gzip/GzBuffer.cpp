@@ -1,0 +1,103 @@
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+
+#include <Viewer/Kernel/Host/Core/FileIO.h>
+#include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/Core/Logger.h>
+
+#include <libdeflate.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <new>
+
+namespace mirel {
+
+namespace {
+
+/// Deflate's best: two bits stand for a copy of 258 bytes.
+constexpr std::uint64_t kMaxDeflateRatio = 1032;
+
+struct DecompressorDeleter {
+  void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
+};
+
+/// The length field in the last four bytes: that of the last member, modulo 2^32. A hint, nothing more.
+std::uint64_t DeclaredSize(const char* data, std::size_t size) {
+  if (size < 4) return 0;
+  std::uint64_t declared = 0;
+  for (std::size_t i = 0; i < 4; ++i) {
+    declared |= static_cast<std::uint64_t>(static_cast<unsigned char>(data[size - 4 + i])) << (8 * i);
+  }
+  return declared;
+}
+
+/// Gives `content` room for `capacity` bytes and a zero byte.
+bool Grow(MallocBytes& content, std::uint64_t capacity) {
+  char* const grown = static_cast<char*>(std::realloc(content.get(), static_cast<std::size_t>(capacity) + 1));
+  if (!grown) return false;
+  static_cast<void>(content.release());  // realloc has taken it over
+  content.reset(grown);
+  return true;
+}
+
+bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size_t& contentSize,
+             std::string& reason) {
+  const std::unique_ptr<libdeflate_decompressor, DecompressorDeleter> decompressor(
+      libdeflate_alloc_decompressor());
+  const std::uint64_t ceiling = std::min<std::uint64_t>(kMaxInflatedBytes, size * kMaxDeflateRatio);
+  std::uint64_t capacity = std::min(DeclaredSize(data, size), ceiling);
+  if (!decompressor || !Grow(content, capacity)) {
+    reason = "out of memory";
+    return false;
+  }
+
+  std::size_t read = 0;
+  std::uint64_t written = 0;
+  while (read < size || read == 0) {
+    std::size_t memberRead = 0;
+    std::size_t memberWritten = 0;
+    switch (libdeflate_gzip_decompress_ex(decompressor.get(), data + read, size - read, content.get() + written,
+                                          static_cast<std::size_t>(capacity - written), &memberRead,
+                                          &memberWritten)) {
+      case LIBDEFLATE_SUCCESS:
+        read += memberRead;
+        written += memberWritten;
+        break;
+      case LIBDEFLATE_INSUFFICIENT_SPACE:  // several members, or a wrong declared size
+        if (capacity == ceiling) {
+          reason = ceiling == kMaxInflatedBytes ? "the content is too large" : "damaged gzip data";
+          return false;
+        }
+        capacity = std::min(ceiling, std::max<std::uint64_t>(2 * capacity, 4096));
+        if (!Grow(content, capacity)) {
+          reason = "out of memory";
+          return false;
+        }
+        break;
+      default:
+        reason = read == 0 ? "not a gzip file, or damaged" : "bytes behind the gzip data, or damaged";
+        return false;
+    }
+  }
+  content.get()[written] = '\0';
+  contentSize = static_cast<std::size_t>(written);
+  return true;
+}
+
+}  // namespace
+
+std::shared_ptr<RawBuffer> GzBuffer::FromFile(const std::string& path) {
+  MallocBytes file;
+  std::size_t fileSize = 0;
+  MallocBytes content;
+  std::size_t contentSize = 0;
+  std::string reason;
+  if (!ReadWholeFile(path, file, fileSize, reason) ||
+      !Inflate(file.get(), fileSize, content, contentSize, reason)) {
+    Logger::Instance().Message(1, "Cannot read %s: %s", path.c_str(), reason.c_str());
+    return nullptr;
+  }
+  return std::make_shared<RawBuffer>(std::shared_ptr<const char>(std::move(content)), contentSize);
+}
+
+}  // namespace mirel

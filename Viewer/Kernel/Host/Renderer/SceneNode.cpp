@@ -1,0 +1,9 @@
+#include <Viewer/Kernel/Host/Renderer/SceneNode.h>
+
+namespace mirel {
+
+SceneNode::SceneNode() = default;
+
+SceneNode::~SceneNode() = default;
+
+}  // namespace mirel

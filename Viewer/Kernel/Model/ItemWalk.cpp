@@ -1,0 +1,47 @@
+#include <Viewer/Kernel/Model/ItemWalk.h>
+
+#include <Viewer/Kernel/Model/LiteModelItem.h>
+
+#include <algorithm>
+
+namespace mirel {
+
+bool ItemWalk::Enter(const LiteModelItem& item) {
+  // The top-level item is level 1, and what lies inside `item` would be one level deeper than it.
+  if (depth_ + 2 > kMaxNesting) {
+    MIREL_FAILURE("%s %s \"%s\" is nested deeper than %d levels: its content is left out",
+                  item.GetType().c_str(), item.GetId().toString().c_str(), item.GetName().c_str(), kMaxNesting);
+    return false;
+  }
+  ++depth_;
+  return true;
+}
+
+bool ItemWalk::CountItem() {
+  if (items_ > kMaxWalkItems) return false;
+  if (++items_ <= kMaxWalkItems) return true;
+  MIREL_FAILURE("The model unfolds into more than %zu items: the rest is left out", kMaxWalkItems);
+  return false;
+}
+
+ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& group)
+    : walk_(walk), isType_(false), entered_(walk.Enter(group)) {}
+
+ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& instance, const LiteModelItem& type)
+    : walk_(walk), isType_(true) {
+  if (std::find(walk.types_.begin(), walk.types_.end(), &type) != walk.types_.end()) {
+    MIREL_FAILURE("Type %s \"%s\" contains itself: instance %s of it is left out", type.GetId().toString().c_str(),
+                  type.GetName().c_str(), instance.GetId().toString().c_str());
+    return;
+  }
+  entered_ = walk.Enter(instance);
+  if (entered_) walk.types_.push_back(&type);
+}
+
+ItemWalk::Level::~Level() {
+  if (!entered_) return;
+  --walk_.depth_;
+  if (isType_) walk_.types_.pop_back();
+}
+
+}  // namespace mirel

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <Viewer/Kernel/Model/LiteLimits.h>
+#include <Viewer/Kernel/Model/LogFailure.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace mirel {
+
+class LiteModelItem;
+
+/// Bounds a walk through a model's items: how deep it goes, how many items it visits, and that it enters no type that
+/// it is in already. Whoever walks enters each group and each type through a `Level` and goes down only when that says
+/// so; what is left out has then been logged.
+class ItemWalk {
+ public:
+  /// Stands for being inside a group, or inside a type on behalf of an instance. A false one must not be gone into.
+  class Level {
+   public:
+    /// Into a group's children.
+    Level(ItemWalk& walk, const LiteModelItem& group);
+    /// Into a type, on behalf of an instance of it.
+    Level(ItemWalk& walk, const LiteModelItem& instance, const LiteModelItem& type);
+    ~Level();
+
+    Level(const Level&) = delete;
+    Level& operator=(const Level&) = delete;
+
+    explicit operator bool() const { return entered_; }
+
+   private:
+    ItemWalk& walk_;
+    bool isType_;
+    bool entered_ = false;
+  };
+
+  /// Counts one item more. False when the walk has visited as many as it may; that is logged once.
+  bool CountItem();
+
+  bool IsAtTop() const { return depth_ == 0; }
+
+ private:
+  bool Enter(const LiteModelItem& item);
+
+  int depth_ = 0;
+  std::size_t items_ = 0;
+  std::vector<const LiteModelItem*> types_;  // the types that the walk is in, outermost first
+};
+
+}  // namespace mirel

@@ -1,0 +1,68 @@
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Model/LiteModelVisitor.h>
+
+namespace mirel {
+
+namespace {
+
+template <class Table>
+typename Table::mapped_type Find(const Table& table, const ObjectId& id) {
+  const auto found = table.find(id);
+  return found == table.end() ? typename Table::mapped_type() : found->second;
+}
+
+}  // namespace
+
+LiteModel::LiteModel() = default;
+
+LiteModel::~LiteModel() = default;
+
+void LiteModel::AddItem(std::unique_ptr<LiteModelItem>&& item) { items_.push_back(std::move(item)); }
+
+void LiteModel::AddType(std::unique_ptr<LiteModelItem>&& item) {
+  if (!item) return;
+  const ObjectId id = item->GetId();
+  types_[id] = std::move(item);
+}
+
+ObjectId LiteModel::AddShape(const std::shared_ptr<TopoShape>& shape) {
+  const ObjectId id = ObjectId::NewId();
+  AddShape(id, shape);
+  return id;
+}
+
+void LiteModel::AddShape(ObjectId id, const std::shared_ptr<TopoShape>& shape) { shapes_[id] = shape; }
+
+void LiteModel::AddShape(ObjectId id, const std::shared_ptr<GRepShape>& grep) { greps_[id] = grep; }
+
+std::shared_ptr<TopoShape> LiteModel::FindShape(const ObjectId& id) const { return Find(shapes_, id); }
+
+std::shared_ptr<GRepShape> LiteModel::FindGRepShape(const ObjectId& id) const { return Find(greps_, id); }
+
+LiteModelItem* LiteModel::FindType(const ObjectId& id) const {
+  const auto found = types_.find(id);
+  return found == types_.end() ? nullptr : found->second.get();
+}
+
+void LiteModel::Clear() {
+  items_.clear();
+  shapes_.clear();
+  types_.clear();
+}
+
+void LiteModel::Apply(LiteModelVisitor* visitor) {
+  for (const std::unique_ptr<LiteModelItem>& item : items_) {
+    if (item) item->Apply(visitor);
+  }
+}
+
+void LiteModel::ApplyShape() {
+  for (const auto& [id, shape] : shapes_) {
+    if (const std::shared_ptr<GRepShape> grep = FindGRepShape(id)) grep->SetShape(shape, false);
+  }
+}
+
+}  // namespace mirel

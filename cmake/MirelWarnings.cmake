@@ -1,0 +1,10 @@
+# The warnings that every target of the project is compiled with; MIREL_WERROR makes them errors.
+function(mirel_warnings target)
+  if(MSVC)
+    target_compile_options(${target} PRIVATE /W4 /utf-8 $<$<BOOL:${MIREL_WERROR}>:/WX>)
+  else()
+    target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
+                                             -Wcast-qual -Wformat=2 -Wundef
+                                             $<$<BOOL:${MIREL_WERROR}>:-Werror>)
+  endif()
+endfunction()
