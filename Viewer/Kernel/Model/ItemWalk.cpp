@@ -20,7 +20,7 @@ bool ItemWalk::Enter(const LiteModelItem& item) {
 bool ItemWalk::CountItem() {
   if (items_ > kMaxWalkItems) return false;
   if (++items_ <= kMaxWalkItems) return true;
-  MIREL_FAILURE("The model unfolds into more than %zu items: the rest is left out", kMaxWalkItems);
+  MIREL_FAILURE("The model unfolds into more than %u items: the rest is left out", kMaxWalkItems);
   return false;
 }
 

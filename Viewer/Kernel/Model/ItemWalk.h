@@ -3,7 +3,6 @@
 #include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
 
-#include <cstddef>
 #include <vector>
 
 namespace mirel {
@@ -44,7 +43,7 @@ class ItemWalk {
   bool Enter(const LiteModelItem& item);
 
   int depth_ = 0;
-  std::size_t items_ = 0;
+  unsigned int items_ = 0;
   std::vector<const LiteModelItem*> types_;  // the types that the walk is in, outermost first
 };
 

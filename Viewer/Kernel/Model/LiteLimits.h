@@ -1,7 +1,5 @@
 #pragma once
 
-#include <cstddef>
-
 namespace mirel {
 
 // What the module accepts at most. Each limit keeps a hostile or mistaken model from exhausting the stack, time or
@@ -16,7 +14,7 @@ constexpr int kMaxNesting = 500;
 constexpr int kMaxIndexDepth = 2 * kMaxNesting + 4;
 
 /// Items that one walk of one visitor visits, instances unfolded: a few nested types can stand for billions.
-constexpr std::size_t kMaxWalkItems = 20'000'000;
+constexpr unsigned int kMaxWalkItems = 20000000;
 
 /// Missing packages of one kind after which a reader looks for no further ones: the count comes from the file.
 constexpr unsigned int kMaxMissingPackages = 100;

@@ -25,8 +25,8 @@ PkgContainerWriter& PkgContainerWriter::operator=(PkgContainerWriter&& other) no
 
 int PkgContainerWriter::AddItem(const ObjectId& id, const std::string& bytes) {
   if (bytes.size() >= std::numeric_limits<int>::max() - data_.size()) {
-    MIREL_FAILURE("Item %s has %zu bytes, more than a package can hold: it is not written", id.toString().c_str(),
-                  bytes.size());
+    MIREL_FAILURE("Item %s has %llu bytes, more than a package can hold: it is not written", id.toString().c_str(),
+                  static_cast<unsigned long long>(bytes.size()));
     return GetDataSize();
   }
   ++itemCount_;
