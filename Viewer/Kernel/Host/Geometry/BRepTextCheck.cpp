@@ -1,0 +1,899 @@
+#include <Viewer/Kernel/Host/Geometry/BRepTextCheck.h>
+
+#include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/Geometry/BRepTextLexer.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <cstring>
+#include <limits>
+#include <set>
+#include <utility>
+#include <vector>
+
+namespace mirel {
+namespace {
+
+constexpr double kPi = 3.14159265358979323846;
+constexpr double kInfinity = 2e100;  // the parameter at the end of an unbounded curve or surface
+
+// OpenCASCADE normalises directions whenever it makes them, so that written ones are off by 1e-15 at most.
+constexpr double kUnitTolerance = 1e-6;
+// Placements are written with 15 digits and may be the product of many.
+constexpr double kPlacementTolerance = 1e-4;
+// By how much OpenCASCADE lets a trim reach beyond its basis.
+constexpr double kTrimTolerance = 1e-9;
+// OpenCASCADE accepts a bend of 1e-12 rad under an offset curve; half of it leaves room for other rounding.
+constexpr double kBendTolerance = 0.5e-12;
+
+enum CurveKind { kLine = 1, kCircle, kEllipse, kParabola, kHyperbola, kBezier, kBSpline, kTrimmed, kOffset };
+enum SurfaceKind {
+  kPlane = 1,
+  kCylinder,
+  kCone,
+  kSphere,
+  kTorus,
+  kExtrusion,
+  kRevolution,
+  kBezierSurface,
+  kBSplineSurface,
+  kRectangular,
+  kOffsetSurface
+};
+
+// In the order of the table of what may contain what.
+enum ShapeKind : std::uint8_t {
+  kCompound,
+  kCompSolid,
+  kSolid,
+  kShell,
+  kFace,
+  kWire,
+  kEdge,
+  kVertex,
+  kNoShape
+};
+
+// Bit k of kContainers[c]: a shape of kind k may hold one of kind c.
+constexpr unsigned kContainers[] = {1u << kCompound,                               // compound
+                                    1u << kCompound,                               // composite solid
+                                    1u << kCompound | 1u << kCompSolid,            // solid
+                                    1u << kCompound | 1u << kSolid,                // shell
+                                    1u << kCompound | 1u << kShell,                // face
+                                    1u << kCompound | 1u << kFace,                 // wire
+                                    1u << kCompound | 1u << kSolid | 1u << kWire,  // edge
+                                    1u << kCompound | 1u << kSolid | 1u << kFace | 1u << kEdge};  // vertex
+
+struct Range {
+  double first = -kInfinity;
+  double last = kInfinity;
+  bool periodic = false;
+};
+
+struct CurveInfo {
+  unsigned kind = 0;
+  Range range;
+  // Of the B-spline at the bottom, if periodic: OpenCASCADE brings parameters into this range step by step.
+  double loopFirst = 0.0;
+  double loopPeriod = 0.0;
+  bool overOffset = false;       // an offset curve, or a trimmed one
+  bool periodicCorners = false;  // the B-spline at the bottom is periodic and has a corner
+};
+
+struct SurfaceInfo {
+  unsigned kind = 0;
+  Range u, v;
+  Range basisU, basisV;     // without trims, for surfaces that the constructors look through
+  bool overOffset = false;  // an offset surface, or a trimmed one
+};
+
+struct Loop {
+  double first;
+  double period;  // 0: none
+};
+
+struct ShapeInfo {
+  ShapeKind kind = kNoShape;
+  bool used = false;
+  std::uint16_t depth = 1;
+  std::uint32_t chain = 0;     // most placement factors on the way to a sub-shape
+  std::uint64_t unfolded = 1;  // shapes met in a walk from here
+};
+
+struct Vector {
+  double x = 0.0, y = 0.0, z = 0.0;
+};
+double Dot(const Vector& a, const Vector& b) {
+  return a.x * b.x + a.y * b.y + a.z * b.z;
+}
+Vector Cross(const Vector& a, const Vector& b) {
+  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+}
+
+class Checker {
+ public:
+  Checker(const char* data, std::size_t size) : lexer_(data, size) {}
+
+  BRepTextResult Run() {
+    if (Header() && Locations() && Curves(2) && Curves(3) && Polygons3D() && PolygonsOnTriangulation() &&
+        Surfaces() && Triangulations() && Shapes() && Root())
+      return {};
+    return {lexer_.Reason(), lexer_.Offset()};
+  }
+
+ private:
+  bool Fail(const char* reason) { return lexer_.Fail(reason); }
+
+  bool Header() {
+    lexer_.SkipBlank();
+    return lexer_.Line("CASCADE Topology V3, (c) Open Cascade",
+                       "The text does not start as BRep text of format version 3 does");
+  }
+
+  // --- Placements
+
+  bool Locations() {
+    std::uint32_t count;
+    if (!lexer_.Word("Locations", "The section of placements is missing") || !lexer_.Count(8, count))
+      return false;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::uint32_t kind;
+      if (!lexer_.Number(2, kind, "A placement has an unknown kind")) return false;
+      if (kind == 1 ? !Matrix() : kind == 2 ? !Product() : !Fail("A placement has an unknown kind"))
+        return false;
+    }
+    return true;
+  }
+
+  bool Matrix() {
+    double m[3][4];
+    for (auto& row : m) {
+      for (double& value : row) {
+        if (!lexer_.Finite(value)) return false;
+      }
+    }
+    const Vector x{m[0][0], m[1][0], m[2][0]};
+    const Vector y{m[0][1], m[1][1], m[2][1]};
+    const Vector z{m[0][2], m[1][2], m[2][2]};
+    const double scale = Dot(x, x);
+    // Negated, so that a scale of zero fails too; a mirrored placement is fine.
+    const double tolerance = kPlacementTolerance * scale;
+    if (!(scale > 1e-30 && std::fabs(Dot(y, y) - scale) < tolerance &&
+          std::fabs(Dot(z, z) - scale) < tolerance && std::fabs(Dot(x, y)) < tolerance &&
+          std::fabs(Dot(y, z)) < tolerance && std::fabs(Dot(z, x)) < tolerance))
+      return Fail("A placement distorts");
+    placements_.push_back({1, false});
+    return true;
+  }
+
+  // OpenCASCADE keeps products in lowest terms. Any other might cancel out or equal an earlier one; it would
+  // then not be stored, and all later indices would point at the wrong placement.
+  bool Product() {
+    std::vector<std::pair<std::uint32_t, int>> factors;
+    for (;;) {
+      std::uint32_t index;
+      if (!lexer_.Number(static_cast<std::uint32_t>(placements_.size()), index,
+                         "A placement refers to one that does not come before it"))
+        return false;
+      if (index == 0) break;
+      BRepTextLexer::Token token;
+      std::uint32_t power;
+      if (!lexer_.Next(token)) return false;
+      const unsigned negative = token.text[0] == '-';
+      if (!lexer_.ParseNumber(token, negative, kMaxBRepPlacementPower, power,
+                              "The power of a placement is too large"))
+        return false;
+      if (placements_[index - 1].isProduct) return Fail("A placement is a product of products");
+      if (power == 0 || (!factors.empty() && index == factors.back().first))
+        return Fail("A product of placements is not in lowest terms");
+      if (factors.size() == kMaxBRepPlacementFactors) return Fail("A placement has too many factors");
+      factors.emplace_back(index, negative ? -static_cast<int>(power) : static_cast<int>(power));
+    }
+    if (factors.empty() || (factors.size() == 1 && factors[0].second == 1))
+      return Fail("A product of placements is not in lowest terms");
+    placements_.push_back({static_cast<std::uint8_t>(factors.size()), true});
+    return products_.insert(std::move(factors)).second || Fail("A placement occurs twice");
+  }
+
+  // --- Directions
+
+  bool Direction(int dimension, Vector& direction) {
+    direction.z = 0.0;
+    if (!lexer_.Component(direction.x) || !lexer_.Component(direction.y) ||
+        (dimension == 3 && !lexer_.Component(direction.z)))
+      return false;
+    return std::fabs(Dot(direction, direction) - 1.0) < kUnitTolerance ||
+           Fail("A direction is not of length 1");
+  }
+  bool Point(int dimension) { return lexer_.Finite(static_cast<std::size_t>(dimension)); }
+
+  // A point and the axes of its system: of a plane curve X and Y, in space Z, X and Y.
+  bool Axes(int dimension) {
+    Vector x, y, z;
+    if (!Point(dimension) || (dimension == 3 && !Direction(3, z)) || !Direction(dimension, x) ||
+        !Direction(dimension, y))
+      return false;
+    const bool perpendicular = std::fabs(Dot(x, y)) < kUnitTolerance &&
+                               std::fabs(Dot(x, z)) < kUnitTolerance && std::fabs(Dot(y, z)) < kUnitTolerance;
+    return perpendicular || Fail("The axes of a system are not perpendicular");
+  }
+
+  bool Radius(double& radius) {
+    return lexer_.Finite(radius) && (radius >= 0.0 || Fail("A radius is negative"));
+  }
+
+  // --- Curves
+
+  bool Curves(int dimension) {
+    std::uint32_t count;
+    if (!(dimension == 2 ? lexer_.Word("Curve2ds", "The section of plane curves is missing")
+                         : lexer_.Word("Curves", "The section of curves is missing")) ||
+        !lexer_.Count(10, count))
+      return false;
+    std::vector<Loop>& loops = dimension == 2 ? loops2d_ : loops3d_;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      CurveInfo info;
+      if (!Curve(dimension, 1, false, info)) return false;
+      loops.push_back({info.loopFirst, info.loopPeriod});
+    }
+    return true;
+  }
+
+  // `underOffset`: an offset is built upon the curve, so that corners matter.
+  bool Curve(int dimension, unsigned depth, bool underOffset, CurveInfo& info) {
+    if (depth > kMaxBRepGeometryDepth) return Fail("Curves and surfaces are nested too deep");
+    std::uint32_t kind;
+    if (!lexer_.Index(kOffset, kind, "A curve is of an unknown kind")) return false;
+    info.kind = kind;
+    double first, second;
+    Vector direction;
+    switch (kind) {
+    case kLine:
+      return Point(dimension) && Direction(dimension, direction);
+    case kCircle:
+      info.range = {0.0, 2.0 * kPi, true};
+      return Axes(dimension) && Radius(first);
+    case kEllipse:
+      info.range = {0.0, 2.0 * kPi, true};
+      return Axes(dimension) && Radius(first) && Radius(second) &&
+             (first >= second || Fail("An ellipse has its radii in the wrong order"));
+    case kParabola:
+      return Axes(dimension) && Radius(first);
+    case kHyperbola:
+      return Axes(dimension) && Radius(first) && Radius(second);
+    case kBezier:
+      info.range = {0.0, 1.0, false};
+      return BezierCurve(dimension);
+    case kBSpline:
+      return BSplineCurve(dimension, underOffset, info);
+    case kTrimmed:
+      return TrimmedCurve(dimension, depth, underOffset, info);
+    default:
+      return OffsetCurve(dimension, depth, info);
+    }
+  }
+
+  bool Degree(std::uint32_t& degree) {
+    return lexer_.Index(kMaxBRepDegree, degree, "A degree is not between 1 and 25");
+  }
+
+  bool Weight() {
+    double weight;
+    return lexer_.Finite(weight) &&
+           (weight > std::numeric_limits<double>::min() || Fail("A weight is not positive"));
+  }
+
+  bool Poles(int dimension, std::uint64_t count, bool rational) {
+    const auto numbers = static_cast<std::size_t>(dimension) + rational;
+    if (count > lexer_.Remaining() / (2 * numbers))
+      return Fail("A curve or surface has more poles than the remaining text can hold");
+    if (!rational) return lexer_.Finite(static_cast<std::size_t>(count) * numbers);
+    for (std::uint64_t i = 0; i < count; ++i) {
+      if (!Point(dimension) || !Weight()) return false;
+    }
+    return true;
+  }
+
+  bool BezierCurve(int dimension) {
+    bool rational;
+    std::uint32_t degree;
+    return lexer_.Flag(rational, "The flag for weights is neither 0 nor 1") && Degree(degree) &&
+           Poles(dimension, degree + 1u, rational);
+  }
+
+  // Knots and multiplicities of one parameter. `loop`: also the multiplicities behind each knot, for Corners.
+  bool Knots(std::uint32_t degree, std::uint32_t poles, std::uint32_t count, bool periodic, Range& range) {
+    // A B-spline with fewer poles has an empty range: OpenCASCADE builds it and reads beside its arrays
+    // later.
+    if (!periodic && poles < degree + 1) return Fail("A B-spline has fewer poles than its degree needs");
+    knots_.clear();
+    std::uint64_t sum = 0;
+    std::uint32_t firstMultiplicity = 0;
+    double previous = 0.0;
+    bool started = false;
+    bool ended = false;
+    range.periodic = periodic;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      double knot;
+      std::uint32_t multiplicity;
+      if (!lexer_.Finite(knot)) return false;
+      if (i != 0 && !(knot - previous > Ulp(previous))) return Fail("The knots of a B-spline do not rise");
+      const bool isEnd = i == 0 || i + 1 == count;
+      const std::uint32_t most = isEnd && !periodic ? degree + 1 : degree;
+      if (!lexer_.Index(most, multiplicity,
+                        "A knot's multiplicity is not between 1 and what the degree allows"))
+        return false;
+      sum += multiplicity;
+      if (i == 0) firstMultiplicity = multiplicity;
+      if (periodic ? i == 0 : !started && sum > degree) {
+        range.first = knot;
+        started = true;
+      }
+      if (periodic ? i + 1 == count : !ended && sum > poles) {
+        range.last = knot;
+        ended = true;
+      }
+      if (periodic && i + 1 == count && multiplicity != firstMultiplicity)
+        return Fail("The end knots of a periodic B-spline differ in multiplicity");
+      if (multiplicity == degree && !isEnd) knots_.push_back({knot, sum});
+      previous = knot;
+    }
+    if (periodic ? sum - firstMultiplicity != poles : sum != std::uint64_t{poles} + degree + 1)
+      return Fail("The multiplicities of a B-spline do not match its poles");
+    // OpenCASCADE continues the knots by degree + 1 - multiplicity on both sides, out of the knots that there
+    // are.
+    if (periodic && degree + 1 > poles + firstMultiplicity)
+      return Fail("A periodic B-spline has fewer poles than its degree needs");
+    return true;
+  }
+
+  static double Ulp(double value) {
+    const double size = std::fabs(value);
+    return std::nextafter(size, std::numeric_limits<double>::max()) - size;
+  }
+
+  bool BSplineCurve(int dimension, bool underOffset, CurveInfo& info) {
+    bool rational, periodic;
+    std::uint32_t degree, poles, knots;
+    if (!lexer_.Flag(rational, "The flag for weights is neither 0 nor 1") ||
+        !lexer_.Flag(periodic, "The flag for periodic is neither 0 nor 1") || !Degree(degree) ||
+        !lexer_.Count(4, poles) || !lexer_.Count(4, knots))
+      return false;
+    if (poles < 2 || knots < 2) return Fail("A B-spline has fewer than two poles or knots");
+    if (!(underOffset ? KeptPoles(dimension, poles, rational) : Poles(dimension, poles, rational)) ||
+        !Knots(degree, poles, knots, periodic, info.range))
+      return false;
+    if (periodic) {
+      info.loopFirst = info.range.first;
+      info.loopPeriod = info.range.last - info.range.first;
+    }
+    if (underOffset) Corners(degree, periodic, info);
+    return true;
+  }
+
+  bool KeptPoles(int dimension, std::uint32_t count, bool rational) {
+    poles_.clear();
+    for (std::uint32_t i = 0; i < count; ++i) {
+      Vector pole;
+      if (!lexer_.Finite(pole.x) || !lexer_.Finite(pole.y) || (dimension == 3 && !lexer_.Finite(pole.z)) ||
+          (rational && !Weight()))
+        return false;
+      poles_.push_back(pole);
+    }
+    return true;
+  }
+
+  // Where a knot is as multiple as the degree, the curve passes through a pole and may bend there; its
+  // tangents are the legs of the pole polygon.
+  void Corners(std::uint32_t degree, bool periodic, CurveInfo& info) {
+    corners_.clear();
+    for (const KnotSum& knot : knots_) {
+      if (periodic) {
+        info.periodicCorners = true;
+        return;
+      }
+      if (knot.parameter <= info.range.first || knot.parameter >= info.range.last) continue;
+      const auto pole = static_cast<std::size_t>(knot.sum - degree - 1);
+      const Vector &a = poles_[pole - 1], &b = poles_[pole], &c = poles_[pole + 1];
+      const Vector before{b.x - a.x, b.y - a.y, b.z - a.z};
+      const Vector after{c.x - b.x, c.y - b.y, c.z - b.z};
+      const Vector cross = Cross(before, after);
+      const double dot = Dot(before, after);
+      if (!(dot > 0.0 && std::sqrt(Dot(cross, cross)) < kBendTolerance * dot))
+        corners_.push_back(knot.parameter);
+    }
+  }
+
+  bool TrimmedCurve(int dimension, unsigned depth, bool underOffset, CurveInfo& info) {
+    double first, last;
+    if (!lexer_.MaybeInfinite(first) || !lexer_.MaybeInfinite(last) ||
+        !Curve(dimension, depth + 1, underOffset, info))
+      return false;
+    if (info.kind == kTrimmed) return Fail("A trimmed curve is trimmed again");
+    info.overOffset = info.kind == kOffset;
+    info.kind = kTrimmed;
+    return Trim(first, last, info.range);
+  }
+
+  // As OpenCASCADE sets a trim; `range` goes in as the basis's and comes out as the trimmed one.
+  bool Trim(double first, double last, Range& range) {
+    if (first == last) return Fail("A trim is empty");
+    if (range.periodic) {
+      AdjustPeriodic(range, first, last);
+    } else {
+      if (first > last) std::swap(first, last);
+      if (range.first - first > kTrimTolerance || last - range.last > kTrimTolerance)
+        return Fail("A trim reaches beyond its basis");
+    }
+    range = {first, last, false};
+    return true;
+  }
+
+  static void AdjustPeriodic(const Range& range, double& first, double& last) {
+    if (std::fabs(range.first) >= kMinBRepInfinity || std::fabs(range.last) >= kMinBRepInfinity) {
+      first = range.first;
+      last = range.last;
+      return;
+    }
+    const double tolerance = std::min(std::fabs(last - first) / 2.0, kTrimTolerance);
+    const double period = range.last - range.first;
+    first -= std::floor((first - range.first) / period) * period;
+    if (range.last - first < tolerance) first -= period;
+    last -= std::floor((last - first) / period) * period;
+    if (last - first < tolerance) last += period;
+  }
+
+  bool OffsetCurve(int dimension, unsigned depth, CurveInfo& info) {
+    Vector direction;
+    corners_.clear();
+    if (!lexer_.Finite() || (dimension == 3 && !Direction(3, direction)) ||
+        !Curve(dimension, depth + 1, true, info))
+      return false;
+    if (info.kind == kOffset || info.overOffset) return Fail("An offset curve is offset again");
+    bool smooth = !info.periodicCorners;
+    for (const double corner : corners_)
+      smooth = smooth && (corner < info.range.first || corner > info.range.last);
+    info.kind = kOffset;
+    return smooth || Fail("A curve with a corner is offset");
+  }
+
+  // --- Polygons
+
+  bool Polygons3D() {
+    std::uint32_t count;
+    if (!lexer_.Word("Polygon3D", "The section of polygons is missing") || !lexer_.Count(12, count))
+      return false;
+    polygons3d_ = count;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::uint32_t nodes;
+      bool hasParameters;
+      if (!lexer_.Count(6, nodes) ||
+          !lexer_.Flag(hasParameters, "The flag for parameters is neither 0 nor 1"))
+        return false;
+      if (nodes == 0) return Fail("A polygon has no nodes");
+      const std::size_t numbers = std::size_t{nodes} * (hasParameters ? 4 : 3);
+      if (!lexer_.MaybeInfinite() || !lexer_.Finite(numbers)) return false;
+    }
+    return true;
+  }
+
+  bool PolygonsOnTriangulation() {
+    std::uint32_t count;
+    if (!lexer_.Word("PolygonOnTriangulations", "The section of polygons on triangulations is missing") ||
+        !lexer_.Count(10, count))
+      return false;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::uint32_t nodes;
+      if (!lexer_.Count(2, nodes)) return false;
+      if (nodes == 0) return Fail("A polygon has no nodes");
+      std::uint32_t largest = 0;
+      bool hasParameters;
+      if (!lexer_.Indices(nodes, 0x7FFFFFFFu, largest, "A polygon's node is out of range") ||
+          !lexer_.Word("p", "A polygon's parameters are missing") || !lexer_.MaybeInfinite() ||
+          !lexer_.Flag(hasParameters, "The flag for parameters is neither 0 nor 1") ||
+          (hasParameters && !lexer_.Finite(nodes)))
+        return false;
+      polygonNodes_.push_back(largest);
+    }
+    return true;
+  }
+
+  bool Triangulations() {
+    std::uint32_t count;
+    if (!lexer_.Word("Triangulations", "The section of triangulations is missing") ||
+        !lexer_.Count(22, count))
+      return false;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      std::uint32_t nodes, triangles, largest;
+      bool hasUv, hasNormals;
+      if (!lexer_.Count(6, nodes) || !lexer_.Count(6, triangles) ||
+          !lexer_.Flag(hasUv, "The flag for UV nodes is neither 0 nor 1") ||
+          !lexer_.Flag(hasNormals, "The flag for normals is neither 0 nor 1"))
+        return false;
+      if (nodes == 0 || triangles == 0) return Fail("A triangulation is empty");
+      if (!lexer_.MaybeInfinite() || !lexer_.Finite(std::size_t{nodes} * (hasUv ? 5 : 3)) ||
+          !lexer_.Indices(std::size_t{triangles} * 3, nodes, largest, "A triangle's node is out of range") ||
+          (hasNormals && !lexer_.Finite(std::size_t{nodes} * 3)))
+        return false;
+      triangulationNodes_.push_back(nodes);
+    }
+    return true;
+  }
+
+  // --- Surfaces
+
+  bool Surfaces() {
+    std::uint32_t count;
+    if (!lexer_.Word("Surfaces", "The section of surfaces is missing") || !lexer_.Count(16, count))
+      return false;
+    surfaces_ = count;
+    for (std::uint32_t i = 0; i < count; ++i) {
+      SurfaceInfo info;
+      if (!Surface(1, info)) return false;
+    }
+    return true;
+  }
+
+  bool Surface(unsigned depth, SurfaceInfo& info) {
+    if (depth > kMaxBRepGeometryDepth) return Fail("Curves and surfaces are nested too deep");
+    std::uint32_t kind;
+    if (!lexer_.Index(kOffsetSurface, kind, "A surface is of an unknown kind")) return false;
+    info.kind = kind;
+    double first, second;
+    Vector direction;
+    CurveInfo curve;
+    const Range turn{0.0, 2.0 * kPi, true};
+    switch (kind) {
+    case kPlane:
+      if (!Axes(3)) return false;
+      break;
+    case kCylinder:
+      info.u = turn;
+      if (!Axes(3) || !Radius(first)) return false;
+      break;
+    case kCone:
+      info.u = turn;
+      if (!Axes(3) || !Radius(first) || !lexer_.Finite(second)) return false;
+      if (!(std::fabs(second) > std::numeric_limits<double>::min() && std::fabs(second) < kPi / 2.0))
+        return Fail("A cone's half angle is not between 0 and a right angle");
+      break;
+    case kSphere:
+      info.u = turn;
+      info.v = {-kPi / 2.0, kPi / 2.0, false};
+      if (!Axes(3) || !Radius(first)) return false;
+      break;
+    case kTorus:
+      info.u = info.v = turn;
+      if (!Axes(3) || !Radius(first) || !Radius(second)) return false;
+      break;
+    case kExtrusion:
+      if (!Direction(3, direction) || !Curve(3, depth + 1, false, curve)) return false;
+      info.u = curve.range;
+      break;
+    case kRevolution:
+      info.u = turn;
+      if (!Point(3) || !Direction(3, direction) || !Curve(3, depth + 1, false, curve)) return false;
+      info.v = curve.range;
+      break;
+    case kBezierSurface:
+      info.u = info.v = {0.0, 1.0, false};
+      if (!BezierSurface()) return false;
+      break;
+    case kBSplineSurface:
+      if (!BSplineSurface(info)) return false;
+      break;
+    case kRectangular:
+      return RectangularSurface(depth, info);
+    default:
+      return OffsetSurface(depth, info);
+    }
+    info.basisU = info.u;
+    info.basisV = info.v;
+    return true;
+  }
+
+  bool BezierSurface() {
+    bool uRational, vRational;
+    std::uint32_t uDegree, vDegree;
+    return lexer_.Flag(uRational, "The flag for weights is neither 0 nor 1") &&
+           lexer_.Flag(vRational, "The flag for weights is neither 0 nor 1") && Degree(uDegree) &&
+           Degree(vDegree) && Poles(3, std::uint64_t{uDegree + 1} * (vDegree + 1), uRational || vRational);
+  }
+
+  bool BSplineSurface(SurfaceInfo& info) {
+    bool uRational, vRational, uPeriodic, vPeriodic;
+    std::uint32_t uDegree, vDegree, uPoles, vPoles, uKnots, vKnots;
+    if (!lexer_.Flag(uRational, "The flag for weights is neither 0 nor 1") ||
+        !lexer_.Flag(vRational, "The flag for weights is neither 0 nor 1") ||
+        !lexer_.Flag(uPeriodic, "The flag for periodic is neither 0 nor 1") ||
+        !lexer_.Flag(vPeriodic, "The flag for periodic is neither 0 nor 1") || !Degree(uDegree) ||
+        !Degree(vDegree) || !lexer_.Count(6, uPoles) || !lexer_.Count(6, vPoles) ||
+        !lexer_.Count(4, uKnots) || !lexer_.Count(4, vKnots))
+      return false;
+    if (uPoles < 2 || vPoles < 2 || uKnots < 2 || vKnots < 2)
+      return Fail("A B-spline has fewer than two poles or knots");
+    return Poles(3, std::uint64_t{uPoles} * vPoles, uRational || vRational) &&
+           Knots(uDegree, uPoles, uKnots, uPeriodic, info.u) &&
+           Knots(vDegree, vPoles, vKnots, vPeriodic, info.v);
+  }
+
+  bool RectangularSurface(unsigned depth, SurfaceInfo& info) {
+    double u1, u2, v1, v2;
+    if (!lexer_.MaybeInfinite(u1) || !lexer_.MaybeInfinite(u2) || !lexer_.MaybeInfinite(v1) ||
+        !lexer_.MaybeInfinite(v2) || !Surface(depth + 1, info))
+      return false;
+    if (info.kind == kRectangular) return Fail("A trimmed surface is trimmed again");
+    info.overOffset = info.kind == kOffsetSurface;
+    info.kind = kRectangular;
+    if (!info.overOffset) return Trim(u1, u2, info.u) && Trim(v1, v2, info.v);
+    // Under an offset, the constructor trims the offset's basis first and then the offset by the result.
+    info.u = info.basisU;
+    info.v = info.basisV;
+    return Trim(u1, u2, info.u) && Trim(v1, v2, info.v) && Trim(u1, u2, info.u) && Trim(v1, v2, info.v);
+  }
+
+  bool OffsetSurface(unsigned depth, SurfaceInfo& info) {
+    if (!lexer_.Finite() || !Surface(depth + 1, info)) return false;
+    if (info.kind == kOffsetSurface || info.overOffset) return Fail("An offset surface is offset again");
+    info.kind = kOffsetSurface;
+    return true;
+  }
+
+  // --- Shapes
+
+  bool Placement(std::uint32_t& index) {
+    return lexer_.Number(static_cast<std::uint32_t>(placements_.size()), index,
+                         "A shape refers to a placement that does not exist");
+  }
+  bool CurveIndex(std::uint32_t& index) {
+    return lexer_.Index(static_cast<std::uint32_t>(loops3d_.size()), index,
+                        "A shape refers to a curve that does not exist");
+  }
+  bool PlaneCurveIndex(std::uint32_t& index) {
+    return lexer_.Index(static_cast<std::uint32_t>(loops2d_.size()), index,
+                        "A shape refers to a plane curve that does not exist");
+  }
+  bool SurfaceIndex(std::uint32_t& index) {
+    return lexer_.Index(surfaces_, index, "A shape refers to a surface that does not exist");
+  }
+  bool TriangulationIndex(std::uint32_t& index) {
+    return lexer_.Index(static_cast<std::uint32_t>(triangulationNodes_.size()), index,
+                        "A shape refers to a triangulation that does not exist");
+  }
+  bool PolygonIndex(std::uint32_t& index) {
+    return lexer_.Index(static_cast<std::uint32_t>(polygonNodes_.size()), index,
+                        "An edge refers to a polygon that does not exist");
+  }
+
+  bool Shapes() {
+    std::uint32_t count;
+    if (!lexer_.Word("TShapes", "The section of shapes is missing") || !lexer_.Count(14, count)) return false;
+    if (count == 0) return Fail("The text holds no shape");
+    shapeCount_ = count;
+    shapes_.reserve(count);
+    for (std::uint32_t i = 0; i < count; ++i) {
+      ShapeInfo shape;
+      if (!Kind(shape.kind) || !Geometry(shape.kind) || !Flags() || !SubShapes(shape)) return false;
+      shapes_.push_back(shape);
+    }
+    return true;
+  }
+
+  bool Kind(ShapeKind& kind) {
+    BRepTextLexer::Token token;
+    if (!lexer_.Next(token)) return false;
+    static constexpr char kNames[][3] = {"Co", "CS", "So", "Sh", "Fa", "Wi", "Ed", "Ve"};
+    for (std::uint8_t i = 0; i < kNoShape; ++i) {
+      if (token.length == 2 && token.text[0] == kNames[i][0] && token.text[1] == kNames[i][1]) {
+        kind = static_cast<ShapeKind>(i);
+        return true;
+      }
+    }
+    return Fail("A shape is of an unknown kind");
+  }
+
+  bool Geometry(ShapeKind kind) {
+    return kind == kVertex ? Vertex() : kind == kEdge ? Edge() : kind == kFace ? Face() : true;
+  }
+
+  bool Vertex() {
+    for (int i = 0; i < 4; ++i) {  // tolerance and point
+      if (!lexer_.MaybeInfinite()) return false;
+    }
+    for (;;) {
+      std::uint32_t kind, index;
+      if (!lexer_.MaybeInfinite() || !lexer_.Number(3, kind, "A vertex has a point of an unknown kind"))
+        return false;
+      if (kind == 0) return true;
+      const bool good = kind == 1   ? CurveIndex(index)
+                        : kind == 2 ? PlaneCurveIndex(index) && SurfaceIndex(index)
+                                    : lexer_.MaybeInfinite() && SurfaceIndex(index);
+      if (!good || !Placement(index)) return false;
+    }
+  }
+
+  bool ParameterRange(const Loop& loop) {
+    double first, last;
+    if (!lexer_.MaybeInfinite(first) || !lexer_.MaybeInfinite(last)) return false;
+    if (loop.period == 0.0) return true;
+    for (const double parameter : {first, last}) {
+      if (std::fabs(parameter) < kMinBRepInfinity &&
+          std::fabs(parameter - loop.first) > kMaxBRepTurns * loop.period)
+        return Fail("An edge runs round a periodic curve too often");
+    }
+    return true;
+  }
+
+  // The letters stand glued to the number before them.
+  bool Continuity(const BRepTextLexer::Token& token, unsigned first) {
+    const char* text = token.text + first;
+    const bool good = token.length == first + 2 && ((text[0] == 'C' && std::strchr("0123N", text[1])) ||
+                                                    (text[0] == 'G' && (text[1] == '1' || text[1] == '2')));
+    return good || Fail("A continuity is none of C0, C1, C2, C3, CN, G1 and G2");
+  }
+
+  bool Edge() {
+    bool sameParameter, sameRange, degenerated;
+    if (!lexer_.MaybeInfinite() || !lexer_.Flag(sameParameter, "A flag of an edge is neither 0 nor 1") ||
+        !lexer_.Flag(sameRange, "A flag of an edge is neither 0 nor 1") ||
+        !lexer_.Flag(degenerated, "A flag of an edge is neither 0 nor 1"))
+      return false;
+    for (unsigned i = 0; i <= kMaxBRepRepresentations; ++i) {
+      std::uint32_t kind;
+      if (!lexer_.Number(7, kind, "An edge has a representation of an unknown kind")) return false;
+      if (kind == 0) return true;
+      if (!Representation(kind)) return false;
+    }
+    return Fail("An edge has too many representations");
+  }
+
+  bool Representation(std::uint32_t kind) {
+    std::uint32_t curve, second, surface, placement;
+    BRepTextLexer::Token token;
+    switch (kind) {
+    case 1:
+      return CurveIndex(curve) && Placement(placement) && ParameterRange(loops3d_[curve - 1]);
+    case 2:
+      return PlaneCurveIndex(curve) && SurfaceIndex(surface) && Placement(placement) &&
+             ParameterRange(loops2d_[curve - 1]);
+    case 3: {
+      if (!PlaneCurveIndex(curve) || !lexer_.Next(token)) return false;
+      const unsigned letters = token.length > 2 ? token.length - 2 : 0;
+      BRepTextLexer::Token number = token;
+      number.length = letters;
+      number.others &= (1u << letters) - 1u;
+      if (!Continuity(token, letters) ||
+          !lexer_.ParseNumber(number, 0, static_cast<std::uint32_t>(loops2d_.size()), second,
+                              "A shape refers to a plane curve that does not exist"))
+        return false;
+      if (second == 0) return Fail("A shape refers to a plane curve that does not exist");
+      if (!SurfaceIndex(surface) || !Placement(placement)) return false;
+      // Both curves run over the same parameters.
+      const Loop &a = loops2d_[curve - 1], &b = loops2d_[second - 1];
+      return ParameterRange(b.period == 0.0 || (a.period != 0.0 && a.period < b.period) ? a : b);
+    }
+    case 4:
+      return lexer_.Next(token) && Continuity(token, 0) && SurfaceIndex(surface) && Placement(placement) &&
+             SurfaceIndex(surface) && Placement(placement);
+    case 5:
+      return lexer_.Index(polygons3d_, curve, "An edge refers to a polygon that does not exist") &&
+             Placement(placement);
+    default:
+      if (!PolygonIndex(curve) || (second = curve, kind == 7 && !PolygonIndex(second)) ||
+          !TriangulationIndex(surface) || !Placement(placement))
+        return false;
+      return std::max(polygonNodes_[curve - 1], polygonNodes_[second - 1]) <=
+                 triangulationNodes_[surface - 1] ||
+             Fail("A polygon's node is not in its triangulation");
+    }
+  }
+
+  // The one place where the reader goes by lines: a line that starts with 2 names the triangulation.
+  bool Face() {
+    bool naturalRestriction;
+    std::uint32_t surface, placement, triangulation;
+    if (!lexer_.Flag(naturalRestriction, "A flag of a face is neither 0 nor 1") || !lexer_.MaybeInfinite() ||
+        !lexer_.Number(surfaces_, surface, "A shape refers to a surface that does not exist") ||
+        !Placement(placement))
+      return false;
+    unsigned lines;
+    lexer_.SkipBlank(&lines);
+    if (lines > 1) return true;
+    if (lines == 0 || !lexer_.Word("2", "A face does not end its line") ||
+        lexer_.SkipBlank(&lines) == nullptr || lines != 0)
+      return Fail("A face does not end its line");
+    if (!TriangulationIndex(triangulation)) return false;
+    lexer_.SkipBlank(&lines);
+    return lines > 0 || Fail("A face does not end its line");
+  }
+
+  bool Flags() {
+    BRepTextLexer::Token token;
+    if (!lexer_.Next(token)) return false;
+    bool good = token.length == 7 && token.others == 0;
+    for (unsigned i = 0; good && i < 7; ++i)
+      good = token.text[i] <= '1';
+    return good || Fail("The flags of a shape are not seven of 0 and 1");
+  }
+
+  bool SubShapes(ShapeInfo& shape) {
+    for (;;) {
+      BRepTextLexer::Token token;
+      if (!lexer_.Next(token)) return false;
+      if (token.text[0] == '*')
+        return token.length == 1 || Fail("A list of sub-shapes does not end in a star");
+      std::uint32_t index, placement;
+      if (!Reference(token, index, placement)) return false;
+      // Shapes are numbered from the last to the first.
+      const std::uint32_t position = shapeCount_ - index;
+      if (position >= shapes_.size()) return Fail("A shape refers to one that does not come before it");
+      ShapeInfo& part = shapes_[position];
+      if ((kContainers[part.kind] >> shape.kind & 1u) == 0)
+        return Fail("A shape holds one of a kind that it cannot hold");
+      part.used = true;
+      shape.depth = std::max<std::uint16_t>(shape.depth, part.depth + 1u);
+      shape.chain = std::max(shape.chain, part.chain + Factors(placement));
+      shape.unfolded += part.unfolded;
+      if (shape.depth > kMaxBRepDepth) return Fail("Shapes are nested too deep");
+      if (shape.chain > kMaxBRepPlacementChain) return Fail("Placements add up to too many factors");
+      if (shape.unfolded > kMaxBRepUnfolded) return Fail("Shapes unfold to too many sub-shapes");
+    }
+  }
+
+  std::uint32_t Factors(std::uint32_t placement) const {
+    return placement == 0 ? 0u : placements_[placement - 1].factors;
+  }
+
+  // "+12 3 ": orientation, shape and placement.
+  bool Reference(const BRepTextLexer::Token& token, std::uint32_t& index, std::uint32_t& placement) {
+    if (!std::memchr("+-ie", token.text[0], 4)) return Fail("A sub-shape has an unknown orientation");
+    if (!lexer_.ParseNumber(token, 1, shapeCount_, index, "A shape refers to one that does not exist"))
+      return false;
+    if (index == 0) return Fail("A shape refers to one that does not exist");
+    return Placement(placement);
+  }
+
+  bool Root() {
+    BRepTextLexer::Token token;
+    std::uint32_t index, placement;
+    if (!lexer_.Next(token) || !Reference(token, index, placement)) return false;
+    if (index != 1) return Fail("The root is not the last shape");
+    for (std::size_t i = 0; i + 1 < shapes_.size(); ++i) {
+      if (!shapes_[i].used) return Fail("A shape belongs to no other");
+    }
+    return lexer_.AtEnd() || lexer_.Fail("Something follows the shape", lexer_.SkipBlank());
+  }
+
+  struct PlacementInfo {
+    std::uint8_t factors;
+    bool isProduct;
+  };
+  struct KnotSum {
+    double parameter;
+    std::uint64_t sum;  // of the multiplicities up to this knot
+  };
+
+  BRepTextLexer lexer_;
+  std::vector<PlacementInfo> placements_;
+  std::set<std::vector<std::pair<std::uint32_t, int>>> products_;
+  std::vector<Loop> loops2d_;
+  std::vector<Loop> loops3d_;
+  std::uint32_t polygons3d_ = 0;
+  std::uint32_t surfaces_ = 0;
+  std::vector<std::uint32_t> polygonNodes_;        // largest node of each polygon on a triangulation
+  std::vector<std::uint32_t> triangulationNodes_;  // how many each triangulation has
+  std::uint32_t shapeCount_ = 0;
+  std::vector<ShapeInfo> shapes_;
+  std::vector<KnotSum> knots_;   // of the B-spline read last: those as multiple as its degree
+  std::vector<Vector> poles_;    // of the B-spline under an offset
+  std::vector<double> corners_;  // its parameters where it bends
+};
+
+}  // namespace
+
+BRepTextResult CheckBRepText(const char* data, std::size_t size) {
+  return Checker(data, size).Run();
+}
+
+}  // namespace mirel

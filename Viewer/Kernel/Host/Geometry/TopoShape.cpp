@@ -1,0 +1,85 @@
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+
+#include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Geometry/BRepTextCheck.h>
+
+#include <BRepTools.hxx>
+#include <BRep_Builder.hxx>
+#include <Message_ProgressRange.hxx>
+#include <Standard_Failure.hxx>
+#include <TopoDS_Shape.hxx>
+
+#include <exception>
+#include <istream>
+#include <locale>
+#include <mutex>
+#include <streambuf>
+
+namespace mirel {
+namespace {
+
+// Reads a string where it stands; std::istringstream would copy it.
+class TextBuffer : public std::streambuf {
+ public:
+  explicit TextBuffer(std::string& text) { setg(&text[0], &text[0], &text[0] + text.size()); }
+};
+
+TopoDS_Shape Decode(std::string& text) {
+  try {
+    TextBuffer buffer(text);
+    std::istream stream(&buffer);
+    stream.imbue(std::locale::classic());
+    // The reader hardly looks at the state of its stream: without exceptions it loops for ever on one that
+    // has failed.
+    stream.exceptions(std::ios::failbit | std::ios::badbit);
+    TopoDS_Shape shape;
+    BRepTools::Read(shape, stream, BRep_Builder(), Message_ProgressRange());
+    if (!shape.IsNull()) return shape;
+    MIREL_HOST_FAILURE("Exact body cannot be decoded: OpenCASCADE found no shape in its text.");
+  } catch (const Standard_Failure& failure) {
+    MIREL_HOST_FAILURE("Exact body cannot be decoded: %s: %s", failure.DynamicType()->Name(),
+                       failure.GetMessageString());
+  } catch (const std::exception& failure) {
+    MIREL_HOST_FAILURE("Exact body cannot be decoded: %s", failure.what());
+  }
+  return TopoDS_Shape();
+}
+
+}  // namespace
+
+struct TopoShape::State {
+  std::once_flag decoded;
+  std::string text;  // until it is decoded
+  TopoDS_Shape shape;
+};
+
+TopoShape::TopoShape(const TopoDS_Shape& shape) : state_(new State) {
+  state_->shape = shape;
+}
+
+TopoShape::TopoShape(std::unique_ptr<State> state) : state_(std::move(state)) {}
+
+TopoShape::~TopoShape() = default;
+
+const TopoDS_Shape& TopoShape::GetImpl() const {
+  State& state = *state_;
+  std::call_once(state.decoded, [&state] {
+    if (state.text.empty()) return;
+    state.shape = Decode(state.text);
+    std::string().swap(state.text);
+  });
+  return state.shape;
+}
+
+std::shared_ptr<TopoShape> TopoShape::Read(const std::string& text) {
+  const BRepTextResult result = CheckBRepText(text.data(), text.size());
+  if (!result.IsGood()) {
+    Logger::Instance().Message(1, "BRep text is refused at byte %zu: %s.", result.offset, result.reason);
+    return nullptr;
+  }
+  std::unique_ptr<State> state(new State);
+  state->text = text;
+  return std::shared_ptr<TopoShape>(new TopoShape(std::move(state)));
+}
+
+}  // namespace mirel

@@ -1,0 +1,51 @@
+#pragma once
+
+#include <Viewer/Kernel/Host/Core/HostExport.h>
+
+#include <memory>
+#include <string>
+
+class TopoDS_Shape;
+
+namespace mirel {
+
+/// An exact body: the host's wrapper of an OpenCASCADE shape.
+///
+/// A body comes from a `TopoDS_Shape` or from BRep text. Text is checked in one linear pass when it is read
+/// and kept as text; OpenCASCADE decodes it when `GetImpl` is called for the first time. A viewer that only
+/// shows a model thus never pays for decoding its bodies, in time or in memory.
+///
+/// Thread safety: all operations of one body may be called from several threads at once. What they return
+/// must not be changed: the shape is shared. Meshing it in place, for one, is a change; mesh a copy.
+class MIREL_HOST_API TopoShape {
+ public:
+  /// Wraps a shape; the geometry is shared with the caller, not copied. A null shape gives an empty body.
+  explicit TopoShape(const TopoDS_Shape& shape);
+  ~TopoShape();
+
+  TopoShape(const TopoShape&) = delete;
+  TopoShape& operator=(const TopoShape&) = delete;
+
+  /// The OpenCASCADE shape, a null shape when the body is empty. The first call on a body that came from text
+  /// decodes it (concurrent first calls wait for one decoding) and frees the text; text that passed the check
+  /// and still fails to decode is reported once at level 3 and gives a null shape from then on. Throws
+  /// nothing.
+  const TopoDS_Shape& GetImpl() const;
+
+  /// Makes a body from BRep text as `BRepTools::Write` writes it (format version 3, with or without
+  /// triangles).
+  ///
+  /// The text is checked against the whole grammar, its tables, references and numeric rules in one pass that
+  /// builds nothing, because OpenCASCADE's own reader may crash, hang or invent a shape on text that breaks
+  /// them. Text that fails gives an empty pointer and a notice (level 1) with byte position and reason. Bytes
+  /// behind the shape other than white space fail the check too.
+  static std::shared_ptr<TopoShape> Read(const std::string& text);
+
+ private:
+  struct State;
+  explicit TopoShape(std::unique_ptr<State> state);
+
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace mirel
