@@ -1,0 +1,17 @@
+#!/usr/bin/env bash
+# Builds the program, saves the sample assembly as a model folder, opens that folder and prints its tree.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+cmake --preset release --log-level=WARNING
+cmake --build --preset release --target mirel
+
+show() {
+  echo "\$ $*"
+  "$@"
+}
+echo
+show build/release/bin/mirel save --force Samples/trolley.step build/trolley
+echo
+show build/release/bin/mirel tree build/trolley

@@ -1,0 +1,9 @@
+#!/usr/bin/env bash
+# Builds everything with warnings as errors and runs all tests.
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+cmake --preset dev --log-level=WARNING
+cmake --build --preset dev
+exec ctest --preset dev --parallel "$(nproc)"
