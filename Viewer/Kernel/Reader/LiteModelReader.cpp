@@ -9,32 +9,37 @@ namespace mirel {
 
 namespace {
 
-/// Whether objects and arrays nest no deeper than they may. The JSON parser recurses, so this is asked first. Text that
-/// is no JSON may get any answer that the parser then rejects; counting can only go wrong upwards behind its error.
-bool IsShallow(const char* text) {
-  int depth = 0;
-  for (const char* p = text; *p != '\0'; ++p) {
-    switch (*p) {
-      case '{':
-      case '[':
-        if (++depth > kMaxIndexDepth) return false;
-        break;
-      case '}':
-      case ']':
-        --depth;
-        break;
-      case '"':
-        for (++p; *p != '"'; ++p) {
-          if (*p == '\\') ++p;
-          if (*p == '\0') return true;  // an open string: the parser says so
-        }
-        break;
-      default:
-        break;
-    }
+/// A document that stops its parser where objects and arrays nest deeper than they may: the parser recurses.
+class ShallowDocument : public rapidjson::Document {
+ public:
+  /// Parses text up to its first NUL character. False when it is no JSON, or nests too deep.
+  bool ParseText(const char* text) {
+    bool parsed = false;
+    auto parse = [&](rapidjson::Document&) {
+      rapidjson::StringStream stream(text);
+      parsed = !rapidjson::Reader().Parse(stream, *this).IsError();
+      return parsed;
+    };
+    Populate(parse);
+    return parsed;
   }
-  return true;
-}
+  bool IsTooDeep() const { return depth_ > kMaxIndexDepth; }
+
+  // The parser's events.
+  bool StartObject() { return ++depth_ <= kMaxIndexDepth && rapidjson::Document::StartObject(); }
+  bool StartArray() { return ++depth_ <= kMaxIndexDepth && rapidjson::Document::StartArray(); }
+  bool EndObject(rapidjson::SizeType members) {
+    --depth_;
+    return rapidjson::Document::EndObject(members);
+  }
+  bool EndArray(rapidjson::SizeType elements) {
+    --depth_;
+    return rapidjson::Document::EndArray(elements);
+  }
+
+ private:
+  int depth_ = 0;
+};
 
 void ReadCount(rapidjson::Value& metadata, const char* name, unsigned int& count) {
   const rapidjson::Value* const value = FindMember(metadata, name);
@@ -48,14 +53,13 @@ LiteModelReader::LiteModelReader(LiteModel& model) : model_(model) {}
 bool LiteModelReader::Load(const std::string& text) { return LoadIndex(text); }
 
 bool LiteModelReader::LoadIndex(const std::string& text) {
-  if (!IsShallow(text.c_str())) {
-    MIREL_FAILURE("The index nests deeper than %d levels of objects and arrays", kMaxIndexDepth);
-    return false;
-  }
-  rapidjson::Document document;
-  document.Parse(text.c_str());
-  if (document.HasParseError()) {
-    MIREL_FAILURE("Failed to parse json content!");
+  ShallowDocument document;
+  if (!document.ParseText(text.c_str())) {
+    if (document.IsTooDeep()) {
+      MIREL_FAILURE("The index nests deeper than %d levels of objects and arrays", kMaxIndexDepth);
+    } else {
+      MIREL_FAILURE("Failed to parse json content!");
+    }
     return false;
   }
   if (rapidjson::Value* const metadata = FindMember(document, "Metadata")) {
