@@ -1,0 +1,71 @@
+# What is installed, and the Debian packages made of it: libmirel0 (libraries), libmirel-dev (headers, CMake and
+# pkg-config files) and mirel (the program).
+include(GNUInstallDirs)
+include(CMakePackageConfigHelpers)
+
+set(MIREL_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/mirel)
+set(MIREL_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/Mirel)
+
+install(
+  TARGETS MirelHost MirelViewerKernel
+  EXPORT MirelTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
+  FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT dev)
+install(EXPORT MirelTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT dev)
+
+configure_package_config_file(cmake/MirelConfig.cmake.in ${PROJECT_BINARY_DIR}/MirelConfig.cmake
+                              INSTALL_DESTINATION ${MIREL_INSTALL_CMAKEDIR})
+# Until version 1 a change of the minor version may break what builds on it.
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/MirelConfigVersion.cmake COMPATIBILITY SameMinorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/MirelConfig.cmake ${PROJECT_BINARY_DIR}/MirelConfigVersion.cmake
+              cmake/MirelInterfaceDependencies.cmake
+        DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT dev)
+
+# The prefix relative to the .pc file, so that an installed tree can be moved.
+file(RELATIVE_PATH MIREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" MIREL_PC_PREFIX "\${pcfiledir}/${MIREL_PC_PREFIX}")
+foreach(module IN ITEMS mirel-host mirel-viewer-kernel)
+  configure_file(cmake/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
+  install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+endforeach()
+
+if(TARGET mirel)
+  # The program finds the libraries beside it, wherever the installed tree lies.
+  file(RELATIVE_PATH libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
+  set_target_properties(mirel PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
+  install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
+endif()
+set_target_properties(MirelViewerKernel PROPERTIES INSTALL_RPATH "$ORIGIN")
+install(FILES README.md CHANGELOG.md docs/format.md docs/guide.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel
+        COMPONENT program)
+install(FILES docs/developer.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmirel-dev COMPONENT dev)
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VENDOR "the Mirel maintainers")
+set(CPACK_PACKAGE_CONTACT "the Mirel maintainers <maintainers@localhost>")
+set(CPACK_PACKAGING_INSTALL_PREFIX /usr)
+set(CPACK_STRIP_FILES ON)
+set(CPACK_DEB_COMPONENT_INSTALL ON)
+set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
+set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
+set(CPACK_COMPONENTS_ALL runtime dev program)
+
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmirel${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Light-weight CAD assemblies: shared libraries")
+set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmirel-dev)
+set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
+    "libocct-modeling-data-dev, libocct-foundation-dev, libglm-dev, rapidjson-dev")
+set(CPACK_COMPONENT_DEV_DESCRIPTION "Light-weight CAD assemblies: headers, CMake and pkg-config files")
+set(CPACK_COMPONENT_DEV_DEPENDS runtime)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME mirel)
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION graphics)
+set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
+    "Light-weight CAD assemblies: program\n Saves STEP and IGES assemblies as model folders and opens them again.")
+set(CPACK_COMPONENT_PROGRAM_DEPENDS runtime)
+include(CPack)
