@@ -10,15 +10,11 @@ std::size_t GRepMesh::CountFacesWithoutTriangles() const {
       std::count_if(faces.begin(), faces.end(), [](const GRepFace& face) { return face.indexCount == 0; }));
 }
 
-glm::dvec3 GRepMesh::GetGridStep() const {
-  return (box.GetMax() - box.GetMin()) / (vertices.empty() ? 4294967295.0 : 65535.0);
-}
-
 glm::dvec3 GRepMesh::GetPosition(std::size_t index) const {
   const glm::dvec3 place =
       vertices.empty() ? glm::dvec3(fineVertices[index].x, fineVertices[index].y, fineVertices[index].z)
                        : glm::dvec3(vertices[index].x, vertices[index].y, vertices[index].z);
-  return box.GetMin() + place * GetGridStep();
+  return gridOrigin + place * gridStep;
 }
 
 glm::vec3 GRepMesh::GetNormal(std::size_t index) const {

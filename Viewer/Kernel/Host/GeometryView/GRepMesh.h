@@ -44,18 +44,18 @@ struct GRepEdge {
 ///
 /// Lengths are millimetres, coordinates those of the body. Example, a box from (0, 0, 0) to (10, 20, 30):
 ///
-///     box        (0, 0, 0) .. (10, 20, 30), so that the grid has its origin at (0, 0, 0) and the step
-///                (10, 20, 30) / 65535
-///     vertices   24: {0,0,0, nx,ny}, {0,0,65535, ..}, {0,65535,0, ..} ..: four for each of the six faces
+///     gridOrigin (0, 0, 0); gridStep 0.002: the largest round number (1, 2 or 5 times a power of ten) that
+///     moves no
+///                vertex by more than 5 % of the deflection 0.037
+///     vertices   24: {0,0,15000, nx,ny}, {0,0,0, ..}, {0,10000,0, ..} ..: four for each of the six faces
 ///     triangles  36 = 3 * 12 indices into `vertices`
 ///     faces      {0, 6, 0, 4}, {6, 6, 4, 4}, {12, 6, 8, 4} ..: face 1 is `triangles[6 .. 11]`
 ///     polylines  24 = 2 * 12 indices into `vertices`
 ///     edges      {0, 2}, {2, 2} ..: edge 1 is the strip `polylines[2 .. 3]`
 ///
-/// Positions lie on a grid that spans `box`: position = box min + (x, y, z) * step on each axis, where
-/// step = (box max - box min) / 65535, or / 4294967295 for fine vertices; an axis without extent has step 0.
-/// A viewer uploads the 8-byte vertices as four 16-bit integers, or three and two 8-bit ones, and gives
-/// origin and step to the shader or puts them into the model matrix.
+/// Positions lie on a grid: position = gridOrigin + (x, y, z) * gridStep. A viewer uploads the 8-byte
+/// vertices as four 16-bit integers, or as three of 16 and two of 8 bits, and puts origin and step into the
+/// model matrix.
 ///
 /// Normals are unit vectors in octahedral form [Cigolle et al., "A Survey of Efficient Representations for
 /// Independent Unit Vectors", 2014]: with a = max(nx, -127) / 127 and b = max(ny, -127) / 127, n = (a, b, 1 -
@@ -67,6 +67,10 @@ struct MIREL_HOST_API GRepMesh {
   /// `linearDeflection` at most. Empty for an empty body, infinite for a body without bounds (of which
   /// nothing is drawn).
   AABoxT<double> box;
+
+  /// Where the grid of the vertices begins, in mm, and the length of one step, the same on the three axes.
+  glm::dvec3 gridOrigin = glm::dvec3(0.0);
+  double gridStep = 1.0;
 
   /// The largest distance in mm between a triangle and its face, and between a polyline and its edge.
   double linearDeflection = 0.0;
@@ -97,9 +101,6 @@ struct MIREL_HOST_API GRepMesh {
 
   /// The number of faces that have no triangles because they could not be meshed.
   std::size_t CountFacesWithoutTriangles() const;
-
-  /// The length of one grid step on each axis, in mm.
-  glm::dvec3 GetGridStep() const;
 
   /// The position of a vertex in mm; `index` must be below `GetVertexCount()`. `GetGridStep` is computed anew
   /// in each call: loops over many vertices had better do the one multiplication themselves.

@@ -4,66 +4,127 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <cstdint>
 #include <cstring>
 #include <istream>
 #include <ostream>
 #include <string>
+#include <unordered_map>
+#include <vector>
+
+// A record is a header of fixed size and a payload, which is one sequence of bytes without inner offsets: the
+// face table, the edge table, for each vertex whether its place is new, the new places, the normals, the
+// triangles of each face as strips, the polylines. Numbers of the payload are unsigned LEB128; signed ones
+// are zigzag-coded before.
+//
+// Vertices of a face come in the order of its boundary, so most of them lie one step along an edge that
+// another face has walked before: references are mostly +1 and -1, strips advance by one, and gzip makes
+// little of that.
 
 namespace mirel {
 namespace {
 
 constexpr char kMagic[4] = {'G', 'R', 'e', 'p'};
 constexpr std::uint32_t kVersion = 1;
-constexpr std::size_t kHeaderBytes = 104;
-constexpr std::size_t kChunkBytes = 1 << 20;
+constexpr std::size_t kHeaderBytes = 132;
+constexpr std::size_t kFirstReadBytes = 1 << 16;
+constexpr std::uint32_t kFlagFine = 1;
+
+using Place = std::array<std::uint32_t, 3>;
+
+struct PlaceHash {
+  std::size_t operator()(const Place& place) const {
+    std::uint64_t hash = place[0];
+    for (std::uint32_t next : {place[1], place[2]})
+      hash = (hash ^ next) * 0x9E3779B97F4A7C15u + (hash >> 29);
+    return static_cast<std::size_t>(hash ^ (hash >> 32));
+  }
+};
+
+std::uint32_t ZigZag(std::uint32_t difference) {
+  return (difference << 1) ^ (0u - (difference >> 31));
+}
+std::uint32_t UnZigZag(std::uint32_t code) {
+  return (code >> 1) ^ (0u - (code & 1u));
+}
 
 class ByteWriter {
  public:
-  void Integer(std::uint64_t value, int bytes) {
+  void Fixed(std::uint64_t value, int bytes) {
     for (int i = 0; i < bytes; ++i)
       data_.push_back(static_cast<char>(value >> (8 * i)));
   }
   void Real(double value) {
     std::uint64_t bits;
     std::memcpy(&bits, &value, sizeof bits);
-    Integer(bits, 8);
+    Fixed(bits, 8);
   }
-  std::string& Data() { return data_; }
+  void Number(std::uint32_t value) {
+    for (; value > 127; value >>= 7)
+      data_.push_back(static_cast<char>(value | 128));
+    data_.push_back(static_cast<char>(value));
+  }
+  const std::string& Data() const { return data_; }
 
  private:
   std::string data_;
 };
 
-// Reads what the caller has made sure is there.
+// Reads inside its bytes; what lies beyond them reads as 0 and sets the failure.
 class ByteReader {
  public:
-  explicit ByteReader(const char* data) : next_(data) {}
-  std::uint64_t Integer(int bytes) {
+  ByteReader(const std::string& bytes, std::size_t start)
+      : next_(reinterpret_cast<const unsigned char*>(bytes.data()) + start),
+        end_(reinterpret_cast<const unsigned char*>(bytes.data()) + bytes.size()) {}
+
+  std::uint64_t Fixed(int bytes) {
+    if (end_ - next_ < bytes) return Fail();
     std::uint64_t value = 0;
     for (int i = 0; i < bytes; ++i)
-      value |= static_cast<std::uint64_t>(static_cast<unsigned char>(*next_++)) << (8 * i);
+      value |= static_cast<std::uint64_t>(*next_++) << (8 * i);
     return value;
   }
-  std::uint32_t U32() { return static_cast<std::uint32_t>(Integer(4)); }
+  std::uint32_t U32() { return static_cast<std::uint32_t>(Fixed(4)); }
   double Real() {
-    const std::uint64_t bits = Integer(8);
+    const std::uint64_t bits = Fixed(8);
     double value;
     std::memcpy(&value, &bits, sizeof value);
     return value;
   }
+  std::uint32_t Number() {
+    if (next_ != end_ && *next_ < 128) return *next_++;
+    std::uint64_t value = 0;
+    for (int shift = 0; shift < 35 && next_ != end_; shift += 7) {
+      const unsigned char byte = *next_++;
+      value |= static_cast<std::uint64_t>(byte & 127) << shift;
+      if (byte < 128) return value <= 0xFFFFFFFFu ? static_cast<std::uint32_t>(value) : Fail();
+    }
+    return Fail();
+  }
+
+  bool Failed() const { return failed_; }
+  bool AtEnd() const { return next_ == end_; }
 
  private:
-  const char* next_;
+  std::uint32_t Fail() {
+    failed_ = true;
+    next_ = end_;
+    return 0;
+  }
+
+  const unsigned char* next_;
+  const unsigned char* end_;
+  bool failed_ = false;
 };
 
-// Reads `size` bytes in pieces, so that a size that the stream cannot fill takes no memory.
+// Reads `size` bytes in growing pieces, so that a size that the stream cannot fill takes no memory.
 bool ReadBytes(std::istream& stream, std::size_t size, std::string& bytes) {
   bytes.clear();
   while (bytes.size() < size) {
     const std::size_t start = bytes.size();
-    const std::size_t piece = std::min(size - start, std::max(kChunkBytes, start));
+    const std::size_t piece = std::min(size - start, std::max(kFirstReadBytes, start));
     bytes.resize(start + piece);
     stream.read(&bytes[start], static_cast<std::streamsize>(piece));
     if (static_cast<std::size_t>(stream.gcount()) != piece) return false;
@@ -71,53 +132,261 @@ bool ReadBytes(std::istream& stream, std::size_t size, std::string& bytes) {
   return true;
 }
 
+Place PlaceOf(const GRepVertex& vertex) {
+  return {vertex.x, vertex.y, vertex.z};
+}
+Place PlaceOf(const GRepFineVertex& vertex) {
+  return {vertex.x, vertex.y, vertex.z};
+}
+
+// The reference of a vertex is 0 for a new place; else it says how far its place is, in order of first use,
+// from that of the vertex before.
+template <typename Vertex>
+std::uint32_t WriteVertices(const std::vector<Vertex>& vertices, ByteWriter& out) {
+  std::unordered_map<Place, std::uint32_t, PlaceHash> known;
+  known.reserve(vertices.size());
+  std::vector<bool> isNew(vertices.size());
+  std::uint32_t before = 0;
+  for (std::size_t i = 0; i < vertices.size(); ++i) {
+    const auto [entry, inserted] =
+        known.emplace(PlaceOf(vertices[i]), static_cast<std::uint32_t>(known.size()));
+    isNew[i] = inserted;
+    out.Number(inserted ? 0 : ZigZag(entry->second - before) + 1);
+    before = entry->second;
+  }
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    std::uint32_t last = 0;
+    for (std::size_t i = 0; i < vertices.size(); ++i) {
+      const std::uint32_t value = PlaceOf(vertices[i])[axis];
+      if (isNew[i]) out.Number(ZigZag(value - last));
+      last = value;
+    }
+  }
+  for (const Vertex& vertex : vertices)
+    for (std::int8_t n : {vertex.nx, vertex.ny})
+      out.Fixed(static_cast<std::uint8_t>(n), 1);
+  return static_cast<std::uint32_t>(known.size());
+}
+
+template <typename Vertex>
+const char* ReadVertices(ByteReader& in, std::size_t placeCount, std::vector<Vertex>& vertices) {
+  constexpr std::uint32_t kNew = 0xFFFFFFFFu;
+  std::vector<std::uint32_t> references(vertices.size());
+  std::uint32_t known = 0, before = 0;
+  for (std::uint32_t& reference : references) {
+    const std::uint32_t code = in.Number();
+    if (code == 0) {
+      reference = kNew;
+      before = known++;
+    } else {
+      before += UnZigZag(code - 1);
+      if (before >= known) return "a vertex refers to a place that is not there yet";
+      reference = before;
+    }
+  }
+  if (known != placeCount) return "its number of places is wrong";
+  std::vector<Place> places(placeCount);
+  for (std::size_t axis = 0; axis < 3; ++axis) {
+    std::uint32_t last = 0, limit = sizeof(vertices[0].x) == 2 ? 0xFFFFu : 0xFFFFFFFFu;
+    std::size_t next = 0;
+    for (std::uint32_t reference : references) {
+      if (reference == kNew) {
+        last += UnZigZag(in.Number());
+        if (last > limit) return "a place lies outside the grid";
+        places[next++][axis] = last;
+      } else {
+        last = places[reference][axis];
+      }
+    }
+  }
+  std::size_t next = 0;
+  for (std::size_t i = 0; i < vertices.size(); ++i) {
+    using Coordinate = decltype(vertices[i].x);
+    const Place& place = places[references[i] == kNew ? next++ : references[i]];
+    const std::uint64_t normal = in.Fixed(2);
+    vertices[i] = Vertex{};
+    vertices[i].x = static_cast<Coordinate>(place[0]);
+    vertices[i].y = static_cast<Coordinate>(place[1]);
+    vertices[i].z = static_cast<Coordinate>(place[2]);
+    vertices[i].nx = static_cast<std::int8_t>(normal & 0xFF);
+    vertices[i].ny = static_cast<std::int8_t>(normal >> 8);
+  }
+  return nullptr;
+}
+
+// The triangles of one face as strips: the number of corners of the strip, then each corner as the difference
+// to the corner two before it. Corners k, k+1, k+2 of a strip are a triangle, the first two swapped when k is
+// odd; a strip turns by repeating a corner, which makes a triangle that has two equal corners and is left
+// out.
+class StripWriter {
+ public:
+  explicit StripWriter(ByteWriter& out) : out_(out) {}
+
+  // False when a triangle has two equal corners: strips cannot hold it.
+  bool Face(const std::uint32_t* corners, std::size_t count, std::uint32_t firstVertex) {
+    std::uint32_t beforeLast = 0, last = 0;
+    const std::uint32_t* const end = corners + count;
+    while (corners != end) {
+      strip_.assign(corners, corners + 2);
+      for (bool more = true; more; corners += 3) {
+        const std::uint32_t corner = corners[2];
+        if (corners[0] == corners[1] || corners[1] == corner || corner == corners[0]) return false;
+        const std::uint32_t x = strip_[strip_.size() - 2], p = strip_.back();
+        const std::uint32_t* const next = corners + 3;
+        const bool odd = strip_.size() % 2 == 0;  // as the next triangle will be, if the strip does not turn
+        more = next != end;
+        if (more && !Continues(next, p, corner, !odd)) {
+          more = Continues(next, x, corner, odd);
+          if (more) strip_.push_back(x);
+        }
+        strip_.push_back(corner);
+      }
+      out_.Number(static_cast<std::uint32_t>(strip_.size()));
+      for (std::uint32_t corner : strip_) {
+        out_.Number(ZigZag(corner - firstVertex - beforeLast));
+        beforeLast = last;
+        last = corner - firstVertex;
+      }
+    }
+    return true;
+  }
+
+ private:
+  static bool Continues(const std::uint32_t* triangle, std::uint32_t a, std::uint32_t b, bool even) {
+    return triangle[even ? 0 : 1] == a && triangle[even ? 1 : 0] == b;
+  }
+
+  ByteWriter& out_;
+  std::vector<std::uint32_t> strip_;
+};
+
+const char* ReadStrips(ByteReader& in, const GRepFace& face, std::uint32_t* corners) {
+  std::uint32_t beforeLast = 0, last = 0;
+  const std::uint32_t* const end = corners + face.indexCount;
+  while (corners != end) {
+    const std::uint32_t length = in.Number();
+    if (length < 3) return "a strip has no triangle";
+    for (std::uint32_t k = 0; k < length; ++k) {
+      const std::uint32_t corner = beforeLast + UnZigZag(in.Number());
+      if (in.Failed()) return "its strips are cut short";
+      if (corner >= face.vertexCount) return "a triangle uses a vertex that its face does not have";
+      if (k >= 2 && corner != last && corner != beforeLast && last != beforeLast) {
+        if (corners == end) return "a face has more triangles than it should";
+        corners[k % 2] = face.firstVertex + beforeLast;
+        corners[1 - k % 2] = face.firstVertex + last;
+        corners[2] = face.firstVertex + corner;
+        corners += 3;
+      }
+      beforeLast = last;
+      last = corner;
+    }
+  }
+  return nullptr;
+}
+
+struct Counts {
+  std::uint32_t vertices, places, corners, faces, points, edges;
+};
+
+const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, GRepMesh& mesh) {
+  mesh.faces.resize(counts.faces);
+  std::uint64_t vertexEnd = 0, indexEnd = 0;
+  for (GRepFace& face : mesh.faces) {
+    face.firstVertex = static_cast<std::uint32_t>(vertexEnd);
+    face.firstIndex = static_cast<std::uint32_t>(indexEnd);
+    face.vertexCount = in.Number();
+    const std::uint64_t corners = std::uint64_t{3} * in.Number();
+    vertexEnd += face.vertexCount;
+    indexEnd += corners;
+    if (vertexEnd > counts.vertices || indexEnd > counts.corners) return "its faces need more than it has";
+    face.indexCount = static_cast<std::uint32_t>(corners);
+  }
+  if (indexEnd != counts.corners) return "its faces do not use all triangles";
+
+  mesh.edges.resize(counts.edges);
+  indexEnd = 0;
+  for (GRepEdge& edge : mesh.edges) {
+    edge.firstIndex = static_cast<std::uint32_t>(indexEnd);
+    edge.indexCount = in.Number();
+    indexEnd += edge.indexCount;
+    if (indexEnd > counts.points || edge.indexCount == 1) return "its edges need more points than it has";
+  }
+  if (indexEnd != counts.points) return "its edges do not use all points";
+
+  const char* reason;
+  if (fine) {
+    mesh.fineVertices.resize(counts.vertices);
+    reason = ReadVertices(in, counts.places, mesh.fineVertices);
+  } else {
+    mesh.vertices.resize(counts.vertices);
+    reason = ReadVertices(in, counts.places, mesh.vertices);
+  }
+  if (reason != nullptr) return reason;
+
+  mesh.triangles.resize(counts.corners);
+  for (const GRepFace& face : mesh.faces)
+    if ((reason = ReadStrips(in, face, mesh.triangles.data() + face.firstIndex)) != nullptr) return reason;
+
+  mesh.polylines.resize(counts.points);
+  std::uint32_t last = 0;
+  for (std::uint32_t& point : mesh.polylines) {
+    point = last += UnZigZag(in.Number());
+    if (point >= counts.vertices) return "a polyline uses a vertex that is not there";
+  }
+  if (in.Failed()) return "its payload is cut short or holds a number that is too long";
+  if (!in.AtEnd()) return "its payload has bytes left over";
+  return nullptr;
+}
+
 }  // namespace
 
 bool WriteGRepRecord(const GRepMesh& mesh, std::ostream& stream) {
-  const bool fine = !mesh.fineVertices.empty();
+  for (std::size_t count : {mesh.vertices.size(), mesh.fineVertices.size(), mesh.triangles.size(),
+                            mesh.faces.size(), mesh.polylines.size(), mesh.edges.size()})
+    if (count > kMaxMeshElements) return false;
+
   ByteWriter payload;
   for (const GRepFace& face : mesh.faces) {
-    payload.Integer(face.vertexCount, 4);
-    payload.Integer(face.indexCount, 4);
+    payload.Number(face.vertexCount);
+    payload.Number(face.indexCount / 3);
   }
   for (const GRepEdge& edge : mesh.edges)
-    payload.Integer(edge.indexCount, 4);
-  for (const GRepVertex& v : mesh.vertices) {
-    for (std::uint64_t place : {v.x, v.y, v.z})
-      payload.Integer(place, 2);
-    for (std::int8_t n : {v.nx, v.ny})
-      payload.Integer(static_cast<std::uint8_t>(n), 1);
+    payload.Number(edge.indexCount);
+  const bool fine = !mesh.fineVertices.empty();
+  const std::uint32_t places =
+      fine ? WriteVertices(mesh.fineVertices, payload) : WriteVertices(mesh.vertices, payload);
+  StripWriter strips(payload);
+  for (const GRepFace& face : mesh.faces)
+    if (!strips.Face(mesh.triangles.data() + face.firstIndex, face.indexCount, face.firstVertex))
+      return false;
+  std::uint32_t last = 0;
+  for (std::uint32_t point : mesh.polylines) {
+    payload.Number(ZigZag(point - last));
+    last = point;
   }
-  for (const GRepFineVertex& v : mesh.fineVertices) {
-    for (std::uint64_t place : {v.x, v.y, v.z})
-      payload.Integer(place, 4);
-    for (std::int8_t n : {v.nx, v.ny})
-      payload.Integer(static_cast<std::uint8_t>(n), 1);
-  }
-  for (std::uint32_t index : mesh.triangles)
-    payload.Integer(index, 4);
-  for (std::uint32_t index : mesh.polylines)
-    payload.Integer(index, 4);
+  if (payload.Data().size() > kMaxMeshElements) return false;
 
   ByteWriter header;
-  header.Data().append(kMagic, sizeof kMagic);
-  header.Integer(kVersion, 4);
-  header.Integer(payload.Data().size(), 4);
-  header.Integer(static_cast<std::uint64_t>(mesh.box.GetState()), 1);
-  header.Integer(fine ? 1 : 0, 3);
+  for (char c : kMagic)
+    header.Fixed(static_cast<unsigned char>(c), 1);
+  header.Fixed(kVersion, 2);
+  header.Fixed(fine ? kFlagFine : 0, 1);
+  header.Fixed(static_cast<std::uint64_t>(mesh.box.GetState()), 1);
+  for (std::size_t count :
+       {payload.Data().size(), mesh.GetVertexCount(), std::size_t{places}, mesh.GetTriangleCount(),
+        mesh.faces.size(), mesh.polylines.size(), mesh.edges.size()})
+    header.Fixed(count, 4);
   const bool finite = mesh.box.IsFinite();
   for (int axis = 0; axis < 3; ++axis)
     header.Real(finite ? mesh.box.GetMin()[axis] : 0.0);
   for (int axis = 0; axis < 3; ++axis)
     header.Real(finite ? mesh.box.GetMax()[axis] : 0.0);
+  for (int axis = 0; axis < 3; ++axis)
+    header.Real(mesh.gridOrigin[axis]);
+  header.Real(mesh.gridStep);
   header.Real(mesh.linearDeflection);
   header.Real(mesh.angularDeflection);
-  for (std::size_t count : {mesh.GetVertexCount(), mesh.triangles.size(), mesh.faces.size(),
-                            mesh.polylines.size(), mesh.edges.size()}) {
-    if (count > kMaxMeshElements) return false;
-    header.Integer(count, 4);
-  }
-  header.Integer(0, 4);
+
   stream.write(header.Data().data(), static_cast<std::streamsize>(header.Data().size()));
   stream.write(payload.Data().data(), static_cast<std::streamsize>(payload.Data().size()));
   return stream.good();
@@ -127,89 +396,52 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
   std::string bytes;
   if (!ReadBytes(stream, kHeaderBytes, bytes)) return "it ends inside the header";
   if (std::memcmp(bytes.data(), kMagic, sizeof kMagic) != 0) return "it does not begin with GRep";
-  ByteReader header(bytes.data() + sizeof kMagic);
-  if (header.U32() != kVersion) return "its version is unknown";
+  ByteReader header(bytes, sizeof kMagic);
+  if (header.Fixed(2) != kVersion) return "its version is unknown";
+  const std::uint64_t flags = header.Fixed(1), state = header.Fixed(1);
+  if (flags > kFlagFine || state > AABoxT<double>::kInfinite) return "its flags are unknown";
   const std::uint32_t payloadBytes = header.U32();
-  const std::uint64_t state = header.Integer(1);
-  const std::uint64_t fine = header.Integer(3);
-  if (state > AABoxT<double>::kInfinite || fine > 1) return "its flags are unknown";
-  glm::dvec3 low, high;
+  Counts counts;
+  counts.vertices = header.U32();
+  counts.places = header.U32();
+  const std::uint32_t triangles = header.U32();
+  counts.faces = header.U32();
+  counts.points = header.U32();
+  counts.edges = header.U32();
+  double reals[12];
+  for (double& real : reals)
+    real = header.Real();
+  const double* const low = reals;
+  const double* const high = reals + 3;
+  const double* const origin = reals + 6;
+  const double step = reals[9], linear = reals[10], angular = reals[11];
+  for (int i = 0; i < 9; ++i)
+    if (!(std::abs(reals[i]) <= kMaxMeshCoordinate)) return "a coordinate of its box or grid is no number";
   for (int axis = 0; axis < 3; ++axis)
-    low[axis] = header.Real();
-  for (int axis = 0; axis < 3; ++axis)
-    high[axis] = header.Real();
-  for (int axis = 0; axis < 3; ++axis)
-    if (!(std::abs(low[axis]) <= kMaxMeshCoordinate && std::abs(high[axis]) <= kMaxMeshCoordinate &&
-          low[axis] <= high[axis]))
-      return "its box is not a box";
-  mesh = GRepMesh();
-  if (state == AABoxT<double>::kFinite) mesh.box.SetCorners(low, high);
-  if (state == AABoxT<double>::kInfinite) mesh.box.SetInfinite();
-  mesh.linearDeflection = header.Real();
-  mesh.angularDeflection = header.Real();
-  if (!(mesh.linearDeflection >= 0.0 && mesh.linearDeflection <= kMaxMeshCoordinate))
-    return "its deflection is wrong";
-  if (!(mesh.angularDeflection >= 0.0 && mesh.angularDeflection <= 10.0)) return "its deflection is wrong";
-  const std::uint64_t vertices = header.U32(), triangles = header.U32(), faces = header.U32(),
-                      polylines = header.U32(), edges = header.U32();
-  if (vertices > 0 && state != AABoxT<double>::kFinite) return "it has vertices but no box";
-  if (payloadBytes != vertices * (fine ? 14 : 8) + triangles * 4 + faces * 8 + polylines * 4 + edges * 4)
+    if (low[axis] > high[axis]) return "its box is inverted";
+  if (!(step > 0.0 && step <= kMaxMeshCoordinate)) return "its grid has no step";
+  if (!(linear >= 0.0 && linear <= kMaxMeshCoordinate && angular >= 0.0 && angular <= kMaxMeshCoordinate))
+    return "its deflections are no numbers";
+  if (counts.vertices > 0 && state != AABoxT<double>::kFinite) return "it has vertices but no finite box";
+  // The least that each element takes: 3 bytes a vertex, 3 a new place, 1 a triangle, 2 a face, 1 a point, 1
+  // an edge.
+  const std::uint64_t least = std::uint64_t{3} * counts.vertices + std::uint64_t{3} * counts.places +
+                              triangles + std::uint64_t{2} * counts.faces + counts.points + counts.edges;
+  if (least > payloadBytes || payloadBytes > kMaxMeshElements || triangles > kMaxMeshElements / 3)
     return "its counts do not fit its size";
   if (!ReadBytes(stream, payloadBytes, bytes)) return "it ends inside the payload";
 
-  ByteReader reader(bytes.data());
-  mesh.faces.resize(faces);
-  std::uint64_t vertexEnd = 0, indexEnd = 0;
-  for (GRepFace& face : mesh.faces) {
-    face.firstVertex = static_cast<std::uint32_t>(vertexEnd);
-    face.firstIndex = static_cast<std::uint32_t>(indexEnd);
-    face.vertexCount = reader.U32();
-    face.indexCount = reader.U32();
-    vertexEnd += face.vertexCount;
-    indexEnd += face.indexCount;
-    if (face.indexCount % 3 != 0 || vertexEnd > vertices || indexEnd > triangles)
-      return "its face ranges are wrong";
-  }
-  if (indexEnd != triangles) return "its face ranges are wrong";
-  mesh.edges.resize(edges);
-  indexEnd = 0;
-  for (GRepEdge& edge : mesh.edges) {
-    edge.firstIndex = static_cast<std::uint32_t>(indexEnd);
-    edge.indexCount = reader.U32();
-    indexEnd += edge.indexCount;
-    if (indexEnd > polylines) return "its edge ranges are wrong";
-  }
-  if (indexEnd != polylines) return "its edge ranges are wrong";
-  if (fine) {
-    mesh.fineVertices.resize(vertices);
-    for (GRepFineVertex& v : mesh.fineVertices) {
-      for (std::uint32_t* place : {&v.x, &v.y, &v.z})
-        *place = reader.U32();
-      for (std::int8_t* n : {&v.nx, &v.ny})
-        *n = static_cast<std::int8_t>(reader.Integer(1));
-      v.unused = 0;
-    }
-  } else {
-    mesh.vertices.resize(vertices);
-    for (GRepVertex& v : mesh.vertices) {
-      for (std::uint16_t* place : {&v.x, &v.y, &v.z})
-        *place = static_cast<std::uint16_t>(reader.Integer(2));
-      for (std::int8_t* n : {&v.nx, &v.ny})
-        *n = static_cast<std::int8_t>(reader.Integer(1));
-    }
-  }
-  mesh.triangles.resize(triangles);
-  for (const GRepFace& face : mesh.faces)
-    for (std::uint32_t i = 0; i < face.indexCount; ++i) {
-      const std::uint32_t index = reader.U32();
-      if (index < face.firstVertex || index - face.firstVertex >= face.vertexCount)
-        return "a triangle uses a vertex of another face";
-      mesh.triangles[face.firstIndex + i] = index;
-    }
-  mesh.polylines.resize(polylines);
-  for (std::uint32_t& index : mesh.polylines)
-    if ((index = reader.U32()) >= vertices) return "a polyline uses a vertex that does not exist";
-  return nullptr;
+  mesh = GRepMesh();
+  if (state == AABoxT<double>::kFinite)
+    mesh.box.SetCorners({low[0], low[1], low[2]}, {high[0], high[1], high[2]});
+  if (state == AABoxT<double>::kInfinite) mesh.box.SetInfinite();
+  mesh.gridOrigin = {origin[0], origin[1], origin[2]};
+  mesh.gridStep = step;
+  mesh.linearDeflection = linear;
+  mesh.angularDeflection = angular;
+  counts.corners = triangles * 3;
+  ByteReader payload(bytes, 0);
+  return ReadPayload(payload, counts, (flags & kFlagFine) != 0, mesh);
 }
 
 }  // namespace mirel

@@ -2,18 +2,17 @@
 
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
 
 #include <BRepAdaptor_Curve.hxx>
 #include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_Copy.hxx>
-#include <BRepMesh_IncrementalMesh.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <GCPnts_TangentialDeflection.hxx>
 #include <GeomAdaptor_Surface.hxx>
 #include <GeomLib.hxx>
 #include <Geom_Surface.hxx>
-#include <IMeshTools_Parameters.hxx>
 #include <Poly_Polygon3D.hxx>
 #include <Poly_PolygonOnTriangulation.hxx>
 #include <Poly_Triangulation.hxx>
@@ -75,6 +74,21 @@ std::array<std::int8_t, 2> EncodeNormal(const gp_XYZ& n) {
   return {static_cast<std::int8_t>(std::lround(a * 127.0)), static_cast<std::int8_t>(std::lround(b * 127.0))};
 }
 
+// The largest of 1, 2 and 5 times a power of ten that is not above `value`. Designers like round numbers: on
+// a grid of such steps equal features stay equal wherever they are in the body, which makes records small.
+double RoundDown(double value) {
+  int exponent = static_cast<int>(std::floor(std::log10(value)));
+  exponent = std::clamp(exponent, -20, 20);
+  double power = 1.0;
+  for (int i = 0; i < std::abs(exponent); ++i)
+    power *= 10.0;  // exact up to 1e22
+  for (double digit : {5.0, 2.0}) {
+    const double candidate = exponent < 0 ? digit / power : digit * power;
+    if (candidate <= value) return candidate;
+  }
+  return exponent < 0 ? 1.0 / power : power;
+}
+
 // Collects the mesh in full precision; the grid is known only at the end.
 class Builder {
  public:
@@ -133,10 +147,9 @@ class Builder {
     mesh_.linearDeflection = deflection_;
 
     // A vertex moves by half a cell's diagonal at most when it goes to the grid; the mesher gets what is
-    // left. A placement turns the box, and a turned box may be longer on an axis but not across.
-    double error = diagonal / 65535.0 * std::sqrt(3.0) / 2.0;
-    fine_ = error > deflection_ * kMaxGridShare;
-    if (fine_) error /= 65537.0;
+    // left.
+    const double error = deflection_ * kMaxGridShare;
+    mesh_.gridStep = RoundDown(error * 2.0 / std::sqrt(3.0));
     meshDeflection_ = (deflection_ - error) / scale;
     return true;
   }
@@ -156,8 +169,7 @@ class Builder {
     IMeshTools_Parameters parameters;
     parameters.Deflection = meshDeflection_;
     parameters.Angle = kAngularDeflection;
-    Guarded("Mesh of a body with faces", faces_.Extent(),
-            [&] { BRepMesh_IncrementalMesh mesher(copy, parameters); });
+    Guarded("Mesh of a body with faces", faces_.Extent(), [&] { MeshFaces(copy, parameters); });
     return true;
   }
 
@@ -167,7 +179,6 @@ class Builder {
   }
 
   std::uint32_t AddVertex(const gp_Pnt& placed, const gp_XYZ& normal) {
-    mesh_.box.Extend(glm::dvec3(placed.X(), placed.Y(), placed.Z()));
     positions_.push_back(placed.XYZ());
     normals_.push_back(EncodeNormal(normal));
     return static_cast<std::uint32_t>(positions_.size() - 1);
@@ -205,6 +216,7 @@ class Builder {
       }
       return known;
     };
+    if (withEdges_) AddStrips(face, drawnOnly ? originalEdges_ : edges_, triangles, vertex);
     for (int i = 1; i <= triangles->NbTriangles(); ++i) {
       int a, b, c;
       triangles->Triangle(i).Get(a, b, c);
@@ -213,7 +225,6 @@ class Builder {
       for (int node : {a, b, c})
         mesh_.triangles.push_back(vertex(node));
     }
-    if (withEdges_) AddStrips(face, drawnOnly ? originalEdges_ : edges_, triangles, vertex);
     range.indexCount = static_cast<std::uint32_t>(mesh_.triangles.size()) - range.firstIndex;
     range.vertexCount = static_cast<std::uint32_t>(positions_.size()) - range.firstVertex;
   }
@@ -226,15 +237,17 @@ class Builder {
       const TopoDS_Edge& edge = TopoDS::Edge(explorer.Current());
       const int index = edges.FindIndex(edge);
       if (index == 0 || BRep_Tool::Degenerated(edge)) continue;
-      std::vector<std::uint32_t>& strip = Strip(index);
-      if (!strip.empty()) continue;
-      TopLoc_Location location;
       const Handle(Poly_PolygonOnTriangulation) polygon =
           BRep_Tool::PolygonOnTriangulation(edge, triangles, face.Location());
       if (polygon.IsNull()) continue;
-      for (int i = 1; i <= polygon->NbNodes(); ++i) {
-        const int node = polygon->Node(i);
-        if (node >= 1 && node <= triangles->NbNodes()) strip.push_back(vertex(node));
+      std::vector<std::uint32_t>& strip = Strip(index);
+      const bool drawn = !strip.empty();
+      const int count = polygon->NbNodes();
+      for (int i = 1; i <= count; ++i) {
+        const int node = polygon->Node(edge.Orientation() == TopAbs_REVERSED && drawn ? count + 1 - i : i);
+        if (node < 1 || node > triangles->NbNodes()) continue;
+        const std::uint32_t v = vertex(node);
+        if (!drawn) strip.push_back(v);
       }
     }
   }
@@ -321,8 +334,27 @@ class Builder {
   }
 
   // Puts triangles and vertices of each face into an order that a graphics card and the record's packing
-  // like.
+  // Orders the triangles of each face as strips, which suits graphics cards and the record alike.
   void LayOut() {
+    std::uint32_t nextVertex = 0, nextIndex = 0;
+    for (GRepFace& face : mesh_.faces) {
+      if (face.indexCount == 0 && face.vertexCount == 0) face = {nextIndex, 0, nextVertex, 0};
+      nextVertex = face.firstVertex + face.vertexCount;
+      nextIndex = face.firstIndex + face.indexCount;
+      if (face.indexCount == 0) continue;
+      std::uint32_t* const corners = mesh_.triangles.data() + face.firstIndex;
+      std::vector<std::uint32_t> list(corners, corners + face.indexCount);
+      for (std::uint32_t& corner : list)
+        corner -= face.firstVertex;
+      meshopt_optimizeVertexCacheStrip(list.data(), list.data(), list.size(), face.vertexCount);
+      std::vector<std::uint32_t> strip(meshopt_stripifyBound(list.size()));
+      strip.resize(meshopt_stripify(strip.data(), list.data(), list.size(), face.vertexCount, kUnused));
+      list.resize(meshopt_unstripifyBound(strip.size()));
+      list.resize(meshopt_unstripify(list.data(), strip.data(), strip.size(), kUnused));
+      if (list.size() != face.indexCount) continue;  // it would leave something out
+      for (std::size_t i = 0; i < list.size(); ++i)
+        corners[i] = list[i] + face.firstVertex;
+    }
     if (strips_.empty()) strips_.resize(mesh_.edges.size());
     for (std::size_t i = 0; i < mesh_.edges.size(); ++i) {
       std::vector<std::uint32_t>& strip = strips_[i];
@@ -335,38 +367,43 @@ class Builder {
 
   void Quantise() {
     const std::size_t count = positions_.size();
-    if (fine_)
+    if (count == 0) return;
+    gp_XYZ low = positions_[0], high = low;
+    for (const gp_XYZ& position : positions_)
+      for (int axis = 1; axis <= 3; ++axis) {
+        low.SetCoord(axis, std::min(low.Coord(axis), position.Coord(axis)));
+        high.SetCoord(axis, std::max(high.Coord(axis), position.Coord(axis)));
+      }
+    const double step = mesh_.gridStep;
+    bool fine = false;
+    for (int axis = 0; axis < 3; ++axis) {
+      mesh_.gridOrigin[axis] = std::floor(low.Coord(axis + 1) / step) * step;
+      fine = fine || (high.Coord(axis + 1) - mesh_.gridOrigin[axis]) / step > 65534.0;
+    }
+    if (fine)
       mesh_.fineVertices.resize(count);
     else
       mesh_.vertices.resize(count);
-    if (count == 0) return;
-    const glm::dvec3 low = mesh_.box.GetMin();
-    const glm::dvec3 step = mesh_.GetGridStep();
-    const double last = fine_ ? 4294967295.0 : 65535.0;
     for (std::size_t i = 0; i < count; ++i) {
-      double place[3];
+      std::uint32_t place[3];
       for (int axis = 0; axis < 3; ++axis) {
-        const double offset = positions_[i].Coord(axis + 1) - low[axis];
-        place[axis] = step[axis] > 0.0 ? std::min(std::round(offset / step[axis]), last) : 0.0;
+        const double offset = (positions_[i].Coord(axis + 1) - mesh_.gridOrigin[axis]) / step;
+        place[axis] = static_cast<std::uint32_t>(std::max(0.0, std::round(offset)));
       }
       const auto [nx, ny] = normals_[i];
-      if (fine_)
-        mesh_.fineVertices[i] = {static_cast<std::uint32_t>(place[0]),
-                                 static_cast<std::uint32_t>(place[1]),
-                                 static_cast<std::uint32_t>(place[2]),
-                                 nx,
-                                 ny,
-                                 0};
+      if (fine)
+        mesh_.fineVertices[i] = {place[0], place[1], place[2], nx, ny, 0};
       else
         mesh_.vertices[i] = {static_cast<std::uint16_t>(place[0]), static_cast<std::uint16_t>(place[1]),
                              static_cast<std::uint16_t>(place[2]), nx, ny};
     }
+    for (std::size_t i = 0; i < count; ++i)
+      mesh_.box.Extend(mesh_.GetPosition(i));
   }
 
   gp_Trsf placement_;
   double deflection_;
   double meshDeflection_ = 0.0;
-  bool fine_ = false;
   bool withEdges_;
 
   // The body, and the copy that is meshed; the same faces and edges in the same order.

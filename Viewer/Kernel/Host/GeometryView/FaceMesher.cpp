@@ -1,0 +1,147 @@
+#include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
+
+#include <BRepMesh_Context.hxx>
+#include <BRepMesh_DelabellaMeshAlgoFactory.hxx>
+#include <BRepMesh_FaceDiscret.hxx>
+#include <BRepMesh_IncrementalMesh.hxx>
+#include <BRepMesh_MeshAlgoFactory.hxx>
+#include <BRepMesh_ShapeTool.hxx>
+#include <BRep_Tool.hxx>
+#include <IMeshData_Edge.hxx>
+#include <IMeshData_Face.hxx>
+#include <IMeshData_PCurve.hxx>
+#include <IMeshData_Wire.hxx>
+#include <Poly_Triangulation.hxx>
+#include <TopoDS_Face.hxx>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <vector>
+
+namespace mirel {
+namespace {
+
+// The share of a face's area that triangles of the wrong orientation may have: rounding turns slivers over.
+constexpr double kMaxTurnedShare = 1e-9;
+
+// A set of directed segments between nodes in which opposite segments cancel each other.
+class Chain {
+ public:
+  void Add(int from, int to, int count) {
+    if (from == to) return;
+    if (from > to) {
+      std::swap(from, to);
+      count = -count;
+    }
+    segments_.push_back({static_cast<std::uint64_t>(from) << 32 | static_cast<std::uint32_t>(to), count});
+  }
+
+  bool IsZero() {
+    std::sort(segments_.begin(), segments_.end(),
+              [](const Segment& a, const Segment& b) { return a.ends < b.ends; });
+    for (std::size_t i = 0; i < segments_.size();) {
+      int sum = 0;
+      const std::uint64_t ends = segments_[i].ends;
+      for (; i < segments_.size() && segments_[i].ends == ends; ++i)
+        sum += segments_[i].count;
+      if (sum != 0) return false;
+    }
+    return true;
+  }
+
+ private:
+  struct Segment {
+    std::uint64_t ends;
+    int count;
+  };
+  std::vector<Segment> segments_;
+};
+
+double TurnedShare(const Poly_Triangulation& triangles) {
+  double area = 0.0, turned = 0.0;
+  for (int i = 1; i <= triangles.NbTriangles(); ++i) {
+    int a, b, c;
+    triangles.Triangle(i).Get(a, b, c);
+    const gp_XY origin = triangles.UVNode(a).XY();
+    const double signedArea = (triangles.UVNode(b).XY() - origin) ^ (triangles.UVNode(c).XY() - origin);
+    area += std::abs(signedArea);
+    if (signedArea < 0.0) turned -= signedArea;
+  }
+  return area > 0.0 ? turned / area : 1.0;
+}
+
+// Whether the triangles of a face tile the inside of its boundary loops.
+bool IsProperTiling(const IMeshData::IFaceHandle& face) {
+  TopLoc_Location location;
+  const Handle(Poly_Triangulation) triangles = BRep_Tool::Triangulation(face->GetFace(), location);
+  if (triangles.IsNull() || !triangles->HasUVNodes()) return false;
+  Chain chain;
+  for (int i = 1; i <= triangles->NbTriangles(); ++i) {
+    int a, b, c;
+    triangles->Triangle(i).Get(a, b, c);
+    chain.Add(a, b, 1);
+    chain.Add(b, c, 1);
+    chain.Add(c, a, 1);
+  }
+  for (int w = 0; w < face->WiresNb(); ++w) {
+    const IMeshData::IWireHandle& wire = face->GetWire(w);
+    if (wire->IsSet(IMeshData_SelfIntersectingWire)) return false;
+    for (int e = 0; e < wire->EdgesNb(); ++e) {
+      const TopAbs_Orientation orientation = wire->GetEdgeOrientation(e);
+      if (orientation != TopAbs_FORWARD && orientation != TopAbs_REVERSED) continue;
+      const IMeshData::IPCurveHandle& curve = wire->GetEdge(e)->GetPCurve(face.get(), orientation);
+      const int direction = orientation == TopAbs_FORWARD ? 1 : -1;
+      for (int i = 1; i < curve->ParametersNb(); ++i)
+        chain.Add(curve->GetIndex(i - 1), curve->GetIndex(i), -direction);
+    }
+  }
+  return chain.IsZero() && TurnedShare(*triangles) <= kMaxTurnedShare;
+}
+
+// Meshes one face with the fast algorithm, and again with the thorough one if the proof fails.
+class CheckedAlgo : public IMeshTools_MeshAlgo {
+ public:
+  CheckedAlgo(const Handle(IMeshTools_MeshAlgo) & fast, const Handle(IMeshTools_MeshAlgo) & thorough)
+      : fast_(fast), thorough_(thorough) {}
+
+  void Perform(const IMeshData::IFaceHandle& face, const IMeshTools_Parameters& parameters,
+               const Message_ProgressRange& range) override {
+    const double deflection = face->GetDeflection();
+    fast_->Perform(face, parameters, range);
+    if (IsProperTiling(face)) return;
+    // The first run has left the deviation that it reached in place of the one that was asked for.
+    face->SetDeflection(deflection);
+    face->UnsetStatus(IMeshData_Failure);
+    BRepMesh_ShapeTool::NullifyFace(face->GetFace());
+    thorough_->Perform(face, parameters, range);
+  }
+
+ private:
+  Handle(IMeshTools_MeshAlgo) fast_, thorough_;
+};
+
+class CheckedAlgoFactory : public IMeshTools_MeshAlgoFactory {
+ public:
+  Handle(IMeshTools_MeshAlgo)
+      GetAlgo(const GeomAbs_SurfaceType surface, const IMeshTools_Parameters& parameters) const override {
+    return new CheckedAlgo(fast_->GetAlgo(surface, parameters), thorough_->GetAlgo(surface, parameters));
+  }
+
+ private:
+  Handle(IMeshTools_MeshAlgoFactory) fast_ = new BRepMesh_DelabellaMeshAlgoFactory;
+  Handle(IMeshTools_MeshAlgoFactory) thorough_ = new BRepMesh_MeshAlgoFactory;
+};
+
+}  // namespace
+
+void MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters) {
+  Handle(BRepMesh_Context) context = new BRepMesh_Context(IMeshTools_MeshAlgoType_Watson);
+  context->SetFaceDiscret(new BRepMesh_FaceDiscret(new CheckedAlgoFactory));
+  BRepMesh_IncrementalMesh mesher;
+  mesher.SetShape(body);
+  mesher.ChangeParameters() = parameters;
+  mesher.Perform(context);
+}
+
+}  // namespace mirel
