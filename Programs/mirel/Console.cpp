@@ -1,0 +1,70 @@
+#include <Programs/mirel/Console.h>
+
+#include <Programs/mirel/Text/Utf8.h>
+
+#include <cstdio>
+
+#if defined(_WIN32)
+#include <io.h>
+#else
+#include <unistd.h>
+#endif
+
+namespace mirel {
+
+namespace {
+
+bool ErrorIsTerminal() {
+#if defined(_WIN32)
+  return _isatty(_fileno(stderr)) != 0;
+#else
+  return isatty(fileno(stderr)) != 0;
+#endif
+}
+
+}  // namespace
+
+Console::Console(const Options& options) : options_(options) {}
+
+bool Console::Data(std::string_view text) {
+  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  return std::fflush(stdout) == 0 && written;
+}
+
+void Console::Print(const std::string& line) {
+  if (bar_ != nullptr) {
+    bar_->Clear();
+  }
+  std::fputs((line + "\n").c_str(), stderr);
+}
+
+void Console::Error(const std::string& file, const std::string& reason) {
+  Print(file.empty() ? "mirel: " + reason : "mirel: " + Utf8::Printable(file) + ": " + reason);
+}
+
+void Console::ErrorDetail(const std::string& text) {
+  Print("    " + text);
+}
+
+void Console::Note(const std::string& text) {
+  if (!options_.quiet) {
+    Print(text);
+  }
+}
+
+void Console::Detail(const std::string& text) {
+  if (options_.verbose) {
+    Print(text);
+  }
+}
+
+Console::Progress::Progress(Console& console)
+    : console_(console), bar_(!console.options_.quiet && ErrorIsTerminal()) {
+  console_.bar_ = &bar_;
+}
+
+Console::Progress::~Progress() {
+  console_.bar_ = nullptr;
+}
+
+}  // namespace mirel

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <Programs/mirel/ProgressBar.h>
+
+#include <string>
+#include <string_view>
+
+namespace mirel {
+
+/// Where the program speaks: data on stdout, everything else on stderr.
+///
+/// Text that comes from files is made safe for a terminal by the caller (`Utf8::Printable`), except that
+/// `Error` does so itself for the name of the file.
+///
+/// Thread safety: messages may come from any thread.
+class Console {
+ public:
+  /// How much is said.
+  struct Options {
+    bool quiet = false;    ///< no notes and no progress; errors are still printed
+    bool verbose = false;  ///< details too: notices, and where in the source a failure arose
+  };
+
+  explicit Console(const Options& options);
+
+  bool IsQuiet() const { return options_.quiet; }
+  bool IsVerbose() const { return options_.verbose; }
+
+  /// The result of a verb. False when stdout took not all of it (a full disk, a reader that went away).
+  bool Data(std::string_view text);
+
+  /// "mirel: FILE: reason"; without a file "mirel: reason". Always printed.
+  void Error(const std::string& file, const std::string& reason);
+
+  /// A line that belongs to the error before it.
+  void ErrorDetail(const std::string& text);
+
+  /// A message that the user may do without; not under --quiet.
+  void Note(const std::string& text);
+
+  /// A message for someone who looks for a cause; only under --verbose.
+  void Detail(const std::string& text);
+
+  /// A progress line on stderr while the guard lives; at most one at a time. Shown when stderr is a terminal
+  /// and the program is not to be quiet.
+  class Progress {
+   public:
+    explicit Progress(Console& console);
+    ~Progress();
+    Progress(const Progress&) = delete;
+    Progress& operator=(const Progress&) = delete;
+    ProgressBar& GetBar() { return bar_; }
+
+   private:
+    Console& console_;
+    ProgressBar bar_;
+  };
+
+ private:
+  void Print(const std::string& line);
+
+  Options options_;
+  ProgressBar* bar_ = nullptr;
+};
+
+}  // namespace mirel

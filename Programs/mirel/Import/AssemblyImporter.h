@@ -1,0 +1,117 @@
+#pragma once
+
+#include <Programs/mirel/Import/IdSequence.h>
+#include <Programs/mirel/Import/ImportRecord.h>
+
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+#include <TDF_LabelIntegerMap.hxx>
+#include <TDocStd_Document.hxx>
+#include <TopoDS_Shape.hxx>
+#include <XCAFDoc_ColorTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
+
+#include <glm/mat4x4.hpp>
+#include <glm/vec3.hpp>
+
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+#include <tuple>
+#include <unordered_map>
+#include <vector>
+
+namespace mirel {
+
+class InstanceItem;
+
+/// Turns the assembly in an XCAF document into a model.
+///
+/// - A root of the document becomes a top-level item: a group for an assembly, a shape for a single part.
+/// - Any other product becomes a type: a shape, or a group of instances, one for each component, with the
+/// component's
+///   name, placement and colour.
+/// - A body is stored once, unplaced, however many products and components show it.
+/// - The colour of a shape item is the one that is seen: the component's before the product's before that of
+/// the
+///   assembly around it. A product that is seen in several colours becomes several types that share one body.
+/// - The colour of a face is that of the face itself, or else of the innermost coloured part of the body
+/// around it.
+/// - Of a type that is used once, the module writes the type in place of the instance, with the instance's
+/// name. Where
+///   that would lose a name or a colour, the type is put into a group of its own which stands for the
+///   instance: it has the instance's id, name and placement, and the product below it keeps its own.
+///
+/// Ids follow from the seed and the document. Tags are not set: count the uses afterwards (`TypeUseCounter`).
+class AssemblyImporter {
+ public:
+  /// The model must be empty, and is not owned.
+  AssemblyImporter(const Handle(TDocStd_Document) & document, std::uint64_t seed, LiteModel& model);
+  ~AssemblyImporter();
+
+  AssemblyImporter(const AssemblyImporter&) = delete;
+  AssemblyImporter& operator=(const AssemblyImporter&) = delete;
+
+  /// Fills the model; call once.
+  void Import();
+
+  const ImportRecord& GetRecord() const { return record_; }
+
+ private:
+  using Color = std::optional<glm::vec3>;
+
+  struct Component {
+    std::string name;
+    glm::dmat4 transform{1.0};
+    Color color;
+    std::size_t product = 0;
+  };
+
+  struct Product {
+    std::string name;
+    Color color;
+    bool isAssembly = false;
+    bool showsParentColor = false;  // something in it has no colour and takes that of what is around it
+    std::vector<Component> components;
+    std::size_t firstComponent = 0;  // of `components` in the record
+    TopoDS_Shape shape;              // of a part
+    std::unordered_map<std::uint32_t, glm::vec3> faceColors;
+  };
+
+  struct Type {
+    std::unique_ptr<LiteModelItem> item;
+    struct Use {
+      InstanceItem* instance;
+      std::size_t component;  // in the record
+    };
+    std::vector<Use> uses;
+  };
+
+  using TypeKey = std::tuple<std::size_t, bool, float, float, float>;  // product, and colour if it has one
+
+  std::optional<std::size_t> ReadProduct(const TDF_Label& label);
+  void ReadComponents(const TDF_Label& label, Product& product);
+  void ReadFaceColors(const TDF_Label& label, Product& product);
+
+  void AddRoot(const TDF_Label& label);
+  std::unique_ptr<LiteModelItem> BuildItem(std::size_t product, const Color& shown);
+  std::unique_ptr<LiteModelItem> BuildInstance(const Component& component, std::size_t recorded,
+                                               const Color& around);
+  std::size_t BuildType(std::size_t product, const Color& shown);
+  ObjectId StoreBody(const TopoDS_Shape& shape);
+  void AddTypes();
+
+  Handle(XCAFDoc_ShapeTool) shapes_;
+  Handle(XCAFDoc_ColorTool) colors_;
+  IdSequence ids_;
+  LiteModel& model_;
+  ImportRecord record_;
+  std::vector<Product> products_;
+  TDF_LabelIntegerMap places_;  // label -> position in products_; kBeingRead while its components are read
+  std::vector<Type> types_;
+  std::map<TypeKey, std::size_t> typeOf_;
+  std::map<std::pair<const void*, int>, ObjectId> bodies_;  // by TShape and orientation
+};
+
+}  // namespace mirel

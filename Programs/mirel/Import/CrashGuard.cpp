@@ -1,0 +1,80 @@
+#include <Programs/mirel/Import/CrashGuard.h>
+
+#include <Programs/mirel/ExitCode.h>
+#include <Programs/mirel/Text/Utf8.h>
+
+#if !defined(_WIN32)
+#include <csignal>
+#include <cstdlib>
+#include <unistd.h>
+#endif
+
+namespace mirel {
+
+#if defined(_WIN32)
+
+CrashGuard::CrashGuard(const std::string&) {}
+CrashGuard::~CrashGuard() = default;
+
+#else
+
+namespace {
+
+constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
+constexpr std::size_t kSignalCount = sizeof kSignals / sizeof kSignals[0];
+constexpr std::size_t kStackBytes = 64 * 1024;
+
+// The handler may allocate nothing: all that it says is made before.
+std::string message;
+struct sigaction before[kSignalCount];
+stack_t stackBefore;
+void* handlerStack = nullptr;
+
+extern "C" void EndAfterCrash(int) {
+  const char* text = message.data();
+  std::size_t left = message.size();
+  while (left > 0) {
+    const ssize_t written = write(STDERR_FILENO, text, left);
+    if (written <= 0) {
+      break;
+    }
+    text += written;
+    left -= static_cast<std::size_t>(written);
+  }
+  _exit(static_cast<int>(ExitCode::kInputUnread));
+}
+
+}  // namespace
+
+CrashGuard::CrashGuard(const std::string& file) {
+  message =
+      "\nmirel: " + Utf8::Printable(file) + ": the file made OpenCASCADE crash; it is probably damaged\n";
+  // A crash may be an overflow of the stack, so the handler needs one of its own.
+  handlerStack = std::malloc(kStackBytes);
+  stack_t stack = {};
+  stack.ss_sp = handlerStack;
+  stack.ss_size = kStackBytes;
+  sigaltstack(&stack, &stackBefore);
+  struct sigaction action = {};
+  action.sa_handler = &EndAfterCrash;
+  action.sa_flags = SA_ONSTACK;
+  for (std::size_t i = 0; i < kSignalCount; ++i) {
+    sigaction(kSignals[i], &action, &before[i]);
+  }
+}
+
+CrashGuard::~CrashGuard() {
+  for (std::size_t i = 0; i < kSignalCount; ++i) {
+    sigaction(kSignals[i], &before[i], nullptr);
+  }
+  if ((stackBefore.ss_flags & SS_DISABLE) != 0) {
+    stackBefore = {};
+    stackBefore.ss_flags = SS_DISABLE;
+  }
+  sigaltstack(&stackBefore, nullptr);
+  std::free(handlerStack);
+}
+
+#endif
+
+}  // namespace mirel

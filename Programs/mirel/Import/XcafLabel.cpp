@@ -1,0 +1,49 @@
+#include <Programs/mirel/Import/XcafLabel.h>
+
+#include <Programs/mirel/Text/Utf8.h>
+
+#include <Quantity_ColorRGBA.hxx>
+#include <TDataStd_Name.hxx>
+#include <XCAFDoc_ColorType.hxx>
+#include <gp_Trsf.hxx>
+
+namespace mirel {
+
+std::string XcafLabel::GetName(const TDF_Label& label) {
+  Handle(TDataStd_Name) name;
+  if (!label.FindAttribute(TDataStd_Name::GetID(), name)) {
+    return std::string();
+  }
+  const TCollection_ExtendedString& text = name->Get();
+  return Utf8::FromUtf16(std::u16string_view(text.ToExtString(), static_cast<std::size_t>(text.Length())));
+}
+
+std::optional<glm::vec3> XcafLabel::GetColor(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label) {
+  for (const XCAFDoc_ColorType type : {XCAFDoc_ColorSurf, XCAFDoc_ColorGen}) {
+    Quantity_ColorRGBA color;
+    if (tool->GetColor(label, type, color)) {
+      Standard_Real red = 0.0;
+      Standard_Real green = 0.0;
+      Standard_Real blue = 0.0;
+      color.GetRGB().Values(red, green, blue, Quantity_TOC_sRGB);
+      return glm::vec3(red, green, blue);
+    }
+  }
+  return std::nullopt;
+}
+
+glm::dmat4 XcafLabel::GetMatrix(const TopLoc_Location& location) {
+  glm::dmat4 matrix(1.0);
+  if (location.IsIdentity()) {
+    return matrix;
+  }
+  const gp_Trsf transformation = location.Transformation();
+  for (int column = 0; column < 4; ++column) {
+    for (int row = 0; row < 3; ++row) {
+      matrix[column][row] = transformation.Value(row + 1, column + 1);
+    }
+  }
+  return matrix;
+}
+
+}  // namespace mirel

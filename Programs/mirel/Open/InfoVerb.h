@@ -1,0 +1,20 @@
+#pragma once
+
+#include <Programs/mirel/Verb.h>
+
+#include <string>
+
+namespace mirel {
+
+/// `mirel info FOLDER`: what a model folder holds and what opening it costs.
+class InfoVerb : public Verb {
+ public:
+  CLI::App* Declare(CLI::App& program) override;
+  ExitCode Run(Console& console) override;
+
+ private:
+  std::string folder_;
+  bool json_ = false;
+};
+
+}  // namespace mirel

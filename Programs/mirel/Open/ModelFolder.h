@@ -1,0 +1,50 @@
+#pragma once
+
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace mirel {
+
+/// A model folder read back into a model, file by file, with what each file and each stage cost. Where a
+/// viewer sees scene nodes, this sees the items, so that they can be counted.
+class ModelFolder {
+ public:
+  /// One file of the folder.
+  struct File {
+    std::string name;  ///< relative to the folder: "index.gz", "model/1.gz", "grep/1.gz"
+    std::uint64_t packedBytes = 0;
+    std::uint64_t bytes = 0;  ///< inflated
+    bool missing = false;     ///< named by the index, but not there or not readable
+  };
+
+  /// Seconds.
+  struct Times {
+    double index = 0.0;
+    double graphics = 0.0;
+    double shapes = 0.0;
+  };
+
+  /// The index file of a folder, given the folder or the index file itself.
+  static std::string FindIndex(const std::string& path);
+
+  /// Reads everything; failures are in the log. False when the index cannot be read or is rejected: the model
+  /// then holds what came before.
+  bool Load(const std::string& path);
+
+  const LiteModel& GetModel() const { return model_; }
+  LiteModel& GetModel() { return model_; }
+  const std::vector<File>& GetFiles() const { return files_; }
+  const Times& GetTimes() const { return times_; }
+
+ private:
+  LiteModel model_;
+  std::vector<File> files_;
+  Times times_;
+  unsigned int shapePackages_ = 0;
+  unsigned int grepPackages_ = 0;
+};
+
+}  // namespace mirel

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace mirel {
+
+class Console;
+class GroupSceneNode;
+
+/// Opens a model folder as a viewer does: through the scene reader that is registered for its index file.
+class SceneOpener {
+ public:
+  /// The root node, or an empty pointer after a message. `path` names the folder or its index file.
+  /// `complete` becomes false when anything could not be read; what could is under the root.
+  static std::shared_ptr<GroupSceneNode> Open(Console& console, const std::string& path, bool& complete);
+
+  /// Says why `path` cannot be a model folder; empty when it may be one.
+  static std::string Check(const std::string& path);
+};
+
+}  // namespace mirel

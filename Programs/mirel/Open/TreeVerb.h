@@ -1,0 +1,22 @@
+#pragma once
+
+#include <Programs/mirel/Verb.h>
+
+#include <cstdint>
+#include <string>
+
+namespace mirel {
+
+/// `mirel tree FOLDER`: the scene nodes that a viewer gets from a model folder.
+class TreeVerb : public Verb {
+ public:
+  CLI::App* Declare(CLI::App& program) override;
+  ExitCode Run(Console& console) override;
+
+ private:
+  std::string folder_;
+  std::uint64_t depth_ = UINT64_MAX;
+  bool json_ = false;
+};
+
+}  // namespace mirel

@@ -1,0 +1,80 @@
+#include <Programs/mirel/Program.h>
+
+#include <Programs/mirel/Console.h>
+#include <Programs/mirel/Open/InfoVerb.h>
+#include <Programs/mirel/Open/TreeVerb.h>
+#include <Programs/mirel/Save/InterruptCleanup.h>
+#include <Programs/mirel/Save/SaveVerb.h>
+
+#include <CLI/CLI.hpp>
+#include <Standard_Failure.hxx>
+
+#include <exception>
+#include <memory>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace mirel {
+
+namespace {
+
+constexpr const char* kExitCodes =
+    "Exit codes:\n"
+    "  0  done\n"
+    "  1  the command line is wrong\n"
+    "  2  the input could not be read, or not all of it\n"
+    "  3  the output could not be written; what was there before is still there\n"
+    "  4  done, but something of the source is not in the output (only under --strict)\n";
+
+std::vector<std::unique_ptr<Verb>> MakeVerbs() {
+  std::vector<std::unique_ptr<Verb>> verbs;
+  verbs.push_back(std::make_unique<SaveVerb>());
+  verbs.push_back(std::make_unique<TreeVerb>());
+  verbs.push_back(std::make_unique<InfoVerb>());
+  return verbs;
+}
+
+}  // namespace
+
+int Program::Run(int argc, char** argv) {
+  InterruptCleanup::Install();
+  Console::Options options;
+  CLI::App app("Light-weight product structures that open as fast as they unzip", "mirel");
+  app.set_version_flag("--version", "mirel " MIREL_VERSION, "Print the version and end");
+  app.add_flag("-q,--quiet", options.quiet, "No progress, notes or reports; errors are still printed");
+  app.add_flag("-v,--verbose", options.verbose, "Details of what happens, for finding a cause");
+  app.footer(kExitCodes);
+  app.require_subcommand(1);
+  app.fallthrough();  // --quiet and --verbose may also stand behind the verb
+
+  std::vector<std::pair<CLI::App*, std::unique_ptr<Verb>>> verbs;
+  for (std::unique_ptr<Verb>& verb : MakeVerbs()) {
+    CLI::App* const declared = verb->Declare(app);
+    declared->footer(kExitCodes);
+    verbs.emplace_back(declared, std::move(verb));
+  }
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& result) {
+    return app.exit(result) == 0 ? static_cast<int>(ExitCode::kDone) : static_cast<int>(ExitCode::kUsage);
+  }
+  Console console(options);
+  try {
+    for (const auto& [declared, verb] : verbs) {
+      if (declared->parsed()) {
+        return static_cast<int>(verb->Run(console));
+      }
+    }
+  } catch (const Standard_Failure& failure) {
+    console.Error("", std::string("OpenCASCADE gave up: ") + failure.DynamicType()->Name() + " " +
+                          failure.GetMessageString());
+  } catch (const std::bad_alloc&) {
+    console.Error("", "out of memory");
+  } catch (const std::exception& failure) {
+    console.Error("", failure.what());
+  }
+  return static_cast<int>(ExitCode::kInputUnread);
+}
+
+}  // namespace mirel

@@ -1,0 +1,131 @@
+#include <Programs/mirel/Save/LossReport.h>
+
+#include <Programs/mirel/Text/JsonText.h>
+#include <Programs/mirel/Text/Utf8.h>
+
+#include <Viewer/Kernel/Host/Core/Logger.h>
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+
+namespace mirel {
+
+namespace {
+
+struct Row {
+  const char* key;
+  const char* text;
+  std::uint64_t ModelCounts::*count;
+};
+
+constexpr Row kRows[] = {
+    {"products", "products", &ModelCounts::products},
+    {"instances", "instances", &ModelCounts::instances},
+    {"placedShapes", "placed shapes", &ModelCounts::placedShapes},
+    {"shapes", "distinct shapes", &ModelCounts::shapes},
+    {"faces", "faces", &ModelCounts::faces},
+    {"coloredItems", "coloured items", &ModelCounts::coloredItems},
+    {"coloredFaces", "coloured faces", &ModelCounts::coloredFaces},
+    {"names", "names", &ModelCounts::names},
+};
+
+MIREL_PRINTF_FORMAT(2, 3)
+void AppendFormat(std::string& out, const char* format, ...) {
+  char line[400];
+  std::va_list arguments;
+  va_start(arguments, format);
+  std::vsnprintf(line, sizeof line, format, arguments);
+  va_end(arguments);
+  out += line;
+}
+
+}  // namespace
+
+bool LossReport::HasLosses() const {
+  return std::any_of(std::begin(kRows), std::end(kRows),
+                     [this](const Row& row) { return source.*row.count != saved.*row.count; }) ||
+         std::any_of(losses.begin(), losses.end(), [](const Loss& loss) { return loss.count > 0; });
+}
+
+std::string LossReport::ToText() const {
+  std::string text;
+  text += Utf8::Printable(input) + " -> " + Utf8::Printable(folder) + "\n\n";
+  AppendFormat(text, "%-20s %12s %12s\n", "", "source", "saved");
+  for (const Row& row : kRows) {
+    const std::uint64_t before = source.*row.count;
+    const std::uint64_t after = saved.*row.count;
+    AppendFormat(text, "%-20s %12llu %12llu%s\n", row.text, static_cast<unsigned long long>(before),
+                 static_cast<unsigned long long>(after), before == after ? "" : "  (differs)");
+  }
+  if (colorVariants > 0) {
+    AppendFormat(text, "\n%llu types were added to show products in more than one colour\n",
+                 static_cast<unsigned long long>(colorVariants));
+  }
+  bool headed = false;
+  for (const Loss& loss : losses) {
+    if (loss.count > 0) {
+      text += headed ? "" : "\nnot saved:\n";
+      headed = true;
+      AppendFormat(text, "%12llu %s\n", static_cast<unsigned long long>(loss.count), loss.text.c_str());
+    }
+  }
+  if (!HasLosses()) {
+    text += "\nnothing was lost\n";
+  }
+  text += "\nseconds:";
+  const char* separator = " ";
+  for (const auto& stage : seconds) {
+    AppendFormat(text, "%s%s %.2f", separator, stage.first.c_str(), stage.second);
+    separator = ", ";
+  }
+  AppendFormat(text, "\nbytes: %llu read, %llu written\n", static_cast<unsigned long long>(inputBytes),
+               static_cast<unsigned long long>(folderBytes));
+  return text;
+}
+
+std::string LossReport::ToJson() const {
+  JsonText json(true);
+  json.BeginObject();
+  json.Key("input");
+  json.Text(input);
+  json.Key("format");
+  json.Text(format);
+  json.Key("inputBytes");
+  json.Unsigned(inputBytes);
+  json.Key("folder");
+  json.Text(folder);
+  json.Key("folderBytes");
+  json.Unsigned(folderBytes);
+  for (const auto& [key, counts] : {std::pair("source", &source), std::pair("saved", &saved)}) {
+    json.Key(key);
+    json.BeginObject();
+    for (const Row& row : kRows) {
+      json.Key(row.key);
+      json.Unsigned(counts->*row.count);
+    }
+    json.EndObject();
+  }
+  json.Key("colorVariants");
+  json.Unsigned(colorVariants);
+  json.Key("losses");
+  json.BeginObject();
+  for (const Loss& loss : losses) {
+    json.Key(loss.key);
+    json.Unsigned(loss.count);
+  }
+  json.EndObject();
+  json.Key("hasLosses");
+  json.Bool(HasLosses());
+  json.Key("seconds");
+  json.BeginObject();
+  for (const auto& stage : seconds) {
+    json.Key(stage.first);
+    json.Number(stage.second);
+  }
+  json.EndObject();
+  json.EndObject();
+  return json.GetText() + "\n";
+}
+
+}  // namespace mirel

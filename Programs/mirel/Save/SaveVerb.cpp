@@ -1,0 +1,203 @@
+#include <Programs/mirel/Save/SaveVerb.h>
+
+#include <Programs/mirel/Console.h>
+#include <Programs/mirel/Import/AssemblyImporter.h>
+#include <Programs/mirel/Import/DocumentReader.h>
+#include <Programs/mirel/Import/SourceCensus.h>
+#include <Programs/mirel/Import/SourceFile.h>
+#include <Programs/mirel/Import/XcafLabel.h>
+#include <Programs/mirel/LogRecorder.h>
+#include <Programs/mirel/Open/ModelFigures.h>
+#include <Programs/mirel/Open/ModelFolder.h>
+#include <Programs/mirel/Save/FolderReplacement.h>
+#include <Programs/mirel/Save/RecordCheck.h>
+#include <Programs/mirel/Save/SaveWatcher.h>
+#include <Programs/mirel/Save/TypeUseCounter.h>
+#include <Programs/mirel/Stopwatch.h>
+#include <Programs/mirel/Text/Utf8.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Model/ShapeItem.h>
+#include <Viewer/Kernel/Writer/LiteModelWriter.h>
+
+#include <CLI/CLI.hpp>
+#include <TopExp.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS_Shape.hxx>
+
+namespace mirel {
+
+CLI::App* SaveVerb::Declare(CLI::App& program) {
+  CLI::App* const verb =
+      program.add_subcommand("save", "Convert a STEP, IGES or BRep file into a model folder");
+  verb->add_option("INPUT", input_, "File to read: .step .stp .p21 .iges .igs .brep .brp, also with .gz")
+      ->required();
+  verb->add_option("FOLDER", folder_, "Folder to make")->required();
+  verb->add_flag("--force", force_, "Replace FOLDER if it is a model folder already");
+  verb->add_flag("--strict", strict_, "End with exit code 4 when anything of the source is not saved");
+  verb->add_flag("--json", json_, "Print the report as JSON");
+  return verb;
+}
+
+ExitCode SaveVerb::Run(Console& console) {
+  Stopwatch watch;
+  report_ = LossReport();
+  record_ = ImportRecord();
+  LiteModel model;
+  ExitCode result = ExitCode::kDone;
+  {
+    Console::Progress progress(console);
+    const SourceFile file(input_);
+    if (!file.GetError().empty()) {
+      console.Error(input_, file.GetError());
+      return ExitCode::kInputUnread;
+    }
+    // Before the long work, not after it.
+    const std::string refusal = FolderReplacement(folder_).Check(force_);
+    if (!refusal.empty()) {
+      console.Error(folder_, refusal);
+      return ExitCode::kOutputUnwritten;
+    }
+    report_.input = input_;
+    report_.format = SourceFile::GetFormatName(file.GetFormat());
+    report_.inputBytes = file.GetSize();
+    report_.folder = folder_;
+    result = file.GetFormat() == SourceFile::Format::kBrep
+                 ? ReadBody(console, progress.GetBar(), file, model)
+                 : ReadAssembly(console, progress.GetBar(), file, model);
+    if (result == ExitCode::kDone) {
+      result = Write(console, progress.GetBar(), model);
+    }
+  }
+  if (result != ExitCode::kDone) {
+    return result;
+  }
+  report_.seconds.emplace_back("total", watch.Lap());
+  if ((json_ || !console.IsQuiet()) && !console.Data(json_ ? report_.ToJson() : report_.ToText())) {
+    console.Error("", "the report could not be printed");
+    return ExitCode::kOutputUnwritten;
+  }
+  return strict_ && report_.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
+}
+
+ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file,
+                                LiteModel& model) {
+  DocumentReader reader(console, progress);
+  const Handle(TDocStd_Document) document = reader.Read(file);
+  if (document.IsNull()) {
+    console.Error(input_, reader.GetError());
+  }
+  for (const std::string& message : reader.GetMessages()) {
+    if (document.IsNull()) {
+      console.ErrorDetail(Utf8::Printable(message));
+    } else {
+      console.Detail(Utf8::Printable(message));
+    }
+  }
+  if (document.IsNull()) {
+    return ExitCode::kInputUnread;
+  }
+  Stopwatch watch;
+  AssemblyImporter importer(document, file.GetFingerprint(), model);
+  importer.Import();
+  record_ = importer.GetRecord();
+  const double importSeconds = watch.Lap();
+
+  const SourceCensus census(document);
+  report_.source = census.GetCounts();
+  for (const SourceCensus::Loss& loss : census.GetLosses()) {
+    AddLoss(loss.key, loss.text, loss.count);
+  }
+  AddLoss("untranslated", "entities that could not be translated", reader.GetFailedEntityCount());
+  AddLoss("brokenInstances", "instances without a product, or inside themselves", record_.brokenComponents);
+  report_.seconds.emplace_back("reading", reader.GetReadSeconds());
+  report_.seconds.emplace_back("transfer", reader.GetTransferSeconds() + importSeconds);
+  return ExitCode::kDone;
+}
+
+ExitCode SaveVerb::ReadBody(Console& console, ProgressBar& progress, const SourceFile& file,
+                            LiteModel& model) {
+  progress.Begin("reading");
+  Stopwatch watch;
+  std::string text;
+  if (!file.ReadAll(text)) {
+    console.Error(input_, "cannot be read to its end");
+    return ExitCode::kInputUnread;
+  }
+  std::shared_ptr<TopoShape> body;
+  TopoDS_Shape shape;
+  {
+    const LogRecorder log(console, input_);
+    body = TopoShape::Read(text);
+    if (body) {
+      shape = body->GetImpl();
+    } else {
+      Logger::Instance().Message(3, "not a valid BRep file");
+    }
+  }
+  if (shape.IsNull()) {
+    return ExitCode::kInputUnread;
+  }
+  if (!shape.Location().IsIdentity()) {
+    body = std::make_shared<TopoShape>(shape.Located(TopLoc_Location()));
+  }
+  IdSequence ids(file.GetFingerprint());
+  auto item = std::make_unique<ShapeItem>();
+  item->SetId(ids.Next());
+  item->SetShapeId(ids.Next());
+  item->SetName(Utf8::MakeValid(file.GetStem()));  // a BRep file holds no names
+  item->SetTransform(XcafLabel::GetMatrix(shape.Location()));
+  model.AddShape(item->GetShapeId(), body);
+  record_.products.push_back({{item->GetId()}, std::string(), std::nullopt});
+  model.AddItem(std::move(item));
+
+  TopTools_IndexedMapOfShape faces;
+  TopExp::MapShapes(shape, TopAbs_FACE, faces);
+  report_.source.products = 1;
+  report_.source.placedShapes = 1;
+  report_.source.shapes = 1;
+  report_.source.faces = static_cast<std::uint64_t>(faces.Extent());
+  report_.seconds.emplace_back("reading", watch.Lap());
+  return ExitCode::kDone;
+}
+
+ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& model) {
+  const LogRecorder log(console, folder_);
+  FolderReplacement replacement(folder_);
+  std::string reason = replacement.Check(force_);
+  if (!reason.empty() || !replacement.Begin(reason)) {
+    console.Error(folder_, reason);
+    return ExitCode::kOutputUnwritten;
+  }
+  TypeUseCounter::Count(model);
+  {
+    SaveWatcher watcher(std::filesystem::u8path(replacement.GetFolder()), progress);
+    LiteModelWriter(model).Save(replacement.GetFolder());
+    const SaveWatcher::Times times = watcher.Stop();
+    report_.seconds.emplace_back("tessellation", times.tessellation);
+    report_.seconds.emplace_back("writing", times.writing);
+  }
+  progress.Begin("checking");
+  Stopwatch watch;
+  ModelFolder readBack;
+  const bool complete = readBack.Load(replacement.GetFolder());
+  if (!complete || log.GetFailureCount() > 0) {
+    console.Error(folder_, "not written; nothing has been changed");
+    return ExitCode::kOutputUnwritten;
+  }
+  const ModelFigures figures(readBack.GetModel());
+  report_.saved = RecordCheck::CountSaved(record_, readBack.GetModel(), figures);
+  report_.colorVariants = record_.colorVariants;
+  AddLoss("facesWithoutTriangles", "faces that could not be tessellated", figures.facesWithoutTriangles);
+  for (const ModelFolder::File& file : readBack.GetFiles()) {
+    report_.folderBytes += file.packedBytes;
+  }
+  report_.seconds.emplace_back("checking", watch.Lap());
+  if (!replacement.Commit(reason)) {
+    console.Error(folder_, reason);
+    return ExitCode::kOutputUnwritten;
+  }
+  return ExitCode::kDone;
+}
+
+}  // namespace mirel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <Programs/mirel/ExitCode.h>
+
+namespace CLI {
+class App;
+}
+
+namespace mirel {
+
+class Console;
+
+/// One thing that the program does: `mirel VERB ...`.
+class Verb {
+ public:
+  virtual ~Verb() = default;
+
+  /// Adds the verb with its arguments to the program's command line and returns it. The values are kept in
+  /// this object.
+  virtual CLI::App* Declare(CLI::App& program) = 0;
+
+  /// Does it, with the values that the command line gave.
+  virtual ExitCode Run(Console& console) = 0;
+};
+
+}  // namespace mirel
