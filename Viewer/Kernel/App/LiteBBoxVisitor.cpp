@@ -23,7 +23,7 @@ void LiteBBoxVisitor::Add(AABoxT<double> box, const LiteModelItem& item) {
 
 void LiteBBoxVisitor::Visit(GroupItem* item) {
   if (!walk_->CountItem()) return;
-  const ItemWalk::Level level(*walk_, *item);
+  const ItemWalk::Level level(*walk_, *item, item->GetChildren().size());
   if (!level) return;
   AABoxT<double> box;
   for (const std::unique_ptr<LiteModelItem>& child : item->GetChildren()) {

@@ -48,7 +48,7 @@ void LiteVisualVisitor::Add(const std::shared_ptr<SceneNode>& node) {
 void LiteVisualVisitor::Visit(GroupItem* item) {
   if (!walk_->CountItem()) return;
   const std::shared_ptr<GroupSceneNode> node = MakeGroupNode(*item);
-  if (const ItemWalk::Level level(*walk_, *item); level) {
+  if (const ItemWalk::Level level(*walk_, *item, item->GetChildren().size()); level) {
     LiteVisualVisitor children(*this, node);
     for (const std::unique_ptr<LiteModelItem>& child : item->GetChildren()) {
       if (child) child->Apply(&children);

@@ -27,7 +27,7 @@ void LoadPackages(LiteModel& model, const std::string& folder, unsigned int coun
     const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(name);
     if (!buffer) {
       MIREL_FAILURE("Buffer is null!");
-      if (++missing < kMaxMissingPackages) continue;
+      if (++missing < kMaxMissingPackages || n == count) continue;
       MIREL_FAILURE("%u packages of %s are missing: numbers %u to %u are not looked for", missing, folder.c_str(),
                     n + 1, count);
       return;

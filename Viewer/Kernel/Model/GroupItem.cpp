@@ -39,7 +39,7 @@ void GroupItem::Write(JsonWriter& writer, const LiteModel& model) const {
   LiteModelItem::Write(writer, model);
   writer.Key("Children");
   writer.StartArray();
-  if (const ItemWalk::Level level(walk, *this); level) {
+  if (const ItemWalk::Level level(walk, *this, children_.size()); level) {
     for (const std::unique_ptr<LiteModelItem>& child : children_) {
       if (!walk.CountItem()) break;
       WriteObject(child, writer, model);
@@ -53,7 +53,7 @@ bool GroupItem::Read(rapidjson::Value& value) {
   rapidjson::Value* const children = FindArray(value, "Children");
   if (!children) return false;
   thread_local ItemWalk walk;  // bounds the recursion through CreateItem, which has no argument that could carry it
-  const ItemWalk::Level level(walk, *this);
+  const ItemWalk::Level level(walk, *this, children->Size());
   if (!level) return true;
   for (rapidjson::Value& child : children->GetArray()) {
     if (std::unique_ptr<LiteModelItem> item = CreateItem(child)) children_.push_back(std::move(item));

@@ -24,8 +24,8 @@ bool ItemWalk::CountItem() {
   return false;
 }
 
-ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& group)
-    : walk_(walk), isType_(false), entered_(walk.Enter(group)) {}
+ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& group, std::size_t childCount)
+    : walk_(walk), isType_(false), entered_(childCount > 0 && walk.Enter(group)) {}
 
 ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& instance, const LiteModelItem& type)
     : walk_(walk), isType_(true) {

@@ -17,8 +17,8 @@ class ItemWalk {
   /// Stands for being inside a group, or inside a type on behalf of an instance. A false one must not be gone into.
   class Level {
    public:
-    /// Into a group's children.
-    Level(ItemWalk& walk, const LiteModelItem& group);
+    /// Into a group's children; without any, a false level and no message.
+    Level(ItemWalk& walk, const LiteModelItem& group, std::size_t childCount);
     /// Into a type, on behalf of an instance of it.
     Level(ItemWalk& walk, const LiteModelItem& instance, const LiteModelItem& type);
     ~Level();

@@ -23,7 +23,10 @@ int PkgGRepWriter::AddItem(const ObjectId& id, const std::shared_ptr<GRepShape>&
   }
   std::ostringstream stream;
   stream.imbue(std::locale::classic());
-  grep->ToStream(stream);
+  if (!grep->ToStream(stream)) {
+    MIREL_FAILURE("GRep %s is not written: it is too large for a record", id.toString().c_str());
+    return container_.GetDataSize();
+  }
   return container_.AddItem(id, stream.str());
 }
 
