@@ -83,7 +83,7 @@ SourceFile::SourceFile(std::string path) : path_(std::move(path)), readPath_(pat
   const fs::path file = fs::u8path(path_);
   const fs::file_status status = fs::status(file, failure);
   if (!fs::exists(status)) {
-    error_ = failure ? failure.message() : "no such file";
+    error_ = status.type() == fs::file_type::not_found ? "no such file" : failure.message();
     return;
   }
   if (fs::is_directory(status)) {

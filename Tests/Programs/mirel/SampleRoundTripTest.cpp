@@ -1,0 +1,187 @@
+#include <Programs/mirel/Console.h>
+#include <Programs/mirel/Import/DocumentReader.h>
+#include <Programs/mirel/Import/XcafLabel.h>
+#include <Programs/mirel/Program.h>
+#include <Programs/mirel/ProgressBar.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestFolder.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/IO/LiteSceneReader.h>
+
+#include <BRepGProp.hxx>
+#include <GProp_GProps.hxx>
+#include <TDF_LabelSequence.hxx>
+#include <TopExp.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <filesystem>
+#include <vector>
+
+namespace mirel {
+namespace {
+
+// One part as it is seen, however it was stored.
+struct Placed {
+  std::vector<std::string> names;  // from the outside in
+  glm::dmat4 matrix;
+  glm::vec3 color;
+  std::size_t coloredFaces;
+  double volume;
+  double area;
+};
+
+void Measure(const TopoDS_Shape& shape, Placed& placed) {
+  GProp_GProps volume;
+  GProp_GProps area;
+  BRepGProp::VolumeProperties(shape, volume);
+  BRepGProp::SurfaceProperties(shape, area);
+  placed.volume = volume.Mass();
+  placed.area = area.Mass();
+}
+
+// What XCAF says, straight from its labels.
+void WalkXcaf(const Handle(TDocStd_Document) & document, const TDF_Label& label, Placed here,
+              std::vector<Placed>& found) {
+  const Handle(XCAFDoc_ColorTool) colors = XCAFDoc_DocumentTool::ColorTool(document->Main());
+  here.names.push_back(XcafLabel::GetName(label));
+  const auto color = XcafLabel::GetColor(colors, label);
+  TDF_Label referred;
+  if (XCAFDoc_ShapeTool::GetReferredShape(label, referred)) {
+    const gp_Trsf placement = XCAFDoc_ShapeTool::GetLocation(label).Transformation();
+    glm::dmat4 matrix(1.0);
+    for (int column = 0; column < 4; ++column) {
+      for (int row = 0; row < 3; ++row) {
+        matrix[column][row] = placement.Value(row + 1, column + 1);
+      }
+    }
+    here.matrix = here.matrix * matrix;
+    here.color = color.value_or(glm::vec3(-1));
+    WalkXcaf(document, referred, here, found);
+    return;
+  }
+  if (here.color.r < 0) {
+    here.color = color.value_or(glm::vec3(-1));
+  }
+  TDF_LabelSequence components;
+  if (XCAFDoc_ShapeTool::GetComponents(label, components)) {
+    for (const TDF_Label& component : components) {
+      WalkXcaf(document, component, here, found);
+    }
+    return;
+  }
+  TDF_LabelSequence parts;
+  XCAFDoc_ShapeTool::GetSubShapes(label, parts);
+  TopTools_IndexedMapOfShape colored;  // the faces of coloured solids too
+  for (const TDF_Label& part : parts) {
+    TopExp::MapShapes(XCAFDoc_ShapeTool::GetShape(part), TopAbs_FACE, colored);
+  }
+  here.coloredFaces = static_cast<std::size_t>(colored.Extent());
+  Measure(XCAFDoc_ShapeTool::GetShape(label), here);
+  found.push_back(here);
+}
+
+// What a viewer gets.
+void WalkNodes(const SceneNode& node, Placed here, std::vector<Placed>& found) {
+  here.names.push_back(node.GetName());
+  here.matrix = here.matrix * node.GetTransform();
+  if (const auto* group = dynamic_cast<const GroupSceneNode*>(&node)) {
+    for (const auto& child : group->GetNodes()) {
+      WalkNodes(*child, here, found);
+    }
+    return;
+  }
+  const auto& shape = dynamic_cast<const BrepSceneNode&>(node);
+  here.color = shape.GetColor();
+  here.coloredFaces = shape.GetFaceColors().size();
+  Measure(shape.GetGRep()->GetShape()->GetImpl(), here);
+  found.push_back(here);
+}
+
+int Mirel(std::vector<std::string> arguments) {
+  arguments.insert(arguments.begin(), "mirel");
+  std::vector<char*> raw;
+  for (std::string& argument : arguments) {
+    raw.push_back(&argument[0]);
+  }
+  return Program::Run(static_cast<int>(raw.size()), raw.data());
+}
+
+TEST(SampleRoundTripTest, WhatAViewerGetsIsWhatXcafReads) {
+  const TestFolder scratch;
+  const std::string folder = scratch.GetPath() + "设计";
+  ASSERT_EQ(Mirel({"--quiet", "save", "--strict", MIREL_SAMPLE, folder}), 0);
+
+  Console console({true, false});
+  ProgressBar progress(false);
+  DocumentReader reader(console, progress);
+  const SourceFile file(MIREL_SAMPLE);
+  const Handle(TDocStd_Document) document = reader.Read(file);
+  ASSERT_FALSE(document.IsNull()) << reader.GetError();
+  TDF_LabelSequence roots;
+  XCAFDoc_DocumentTool::ShapeTool(document->Main())->GetFreeShapes(roots);
+  std::vector<Placed> source;
+  for (const TDF_Label& root : roots) {
+    WalkXcaf(document, root, {{}, glm::dmat4(1.0), glm::vec3(-1), 0, 0, 0}, source);
+  }
+
+  LogCapture log;
+  const std::shared_ptr<SceneNode> root = LiteSceneReader().Load(folder + "/index.gz", nullptr);
+  ASSERT_TRUE(root);
+  EXPECT_TRUE(log.GetTexts(3).empty());
+  std::vector<Placed> seen;
+  for (const auto& node : dynamic_cast<const GroupSceneNode&>(*root).GetNodes()) {
+    WalkNodes(*node, {{}, glm::dmat4(1.0), glm::vec3(-1), 0, 0, 0}, seen);
+  }
+
+  ASSERT_EQ(source.size(), 22u);
+  ASSERT_EQ(seen.size(), source.size());
+  for (std::size_t i = 0; i < source.size(); ++i) {
+    const Placed& a = source[i];
+    const Placed& b = seen[i];
+    EXPECT_EQ(a.names, b.names) << i;  // of every product and every instance on the way down
+    EXPECT_EQ(a.color, b.color) << i;
+    EXPECT_EQ(a.coloredFaces, b.coloredFaces) << i;
+    EXPECT_NEAR(a.volume, b.volume, 1e-9 * std::abs(a.volume)) << i;
+    EXPECT_NEAR(a.area, b.area, 1e-9 * a.area) << i;
+    for (int column = 0; column < 4; ++column) {
+      for (int row = 0; row < 4; ++row) {
+        EXPECT_NEAR(a.matrix[column][row], b.matrix[column][row], 1e-9) << i;
+      }
+    }
+  }
+}
+
+TEST(SampleRoundTripTest, SavingTwiceGivesTheSameBytes) {
+  const TestFolder first;
+  const TestFolder second;
+  ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, first.GetPath() + "a"}), 0);
+  ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, second.GetPath() + "a"}), 0);
+  std::size_t files = 0;
+  for (const auto& entry : std::filesystem::recursive_directory_iterator(first.GetFsPath())) {
+    if (entry.is_regular_file()) {
+      const std::filesystem::path name = entry.path().lexically_relative(first.GetFsPath());
+      EXPECT_EQ(ReadFile(entry.path().u8string()), ReadFile((second.GetFsPath() / name).u8string())) << name;
+      ++files;
+    }
+  }
+  EXPECT_EQ(files, 3u);  // index, bodies, graphics
+  EXPECT_EQ(first.ListFiles(), second.ListFiles());
+
+  // Forced over a folder of another source, nothing of that is left.
+  const std::string other = second.GetPath() + "box.brep";
+  WriteFile(other, "no body");
+  EXPECT_EQ(Mirel({"--quiet", "save", "--force", other, second.GetPath() + "a"}), 2);
+  EXPECT_EQ(ReadFile(first.GetPath() + "a/index.gz"), ReadFile(second.GetPath() + "a/index.gz"));
+}
+
+}  // namespace
+}  // namespace mirel
