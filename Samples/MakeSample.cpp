@@ -206,8 +206,8 @@ class SampleDocument {
 
 bool WriteSample(const char* path) {
   const Quantity_Color steel(0.6, 0.62, 0.65, Quantity_TOC_sRGB);
-  const Quantity_Color rubber(0.1, 0.1, 0.12, Quantity_TOC_sRGB);
-  const Quantity_Color blue(0.1, 0.3, 0.7, Quantity_TOC_sRGB);
+  const Quantity_Color rubber(0.1, 0.1, 0.1, Quantity_TOC_sRGB);
+  const Quantity_Color blue(0.1, 0.4, 0.7, Quantity_TOC_sRGB);
   const Quantity_Color red(0.8, 0.1, 0.1, Quantity_TOC_sRGB);
   const Quantity_Color yellow(1.0, 0.8, 0.0, Quantity_TOC_sRGB);
   const gp_Dir up(0, 0, 1);
@@ -240,7 +240,7 @@ bool WriteSample(const char* path) {
   document.Place(chassis, caster, "caster rear left", Move(-230, 140, -5) * Turn(up, 35));
   document.Place(chassis, caster, "caster rear right", Move(-230, -140, -5) * Turn(up, 180));
 
-  document.Place(trolley, chassis, "底盘", Move(0, 0, 110));
+  document.Place(trolley, chassis, "chassis 底盘", Move(0, 0, 110));
   document.Place(trolley, drawer, "drawer top", Move(0, 0, 330));
   document.Place(trolley, drawer, "drawer middle", Move(0, 0, 230));
   document.ColorInstance(document.Place(trolley, drawer, "drawer bottom", Move(0, 0, 130)), red);
