@@ -8,6 +8,7 @@
 
 #include <IGESCAFControl_Reader.hxx>
 #include <Interface_CheckIterator.hxx>
+#include <Interface_InterfaceModel.hxx>
 #include <Interface_Static.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <Standard_Failure.hxx>
@@ -76,6 +77,10 @@ bool DocumentReader::Run(Reader& reader, const SourceFile& file, const Handle(TD
   if (status != IFSelect_RetDone) {
     error_ = WhyUnread(status);
     return false;
+  }
+  const Handle(Interface_InterfaceModel) entities = GetSession(reader)->Model();
+  for (int i = 1; i <= entities->NbEntities(); ++i) {
+    badEntities_ += entities->IsErrorEntity(i) ? 1 : 0;
   }
   progress_.Begin("transfer");
   const Handle(OcctProgress) indicator = new OcctProgress(progress_);

@@ -35,6 +35,10 @@ class DocumentReader {
   double GetReadSeconds() const { return readSeconds_; }
   double GetTransferSeconds() const { return transferSeconds_; }
 
+  /// How many entities of the file are not as they should be, so that the library could load them in part at
+  /// best.
+  std::size_t GetBadEntityCount() const { return badEntities_; }
+
   /// How many entities of the file the library reported as failed to translate.
   std::size_t GetFailedEntityCount() const { return failedEntities_; }
 
@@ -48,6 +52,7 @@ class DocumentReader {
   std::vector<std::string> messages_;
   double readSeconds_ = 0.0;
   double transferSeconds_ = 0.0;
+  std::size_t badEntities_ = 0;
   std::size_t failedEntities_ = 0;
 };
 

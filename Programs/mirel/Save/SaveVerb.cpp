@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Import/AssemblyImporter.h>
+#include <Programs/mirel/Import/BRepFile.h>
 #include <Programs/mirel/Import/DocumentReader.h>
 #include <Programs/mirel/Import/SourceCensus.h>
 #include <Programs/mirel/Import/SourceFile.h>
@@ -108,6 +109,7 @@ ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const S
   for (const SourceCensus::Loss& loss : census.GetLosses()) {
     AddLoss(loss.key, loss.text, loss.count);
   }
+  AddLoss("badEntities", "entities with errors in the file", reader.GetBadEntityCount());
   AddLoss("untranslated", "entities that could not be translated", reader.GetFailedEntityCount());
   AddLoss("brokenInstances", "instances without a product, or inside themselves", record_.brokenComponents);
   report_.seconds.emplace_back("reading", reader.GetReadSeconds());
@@ -122,6 +124,11 @@ ExitCode SaveVerb::ReadBody(Console& console, ProgressBar& progress, const Sourc
   std::string text;
   if (!file.ReadAll(text)) {
     console.Error(input_, "cannot be read to its end");
+    return ExitCode::kInputUnread;
+  }
+  std::string reason;
+  if (!BRepFile::MakeVersion3(text, reason)) {
+    console.Error(input_, reason);
     return ExitCode::kInputUnread;
   }
   std::shared_ptr<TopoShape> body;
