@@ -1,0 +1,21 @@
+#!/usr/bin/env bash
+# Makes the Debian packages and unpacks them side by side. Fails when one of them lacks what it needs.
+# usage: unpack-debs.sh CPACK BUILD_FOLDER TARGET_FOLDER
+set -euo pipefail
+cpack=$1 build=$2 target=$3
+rm -rf "$target"
+mkdir -p "$target/packages"
+"$cpack" --config "$build/CPackConfig.cmake" -B "$target/packages" >"$target/cpack.log" 2>&1 ||
+  { cat "$target/cpack.log" >&2; exit 1; }
+for package in libmirel0 libmirel-dev mirel; do
+  deb=$(find "$target/packages" -maxdepth 1 -name "${package}_*.deb")
+  [[ -f $deb ]] || { echo "unpack-debs: no package $package" >&2; exit 1; }
+  depends=$(dpkg-deb -f "$deb" Depends)
+  case $package in
+  libmirel0) want=libocct ;;
+  *) want="libmirel0 (" ;;
+  esac
+  [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
+  dpkg-deb -x "$deb" "$target"
+done
+"$target/usr/bin/mirel" --version
