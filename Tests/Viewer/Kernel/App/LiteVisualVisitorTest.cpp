@@ -1,0 +1,195 @@
+#include <Viewer/Kernel/App/LiteVisualVisitor.h>
+
+#include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/Host/Renderer/Scene.h>
+#include <Viewer/Kernel/Model/LiteLimits.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace mirel {
+namespace {
+
+/// The assembly with GReps, as it is before it is saved: type 200 is still a type.
+void FillWithGReps(LiteModel& model) {
+  FillAssembly(model);
+  for (const auto& [id, shape] : model.GetShape())
+    model.AddShape(id, MakeGRep(shape));
+}
+
+TEST(LiteVisualVisitor, MirrorsTheItemTree) {
+  LogCapture log;
+  LiteModel model;
+  FillWithGReps(model);
+  EXPECT_EQ(DescribeModel(model), "G 0 \"\" (0 0 0)\n"
+                                  "  G 1 \"设计 Größe\" (0 0 0)\n"
+                                  "    G 2 \"first\" (0 0 0)\n"
+                                  "      G 100 \"Schraube\" (0 0 2)\n"
+                                  "        B 101 \"Bolt\" (0.5 0 0) [1 0 0] 0:[0 1 0] 5:[0 0 1]\n"
+                                  "        B 102 \"Nut\" (0 0 0) [-1 -1 -1]\n"
+                                  "    G 3 \"second\" (20 0 0)\n"
+                                  "      G 100 \"Schraube\" (0 0 2)\n"
+                                  "        B 101 \"Bolt\" (0.5 0 0) [1 0 0] 0:[0 1 0] 5:[0 0 1]\n"
+                                  "        B 102 \"Nut\" (0 0 0) [-1 -1 -1]\n"
+                                  "    G 4 \"Lid\" (0 30 0)\n"
+                                  "      B 200 \"Cover\" (0 3 0) [-1 -1 -1]\n"
+                                  "  B 5 \"Base\" (0 0 0) [-1 -1 -1]\n");
+  EXPECT_TRUE(log.GetEntries().empty());
+  LiteModel empty;
+  EXPECT_EQ(DescribeModel(empty), "G 0 \"\" (0 0 0)\n");
+}
+
+TEST(LiteVisualVisitor, PassesEveryElementOfATransformAndUnusualColours) {
+  LiteModel model;
+  model.AddShape(Id(10), MakeGRep(MakeBox(1, 1, 1)));
+  glm::dmat4 matrix;
+  for (int k = 0; k < 16; ++k)
+    matrix[k / 4][k % 4] = k + 0.1;
+  auto item = MakeShape(18446744073709551615U, "", 10);
+  item->SetTransform(matrix);
+  item->SetColor({-5.0F, 7.0F, 0.0F});
+  item->SetFaceColor(-1, {-1.0F, 2.0F, 3.0F});
+  model.AddItem(std::move(item));
+  const auto root = std::make_shared<GroupSceneNode>();
+  LiteVisualVisitor visitor(model, nullptr, root);
+  model.Apply(&visitor);
+  ASSERT_EQ(root->GetNodes().size(), 1U);
+  const auto& node = dynamic_cast<BrepSceneNode&>(*root->GetNodes()[0]);
+  EXPECT_EQ(node.GetTransform(), matrix);
+  EXPECT_EQ(node.GetUserId(), 18446744073709551615U);
+  EXPECT_EQ(node.GetColor(), glm::vec3(-5.0F, 7.0F, 0.0F));
+  EXPECT_EQ(node.GetFaceColors().at(4294967295U), glm::vec3(-1.0F, 2.0F, 3.0F));
+  EXPECT_EQ(node.GetGRep(), model.FindGRepShape(Id(10)));
+}
+
+void CollectUuids(const SceneNode& node, std::multimap<unsigned long long, unsigned int>& uuids) {
+  uuids.emplace(node.GetUserId(), node.GetUuid());
+  if (const auto* group = dynamic_cast<const GroupSceneNode*>(&node)) {
+    for (const auto& child : group->GetNodes())
+      CollectUuids(*child, uuids);
+  }
+}
+
+TEST(LiteVisualVisitor, TagsBecomeTheUuidsOfTheLastNodes) {
+  LiteModel model;
+  FillWithGReps(model);
+  model.AddType(With<ShapeItem>(MakeShape(300, "unused", 10), [](ShapeItem& type) { type.SetTag(77); }));
+  auto missing = MakeShape(6, "no grep", 99);
+  missing->SetTag(88);
+  const LiteModelItem& noGRep = *missing;
+  model.AddItem(std::move(missing));
+  const auto root = std::make_shared<GroupSceneNode>();
+  LogCapture log;
+  LiteVisualVisitor visitor(model, nullptr, root);
+  model.Apply(&visitor);
+  std::multimap<unsigned long long, unsigned int> uuids;
+  CollectUuids(*root, uuids);
+  const auto& group = dynamic_cast<GroupItem&>(*model.GetItems()[0]);
+  EXPECT_EQ(group.GetTag(), uuids.find(1)->second);
+  for (const auto& child : group.GetChildren())
+    EXPECT_EQ(child->GetTag(), uuids.find(child->GetId().GetInteger())->second);
+  const auto& bolt = dynamic_cast<GroupItem&>(*model.FindType(Id(100))).GetChildren()[0];
+  ASSERT_EQ(uuids.count(101), 2U) << "each instance has nodes of its own";
+  EXPECT_EQ(bolt->GetTag(), std::next(uuids.find(101))->second);
+  EXPECT_EQ(model.FindType(Id(300))->GetTag(), 77U);
+  EXPECT_EQ(noGRep.GetTag(), 88U);
+  EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"Shape is null!"});
+}
+
+TEST(LiteVisualVisitor, WhatIsMissingGivesNoNode) {
+  LogCapture log;
+  LiteModel model;
+  model.AddItem(MakeInstance(1, "", 99));
+  model.AddItem(MakeShape(2, "", 99));
+  model.AddItem(MakeGroup(3, "", MakeInstance(4, "", 99), MakeShape(5, "", 99), MakeGroup(6, "")));
+  model.AddItem(nullptr);
+  EXPECT_EQ(DescribeModel(model), "G 0 \"\" (0 0 0)\n  G 3 \"\" (0 0 0)\n    G 6 \"\" (0 0 0)\n");
+  EXPECT_EQ(log.GetTexts(3),
+            (std::vector<std::string>{"Type is null!", "Shape is null!", "Type is null!", "Shape is null!"}));
+  EXPECT_TRUE(log.HasLocations());
+  EXPECT_TRUE(log.Contains("LiteVisualVisitor.cpp"));
+}
+
+TEST(LiteVisualVisitor, WithoutAParentTopLevelNodesGoIntoTheScene) {
+  LiteModel model;
+  FillWithGReps(model);
+  const auto scene = std::make_shared<Scene>();
+  LiteVisualVisitor visitor(model, scene, nullptr);
+  model.Apply(&visitor);
+  ASSERT_EQ(scene->GetNodes().size(), 2U);
+  EXPECT_EQ(scene->GetNodes()[0]->GetUserId(), 1U);
+  EXPECT_EQ(scene->GetNodes()[1]->GetUserId(), 5U);
+  EXPECT_EQ(dynamic_cast<GroupSceneNode&>(*scene->GetNodes()[0]).GetNodes().size(), 3U);
+
+  const auto parent = std::make_shared<GroupSceneNode>();
+  LiteVisualVisitor both(model, scene, parent);
+  model.GetItems()[1]->Apply(&both);
+  both.Add(std::make_shared<GroupSceneNode>());
+  EXPECT_EQ(parent->GetNodes().size(), 2U) << "the parent comes first";
+  EXPECT_EQ(scene->GetNodes().size(), 2U);
+
+  LogCapture log;
+  LiteVisualVisitor nowhere(model, nullptr, nullptr);
+  model.Apply(&nowhere);
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+}
+
+TEST(LiteVisualVisitor, ATypeInsideItselfIsLeftOut) {
+  LiteModel model;
+  model.AddShape(Id(10), MakeGRep(MakeBox(1, 1, 1)));
+  model.AddType(MakeGroup(100, "T", MakeShape(101, "S", 10), MakeInstance(102, "again", 100)));
+  model.AddType(MakeGroup(201, "U", MakeInstance(203, "u", 202), MakeShape(204, "S", 10)));
+  model.AddType(MakeInstance(202, "V", 201));
+  model.AddType(MakeInstance(300, "W", 300));
+  model.AddItem(MakeInstance(1, "direct", 100));
+  model.AddItem(MakeInstance(2, "through", 201));
+  model.AddItem(MakeInstance(3, "itself", 300));
+  model.AddItem(MakeShape(4, "after", 10));
+  LogCapture log;
+  EXPECT_EQ(DescribeModel(model), "G 0 \"\" (0 0 0)\n"
+                                  "  G 1 \"direct\" (0 0 0)\n"
+                                  "    G 100 \"T\" (0 0 0)\n"
+                                  "      B 101 \"S\" (0 0 0) [-1 -1 -1]\n"
+                                  "  G 2 \"through\" (0 0 0)\n"
+                                  "    G 201 \"U\" (0 0 0)\n"
+                                  "      G 203 \"u\" (0 0 0)\n"
+                                  "      B 204 \"S\" (0 0 0) [-1 -1 -1]\n"
+                                  "  G 3 \"itself\" (0 0 0)\n"
+                                  "  B 4 \"after\" (0 0 0) [-1 -1 -1]\n");
+  ASSERT_EQ(log.GetTexts(3).size(), 3U);
+  EXPECT_EQ(log.GetTexts(3)[0], "Type 100 \"T\" contains itself: instance 102 of it is left out");
+  EXPECT_TRUE(log.HasLocations());
+}
+
+TEST(LiteVisualVisitor, GoesAsDeepAsTheLimit) {
+  LiteModel model;
+  model.AddShape(Id(10), MakeGRep(MakeBox(1, 1, 1)));
+  model.AddItem(MakeChain(kMaxNesting, MakeShape(7777, "", 10)));
+  LogCapture log;
+  EXPECT_NE(DescribeModel(model).find("B 7777"), std::string::npos);
+  EXPECT_TRUE(log.GetEntries().empty());
+  model.AddItem(MakeChain(kMaxNesting + 1, MakeShape(8888, "", 10)));
+  model.AddItem(MakeChain(300000, MakeShape(9999, "", 10)));
+  const std::string nodes = DescribeModel(model);
+  EXPECT_EQ(nodes.find("B 8888"), std::string::npos);
+  EXPECT_EQ(nodes.find("B 9999"), std::string::npos);
+  EXPECT_EQ(log.GetTexts(3).size(), 2U);
+
+  // Types in each other count as well.
+  LiteModel chain;
+  for (unsigned i = 1; i <= 1000; ++i)
+    chain.AddType(MakeInstance(i, "", i + 1));
+  chain.AddItem(MakeInstance(5000, "", 1));
+  log.Clear();
+  EXPECT_FALSE(DescribeModel(chain).empty());
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+}
+
+}  // namespace
+}  // namespace mirel

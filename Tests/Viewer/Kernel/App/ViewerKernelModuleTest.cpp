@@ -1,0 +1,131 @@
+#include <Viewer/Kernel/App/ViewerKernelModule.h>
+
+#include <Viewer/Kernel/App/LiteModelLoader.h>
+#include <Viewer/Kernel/Host/Application/StreamModelLoaderFactory.h>
+#include <Viewer/Kernel/Host/Core/DialogUtil.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/Host/Renderer/Scene.h>
+#include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
+#include <Viewer/Kernel/Host/View/Command.h>
+#include <Viewer/Kernel/Host/View/CommandContext.h>
+#include <Viewer/Kernel/Host/View/CommandManager.h>
+#include <Viewer/Kernel/Host/View/Viewer.h>
+#include <Viewer/Kernel/IO/LiteSceneReader.h>
+#include <Viewer/Kernel/Writer/LiteModelWriter.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestFolder.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#include <thread>
+
+namespace mirel {
+namespace {
+
+TEST(ViewerKernelModule, RegistersEachThingOnce) {
+  const auto check = [] {
+    EXPECT_EQ(StreamModelLoaderFactory::Instance().GetKeys(), std::vector<std::string>{"Lite"});
+    const std::unique_ptr<StreamModelLoader> first = StreamModelLoaderFactory::Instance().Create("Lite");
+    const std::unique_ptr<StreamModelLoader> second = StreamModelLoaderFactory::Instance().Create("Lite");
+    EXPECT_TRUE(dynamic_cast<LiteModelLoader*>(first.get()));
+    EXPECT_NE(first, second);
+
+    const std::vector<std::shared_ptr<Command>> commands = CommandManager::Instance().GetCommands();
+    ASSERT_EQ(commands.size(), 1U);
+    EXPECT_EQ(commands[0]->GetName(), "ImportLiteModel");
+
+    const std::vector<std::shared_ptr<SceneReader>> readers = SceneExchangeManager::Instance().GetReaders();
+    ASSERT_EQ(readers.size(), 1U);
+    EXPECT_TRUE(dynamic_cast<LiteSceneReader*>(readers[0].get()));
+    EXPECT_EQ(SceneExchangeManager::Instance().FindReader("a/index.gz"), readers[0]);
+  };
+  check();
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 8; ++i) {
+    threads.emplace_back([] {
+      RegisterViewerKernelModule();
+      EXPECT_TRUE(StreamModelLoaderFactory::Instance().Create("Lite"));
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  RegisterViewerKernelModule();
+  check();
+}
+
+TEST(ViewerKernelModule, RegistersTheLoaderOnItsFirstCallOnly) {
+  struct Other : LiteModelLoader {};
+  RegisterViewerKernelModule();
+  StreamModelLoaderFactory& factory = StreamModelLoaderFactory::Instance();
+  factory.AddFactoryT<Other>("Lite");
+  RegisterViewerKernelModule();
+  EXPECT_TRUE(dynamic_cast<Other*>(factory.Create("Lite").get())) << "later calls do nothing";
+  factory.AddFactoryT<LiteModelLoader>("Lite");
+}
+
+class ImportLiteModelCommandTest : public ::testing::Test {
+ protected:
+  ~ImportLiteModelCommandTest() override { DialogUtil::SetOpenFileFunction(nullptr); }
+
+  /// Runs the command while the dialog answers with this path.
+  bool Run(const std::string& answer) {
+    DialogUtil::SetOpenFileFunction([&](const std::string& name, const std::vector<std::string>& filters) {
+      asked_ += name;
+      for (const std::string& filter : filters)
+        asked_ += "|" + filter;
+      return Path(answer);
+    });
+    CommandContext context(&viewer_);
+    return CommandManager::Instance().Find("ImportLiteModel")->Execute(&context);
+  }
+  const std::vector<std::shared_ptr<SceneNode>>& Nodes() {
+    return viewer_.GetContext()->GetScene()->GetNodes();
+  }
+
+  Viewer viewer_;
+  std::string asked_;
+  LogCapture log_;
+};
+
+TEST_F(ImportLiteModelCommandTest, CancelledItChangesNothing) {
+  EXPECT_FALSE(Run(""));
+  EXPECT_EQ(asked_, "index.gz|Lite Model Files (.gz)|*.gz");
+  EXPECT_TRUE(Nodes().empty());
+  EXPECT_EQ(viewer_.GetContext()->TakeUpdate(), UpdateNone);
+  EXPECT_TRUE(log_.GetEntries().empty());
+}
+
+TEST_F(ImportLiteModelCommandTest, AddsTheChosenModelEachTime) {
+  const TestFolder folder;
+  LiteModel model;
+  FillAssembly(model);
+  LiteModelWriter(model).Save(folder.GetPath());
+  for (std::size_t run = 1; run <= 2; ++run) {
+    EXPECT_TRUE(Run(folder.GetPath() + "index.gz"));
+    ASSERT_EQ(Nodes().size(), run);
+    EXPECT_EQ(static_cast<int>(viewer_.GetContext()->TakeUpdate()), 3);
+  }
+  EXPECT_NE(Nodes()[0], Nodes()[1]);
+  EXPECT_NE(DescribeNodes(*Nodes()[0]).find("Schraube"), std::string::npos);
+  EXPECT_EQ(DescribeNodes(*Nodes()[0]), DescribeNodes(*Nodes()[1]));
+}
+
+TEST_F(ImportLiteModelCommandTest, AFailedLoadIsReportedByTheReader) {
+  EXPECT_TRUE(Run("missing/index.gz"));
+  EXPECT_TRUE(Nodes().empty());
+  EXPECT_EQ(log_.GetTexts(3), std::vector<std::string>{"Buffer is null!"});
+}
+
+TEST_F(ImportLiteModelCommandTest, NeedsAViewer) {
+  const std::shared_ptr<Command> command = CommandManager::Instance().Find("ImportLiteModel");
+  CommandContext context(nullptr);
+  EXPECT_FALSE(command->Execute(&context));
+  EXPECT_FALSE(command->Execute(nullptr));
+  EXPECT_EQ(log_.GetTexts(3), (std::vector<std::string>{"Viewer is null!", "Viewer is null!"}));
+  EXPECT_TRUE(log_.HasLocations());
+}
+
+}  // namespace
+}  // namespace mirel

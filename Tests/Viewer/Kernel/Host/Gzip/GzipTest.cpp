@@ -1,0 +1,203 @@
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Host/Gzip/ogzstream.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestFolder.h>
+
+#include <gtest/gtest.h>
+#include <libdeflate.h>
+
+#include <filesystem>
+#include <ios>
+
+namespace mirel {
+namespace {
+
+constexpr int kOut = static_cast<int>(std::ios_base::out);
+
+std::string Compress(const std::string& content) {
+  libdeflate_compressor* const compressor = libdeflate_alloc_compressor(6);
+  std::string file(libdeflate_gzip_compress_bound(compressor, content.size()), '\0');
+  file.resize(libdeflate_gzip_compress(compressor, content.data(), content.size(), file.data(), file.size()));
+  libdeflate_free_compressor(compressor);
+  return file;
+}
+
+void WriteGzip(const std::string& path, const std::string& content, int mode = kOut) {
+  ogzstream stream(path.c_str(), mode);
+  stream.write_str(content);
+}
+
+/// Bytes that do not compress.
+std::string Noise(std::size_t size) {
+  std::string bytes;
+  std::uint32_t state = 1;
+  while (bytes.size() < size) {
+    state = state * 1664525U + 1013904223U;
+    bytes += static_cast<char>(state >> 24);
+  }
+  return bytes;
+}
+
+class GzipTest : public ::testing::Test {
+ protected:
+  /// What `GzBuffer` makes of a file with these bytes.
+  std::shared_ptr<RawBuffer> Load(const std::string& bytes) {
+    // A new file each time: some file systems flush one that is overwritten to the disk at once.
+    std::filesystem::remove(std::filesystem::u8path(path_));
+    WriteFile(path_, bytes);
+    return GzBuffer::FromFile(path_);
+  }
+
+  /// Expects the file to be refused, with exactly one notice that names it and contains the reason.
+  void ExpectRefused(const std::string& bytes, const std::string& reason) {
+    log_.Clear();
+    EXPECT_EQ(Load(bytes), nullptr) << reason;
+    ASSERT_EQ(log_.GetEntries().size(), 1U) << reason;
+    EXPECT_EQ(log_.GetEntries()[0].first, 1);
+    EXPECT_EQ(log_.GetEntries()[0].second.find("Cannot read " + path_ + ": "), 0U);
+    EXPECT_TRUE(log_.Contains(reason)) << log_.GetEntries()[0].second;
+  }
+
+  TestFolder folder_;
+  std::string path_ = folder_.GetPath() + "Größe.gz";
+  LogCapture log_;
+};
+
+TEST_F(GzipTest, ContentComesBackWithAZeroByteBehindIt) {
+  for (const std::string& content :
+       {std::string(), std::string("{}"), std::string("a\0b", 3), std::string(1 << 20, 'x'), Noise(200000)}) {
+    WriteGzip(path_, content);
+    const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path_);
+    ASSERT_TRUE(buffer) << content.size();
+    EXPECT_EQ(std::string(buffer->GetData(), buffer->GetSize()), content);
+    EXPECT_EQ(buffer->GetData()[buffer->GetSize()], '\0');
+  }
+  EXPECT_TRUE(log_.GetEntries().empty());
+}
+
+TEST_F(GzipTest, SeveralMembersAreOneContent) {
+  // The declared size is that of the last member: too small for the whole in one case, more than enough in
+  // the other.
+  const std::string large(100000, 'x');
+  for (const auto& [first, second] : {std::pair(large, std::string("y")), std::pair(std::string("y"), large),
+                                      std::pair(std::string(), std::string()), std::pair(large, large)}) {
+    const std::shared_ptr<RawBuffer> buffer = Load(Compress(first) + Compress(second) + Compress("end"));
+    ASSERT_TRUE(buffer);
+    EXPECT_EQ(std::string(buffer->GetData(), buffer->GetSize()), first + second + "end");
+  }
+}
+
+TEST_F(GzipTest, ATruncatedFileIsNoContent) {
+  const std::string file = Compress("{\"Version\":1,\"Author\":\"Orvane\"}" + Noise(50));
+  for (std::size_t length = 0; length < file.size(); ++length) {
+    EXPECT_EQ(Load(file.substr(0, length)), nullptr) << length;
+  }
+  EXPECT_EQ(log_.GetTexts(1).size(), file.size());
+  ASSERT_TRUE(Load(file));
+  // After a whole member too.
+  for (std::size_t length = 1; length < file.size(); ++length) {
+    EXPECT_EQ(Load(file + file.substr(0, length)), nullptr) << length;
+  }
+}
+
+TEST_F(GzipTest, DamageIsNoContent) {
+  const std::string content = std::string(5000, 'x') + Noise(100);
+  const std::string file = Compress(content);
+  std::string wrongCrc = file;
+  wrongCrc[wrongCrc.size() - 8] = static_cast<char>(wrongCrc[wrongCrc.size() - 8] ^ 1);
+  ExpectRefused(wrongCrc, "damaged");
+  // Declared sizes too small, too large, and as large as the field allows.
+  for (const std::string& size :
+       {std::string(4, '\0'), std::string("\xff\xff\x00\x00", 4), std::string(4, '\xff')}) {
+    ExpectRefused(file.substr(0, file.size() - 4) + size, "damaged");
+  }
+  ExpectRefused(file + "x", "behind the gzip data");
+  ExpectRefused(file + std::string(512, '\0'), "behind the gzip data");
+  // Bits that mean nothing to the content (the time, codes that are not used) may change, the content must
+  // not.
+  for (std::size_t bit = 0; bit < 8 * file.size(); bit += 3) {
+    std::string flipped = file;
+    flipped[bit / 8] = static_cast<char>(flipped[bit / 8] ^ (1 << (bit % 8)));
+    const std::shared_ptr<RawBuffer> buffer = Load(flipped);
+    EXPECT_TRUE(!buffer || std::string(buffer->GetData(), buffer->GetSize()) == content) << bit;
+  }
+}
+
+TEST_F(GzipTest, WhatIsNoGzipFileIsNoContent) {
+  ExpectRefused("", "not a gzip file");
+  ExpectRefused("{\"Types\":[],\"Items\":[]}", "not a gzip file");
+  ExpectRefused(std::string(100, '\0'), "not a gzip file");
+
+  log_.Clear();
+  EXPECT_EQ(GzBuffer::FromFile(folder_.GetPath()), nullptr) << "a folder";
+  EXPECT_EQ(GzBuffer::FromFile(folder_.GetPath() + "missing.gz"), nullptr);
+  EXPECT_EQ(GzBuffer::FromFile(path_ + "/below.gz"), nullptr) << "below a file";
+  EXPECT_EQ(GzBuffer::FromFile(""), nullptr);
+  EXPECT_EQ(GzBuffer::FromFile("\xff\xfe.gz"), nullptr) << "not UTF-8";
+  EXPECT_EQ(log_.GetTexts(1).size(), 5U);
+  EXPECT_TRUE(log_.Contains("not a regular file"));
+}
+
+TEST_F(GzipTest, StreamWritesTheSameBytesForTheSameContent) {
+  const std::string content = "Größe" + std::string(10000, 'x') + Noise(1000);
+  WriteGzip(path_, content);
+  const std::string first = ReadFile(path_);
+  {
+    ogzstream stream((folder_.GetPath() + "2.gz").c_str(), kOut);
+    for (const char c : content)
+      stream.put(c);
+    EXPECT_TRUE(stream.good());
+    EXPECT_EQ(folder_.ListFiles(), "Größe.gz") << "a file appears when it is complete";
+  }
+  EXPECT_EQ(ReadFile(folder_.GetPath() + "2.gz"), first);
+  ASSERT_GE(first.size(), 10U);
+  EXPECT_EQ(first.substr(3, 5), std::string(5, '\0')) << "no name, no comment, no time";
+  {
+    ogzstream stream((folder_.GetPath() + "3.gz").c_str(), kOut);
+    stream << 12 << ' ' << "text";
+  }
+  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(folder_.GetPath() + "3.gz");
+  ASSERT_TRUE(buffer);
+  EXPECT_STREQ(buffer->GetData(), "12 text");
+}
+
+TEST_F(GzipTest, StreamReplacesAFileAndLeavesNothingElse) {
+  WriteFile(path_, "something older and longer than the new file");
+  WriteGzip(path_, "new");
+  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path_);
+  ASSERT_TRUE(buffer);
+  EXPECT_STREQ(buffer->GetData(), "new");
+  EXPECT_EQ(folder_.ListFiles(), "Größe.gz");
+  EXPECT_TRUE(log_.GetEntries().empty());
+}
+
+TEST_F(GzipTest, StreamSaysWhyAFileCannotBeWritten) {
+  WriteFile(folder_.GetPath() + "file", "x");
+  std::filesystem::create_directories(std::filesystem::u8path(folder_.GetPath() + "folder.gz/content"));
+  for (const std::string name : {"file/1.gz", "missing/1.gz", "folder.gz"}) {
+    log_.Clear();
+    WriteGzip(folder_.GetPath() + name, "content");
+    ASSERT_EQ(log_.GetTexts(3).size(), 1U) << name;
+    const std::string message = log_.GetTexts(3)[0];
+    const std::string prefix = "Cannot write " + folder_.GetPath() + name + ": ";
+    EXPECT_EQ(message.find(prefix), 0U) << message;
+    EXPECT_GT(message.size(), prefix.size()) << "a reason";
+    EXPECT_TRUE(log_.HasLocations());
+  }
+  EXPECT_EQ(folder_.ListFiles(), "file");
+  EXPECT_EQ(ReadFile(folder_.GetPath() + "file"), "x");
+}
+
+TEST_F(GzipTest, StreamTakesNoOtherMode) {
+  WriteFile(path_, "old");
+  {
+    ogzstream stream(path_.c_str(), static_cast<int>(std::ios_base::in));
+    EXPECT_TRUE(stream.bad());
+    stream.write_str("new");
+  }
+  EXPECT_EQ(ReadFile(path_), "old");
+}
+
+}  // namespace
+}  // namespace mirel

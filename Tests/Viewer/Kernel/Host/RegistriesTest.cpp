@@ -1,0 +1,181 @@
+#include <Viewer/Kernel/Host/Application/BaseApplication.h>
+#include <Viewer/Kernel/Host/Application/StreamModelLoaderFactory.h>
+#include <Viewer/Kernel/Host/Core/Path.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/Host/Renderer/Scene.h>
+#include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
+#include <Viewer/Kernel/Host/Renderer/SceneReader.h>
+#include <Viewer/Kernel/Host/View/Command.h>
+#include <Viewer/Kernel/Host/View/CommandContext.h>
+#include <Viewer/Kernel/Host/View/CommandManager.h>
+#include <Viewer/Kernel/Host/View/Viewer.h>
+
+#include <gtest/gtest.h>
+
+#include <set>
+#include <thread>
+
+namespace mirel {
+namespace {
+
+/// Supports one extension and reads nothing.
+class OneExtensionReader : public SceneReader {
+ public:
+  explicit OneExtensionReader(std::string extension) : extension_(std::move(extension)) {}
+  using SceneReader::Load;
+  std::shared_ptr<SceneNode> Load(const Path&, MaterialInstance*) override { return nullptr; }
+  std::shared_ptr<SceneNode> Load(const std::string&, MaterialInstance*) override { return nullptr; }
+  std::shared_ptr<SceneNode> Load(const std::wstring&, MaterialInstance*) override { return nullptr; }
+  void ListFormats(std::map<std::string, std::string>&) override {}
+  bool Support(std::string extension) const override { return extension == extension_; }
+
+ private:
+  std::string extension_;
+};
+
+class CountingCommand : public Command {
+ public:
+  explicit CountingCommand(const std::string& name) { SetName(name); }
+  bool Execute(CommandContext*) override { return ++runs_ > 0; }
+  int runs_ = 0;
+};
+
+class NamedLoader : public StreamModelLoader {
+ public:
+  void Begin() override {}
+  bool End() override { return false; }
+  bool LoadData(const std::string&, const char*, unsigned int) override { return false; }
+  bool LoadString(const std::string&, const std::string&) override { return false; }
+};
+class OtherLoader : public NamedLoader {};
+
+TEST(SceneExchangeManager, FindsTheLatestReaderOfAnExtension) {
+  SceneExchangeManager& manager = SceneExchangeManager::Instance();
+  const std::size_t before = manager.GetReaders().size();
+  const auto first = std::make_shared<OneExtensionReader>(".t1");
+  const auto other = std::make_shared<OneExtensionReader>(".t2");
+  const auto second = std::make_shared<OneExtensionReader>(".t1");
+  const auto plain = std::make_shared<OneExtensionReader>("");
+  for (const auto& reader : {first, other, second, plain, first})
+    manager.AddReader(reader);
+  manager.AddReader(nullptr);
+  EXPECT_EQ(manager.GetReaders().size(), before + 4);
+
+  EXPECT_EQ(manager.FindReader("a.b/model.t1"), second);
+  EXPECT_EQ(manager.FindReader("model.old.t2"), other);
+  EXPECT_EQ(manager.FindReader(".t2"), other);
+  EXPECT_EQ(manager.FindReader("a.t1/model"), plain) << "a dot in the folder's name is no extension";
+  EXPECT_EQ(manager.FindReader("model.T1"), nullptr) << "as it is written";
+  EXPECT_EQ(manager.FindReader("model.t1/model."), nullptr);
+}
+
+TEST(CommandManager, HoldsOneCommandOfEachName) {
+  CommandManager& manager = CommandManager::Instance();
+  const std::size_t before = manager.GetCommands().size();
+  manager.Register(std::make_shared<CountingCommand>("A"));
+  manager.Register(std::make_shared<CountingCommand>("B"));
+  const auto newer = std::make_shared<CountingCommand>("A");
+  manager.Register(newer);
+  manager.Register(nullptr);
+  const std::vector<std::shared_ptr<Command>> commands = manager.GetCommands();
+  ASSERT_EQ(commands.size(), before + 2);
+  EXPECT_EQ(commands[before], newer) << "replaced in its place";
+  EXPECT_EQ(manager.Find("A"), newer);
+  EXPECT_EQ(manager.Find("a"), nullptr);
+  EXPECT_TRUE(manager.Find("A")->BatchRun(nullptr));
+  EXPECT_EQ(newer->runs_, 1);
+  EXPECT_EQ(newer->GetUIName(), "A");
+}
+
+TEST(StreamModelLoaderFactory, MakesANewLoaderEachTime) {
+  StreamModelLoaderFactory& factory = StreamModelLoaderFactory::Instance();
+  const std::size_t before = factory.GetKeys().size();
+  EXPECT_EQ(factory.Create("Test"), nullptr);
+  factory.AddFactoryT<NamedLoader>("Test");
+  const std::unique_ptr<StreamModelLoader> first = factory.Create("Test");
+  const std::unique_ptr<StreamModelLoader> second = factory.Create("Test");
+  ASSERT_TRUE(first && second);
+  EXPECT_NE(first, second);
+  EXPECT_EQ(factory.Create("test"), nullptr);
+  factory.AddFactoryT<OtherLoader>("Test");
+  EXPECT_TRUE(dynamic_cast<OtherLoader*>(factory.Create("Test").get())) << "replaced";
+  EXPECT_EQ(factory.GetKeys().size(), before + 1);
+}
+
+TEST(StreamModelLoaderFactory, TakesCreatorsFromManyThreads) {
+  StreamModelLoaderFactory& factory = StreamModelLoaderFactory::Instance();
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 8; ++t) {
+    threads.emplace_back([&factory, t] {
+      for (int i = 0; i < 200; ++i) {
+        factory.AddFactoryT<NamedLoader>("Thread" + std::to_string((t + i) % 4));
+        factory.Create("Thread0");
+      }
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  EXPECT_TRUE(factory.Create("Thread3"));
+}
+
+TEST(SceneTree, KeepsNodesInOrderAndIgnoresEmptyPointers) {
+  const auto a = std::make_shared<GroupSceneNode>();
+  const auto b = std::make_shared<GroupSceneNode>();
+  const auto group = std::make_shared<GroupSceneNode>();
+  group->AddNode(b);
+  group->AddNode(nullptr);
+  group->AddNode(a);
+  EXPECT_EQ(group->GetNodes(), (std::vector<std::shared_ptr<SceneNode>>{b, a}));
+  Scene scene;
+  EXPECT_EQ(scene.AddNode(group), 1U);
+  EXPECT_EQ(scene.AddNode(nullptr), 0U);
+  EXPECT_EQ(scene.AddNode(a), 2U);
+  EXPECT_EQ(scene.GetNodes().size(), 2U);
+}
+
+TEST(GfxObject, NumbersDifferAcrossThreads) {
+  std::vector<std::vector<unsigned int>> drawn(8);
+  std::vector<std::thread> threads;
+  for (std::vector<unsigned int>& numbers : drawn) {
+    threads.emplace_back([&numbers] {
+      for (int i = 0; i < 1000; ++i)
+        numbers.push_back(GroupSceneNode().GetUuid());
+    });
+  }
+  for (std::thread& thread : threads)
+    thread.join();
+  std::set<unsigned int> distinct;
+  for (const std::vector<unsigned int>& numbers : drawn)
+    distinct.insert(numbers.begin(), numbers.end());
+  EXPECT_EQ(distinct.size(), 8000U);
+  EXPECT_EQ(distinct.count(0), 0U);
+}
+
+TEST(ViewContext, UpdateFlagsAddUpUntilTaken) {
+  Viewer viewer;
+  viewer.RequestUpdate(UpdateScene);
+  viewer.GetContext()->RequestUpdate(UpdateView);
+  EXPECT_EQ(viewer.GetContext()->TakeUpdate(), UpdateAll);
+  EXPECT_EQ(viewer.GetContext()->TakeUpdate(), UpdateNone);
+  EXPECT_EQ(CommandContext(&viewer).GetViewer(), &viewer);
+}
+
+TEST(BaseApplication, TheLatestOneRuns) {
+  EXPECT_EQ(BaseApplication::Get(), nullptr);
+  {
+    BaseApplication first;
+    EXPECT_EQ(BaseApplication::Get(), &first);
+    EXPECT_FALSE(first.GetActiveViewer());
+    auto second = std::make_unique<BaseApplication>();
+    EXPECT_EQ(BaseApplication::Get(), second.get());
+    {
+      const BaseApplication third;
+      EXPECT_EQ(BaseApplication::Get(), &third);
+    }
+    EXPECT_EQ(BaseApplication::Get(), nullptr);
+  }
+  EXPECT_EQ(BaseApplication::Get(), nullptr);
+}
+
+}  // namespace
+}  // namespace mirel

@@ -1,0 +1,425 @@
+#include <Viewer/Kernel/Model/LiteLimits.h>
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#include <cfloat>
+#include <cmath>
+#include <limits>
+#include <random>
+
+namespace mirel {
+namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInf = std::numeric_limits<double>::infinity();
+
+std::string Write(const LiteModelItem& item) {
+  return WriteItem(item, LiteModel());
+}
+
+/// Reads a shape item with these members beside "Type".
+std::unique_ptr<ShapeItem> ReadShape(const std::string& members) {
+  std::unique_ptr<LiteModelItem> item =
+      ReadItem(R"({"Type":"Shape")" + (members.empty() ? "" : "," + members) + "}");
+  return std::unique_ptr<ShapeItem>(dynamic_cast<ShapeItem*>(item.release()));
+}
+
+TEST(ItemJson, WritesExactlyTheseTexts) {
+  EXPECT_EQ(Write(*MakeShape(1, "", 2)), R"({"Type":"Shape","Id":"1","Name":"","SId":"2","FColor":[]})");
+  EXPECT_EQ(Write(*MakeGroup(1, "G")), R"({"Type":"Group","Id":"1","Name":"G","Children":[]})");
+  EXPECT_EQ(Write(*MakeInstance(18446744073709551615U, "I", 0)),
+            R"({"Type":"Instance","Id":"18446744073709551615","Name":"I","TId":"0"})");
+
+  auto shape = MakeShape(3, "S", 4);
+  shape->SetColor({1.0F, 0.0F, 0.0F});
+  shape->SetTransform(Move(10.0, 20.0, 30.0));
+  shape->SetFaceColor(-1, {0.1F, 0.5F, -2.5F});
+  shape->SetTag(9);
+  const std::string text =
+      R"({"Type":"Shape","Id":"3","Name":"S","Color":[1.0,0.0,0.0],"Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,)"
+      R"(0.0,0.0,1.0,0.0,10.0,20.0,30.0,1.0],"SId":"4","FColor":[{"FId":-1,)"
+      R"("Color":[0.10000000149011612,0.5,-2.5]}]})";
+  EXPECT_EQ(Write(*shape), text);
+  EXPECT_EQ(Write(*ReadItem(text)), text);
+
+  // Column by column: an element's place in the text is 4 * column + row.
+  glm::dmat4 matrix;
+  for (int k = 0; k < 16; ++k)
+    matrix[k / 4][k % 4] = k;
+  auto group = MakeGroup(1, "", MakeShape(2, "", 3), MakeInstance(4, "", 5));
+  group->SetTransform(matrix);
+  const std::string nested =
+      R"({"Type":"Group","Id":"1","Name":"","Transform":[0.0,1.0,2.0,3.0,4.0,5.0,6.0,7.0,8.0,9.0,10.0,11.0,12.0,)"
+      R"(13.0,14.0,15.0],"Children":[{"Type":"Shape","Id":"2","Name":"","SId":"3","FColor":[]},)"
+      R"({"Type":"Instance","Id":"4","Name":"","TId":"5"}]})";
+  EXPECT_EQ(Write(*group), nested);
+  EXPECT_EQ(ReadItem(nested)->GetTransform(), matrix);
+  EXPECT_EQ(Write(*ReadItem(nested)), nested);
+}
+
+TEST(ItemJson, ColourIsWrittenWhenRedIsNotNegative) {
+  const auto colorOf = [](const glm::vec3& color) {
+    ShapeItem item;
+    item.SetColor(color);
+    const std::string text = Write(item);
+    const std::size_t begin = text.find("\"Color\"");
+    return begin == std::string::npos ? "" : text.substr(begin + 8, text.find(']') - begin - 7);
+  };
+  EXPECT_EQ(colorOf({-1.0F, 0.5F, 0.5F}), "");
+  EXPECT_EQ(colorOf({-0.0F, -1.0F, 2.0F}), "[-0.0,-1.0,2.0]");
+  EXPECT_EQ(colorOf({-std::numeric_limits<float>::denorm_min(), 1.0F, 1.0F}), "");
+}
+
+TEST(ItemJson, StringsAreEscapedAndOtherwiseKeptByteForByte) {
+  const std::string names[][2] = {
+      {"\"\\/\b\t\n\f\r", R"(\"\\/\b\t\n\f\r)"},
+      {"\x01\x1f\x7f", "\\u0001\\u001F\x7f"},
+      {"设计 Größe \U0001F600", "设计 Größe \U0001F600"},
+      // Not UTF-8: a lone continuation byte, a cut sequence, an overlong form, a surrogate.
+      {"\x80 \xe8\xae \xc0\xaf \xed\xa0\x80 \xff", "\x80 \xe8\xae \xc0\xaf \xed\xa0\x80 \xff"}};
+  for (const auto& [name, written] : names) {
+    const std::string text = Write(*MakeInstance(1, name, 0));
+    EXPECT_EQ(text, R"({"Type":"Instance","Id":"1","Name":")" + written + R"(","TId":"0"})");
+    const std::unique_ptr<LiteModelItem> back = ReadItem(text);
+    ASSERT_TRUE(back) << name;
+    EXPECT_EQ(back->GetName(), name);
+  }
+  EXPECT_EQ(ReadShape(R"("Name":"\u8bbe\ud83d\ude00")")->GetName(), "设\U0001F600");
+}
+
+TEST(ItemJson, ANulEndsAName) {
+  const std::string text = Write(*MakeInstance(1, std::string("a\0b", 3), 0));
+  EXPECT_EQ(text, R"({"Type":"Instance","Id":"1","Name":"a","TId":"0"})");
+  EXPECT_EQ(ReadShape(R"("Name":"a\u0000b","SId":"12\u00003")")->GetName(), "a");
+  EXPECT_EQ(ReadShape(R"("Name":"a\u0000b","SId":"12\u00003")")->GetShapeId(), Id(12));
+}
+
+TEST(ItemJson, NumbersComeBack) {
+  std::mt19937_64 random(1);
+  std::uniform_real_distribution<double> length(-1e4, 1e4);
+  for (int i = 0; i < 1000; ++i) {
+    auto item = MakeShape(1, "", 2);
+    glm::dmat4 matrix;
+    for (int k = 0; k < 16; ++k)
+      matrix[k / 4][k % 4] = length(random);
+    item->SetTransform(matrix);
+    const glm::vec3 color(std::abs(matrix[0][0]), matrix[0][1], matrix[0][2]);
+    item->SetColor(color);
+    const std::unique_ptr<LiteModelItem> back = ReadItem(Write(*item));
+    ASSERT_TRUE(back);
+    EXPECT_EQ(back->GetColor(), color);
+    for (int k = 0; k < 16; ++k) {
+      EXPECT_DOUBLE_EQ(back->GetTransform()[k / 4][k % 4], matrix[k / 4][k % 4])
+          << "up to the rounding of parsing";
+    }
+  }
+  // The ends of the range: still a number when it comes back.
+  for (const double value :
+       {DBL_MAX, -DBL_MAX, std::nextafter(DBL_MAX, 0.0), DBL_MIN, 4.9406564584124654e-324}) {
+    InstanceItem item;
+    item.SetTransform(Move(value, 0.0, 0.0));
+    const std::unique_ptr<LiteModelItem> back = ReadItem(Write(item));
+    ASSERT_TRUE(back) << value;
+    EXPECT_DOUBLE_EQ(back->GetTransform()[3][0], value);
+  }
+}
+
+TEST(ItemJson, WhatIsNotFiniteIsLeftOutWithAMessage) {
+  const std::string plain = Write(*MakeShape(1, "", 2));
+  for (const double bad : {kNan, kInf, -kInf}) {
+    for (int k = 0; k < 16; ++k) {
+      LogCapture log;
+      auto item = MakeShape(1, "", 2);
+      glm::dmat4 matrix(2.0);
+      matrix[k / 4][k % 4] = bad;
+      item->SetTransform(matrix);
+      EXPECT_EQ(Write(*item), plain);
+      EXPECT_EQ(log.GetTexts(3),
+                std::vector<std::string>{"The transform of item 1 is not finite and is left out"});
+      EXPECT_TRUE(log.HasLocations());
+    }
+    for (int k = 0; k < 3; ++k) {
+      LogCapture log;
+      auto item = MakeShape(1, "", 2);
+      glm::vec3 color(0.5F);
+      color[k] = static_cast<float>(bad);
+      item->SetFaceColor(3, color);
+      item->SetColor(color);
+      EXPECT_EQ(Write(*item), plain);
+      const bool hasColor = color.r >= 0.0F;
+      EXPECT_EQ(log.GetTexts(3).size(), hasColor ? 2U : 1U)
+          << "a red that is no number, or negative, is no colour";
+      EXPECT_TRUE(log.Contains("The colour of face 3 of item 1"));
+      EXPECT_TRUE(log.HasLocations());
+    }
+  }
+}
+
+TEST(ItemJson, ColoursTakeTheNumbersThatThereAre) {
+  EXPECT_EQ(ReadShape("")->GetColor(), glm::vec3(-1.0F));
+  const std::pair<const char*, glm::vec3> cases[] = {
+      {"[0.25]", {0.25F, -1.0F, -1.0F}},
+      {"[]", glm::vec3(-1.0F)},
+      {"[1,0,18446744073709551615]", {1.0F, 0.0F, 18446744073709551616.0F}},
+      {"[-1,2.5e-1,-0]", {-1.0F, 0.25F, 0.0F}},
+      {"[0.5,0.5,0.5,\"x\",9]", glm::vec3(0.5F)},
+      {"[\"1\",0.5,null]", {-1.0F, 0.5F, -1.0F}},
+      {"[1e39,-1e300,0.5]", {-1.0F, -1.0F, 0.5F}},
+      {"[[1],{},true]", glm::vec3(-1.0F)},
+      {"[1e-300,3.4e38,0]", {0.0F, 3.4e38F, 0.0F}}};
+  for (const auto& [json, expected] : cases) {
+    const std::unique_ptr<ShapeItem> item =
+        ReadShape(std::string("\"Color\":") + json + ",\"FColor\":[{\"FId\":1,\"Color\":" + json + "}]");
+    ASSERT_TRUE(item) << json;
+    EXPECT_EQ(item->GetColor(), expected) << json;
+    // A face starts from white instead.
+    glm::vec3 face = expected;
+    for (int k = 0; k < 3; ++k) {
+      if (face[k] == -1.0F && !(k == 0 && std::string(json).find("[-1,") == 0)) face[k] = 1.0F;
+    }
+    EXPECT_EQ(item->GetFaceColor().at(1), face) << json;
+  }
+  // A partly set colour counts as one from then on.
+  EXPECT_NE(Write(*ReadShape(R"("Color":[0.25])")).find(R"("Color":[0.25,-1.0,-1.0])"), std::string::npos);
+}
+
+TEST(ItemJson, FaceColoursNeedAnIntegerIndex) {
+  const std::unique_ptr<ShapeItem> item = ReadShape(
+      R"("FColor":[{"FId":1,"Color":[0.0]},{"Color":[0,0,0]},{"FId":2},{"FId":1.5,"Color":[0,0,0]},)"
+      R"({"FId":"3","Color":[0,0,0]},{"FId":null},7,null,[1],"x",{"FId":-1,"Color":[0,0,1]},)"
+      R"({"FId":4294967298,"Color":[0,1,0]},{"FId":-4294967291,"Color":[1,1,0]},)"
+      R"({"FId":18446744073709551615,"Color":[0.5,0,0]},{"FId":36893488147419103232,"Color":[0,0,0]},)"
+      R"({"FId":9,"Color":7},{"FId":10,"Color":[0,0,0]},{"FId":10,"Color":[0.5,0.5,0.5]}])");
+  ASSERT_TRUE(item);
+  const ShapeItem::FaceColorMap expected{
+      {1U, {0.0F, 1.0F, 1.0F}},           // missing components are 1
+      {2U, {0.0F, 1.0F, 0.0F}},           // the low 32 bits of 4294967298; the later one stays
+      {5U, {1.0F, 1.0F, 0.0F}},           // and of a negative number
+      {4294967295U, {0.5F, 0.0F, 0.0F}},  // -1 and the largest integer are one face
+      {9U, glm::vec3(1.0F)},
+      {10U, glm::vec3(0.5F)}};
+  EXPECT_EQ(item->GetFaceColor(), expected);
+}
+
+TEST(ItemJson, ATransformNeedsSixteenNumbers) {
+  const std::string fifteen = "2,0,0,0,0,2,0,0,0,0,2,0,5,6,7";
+  for (const std::string& json : {std::string("[]"), "[" + fifteen + "]", "[" + fifteen + ",null]",
+                                  "[" + fifteen + ",\"1\"]", std::string("{}"), std::string("1")}) {
+    EXPECT_EQ(ReadShape("\"Transform\":" + json)->GetTransform(), glm::dmat4(1.0)) << json;
+  }
+  glm::dmat4 expected = Move(5.0, 6.0, 7.0);
+  for (int k = 0; k < 3; ++k)
+    expected[k][k] = 2.0;
+  EXPECT_EQ(ReadShape("\"Transform\":[" + fifteen + ",1]")->GetTransform(), expected);
+  EXPECT_EQ(ReadShape("\"Transform\":[" + fifteen + ",1,null,99]")->GetTransform(), expected);
+}
+
+TEST(ItemJson, TheFirstOfTwoMembersCountsAndOthersAreIgnored) {
+  const std::unique_ptr<ShapeItem> item = ReadShape(
+      R"("name":"x","Name":"first","Name":"second","Tag":7,"Type":"Group","Nam":1,"Id":"5","Id":"6")");
+  ASSERT_TRUE(item);
+  EXPECT_EQ(item->GetName(), "first");
+  EXPECT_EQ(item->GetId(), Id(5));
+  EXPECT_EQ(item->GetTag(), 0U);
+  EXPECT_EQ(ReadShape(R"("Name":5,"Name":"second")")->GetName(), "") << "also when it is of the wrong type";
+}
+
+TEST(ItemJson, AnItemIsRejectedForThese) {
+  struct Case {
+    const char* json;
+    int level;
+    const char* message;
+  };
+  for (const Case& c :
+       {Case{"[]", 3, "Not Object!"}, Case{"null", 3, "Not Object!"}, Case{"\"Shape\"", 3, "Not Object!"},
+        Case{"7", 3, "Not Object!"}, Case{"{}", 3, "Type is null"},
+        Case{R"({"type":"Shape"})", 3, "Type is null"}, Case{R"({"Type":null})", 3, "Type is null"},
+        Case{R"({"Type":["Shape"]})", 3, "Type is null"},
+        Case{R"({"Type":"shape"})", 1, "Invalid type shape"}, Case{R"({"Type":""})", 1, "Invalid type "},
+        Case{R"({"Type":"Group"})", 0, ""}, Case{R"({"Type":"Group","Children":{}})", 0, ""}}) {
+    LogCapture log;
+    EXPECT_EQ(ReadItem(c.json), nullptr) << c.json;
+    if (c.level == 0) {
+      EXPECT_TRUE(log.GetEntries().empty()) << c.json;
+    } else {
+      ASSERT_EQ(log.GetEntries().size(), c.level == 3 ? 2U : 1U) << c.json;
+      EXPECT_EQ(log.GetEntries()[0], LogCapture::Entry(c.level, c.message));
+      EXPECT_TRUE(log.HasLocations());
+      EXPECT_EQ(log.Contains("LiteModelItem.cpp"), c.level == 3);
+    }
+  }
+  EXPECT_TRUE(ReadItem(R"({"Type":"Group","Children":[]})"));
+  const std::unique_ptr<LiteModelItem> instance = ReadItem(R"({"Type":"Instance"})");
+  ASSERT_TRUE(instance);
+  EXPECT_EQ(dynamic_cast<InstanceItem&>(*instance).GetTypeId(), ObjectId());
+}
+
+TEST(ItemJson, ChildrenThatCannotBeReadAreLeftOut) {
+  LogCapture log;
+  const std::unique_ptr<LiteModelItem> item =
+      ReadItem(R"({"Type":"Group","Children":[{"Type":"Shape","Id":"1"},7,{},{"Type":"X"},{"Type":"Group"},)"
+               R"({"Type":"Group","Children":[null,{"Type":"Shape","Id":"3"}]},{"Id":"9","Type":"Shape"}]})");
+  ASSERT_TRUE(item);
+  const auto& children = dynamic_cast<GroupItem&>(*item).GetChildren();
+  ASSERT_EQ(children.size(), 3U);
+  EXPECT_EQ(children[0]->GetId(), Id(1));
+  EXPECT_EQ(dynamic_cast<GroupItem&>(*children[1]).GetChildren().size(), 1U);
+  EXPECT_EQ(children[2]->GetId(), Id(9));
+  EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"Not Object!", "Type is null", "Not Object!"}));
+  EXPECT_EQ(log.GetTexts(1), std::vector<std::string>{"Invalid type X"});
+}
+
+TEST(ItemJson, ReadAddsToWhatAnItemHolds) {
+  auto group = MakeGroup(1, "old", MakeShape(2, "", 0));
+  rapidjson::Document document;
+  document.Parse(R"({"Color":[0.5],"Children":[{"Type":"Shape","Id":"3"}]})");
+  EXPECT_TRUE(group->Read(document));
+  EXPECT_EQ(group->GetName(), "old");
+  EXPECT_EQ(group->GetId(), Id(1));
+  EXPECT_EQ(group->GetColor(), glm::vec3(0.5F, -1.0F, -1.0F));
+  EXPECT_EQ(group->GetChildren().size(), 2U);
+
+  auto shape = MakeShape(1, "", 7);
+  shape->SetFaceColor(1, glm::vec3(0.0F));
+  document.Parse(R"({"FColor":[{"FId":2}]})");
+  EXPECT_TRUE(shape->Read(document));
+  EXPECT_EQ(shape->GetFaceColor().size(), 2U);
+  EXPECT_EQ(shape->GetShapeId(), Id(7));
+}
+
+/// An instance with this placement, of type 100 with another placement and this tag.
+struct InstanceOfType {
+  explicit InstanceOfType(unsigned int tag) {
+    auto type = MakeShape(100, "type", 10);
+    type->SetTransform(TurnAboutZ(90.0));
+    type->SetColor({0.0F, 0.0F, 1.0F});
+    type->SetTag(tag);
+    model.AddType(std::move(type));
+    instance = MakeInstance(1, "instance", 100);
+    instance->SetTransform(Move(5.0, 0.0, 0.0));
+  }
+
+  LiteModel model;
+  std::unique_ptr<InstanceItem> instance;
+};
+
+TEST(InstanceJson, AnInstanceOfASharedOrUnusedTypeNamesIt) {
+  for (const unsigned int tag : {0U, 2U, 4294967295U}) {
+    InstanceOfType sample(tag);
+    const std::string text = WriteItem(*sample.instance, sample.model);
+    EXPECT_NE(text.find(R"("Type":"Instance","Id":"1","Name":"instance")"), std::string::npos) << text;
+    EXPECT_NE(text.find(R"("TId":"100")"), std::string::npos) << text;
+    EXPECT_EQ(sample.model.FindType(Id(100))->GetName(), "type");
+  }
+  LogCapture log;
+  EXPECT_EQ(WriteItem(*MakeInstance(1, "", 99), LiteModel()),
+            R"({"Type":"Instance","Id":"1","Name":"","TId":"99"})");
+  EXPECT_TRUE(log.GetEntries().empty());
+}
+
+TEST(InstanceJson, ATypeUsedOnceIsWrittenInPlaceOfItsInstance) {
+  InstanceOfType sample(1);
+  const glm::dmat4 placement = Move(5.0, 0.0, 0.0) * TurnAboutZ(90.0);
+  const std::string text = WriteItem(*sample.instance, sample.model);
+  EXPECT_EQ(text.find(R"({"Type":"Shape","Id":"100","Name":"instance","Color":[0.0,0.0,1.0],"Transform":[)"),
+            0U)
+      << text;
+  EXPECT_EQ(text.find("TId"), std::string::npos);
+  const std::unique_ptr<LiteModelItem> back = ReadItem(text);
+  ASSERT_TRUE(back);
+  EXPECT_EQ(back->GetTransform()[3], glm::dvec4(5.0, 0.0, 0.0, 1.0)) << "the instance's placement comes last";
+  EXPECT_EQ(sample.model.FindType(Id(100))->GetTransform(), placement);
+  EXPECT_EQ(sample.model.FindType(Id(100))->GetName(), "instance");
+  EXPECT_EQ(sample.instance->GetTransform(), Move(5.0, 0.0, 0.0));
+
+  // The changes stay; the second time multiplies once more, and a colour and an empty name of the instance go
+  // over.
+  sample.instance->SetColor({1.0F, 0.0F, 0.0F});
+  sample.instance->SetName("");
+  const std::string again = WriteItem(*sample.instance, sample.model);
+  EXPECT_EQ(again.find(R"({"Type":"Shape","Id":"100","Name":"","Color":[1.0,0.0,0.0],)"), 0U) << again;
+  EXPECT_EQ(ReadItem(again)->GetTransform()[3], glm::dvec4(10.0, 0.0, 0.0, 1.0));
+}
+
+TEST(InstanceJson, ATypeThatContainsItselfIsNamedAndReported) {
+  const auto tagged = [](std::unique_ptr<LiteModelItem> item) {
+    item->SetTag(1);
+    return item;
+  };
+  LiteModel model;
+  model.AddType(tagged(MakeGroup(100, "direct", MakeInstance(1, "", 100))));
+  model.AddType(tagged(MakeInstance(200, "itself", 200)));
+  model.AddType(tagged(MakeGroup(301, "one", MakeInstance(2, "", 302))));
+  model.AddType(tagged(MakeInstance(302, "two", 303)));
+  model.AddType(tagged(MakeGroup(303, "three", MakeShape(3, "", 0), MakeInstance(4, "", 301))));
+  for (const unsigned long long type : {100ULL, 200ULL, 301ULL, 302ULL, 303ULL}) {
+    LogCapture log;
+    const std::string text = WriteItem(*MakeInstance(9, "use", type), model);
+    ASSERT_EQ(log.GetTexts(3).size(), 1U) << text;
+    EXPECT_TRUE(log.Contains("contains itself"));
+    EXPECT_TRUE(log.HasLocations());
+    EXPECT_NE(text.find("\"TId\":\"" + std::to_string(type) + "\""), std::string::npos) << text;
+    ASSERT_TRUE(ReadItem(text)) << text;
+    EXPECT_TRUE(log.GetTexts(1).empty());
+  }
+}
+
+TEST(ItemNesting, TheDeepestAllowedItemIsWrittenAndRead) {
+  auto leaf = MakeShape(7, "leaf", 8);
+  leaf->SetFaceColor(1, glm::vec3(0.5F));
+  const std::unique_ptr<LiteModelItem> chains[] = {MakeChain(kMaxNesting, std::move(leaf)),
+                                                   MakeChain(kMaxNesting, MakeGroup(7, "empty"))};
+  for (const std::unique_ptr<LiteModelItem>& chain : chains) {
+    LogCapture log;
+    const std::string text = Write(*chain);
+    const std::unique_ptr<LiteModelItem> back = ReadItem(text);
+    ASSERT_TRUE(back);
+    EXPECT_EQ(Write(*back), text);
+    EXPECT_NE(text.find("\"Id\":\"7\""), std::string::npos);
+    EXPECT_TRUE(log.GetEntries().empty());
+  }
+}
+
+TEST(ItemNesting, WhatIsDeeperIsLeftOutWithAMessage) {
+  LogCapture log;
+  const std::string text = Write(*MakeChain(kMaxNesting + 1, MakeShape(7777, "leaf", 8)));
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+  EXPECT_EQ(text.find("\"7777\""), std::string::npos);
+  EXPECT_TRUE(ReadItem(text));
+  EXPECT_EQ(log.GetTexts(3).size(), 1U) << "what is written can be read";
+
+  log.Clear();
+  std::string deep;
+  for (int i = 0; i < kMaxNesting; ++i)
+    deep += R"({"Type":"Group","Children":[)";
+  deep += R"({"Type":"Shape","Id":"7777"})";
+  for (int i = 0; i < kMaxNesting; ++i)
+    deep += "]}";
+  const std::unique_ptr<LiteModelItem> item = ReadItem(deep);
+  ASSERT_TRUE(item);
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+  EXPECT_EQ(Write(*item).find("\"7777\""), std::string::npos);
+
+  log.Clear();
+  EXPECT_FALSE(Write(*MakeChain(100000, MakeShape(7777, "leaf", 8))).empty());
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+}
+
+TEST(ItemNesting, AnEmptyChildIsNotWritten) {
+  LogCapture log;
+  auto group = MakeGroup(1, "", MakeShape(2, "", 3));
+  group->AddItem(nullptr);
+  group->AddItem(MakeInstance(4, "", 5));
+  EXPECT_EQ(Write(*group),
+            R"({"Type":"Group","Id":"1","Name":"","Children":[{"Type":"Shape","Id":"2","Name":"",)"
+            R"("SId":"3","FColor":[]},{"Type":"Instance","Id":"4","Name":"","TId":"5"}]})");
+  EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"An empty item is not written"});
+  EXPECT_TRUE(log.HasLocations());
+}
+
+}  // namespace
+}  // namespace mirel

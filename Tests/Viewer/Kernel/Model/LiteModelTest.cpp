@@ -1,0 +1,231 @@
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Model/ItemWalk.h>
+#include <Viewer/Kernel/Model/LiteModelVisitor.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace mirel {
+namespace {
+
+/// Notes which overload was called with which item, and goes nowhere further.
+class Recorder : public LiteModelVisitor {
+ public:
+  void Visit(GroupItem* item) override { Note("Group", *item); }
+  void Visit(InstanceItem* item) override { Note("Instance", *item); }
+  void Visit(ShapeItem* item) override { Note("Shape", *item); }
+  std::string visits_;
+
+ private:
+  void Note(const char* kind, const LiteModelItem& item) { visits_ += kind + item.GetId().toString() + ' '; }
+};
+
+/// A leaf that says when it is destroyed.
+class Mortal : public ShapeItem {
+ public:
+  explicit Mortal(int& alive) : alive_(alive) { ++alive_; }
+  ~Mortal() override { --alive_; }
+
+ private:
+  int& alive_;
+};
+
+TEST(LiteModelItem, StartsWithTheDocumentedValues) {
+  const ShapeItem shape;
+  const ShapeItem next;
+  EXPECT_EQ(shape.GetType(), "Shape");
+  EXPECT_NE(shape.GetId(), next.GetId());
+  EXPECT_NE(shape.GetId(), ObjectId());
+  EXPECT_EQ(shape.GetName(), "");
+  EXPECT_EQ(shape.GetTransform(), glm::dmat4(1.0));
+  EXPECT_EQ(shape.GetColor(), glm::vec3(-1.0F));
+  EXPECT_EQ(shape.GetTag(), 0U);
+  EXPECT_EQ(shape.GetShapeId(), ObjectId());
+  EXPECT_TRUE(shape.GetFaceColor().empty());
+  const GroupItem group;
+  EXPECT_EQ(group.GetType(), "Group");
+  EXPECT_TRUE(group.GetChildren().empty());
+  const InstanceItem instance;
+  EXPECT_EQ(instance.GetType(), "Instance");
+  EXPECT_EQ(instance.GetTypeId(), ObjectId());
+}
+
+TEST(LiteModelItem, IsMadeByTheExactNameOfItsKind) {
+  LogCapture log;
+  EXPECT_TRUE(dynamic_cast<ShapeItem*>(LiteModelItem::CreateItem("Shape").get()));
+  EXPECT_TRUE(dynamic_cast<GroupItem*>(LiteModelItem::CreateItem("Group").get()));
+  EXPECT_TRUE(dynamic_cast<InstanceItem*>(LiteModelItem::CreateItem("Instance").get()));
+  EXPECT_TRUE(log.GetEntries().empty());
+  for (const std::string name : {"group", "Groups", "", "Inst", "Shape ", "%s%n"}) {
+    log.Clear();
+    EXPECT_EQ(LiteModelItem::CreateItem(name), nullptr);
+    EXPECT_EQ(log.GetEntries(), (std::vector<LogCapture::Entry>{{1, "Invalid type " + name}}))
+        << "and no location line";
+  }
+}
+
+TEST(LiteModelItem, IsVisitedByItsClassNotByItsTypeName) {
+  Recorder recorder;
+  auto shape = MakeShape(1, "", 0);
+  shape->SetType("Group");
+  shape->Apply(&recorder);
+  MakeInstance(2, "", 0)->Apply(&recorder);
+  MakeGroup(3, "", MakeShape(4, "", 0), MakeGroup(5, ""))->Apply(&recorder);
+  EXPECT_EQ(recorder.visits_, "Shape1 Instance2 Group3 ") << "each once, and no children";
+}
+
+TEST(ShapeItem, HoldsOneColourForEachFace) {
+  ShapeItem item;
+  item.SetFaceColor(7, glm::vec3(0.1F));
+  item.SetFaceColor(7, glm::vec3(0.2F));
+  item.SetFaceColor(-1, glm::vec3(0.3F));
+  EXPECT_EQ(item.GetFaceColor(),
+            (ShapeItem::FaceColorMap{{7U, glm::vec3(0.2F)}, {4294967295U, glm::vec3(0.3F)}}));
+  item.SetFaceColor(ShapeItem::FaceColorMap{});
+  EXPECT_TRUE(item.GetFaceColor().empty());
+}
+
+TEST(GroupItem, OwnsItsChildren) {
+  int alive = 0;
+  {
+    GroupItem group;
+    for (int i = 0; i < 3; ++i)
+      group.AddItem(std::make_unique<Mortal>(alive));
+    EXPECT_EQ(alive, 3);
+
+    std::vector<std::unique_ptr<LiteModelItem>> children;
+    children.push_back(MakeShape(1, "", 0));
+    children.push_back(std::make_unique<Mortal>(alive));
+    group.SetChildren(std::move(children));
+    EXPECT_EQ(alive, 1);
+    EXPECT_TRUE(children.empty());  // NOLINT(bugprone-use-after-move): left empty is part of the contract
+    ASSERT_EQ(group.GetChildren().size(), 2U);
+    EXPECT_EQ(group.GetChildren()[0]->GetId(), Id(1));
+
+    group.SetChildren(
+        std::move(const_cast<std::vector<std::unique_ptr<LiteModelItem>>&>(group.GetChildren())));
+    EXPECT_EQ(group.GetChildren().size(), 2U) << "its own list changes nothing";
+
+    std::unique_ptr<LiteModelItem> child = MakeGroup(2, "", std::make_unique<Mortal>(alive));
+    group.AddItem(std::move(child));
+    EXPECT_FALSE(child);  // NOLINT(bugprone-use-after-move)
+    group.AddItem(nullptr);
+    EXPECT_EQ(group.GetChildren().size(), 4U);
+    EXPECT_EQ(alive, 2);
+  }
+  EXPECT_EQ(alive, 0);
+}
+
+TEST(GroupItem, DestroysASubtreeOfAnyDepthWithoutRecursion) {
+  int alive = 0;
+  std::unique_ptr<LiteModelItem> item = MakeChain(300000, std::make_unique<Mortal>(alive));
+  EXPECT_EQ(alive, 1);
+  {
+    LiteModel model;
+    model.AddItem(MakeGroup(1, "", std::move(item), MakeGroup(2, "", std::make_unique<Mortal>(alive))));
+    EXPECT_EQ(alive, 2);
+  }
+  EXPECT_EQ(alive, 0);
+}
+
+TEST(LiteModel, FindsWhatItStores) {
+  LiteModel model;
+  Recorder recorder;
+  model.Apply(&recorder);
+  EXPECT_EQ(recorder.visits_, "");
+  EXPECT_EQ(model.GetName(), "");
+  EXPECT_TRUE(model.GetItems().empty() && model.GetTypes().empty() && model.GetShape().empty() &&
+              model.GetGRepShapes().empty());
+  EXPECT_EQ(model.FindType(Id(1)), nullptr);
+  EXPECT_EQ(model.FindShape(Id(1)), nullptr);
+  EXPECT_EQ(model.FindGRepShape(Id(1)), nullptr);
+
+  const std::shared_ptr<TopoShape> first = MakeBox(1, 1, 1);
+  const std::shared_ptr<TopoShape> second = MakeBox(2, 2, 2);
+  const ObjectId a = model.AddShape(first);
+  const ObjectId b = model.AddShape(first);
+  EXPECT_NE(a, b);
+  EXPECT_EQ(model.FindShape(a), first);
+  EXPECT_EQ(model.FindShape(b), first);
+  model.AddShape(a, second);
+  EXPECT_EQ(model.FindShape(a), second);
+  model.AddShape(Id(7), std::shared_ptr<TopoShape>());
+  EXPECT_EQ(model.FindShape(Id(7)), nullptr);
+  EXPECT_EQ(model.GetShape().size(), 3U) << "an empty pointer makes an entry";
+  model.GetShapes().erase(Id(7));
+  EXPECT_EQ(model.GetShape().size(), 2U);
+
+  model.AddType(MakeGroup(5, "old"));
+  model.AddType(MakeShape(5, "new", 0));
+  model.AddType(nullptr);
+  EXPECT_EQ(model.GetTypes().size(), 1U);
+  ASSERT_TRUE(model.FindType(Id(5)));
+  EXPECT_EQ(model.FindType(Id(5))->GetName(), "new");
+}
+
+TEST(LiteModel, AppliesAVisitorToTopLevelItemsInOrder) {
+  LiteModel model;
+  model.AddType(MakeShape(9, "", 0));
+  model.AddItem(MakeInstance(3, "", 9));
+  model.AddItem(nullptr);
+  model.AddItem(MakeGroup(1, "", MakeShape(4, "", 0)));
+  model.AddItem(MakeShape(2, "", 0));
+  Recorder recorder;
+  model.Apply(&recorder);
+  EXPECT_EQ(recorder.visits_, "Instance3 Group1 Shape2 ");
+}
+
+TEST(LiteModel, TiesShapesToTheGRepsOfTheSameId) {
+  LiteModel model;
+  const std::shared_ptr<TopoShape> a = MakeBox(1, 1, 1);
+  const std::shared_ptr<TopoShape> b = MakeBox(2, 2, 2);
+  const std::shared_ptr<GRepShape> grepB = MakeGRep(a);
+  const std::shared_ptr<GRepShape> grepD = MakeGRep(a);
+  const std::size_t triangles = grepB->GetMesh().GetTriangleCount();
+  model.AddShape(Id(1), a);
+  model.AddShape(Id(2), b);
+  model.AddShape(Id(3), std::shared_ptr<TopoShape>());
+  model.AddShape(Id(2), grepB);
+  model.AddShape(Id(4), grepD);
+  model.AddShape(Id(5), std::shared_ptr<GRepShape>());
+  model.ApplyShape();
+  EXPECT_EQ(grepB->GetShape(), b);
+  EXPECT_EQ(grepD->GetShape(), a) << "no shape of its id";
+  EXPECT_EQ(grepB->GetMesh().GetTriangleCount(), triangles);
+  EXPECT_EQ(grepB->GetBoundingBox().GetMax(), glm::dvec3(1.0)) << "what is drawn stays";
+  EXPECT_EQ(model.GetGRepShapes().size(), 3U);
+}
+
+TEST(LiteModel, ClearKeepsGRepsAndName) {
+  LiteModel model;
+  FillAssembly(model);
+  model.SetName("name");
+  model.AddShape(Id(10), MakeGRep(model.FindShape(Id(10))));
+  model.Clear();
+  EXPECT_TRUE(model.GetItems().empty() && model.GetTypes().empty() && model.GetShape().empty());
+  EXPECT_TRUE(model.FindGRepShape(Id(10)));
+  EXPECT_EQ(model.GetName(), "name");
+}
+
+TEST(ItemWalk, StopsOnceAtTheLimitOfItems) {
+  LogCapture log;
+  ItemWalk walk;
+  for (std::size_t i = 0; i < kMaxWalkItems; ++i) {
+    if (!walk.CountItem()) FAIL() << "after " << i << " items";
+  }
+  EXPECT_TRUE(log.GetEntries().empty());
+  for (int i = 0; i < 3; ++i)
+    EXPECT_FALSE(walk.CountItem());
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+  EXPECT_TRUE(log.HasLocations());
+}
+
+}  // namespace
+}  // namespace mirel

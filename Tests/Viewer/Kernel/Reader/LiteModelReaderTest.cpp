@@ -1,0 +1,377 @@
+#include <Viewer/Kernel/Reader/LiteModelReader.h>
+
+#include <Viewer/Kernel/App/LiteBBoxVisitor.h>
+#include <Viewer/Kernel/Model/LiteLimits.h>
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#if !defined(_WIN32)
+#include <pthread.h>
+#endif
+
+namespace mirel {
+namespace {
+
+/// An index with every member that there is.
+const char* const kIndex =
+    R"({"Version":1,"Author":"Orvane","Metadata":{"PkgShape":3,"PkgGRep":2},)"
+    R"("Types":[{"Type":"Group","Id":"100","Name":"T","Children":[{"Type":"Shape","Id":"101","Name":"S","SId":"10",)"
+    R"("FColor":[]}]}],)"
+    R"("Items":[{"Type":"Group","Id":"1","Name":"G","Color":[0.25,0.5,1.0],)"
+    R"("Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,5.0,6.0,7.0,1.0],)"
+    R"("Children":[{"Type":"Shape","Id":"2","Name":"A","Color":[1.0,0.0,0.0],"SId":"10",)"
+    R"("FColor":[{"FId":4,"Color":[0.0,1.0,0.0]}]},{"Type":"Instance","Id":"3","Name":"B","TId":"100"}]},)"
+    R"({"Type":"Shape","Id":"4","Name":"last","SId":"11","FColor":[]}]})";
+
+/// Everything that was read, as the JSON of types and items.
+std::string Describe(const LiteModel& model) {
+  std::string text;
+  for (const auto& [id, type] : model.GetTypes())
+    text += "T" + WriteItem(*type, model) + "\n";
+  for (const std::unique_ptr<LiteModelItem>& item : model.GetItems())
+    text += "I" + WriteItem(*item, model) + "\n";
+  return text;
+}
+
+TEST(LiteModelReader, ReadsTypesItemsAndCounts) {
+  LogCapture log;
+  LiteModel model;
+  LiteModelReader reader(model);
+  EXPECT_EQ(reader.GetPkgShape(), 0U);
+  EXPECT_EQ(reader.GetPkgGRep(), 0U);
+  EXPECT_TRUE(reader.Load(kIndex));
+  EXPECT_EQ(reader.GetPkgShape(), 3U);
+  EXPECT_EQ(reader.GetPkgGRep(), 2U);
+  const std::string once = Describe(model);
+  EXPECT_NE(once.find("\"Id\":\"101\""), std::string::npos);
+  ASSERT_EQ(model.GetItems().size(), 2U);
+  EXPECT_EQ(model.GetItems()[1]->GetName(), "last");
+
+  EXPECT_TRUE(reader.Load(kIndex));
+  EXPECT_EQ(model.GetItems().size(), 4U) << "every item twice";
+  EXPECT_EQ(model.GetTypes().size(), 1U) << "each type once";
+  EXPECT_TRUE(log.GetEntries().empty());
+}
+
+TEST(LiteModelReader, DoesNotMindOrderWhitespaceAndOtherMembers) {
+  LiteModel expected;
+  ASSERT_TRUE(
+      LiteModelReader(expected).Load(R"({"Types":[],"Items":[{"Type":"Shape","Id":"1","SId":"2"}]})"));
+  for (
+      const char* const text :
+      {R"({"Items":[{"SId":"2","Id":"1","Type":"Shape"}],"Types":[]})",
+       "\t\r\n {\n \"Types\" :\t[ ] , \"Items\" : [ { \"Type\" : \"Shape\" , \"Id\":\"1\",\"SId\" : \"2\" } "
+       "] }\n\r\t ",
+       R"({"Version":"old","Author":7,"Other":{"a":[1,2,{}]},"Types":[],"Items":[{"Type":"Shape","Id":"1","SId":"2"}]})",
+       R"({"Types":[],"Items":[{"Type":"Shape","Id":"1","SId":"2"}],"Items":[],"Types":7})"}) {
+    LiteModel model;
+    EXPECT_TRUE(LiteModelReader(model).Load(text)) << text;
+    EXPECT_EQ(Describe(model), Describe(expected)) << text;
+  }
+}
+
+TEST(LiteModelReader, RefusesTextThatIsNotJson) {
+  const std::string good = R"({"Metadata":{"PkgShape":9},"Types":[],"Items":[]})";
+  for (const std::string& text :
+       {std::string(), std::string(" \n"), "\xEF\xBB\xBF" + good, good + "x", good + good, good + ",",
+        std::string(R"({"Types":[],"Items":[],})"), std::string(R"({"Types":[NaN],"Items":[]})"),
+        std::string(R"({"Types":[],"Items":[{"Type":"Shape","Color":[1e400]}]})"),
+        std::string(R"({"Types":[],"Items":[{"Type":"Shape","Color":[.5]}]})"),
+        std::string(R"({'Types':[],'Items':[]})"), std::string("/* */") + good,
+        std::string("{\"Types\":[\"\n"), std::string(R"({"Types":["\x"]})"),
+        std::string(R"({"Types":["\ud800"],"Items":[]})"), std::string("\"\\"), std::string("]"),
+        std::string("}}}}"), std::string("\0{}", 3)}) {
+    LogCapture log;
+    LiteModel model;
+    LiteModelReader reader(model);
+    EXPECT_FALSE(reader.Load(text)) << text;
+    EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"Failed to parse json content!"}) << text;
+    EXPECT_TRUE(log.HasLocations());
+    EXPECT_EQ(reader.GetPkgShape(), 0U);
+    EXPECT_TRUE(model.GetItems().empty() && model.GetTypes().empty());
+  }
+  // The text ends at its first NUL.
+  LiteModel model;
+  EXPECT_TRUE(LiteModelReader(model).Load(good + std::string("\0rest", 5)));
+}
+
+TEST(LiteModelReader, RefusesEveryTruncatedIndex) {
+  const std::string text = kIndex;
+  for (std::size_t length = 0; length < text.size(); ++length) {
+    LogCapture log;
+    LiteModel model;
+    EXPECT_FALSE(LiteModelReader(model).Load(text.substr(0, length))) << length;
+    EXPECT_EQ(log.Count(3, "Failed to parse json content!"), 1) << length;
+    EXPECT_TRUE(model.GetItems().empty() && model.GetTypes().empty());
+  }
+}
+
+TEST(LiteModelReader, KeepsWhatCameBeforeAMissingPart) {
+  LogCapture log;
+  LiteModel model;
+  LiteModelReader reader(model);
+  reader.SetPkgGRep(7);
+  EXPECT_FALSE(reader.Load(R"({"Metadata":{"PkgShape":5},"Items":[{"Type":"Shape"}]})"));
+  EXPECT_EQ(reader.GetPkgShape(), 5U);
+  EXPECT_EQ(reader.GetPkgGRep(), 7U) << "an absent count keeps its value";
+  EXPECT_TRUE(model.GetItems().empty());
+  EXPECT_FALSE(reader.Load(R"({"Types":[{"Type":"Shape","Id":"9"}]})"));
+  EXPECT_EQ(reader.GetPkgShape(), 5U);
+  EXPECT_TRUE(model.FindType(Id(9)));
+  EXPECT_TRUE(log.GetEntries().empty()) << "neither is worth a message";
+  EXPECT_TRUE(
+      reader.Load(R"({"Types":[7,{"Type":"Shape","Id":"8"},{}],"Items":[{"Type":"?"},{"Type":"Shape"}]})"));
+  EXPECT_TRUE(model.FindType(Id(8)));
+  EXPECT_EQ(model.GetItems().size(), 1U);
+  EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"Not Object!", "Type is null"}));
+}
+
+TEST(LiteModelReader, CountsMustBeUnsigned32BitIntegers) {
+  for (const auto& [value, expected] :
+       {std::pair("4294967295", 4294967295U), std::pair("0", 0U), std::pair("4294967296", 42U),
+        std::pair("-1", 42U), std::pair("1.0", 42U), std::pair("1e3", 42U), std::pair("\"1\"", 42U),
+        std::pair("null", 42U), std::pair("[1]", 42U), std::pair("true", 42U), std::pair("{}", 42U)}) {
+    LiteModel model;
+    LiteModelReader reader(model);
+    reader.SetPkgShape(42);
+    reader.SetPkgGRep(42);
+    EXPECT_TRUE(reader.Load(std::string(R"({"Metadata":{"PkgShape":)") + value + R"(,"PkgGRep":)" + value +
+                            R"(},"Types":[],"Items":[]})"));
+    EXPECT_EQ(reader.GetPkgShape(), expected) << value;
+    EXPECT_EQ(reader.GetPkgGRep(), expected) << value;
+  }
+}
+
+/// All values in a document, each as the steps that lead there from the root.
+void ListPaths(const rapidjson::Value& value, const std::string& path, std::vector<std::string>& paths) {
+  paths.push_back(path);
+  if (value.IsObject()) {
+    for (const auto& member : value.GetObject())
+      ListPaths(member.value, path + "/" + member.name.GetString(), paths);
+  } else if (value.IsArray()) {
+    for (rapidjson::SizeType i = 0; i < value.Size(); ++i)
+      ListPaths(value[i], path + "/" + std::to_string(i), paths);
+  }
+}
+
+/// The index with the value at the path replaced by another JSON text.
+std::string Replace(const std::string& path, const std::string& by) {
+  rapidjson::Document document;
+  document.Parse(kIndex);
+  rapidjson::Value* value = &document;
+  for (std::size_t begin = 1; begin <= path.size() && !path.empty();) {
+    const std::size_t end = std::min(path.find('/', begin), path.size());
+    const std::string step = path.substr(begin, end - begin);
+    value = value->IsArray() ? &(*value)[static_cast<rapidjson::SizeType>(std::stoul(step))]
+                             : &(*value)[step.c_str()];
+    begin = end + 1;
+  }
+  rapidjson::Document other;
+  other.Parse(by.c_str());
+  value->CopyFrom(other, document.GetAllocator());
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+  document.Accept(writer);
+  return buffer.GetString();
+}
+
+TEST(LiteModelReader, AnyValueOfAnyTypeAnywhereIsHarmless) {
+  rapidjson::Document document;
+  document.Parse(kIndex);
+  std::vector<std::string> paths;
+  ListPaths(document, "", paths);
+  ASSERT_GT(paths.size(), 60U);
+  for (const std::string& path : paths) {
+    for (const char* const value : {"null",
+                                    "true",
+                                    "false",
+                                    "0",
+                                    "-1",
+                                    "7",
+                                    "1.5",
+                                    "-1e308",
+                                    "18446744073709551615",
+                                    "\"\"",
+                                    "\"x\"",
+                                    "\"Group\"",
+                                    "\"Instance\"",
+                                    "\"100\"",
+                                    "[]",
+                                    "[null]",
+                                    "[[[]]]",
+                                    "[1,2,3,4,5,6,7,8,9,10,11,12,13,14,15,16,17]",
+                                    "[\"a\",{},[]]",
+                                    "{}",
+                                    R"({"Type":"Group"})",
+                                    R"({"Type":"Shape","Children":7})",
+                                    R"({"FId":"1","Color":{}})",
+                                    R"([{"FId":{},"Color":[[]]}])"}) {
+      SCOPED_TRACE(path + " = " + value);
+      const LogCapture log;
+      LiteModel model;
+      LiteModelReader reader(model);
+      const bool loaded = reader.Load(Replace(path, value));
+      const bool isList = path == "/Types" || path == "/Items";
+      const bool wasArray = value[0] == '[';
+      EXPECT_EQ(loaded, !path.empty() && (!isList || wasArray));
+      if (!loaded) continue;
+      // What lies beside the replaced value is read.
+      if (path.find("/Items") != 0) {
+        EXPECT_EQ(model.GetItems().size(), 2U);
+      } else if (path.find("/Items/0") == 0) {
+        EXPECT_EQ(model.GetItems().back()->GetName(), "last");
+      }
+      if (path.find("/Types") != 0) {
+        EXPECT_EQ(model.GetTypes().size(), 1U);
+      }
+      EXPECT_TRUE(log.HasLocations());
+
+      // What was read can be shown, measured, and written so that it can be read again.
+      EXPECT_FALSE(DescribeModel(model).empty());
+      LiteBBoxVisitor visitor(model);
+      model.Apply(&visitor);
+      for (const std::unique_ptr<LiteModelItem>& item : model.GetItems())
+        EXPECT_TRUE(ReadItem(WriteItem(*item, model)));
+    }
+  }
+}
+
+TEST(LiteModelReader, AMemberOfTheWrongTypeCountsAsAbsent) {
+  // What the wrong member changes in the first item's JSON: itself, nothing else.
+  const std::string group = "/Items/0";
+  const std::string shape = "/Items/0/Children/0";
+  const std::string instance = "/Items/0/Children/1";
+  LiteModel whole;
+  ASSERT_TRUE(LiteModelReader(whole).Load(kIndex));
+  const std::string text = WriteItem(*whole.GetItems()[0], whole);
+  const auto without = [&](std::string part, const std::string& by = "") {
+    const std::size_t at = text.find(part);
+    EXPECT_NE(at, std::string::npos) << part;
+    return text.substr(0, at) + by + text.substr(at + part.size());
+  };
+  const std::string shapeText =
+      R"({"Type":"Shape","Id":"2","Name":"A","Color":[1.0,0.0,0.0],"SId":"10","FColor":[{"FId":4,"Color":[0.0,1.0,0.0]}]})";
+  const std::string instanceText = R"({"Type":"Instance","Id":"3","Name":"B","TId":"100"})";
+  struct Case {
+    std::string path;
+    const char* wrong;
+    std::string expected;
+  };
+  const Case cases[] = {
+      {group + "/Name", "7", without("\"G\"", "\"\"")},
+      {group + "/Color", "{}", without(R"("Color":[0.25,0.5,1.0],)")},
+      {group + "/Color/1", "\"x\"", without("[0.25,0.5,1.0]", "[0.25,-1.0,1.0]")},
+      {group + "/Transform", "\"x\"",
+       without(R"("Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,5.0,6.0,7.0,1.0],)")},
+      {group + "/Transform/15", "null",
+       without(R"("Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,5.0,6.0,7.0,1.0],)")},
+      {shape, "[]", without(shapeText + ",")},
+      {shape + "/Type", "1", without(shapeText + ",")},
+      {shape + "/SId", "10", without(R"("SId":"10")", R"("SId":"0")")},
+      {shape + "/SId", "\"ten\"", without(R"("SId":"10")", R"("SId":"0")")},
+      {shape + "/FColor", "{}", without(R"({"FId":4,"Color":[0.0,1.0,0.0]})")},
+      {shape + "/FColor/0", "4", without(R"({"FId":4,"Color":[0.0,1.0,0.0]})")},
+      {shape + "/FColor/0/FId", "4.0", without(R"({"FId":4,"Color":[0.0,1.0,0.0]})")},
+      {shape + "/FColor/0/Color", "null", without(R"("Color":[0.0,1.0,0.0]})", R"("Color":[1.0,1.0,1.0]})")},
+      {shape + "/FColor/0/Color/1", "[]", without(R"([0.0,1.0,0.0]})", R"([0.0,1.0,0.0]})")},
+      {instance + "/TId", "100", without(R"("TId":"100")", R"("TId":"0")")},
+      {instance + "/Type", "null", without("," + instanceText)},
+  };
+  for (const Case& c : cases) {
+    LogCapture log;
+    LiteModel model;
+    ASSERT_TRUE(LiteModelReader(model).Load(Replace(c.path, c.wrong))) << c.path;
+    ASSERT_EQ(model.GetItems().size(), 2U) << c.path;
+    EXPECT_EQ(WriteItem(*model.GetItems()[0], model), c.expected) << c.path << " = " << c.wrong;
+  }
+  // A wrong id leaves the fresh one, and a group needs its children.
+  LiteModel model;
+  ASSERT_TRUE(LiteModelReader(model).Load(Replace(group + "/Id", "1")));
+  EXPECT_NE(model.GetItems()[0]->GetId(), Id(1));
+  EXPECT_NE(model.GetItems()[0]->GetId(), ObjectId());
+  LiteModel noGroup;
+  ASSERT_TRUE(LiteModelReader(noGroup).Load(Replace(group + "/Children", "{}")));
+  ASSERT_EQ(noGroup.GetItems().size(), 1U);
+  EXPECT_EQ(noGroup.GetItems()[0]->GetName(), "last");
+}
+
+/// An index whose items nest this deep, the innermost a shape with a face colour.
+std::string DeepIndex(int level) {
+  std::string text = R"({"Types":[],"Items":[)";
+  for (int i = 1; i < level; ++i)
+    text += R"({"Type":"Group","Children":[)";
+  text += R"({"Type":"Shape","Id":"7777","FColor":[{"FId":1,"Color":[0.0]}]})";
+  for (int i = 1; i < level; ++i)
+    text += "]}";
+  return text + "]}";
+}
+
+TEST(LiteModelReader, RefusesAnIndexThatNestsTooDeep) {
+  LogCapture log;
+  LiteModel deepest;
+  EXPECT_TRUE(LiteModelReader(deepest).Load(DeepIndex(kMaxNesting)));
+  EXPECT_NE(Describe(deepest).find("\"7777\""), std::string::npos);
+  EXPECT_TRUE(log.GetEntries().empty());
+
+  const std::string brackets(1000000, '[');
+  for (const std::string& text :
+       {DeepIndex(kMaxNesting + 1), DeepIndex(100000), brackets, "{\"a\":" + brackets}) {
+    log.Clear();
+    LiteModel model;
+    LiteModelReader reader(model);
+    EXPECT_FALSE(reader.Load(text));
+    EXPECT_EQ(log.GetTexts(3),
+              std::vector<std::string>{"The index nests deeper than " + std::to_string(kMaxIndexDepth) +
+                                       " levels of objects and arrays"});
+    EXPECT_TRUE(log.HasLocations());
+    EXPECT_TRUE(model.GetItems().empty());
+  }
+  // Brackets in strings do not count, escaped quotation marks do not end one.
+  LiteModel model;
+  EXPECT_TRUE(
+      LiteModelReader(model).Load(R"({"Types":[],"Items":[],"x":"\"\\\")" + std::string(5000, '[') + "\"}"));
+}
+
+#if !defined(_WIN32)
+/// Runs a function on a thread with a stack of this size.
+void RunOnStack(std::size_t size, void* (*function)(void*), void* argument) {
+  pthread_attr_t attributes;
+  ASSERT_EQ(pthread_attr_init(&attributes), 0);
+  ASSERT_EQ(pthread_attr_setstacksize(&attributes, size), 0);
+  pthread_t thread;
+  ASSERT_EQ(pthread_create(&thread, &attributes, function, argument), 0);
+  ASSERT_EQ(pthread_join(thread, nullptr), 0);
+  pthread_attr_destroy(&attributes);
+}
+
+TEST(LiteModelReader, ASmallStackIsEnoughForTheDeepestIndex) {
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+  constexpr std::size_t kStack = 8 << 20;  // the sanitizers' frames are larger
+#else
+  constexpr std::size_t kStack = 1 << 20;
+#endif
+  std::string nodes;
+  RunOnStack(
+      kStack,
+      [](void* result) -> void* {
+        LiteModel model;
+        LiteModelReader(model).Load(DeepIndex(kMaxNesting));
+        model.AddShape(Id(0), MakeGRep(MakeBox(1, 1, 1)));
+        LiteBBoxVisitor visitor(model);
+        model.Apply(&visitor);
+        const std::string text = WriteItem(*model.GetItems()[0], model);
+        *static_cast<std::string*>(result) = DescribeModel(model) + text;
+        return nullptr;
+      },
+      &nodes);
+  EXPECT_NE(nodes.find("B 7777"), std::string::npos);
+  EXPECT_NE(nodes.find("\"Id\":\"7777\""), std::string::npos);
+}
+#endif
+
+}  // namespace
+}  // namespace mirel

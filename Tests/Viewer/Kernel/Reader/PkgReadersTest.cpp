@@ -1,0 +1,168 @@
+#include <Viewer/Kernel/Reader/PkgGRepReader.h>
+#include <Viewer/Kernel/Reader/PkgShapeReader.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Model/LiteModel.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#include <TopoDS_Shape.hxx>
+
+#include <cstring>
+
+namespace mirel {
+namespace {
+
+/// What shape and GRep packages have in common is tested on both.
+struct ShapeKind {
+  using Reader = PkgShapeReader;
+  static std::string Bytes(double size) { return ToText(MakeBox(size, size, size)); }
+  static std::size_t CountIn(const LiteModel& model) { return model.GetShape().size(); }
+  static const void* Find(const LiteModel& model, const ObjectId& id) { return model.FindShape(id).get(); }
+  static constexpr const char* kFile = "PkgShapeReader.cpp";
+};
+struct GRepKind {
+  using Reader = PkgGRepReader;
+  static std::string Bytes(double size) { return ToRecord(MakeGRep(MakeBox(size, size, size))); }
+  static std::size_t CountIn(const LiteModel& model) { return model.GetGRepShapes().size(); }
+  static const void* Find(const LiteModel& model, const ObjectId& id) {
+    return model.FindGRepShape(id).get();
+  }
+  static constexpr const char* kFile = "PkgGRepReader.cpp";
+};
+
+template <class Kind>
+class PkgReaderTest : public ::testing::Test {
+ protected:
+  bool Load(const std::string& package) {
+    return typename Kind::Reader(model_).Load(package.data(), static_cast<unsigned int>(package.size()));
+  }
+  std::size_t Count() const { return Kind::CountIn(model_); }
+
+  LiteModel model_;
+  LogCapture log_;
+};
+
+struct KindName {
+  template <class Kind>
+  static std::string GetName(int) {
+    return std::is_same_v<Kind, ShapeKind> ? "Shape" : "GRep";
+  }
+};
+using Kinds = ::testing::Types<ShapeKind, GRepKind>;
+TYPED_TEST_SUITE(PkgReaderTest, Kinds, KindName);
+
+TYPED_TEST(PkgReaderTest, ReadsEveryItemUnderItsId) {
+  EXPECT_TRUE(
+      this->Load(MakePackage({{1, TypeParam::Bytes(1)}, {18446744073709551615U, TypeParam::Bytes(2)}})));
+  EXPECT_EQ(this->Count(), 2U);
+  EXPECT_TRUE(TypeParam::Find(this->model_, Id(1)));
+  EXPECT_TRUE(TypeParam::Find(this->model_, Id(18446744073709551615U)));
+  EXPECT_EQ(this->model_.GetShape().size() + this->model_.GetGRepShapes().size(), 2U)
+      << "nothing in the other table";
+  EXPECT_TRUE(this->log_.GetEntries().empty());
+
+  const void* const before = TypeParam::Find(this->model_, Id(1));
+  EXPECT_TRUE(this->Load(MakePackage({{1, TypeParam::Bytes(1)}})));
+  EXPECT_EQ(this->Count(), 2U);
+  EXPECT_NE(TypeParam::Find(this->model_, Id(1)), before) << "the one read last stays";
+}
+
+TYPED_TEST(PkgReaderTest, GoesByTheSizesNotByTheOffsets) {
+  std::string package = MakePackage({{1, TypeParam::Bytes(1)}, {2, TypeParam::Bytes(2)}});
+  for (const std::size_t entry : {4U, 20U})
+    std::memset(&package[entry + 8], 0xEE, 4);
+  EXPECT_TRUE(this->Load(package + "bytes behind the last item"));
+  EXPECT_EQ(this->Count(), 2U);
+  EXPECT_TRUE(this->log_.GetEntries().empty());
+}
+
+TYPED_TEST(PkgReaderTest, LeavesOutWhatDoesNotDecode) {
+  EXPECT_TRUE(this->Load(MakePackage({{1, TypeParam::Bytes(1)},
+                                      {2, "neither text nor record"},
+                                      {3, ""},
+                                      {4, TypeParam::Bytes(2)},
+                                      {5, std::string(100, '\0')}})));
+  EXPECT_EQ(this->Count(), 2U);
+  EXPECT_TRUE(TypeParam::Find(this->model_, Id(1)));
+  EXPECT_TRUE(TypeParam::Find(this->model_, Id(4)));
+  EXPECT_EQ(this->log_.Count(3, "Shape is null!"), 3);
+  EXPECT_EQ(this->log_.GetTexts(3).size(), 3U);
+  EXPECT_TRUE(this->log_.HasLocations());
+  EXPECT_TRUE(this->log_.Contains(TypeParam::kFile));
+  EXPECT_TRUE(this->log_.Contains("item 3 of 5, id 3, 0 bytes"));
+}
+
+TYPED_TEST(PkgReaderTest, CutAnywhereItAddsTheWholeItemsAndNamesTheOthers) {
+  const std::string first = TypeParam::Bytes(1);
+  const std::string package = MakePackage({{1, first}, {2, TypeParam::Bytes(2)}});
+  const std::size_t table = 4 + 2 * 16;
+  for (std::size_t length = 0; length < package.size(); ++length) {
+    // A copy of just this size, so that a memory checker sees a read beyond it.
+    const std::vector<char> bytes(package.begin(), package.begin() + static_cast<std::ptrdiff_t>(length));
+    LiteModel model;
+    LogCapture log;
+    const bool loaded =
+        typename TypeParam::Reader(model).Load(bytes.data(), static_cast<unsigned int>(length));
+    const std::size_t whole = length >= table + first.size() ? 1 : 0;
+    ASSERT_EQ(loaded, length >= table) << length;
+    ASSERT_EQ(TypeParam::CountIn(model), whole) << length;
+    ASSERT_EQ(log.GetTexts(3).size(), loaded ? 2 - whole : 0) << length;
+    ASSERT_TRUE(log.HasLocations());
+  }
+}
+
+TYPED_TEST(PkgReaderTest, RefusesATableThatDoesNotFit) {
+  const std::string item = TypeParam::Bytes(1);
+  EXPECT_FALSE(this->Load(""));
+  EXPECT_FALSE(typename TypeParam::Reader(this->model_).Load(nullptr, 0));
+  EXPECT_FALSE(this->Load(MakePackage({})));
+  EXPECT_FALSE(this->Load(std::string(4, '\0') + std::string(64, 'x')));
+  // Counts one too many, and so large that table and count wrap around in 32 bits.
+  for (const unsigned long count : {2UL, 0x0FFFFFFFUL, 0x10000000UL, 0x10000001UL, 0xFFFFFFFFUL}) {
+    std::string package = MakePackage({{1, ""}});
+    for (std::size_t i = 0; i < 4; ++i)
+      package[i] = static_cast<char>((count >> (8 * i)) & 0xFF);
+    EXPECT_FALSE(this->Load(package)) << count;
+  }
+  EXPECT_EQ(this->Count(), 0U);
+  EXPECT_TRUE(this->log_.GetEntries().empty());
+}
+
+TYPED_TEST(PkgReaderTest, BelievesNoSizeBeyondTheBytes) {
+  for (const unsigned long size : {0x7FFFFFFFUL, 0x80000000UL, 0xFFFFFFFFUL}) {
+    std::string package = MakePackage({{1, TypeParam::Bytes(1)}, {2, TypeParam::Bytes(2)}});
+    for (std::size_t i = 0; i < 4; ++i)
+      package[4 + 12 + i] = static_cast<char>((size >> (8 * i)) & 0xFF);
+    this->log_.Clear();
+    EXPECT_TRUE(this->Load(package));
+    EXPECT_EQ(this->Count(), 0U) << "the first item is cut short and takes the second one's bytes";
+    EXPECT_EQ(this->log_.Count(3, "Shape is null!"), 2);
+  }
+}
+
+TEST(PkgGRepReader, ARecordMayBeShorterThanItsItem) {
+  LiteModel model;
+  const std::string record = GRepKind::Bytes(1);
+  const std::string package = MakePackage({{1, record + "slack"}, {2, record}});
+  EXPECT_TRUE(PkgGRepReader(model).Load(package.data(), static_cast<unsigned int>(package.size())));
+  EXPECT_EQ(model.GetGRepShapes().size(), 2U);
+}
+
+TEST(PkgShapeReader, GivesTheShapesThatWereWritten) {
+  LiteModel model;
+  const std::string text = ShapeKind::Bytes(3);
+  const std::string package = MakePackage({{1, text}});
+  EXPECT_TRUE(
+      PkgShapeReader(model, "model/1.gz").Load(package.data(), static_cast<unsigned int>(package.size())));
+  ASSERT_TRUE(model.FindShape(Id(1)));
+  EXPECT_EQ(model.FindShape(Id(1))->GetImpl().ShapeType(), TopAbs_SOLID);
+  EXPECT_EQ(ToComparableText(model.FindShape(Id(1))), ToComparableText(MakeBox(3, 3, 3)));
+}
+
+}  // namespace
+}  // namespace mirel

@@ -1,0 +1,304 @@
+#include <Viewer/Kernel/Writer/LiteModelWriter.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/IO/LiteSceneReader.h>
+#include <Viewer/Kernel/Model/LiteLimits.h>
+#include <Viewer/Kernel/Reader/LiteModelReader.h>
+#include <Viewer/Kernel/Reader/PkgShapeReader.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestFolder.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#include <BRep_Tool.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopLoc_Location.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Face.hxx>
+
+#include <sstream>
+
+namespace mirel {
+namespace {
+
+const char* const kEmptyIndex =
+    R"({"Version":1,"Author":"Orvane","Metadata":{"PkgShape":0,"PkgGRep":0},"Types":[],"Items":[]})";
+
+/// All files of a folder, with their content.
+std::string Content(const TestFolder& folder) {
+  std::string content;
+  std::istringstream names(folder.ListFiles());
+  for (std::string name; std::getline(names, name, ' ');) {
+    content += name + "\n" + ReadFile(folder.GetPath() + name) + "\n";
+  }
+  return content;
+}
+
+void Save(LiteModel& model, const TestFolder& folder) {
+  LiteModelWriter(model).Save(folder.GetPath());
+}
+
+std::string Index(const TestFolder& folder) {
+  return Inflate(folder.GetPath() + "index.gz");
+}
+
+TEST(LiteModelWriter, AnEmptyModelIsOneFile) {
+  const TestFolder folder;
+  LogCapture log;
+  LiteModel model;
+  Save(model, folder);
+  EXPECT_EQ(folder.ListFiles(), "index.gz");
+  EXPECT_EQ(Index(folder), kEmptyIndex);
+  EXPECT_FALSE(std::filesystem::exists(folder.GetFsPath() / "model"));
+  EXPECT_FALSE(std::filesystem::exists(folder.GetFsPath() / "grep"));
+  EXPECT_TRUE(log.GetEntries().empty());
+  EXPECT_TRUE(LiteModelReader(model).Load(Index(folder)));
+}
+
+TEST(LiteModelWriter, TypesUsedTwiceOrMoreAreListed) {
+  const TestFolder folder;
+  LiteModel model;
+  for (const unsigned int tag : {0U, 1U, 2U, 4294967295U}) {
+    model.AddType(
+        With<ShapeItem>(MakeShape(100ULL + tag, "", 0), [&](ShapeItem& type) { type.SetTag(tag); }));
+  }
+  model.AddItem(MakeShape(2, "first", 0));
+  model.AddItem(MakeShape(1, "second", 0));
+  Save(model, folder);
+  LiteModel back;
+  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
+  EXPECT_EQ(back.GetTypes().size(), 2U);
+  EXPECT_TRUE(back.FindType(Id(102)));
+  EXPECT_TRUE(back.FindType(Id(100 + 4294967295ULL)));
+  ASSERT_EQ(back.GetItems().size(), 2U);
+  EXPECT_EQ(back.GetItems()[0]->GetName(), "first");
+  EXPECT_EQ(back.GetItems()[1]->GetName(), "second");
+}
+
+TEST(LiteModelWriter, TheSampleHasExactlyThisIndex) {
+  const TestFolder folder;
+  LogCapture log;
+  LiteModel model;
+  FillAssembly(model);
+  // The order of face colours is the hash map's own.
+  dynamic_cast<ShapeItem&>(*dynamic_cast<GroupItem&>(*model.FindType(Id(100))).GetChildren()[0])
+      .SetFaceColor(ShapeItem::FaceColorMap{{5U, {0.0F, 0.0F, 1.0F}}});
+  Save(model, folder);
+  EXPECT_EQ(
+      Index(folder),
+      R"({"Version":1,"Author":"Orvane","Metadata":{"PkgShape":1,"PkgGRep":1},"Types":[)"
+      R"({"Type":"Group","Id":"100","Name":"Schraube","Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,)"
+      R"(0.0,0.0,2.0,1.0],"Children":[{"Type":"Shape","Id":"101","Name":"Bolt","Color":[1.0,0.0,0.0],)"
+      R"("Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.5,0.0,0.0,1.0],"SId":"10",)"
+      R"("FColor":[{"FId":5,"Color":[0.0,0.0,1.0]}]},{"Type":"Shape","Id":"102","Name":"Nut","SId":"11","FColor":[]}]}],)"
+      R"("Items":[{"Type":"Group","Id":"1","Name":"设计 Größe","Children":[)"
+      R"({"Type":"Instance","Id":"2","Name":"first","TId":"100"},)"
+      R"({"Type":"Instance","Id":"3","Name":"second",)"
+      R"("Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,20.0,0.0,0.0,1.0],"TId":"100"},)"
+      R"({"Type":"Shape","Id":"200","Name":"Lid","Color":[0.5,0.5,0.5],)"
+      R"("Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,33.0,0.0,1.0],"SId":"11","FColor":[]}]},)"
+      R"({"Type":"Shape","Id":"5","Name":"Base","SId":"11","FColor":[]}]})");
+  EXPECT_EQ(folder.ListFiles(), "grep/1.gz index.gz model/1.gz");
+  EXPECT_TRUE(log.GetEntries().empty());
+}
+
+TEST(LiteModelWriter, SavingTwiceGivesTheSameBytes) {
+  const TestFolder first;
+  const TestFolder second;
+  for (const TestFolder* folder : {&first, &second}) {
+    LiteModel model;
+    FillAssembly(model);
+    for (int i = 0; i < 20; ++i)
+      model.AddShape(Id(1000 + static_cast<unsigned>(i)), MakeBox(1 + i, 2, 3));
+    Save(model, *folder);
+  }
+  EXPECT_EQ(Content(first), Content(second));
+
+  // One writer, twice: the second time starts anew. (A type used once would be placed once more.)
+  LiteModel model;
+  FillAssembly(model);
+  model.FindType(Id(200))->SetTag(0);
+  LiteModelWriter writer(model);
+  writer.Save(first.GetPath());
+  const std::string once = Content(first);
+  writer.Save(first.GetPath());
+  EXPECT_EQ(Content(first), once);
+}
+
+TEST(LiteModelWriter, ASecondSaveCountsAnew) {
+  const TestFolder folder;
+  LiteModel model;
+  FillAssembly(model);
+  LiteModelWriter writer(model);
+  writer.Save(folder.GetPath() + "full/");
+  model.Clear();
+  writer.Save(folder.GetPath() + "empty/");
+  EXPECT_EQ(Inflate(folder.GetPath() + "empty/index.gz"), kEmptyIndex);
+  EXPECT_EQ(folder.ListFiles(), "empty/index.gz full/grep/1.gz full/index.gz full/model/1.gz");
+}
+
+TEST(LiteModelWriter, SplitsPackagesAndCountsThoseWritten) {
+  const std::shared_ptr<TopoShape> large = MakePoints(100000);
+  const std::shared_ptr<TopoShape> small = MakeBox(1, 1, 1);
+  ASSERT_GT(ToText(large).size(), static_cast<std::size_t>(kPkgSizeLimit));
+  struct Case {
+    std::vector<std::shared_ptr<TopoShape>> shapes;  // in the table's order
+    std::string files;
+    std::vector<std::size_t> itemsInPackage;
+  };
+  for (const Case& c : {Case{{large, small, small}, "grep/1.gz index.gz model/1.gz model/2.gz", {1, 2}},
+                        Case{{small, small, large}, "grep/1.gz index.gz model/1.gz", {3}}}) {
+    const TestFolder folder;
+    LiteModel model;
+    for (unsigned i = 0; i < c.shapes.size(); ++i)
+      model.AddShape(Id(i), small);
+    auto shape = c.shapes.begin();
+    for (auto& entry : model.GetShapes())
+      entry.second = *shape++;
+    Save(model, folder);
+    EXPECT_EQ(folder.ListFiles(), c.files);
+
+    LiteModel back;
+    LiteModelReader reader(back);
+    ASSERT_TRUE(reader.Load(Index(folder)));
+    ASSERT_EQ(reader.GetPkgShape(), c.itemsInPackage.size());
+    EXPECT_EQ(reader.GetPkgGRep(), 1U);
+    for (std::size_t n = 0; n < c.itemsInPackage.size(); ++n) {
+      const std::string package = Inflate(folder.GetPath() + "model/" + std::to_string(n + 1) + ".gz");
+      const std::size_t before = back.GetShape().size();
+      EXPECT_TRUE(PkgShapeReader(back).Load(package.data(), static_cast<unsigned int>(package.size())));
+      EXPECT_EQ(back.GetShape().size() - before, c.itemsInPackage[n]);
+    }
+  }
+}
+
+TEST(LiteModelWriter, EmptyShapesAreLeftOutWithMessages) {
+  const TestFolder folder;
+  LogCapture log;
+  LiteModel model;
+  model.AddShape(Id(1), std::shared_ptr<TopoShape>());
+  model.AddShape(Id(2), std::make_shared<TopoShape>(TopoDS_Shape()));
+  Save(model, folder);
+  EXPECT_EQ(Index(folder), kEmptyIndex) << "no package was written";
+  EXPECT_TRUE(log.Contains("Shape 1 is not written: it is empty"));
+  EXPECT_TRUE(log.Contains("Shape 2 is not written: it is empty"));
+  EXPECT_TRUE(log.HasLocations());
+
+  model.AddShape(Id(3), MakeBox(1, 1, 1));
+  log.Clear();
+  Save(model, folder);
+  EXPECT_EQ(folder.ListFiles(), "grep/1.gz index.gz model/1.gz");
+  EXPECT_EQ(Inflate(folder.GetPath() + "model/1.gz"), MakePackage({{3, ToText(MakeBox(1, 1, 1))}}));
+  EXPECT_TRUE(log.Contains("Shape 1"));
+}
+
+TEST(LiteModelWriter, EmptyItemsAreLeftOut) {
+  const TestFolder folder;
+  LogCapture log;
+  LiteModel model;
+  model.AddItem(nullptr);
+  auto group = MakeGroup(1, "", MakeShape(2, "", 0));
+  group->AddItem(nullptr);
+  model.AddItem(std::move(group));
+  Save(model, folder);
+  EXPECT_EQ(log.Count(3, "An empty item is not written"), 2);
+  LiteModel back;
+  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
+  ASSERT_EQ(back.GetItems().size(), 1U);
+  EXPECT_EQ(dynamic_cast<GroupItem&>(*back.GetItems()[0]).GetChildren().size(), 1U);
+}
+
+TEST(LiteModelWriter, TheCallersShapesAreOnlyRead) {
+  const TestFolder folder;
+  LiteModel model;
+  const std::shared_ptr<TopoShape> box = MakeBox(1, 2, 3);
+  const std::string text = ToText(box);
+  // Eight entries of one body: the threads that tessellate must not meet in it.
+  for (unsigned i = 1; i <= 8; ++i)
+    model.AddShape(Id(i), box);
+  Save(model, folder);
+  EXPECT_EQ(ToText(box), text);
+  int faces = 0;
+  for (TopExp_Explorer face(box->GetImpl(), TopAbs_FACE); face.More(); face.Next(), ++faces) {
+    TopLoc_Location location;
+    EXPECT_TRUE(BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location).IsNull());
+  }
+  EXPECT_EQ(faces, 6);
+}
+
+TEST(LiteModelWriter, BodiesComeBackAsTheyWere) {
+  const TestFolder folder;
+  LiteModel model;
+  model.AddShape(Id(1), MakeBox(1, 2, 3));
+  model.AddShape(Id(2), MakePoints(3));
+  Save(model, folder);
+  LiteModel back;
+  const std::string package = Inflate(folder.GetPath() + "model/1.gz");
+  ASSERT_TRUE(PkgShapeReader(back).Load(package.data(), static_cast<unsigned int>(package.size())));
+  ASSERT_EQ(back.GetShape().size(), 2U);
+  for (const auto& [id, shape] : model.GetShape()) {
+    EXPECT_EQ(ToComparableText(back.FindShape(id)), ToComparableText(shape));
+  }
+}
+
+TEST(LiteModelWriter, WhatNestsTooDeepIsReportedAndTheFolderOpens) {
+  const TestFolder folder;
+  LogCapture log;
+  LiteModel model;
+  auto leaf = MakeShape(7777, "leaf", 1);
+  leaf->SetFaceColor(1, glm::vec3(0.5F));
+  model.AddItem(MakeChain(kMaxNesting, std::move(leaf)));
+  Save(model, folder);
+  EXPECT_TRUE(log.GetEntries().empty());
+  LiteModel back;
+  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
+  EXPECT_EQ(WriteItem(*back.GetItems()[0], back), WriteItem(*model.GetItems()[0], model));
+
+  model.AddItem(MakeChain(300000, MakeShape(8888, "leaf", 1)));
+  Save(model, folder);
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+  LiteModel again;
+  ASSERT_TRUE(LiteModelReader(again).Load(Index(folder)));
+  EXPECT_EQ(again.GetItems().size(), 2U);
+  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+}
+
+TEST(LiteModelWriter, ValuesThatJsonCannotHoldDoNotSpoilTheIndex) {
+  const TestFolder folder;
+  LogCapture log;
+  LiteModel model;
+  auto item = MakeShape(1, "\xff\x01", 1);
+  item->SetColor(glm::vec3(std::numeric_limits<float>::infinity()));
+  item->SetTransform(glm::dmat4(std::numeric_limits<double>::quiet_NaN()));
+  item->SetFaceColor(1, glm::vec3(std::numeric_limits<float>::quiet_NaN()));
+  item->SetFaceColor(2, glm::vec3(0.25F));
+  model.AddItem(std::move(item));
+  Save(model, folder);
+  EXPECT_EQ(log.GetTexts(3).size(), 3U);
+  LiteModel back;
+  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
+  const auto& read = dynamic_cast<ShapeItem&>(*back.GetItems()[0]);
+  EXPECT_EQ(read.GetName(), "\xff\x01");
+  EXPECT_EQ(read.GetFaceColor(), (ShapeItem::FaceColorMap{{2U, glm::vec3(0.25F)}}));
+}
+
+TEST(LiteModelWriter, AFolderThatCannotBeWrittenIsReported) {
+  const TestFolder folder;
+  WriteFile(folder.GetPath() + "file", "x");
+  LogCapture log;
+  LiteModel model;
+  FillAssembly(model);
+  LiteModelWriter(model).Save(folder.GetPath() + "file/below/");
+  EXPECT_TRUE(log.Contains("Cannot create folder " + folder.GetPath() + "file/below/: "));
+  EXPECT_TRUE(log.Contains("Cannot write " + folder.GetPath() + "file/below/model/1.gz: "));
+  EXPECT_TRUE(log.Contains("Cannot write " + folder.GetPath() + "file/below/grep/1.gz: "));
+  EXPECT_TRUE(log.Contains("Cannot write " + folder.GetPath() + "file/below/index.gz: "));
+  EXPECT_TRUE(log.HasLocations());
+  EXPECT_EQ(folder.ListFiles(), "file");
+}
+
+}  // namespace
+}  // namespace mirel

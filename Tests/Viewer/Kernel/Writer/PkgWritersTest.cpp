@@ -1,0 +1,227 @@
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Writer/PkgContainerWriter.h>
+#include <Viewer/Kernel/Writer/PkgGRepBuilder.h>
+#include <Viewer/Kernel/Writer/PkgGRepWriter.h>
+#include <Viewer/Kernel/Writer/PkgSeries.h>
+#include <Viewer/Kernel/Writer/PkgShapeWriter.h>
+
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestFolder.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+#include <TopoDS_Shape.hxx>
+
+#include <locale>
+
+namespace mirel {
+namespace {
+
+TEST(PkgContainerWriter, WritesExactlyTheseBytes) {
+  const TestFolder folder;
+  PkgContainerWriter writer(7);
+  EXPECT_EQ(writer.AddItem(Id(0x0102030405060708ULL), "abc"), 3);
+  EXPECT_EQ(writer.AddItem(Id(18446744073709551615U), std::string("\0\xff", 2)), 5);
+  EXPECT_EQ(writer.AddItem(Id(0), ""), 5);
+  EXPECT_EQ(writer.GetItemCount(), 3);
+  writer.Write(folder.GetPath());
+  const char bytes[] = "\x03\0\0\0"
+                       "\x08\x07\x06\x05\x04\x03\x02\x01"
+                       "\0\0\0\0"
+                       "\x03\0\0\0"
+                       "\xff\xff\xff\xff\xff\xff\xff\xff"
+                       "\x03\0\0\0"
+                       "\x02\0\0\0"
+                       "\0\0\0\0\0\0\0\0"
+                       "\x05\0\0\0"
+                       "\0\0\0\0"
+                       "abc\0\xff";
+  EXPECT_EQ(Inflate(folder.GetPath() + "7.gz"), std::string(bytes, sizeof bytes - 1));
+  EXPECT_EQ(folder.ListFiles(), "7.gz");
+
+  const std::string once = ReadFile(folder.GetPath() + "7.gz");
+  writer.Write(folder.GetPath());
+  EXPECT_EQ(ReadFile(folder.GetPath() + "7.gz"), once) << "writing again writes the same";
+}
+
+TEST(PkgContainerWriter, NamesTheFileByFolderAndNumber) {
+  const TestFolder folder;
+  for (const int number : {1, 12, 2147483647, -3}) {
+    PkgContainerWriter writer(number);
+    writer.AddItem(Id(1), "x");
+    writer.Write(folder.GetPath() + "m");  // no separator is put in between
+  }
+  PkgContainerWriter(5).Write(folder.GetPath());  // empty: no file
+  EXPECT_EQ(folder.ListFiles(), "m-3.gz m1.gz m12.gz m2147483647.gz");
+}
+
+TEST(PkgContainerWriter, MovesWithWhatItHolds) {
+  const TestFolder folder;
+  PkgContainerWriter first(1);
+  first.AddItem(Id(1), "one");
+  PkgContainerWriter second(2);
+  second.AddItem(Id(9), "dropped");
+  second = std::move(first);
+  EXPECT_EQ(second.AddItem(Id(2), "two"), 6);
+  const PkgContainerWriter third(std::move(second));
+  third.Write(folder.GetPath());
+  EXPECT_EQ(Inflate(folder.GetPath() + "1.gz"), MakePackage({{1, "one"}, {2, "two"}}));
+  EXPECT_EQ(folder.ListFiles(), "1.gz");
+}
+
+TEST(PkgShapeWriter, StoresTheBRepText) {
+  const TestFolder folder;
+  LogCapture log;
+  const std::shared_ptr<TopoShape> small = MakeBox(1, 1, 1);
+  const std::shared_ptr<TopoShape> large = MakeBox(10, 20, 30);
+  PkgShapeWriter writer(1);
+  const int size = writer.AddItem(Id(1), small);
+  EXPECT_EQ(static_cast<std::size_t>(size), ToText(small).size());
+  EXPECT_EQ(static_cast<std::size_t>(writer.AddItem(Id(2), large)),
+            ToText(small).size() + ToText(large).size());
+  EXPECT_TRUE(log.GetEntries().empty());
+  writer.Write(folder.GetPath());
+  EXPECT_EQ(Inflate(folder.GetPath() + "1.gz"), MakePackage({{1, ToText(small)}, {2, ToText(large)}}));
+}
+
+TEST(PkgShapeWriter, LeavesOutEmptyShapes) {
+  LogCapture log;
+  PkgShapeWriter writer(1);
+  EXPECT_EQ(writer.AddItem(Id(1), nullptr), 0);
+  EXPECT_EQ(writer.AddItem(Id(2), std::make_shared<TopoShape>(TopoDS_Shape())), 0);
+  EXPECT_EQ(writer.GetItemCount(), 0);
+  EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"Shape 1 is not written: it is empty",
+                                                       "Shape 2 is not written: it is empty"}));
+  EXPECT_TRUE(log.HasLocations());
+}
+
+TEST(PkgShapeWriter, DoesNotMindTheProgramsLocale) {
+  struct Grouping : std::numpunct<char> {
+    char do_decimal_point() const override { return ','; }
+    char do_thousands_sep() const override { return '.'; }
+    std::string do_grouping() const override { return "\3"; }
+  };
+  const std::shared_ptr<TopoShape> shape = MakeBox(1234.5, 20000, 30000);
+  const std::string text = ToText(shape);
+  const TestFolder folder;
+  const std::locale before = std::locale::global(std::locale(std::locale::classic(), new Grouping));
+  PkgShapeWriter writer(1000);
+  writer.AddItem(Id(1), shape);
+  writer.Write(folder.GetPath());
+  const std::string record = ToRecord(MakeGRep(shape));
+  std::locale::global(before);
+  EXPECT_EQ(Inflate(folder.GetPath() + "1000.gz"), MakePackage({{1, text}}));
+  EXPECT_EQ(record, ToRecord(MakeGRep(shape)));
+}
+
+TEST(PkgGRepWriter, StoresTheRecordsAndLeavesOutEmptyPointers) {
+  const TestFolder folder;
+  LogCapture log;
+  const std::shared_ptr<GRepShape> grep = MakeGRep(MakeBox(1, 1, 1));
+  PkgGRepWriter writer(1);
+  EXPECT_EQ(static_cast<std::size_t>(writer.AddItem(Id(1), grep)), ToRecord(grep).size());
+  EXPECT_EQ(static_cast<std::size_t>(writer.AddItem(Id(2), nullptr)), ToRecord(grep).size());
+  writer.Write(folder.GetPath());
+  EXPECT_EQ(Inflate(folder.GetPath() + "1.gz"), MakePackage({{1, ToRecord(grep)}}));
+  EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"GRep 2 is not written: it is empty"});
+}
+
+/// A package whose items are sizes: what it is given is all that counts for the series.
+struct SizePackage {
+  explicit SizePackage(int number) : number_(number) {}
+  int AddItem(const ObjectId&, int size) {
+    if (size >= 0) ++items_;  // a negative size stands for an item that cannot be written
+    return size_ += std::max(size, 0);
+  }
+  int GetItemCount() const { return items_; }
+  void Write(const std::string& folder) const {
+    written_ += folder + std::to_string(number_) + ":" + std::to_string(items_) + " ";
+  }
+  int number_;
+  int items_ = 0;
+  int size_ = 0;
+  static std::string written_;
+};
+std::string SizePackage::written_;
+
+std::string Split(const std::vector<int>& sizes) {
+  SizePackage::written_.clear();
+  PkgSeries<SizePackage> series("p");
+  for (const int size : sizes)
+    series.AddItem(ObjectId(), size);
+  series.Finish();
+  return SizePackage::written_ + "= " + std::to_string(series.GetCount());
+}
+
+TEST(PkgSeries, ClosesAPackageWhenItsItemsExceedTheLimit) {
+  constexpr int kLimit = 4194304;
+  EXPECT_EQ(Split({}), "= 0");
+  EXPECT_EQ(Split({1, 1}), "p1:2 = 1");
+  EXPECT_EQ(Split({kLimit, 1, 1}), "p1:2 p2:1 = 2") << "at exactly the limit the next item joins";
+  EXPECT_EQ(Split({kLimit - 1, 1, 1}), "p1:3 = 1") << "the count names only packages that were written";
+  EXPECT_EQ(Split({kLimit + 1, 1}), "p1:1 p2:1 = 2");
+  EXPECT_EQ(Split({1, 100000000, 1}), "p1:2 p2:1 = 2") << "an item over the limit joins the package begun";
+  EXPECT_EQ(Split({-1, -1}), "= 0") << "nothing could be written";
+  EXPECT_EQ(Split({kLimit + 1, -1, kLimit + 1, -1}), "p1:1 p2:1 = 2") << "numbers run without gaps";
+  EXPECT_EQ(Split(std::vector<int>(11, kLimit + 1)),
+            "p1:1 p2:1 p3:1 p4:1 p5:1 p6:1 p7:1 p8:1 p9:1 p10:1 p11:1 = 11");
+}
+
+TEST(PkgGRepBuilder, CountsThePackagesThatItWrites) {
+  const TestFolder folder;
+  PkgGRepBuilder builder;
+  EXPECT_EQ(builder.GetPkgCount(), 0U);
+  builder.SetPkgCount(5);
+  EXPECT_EQ(builder.GetPkgCount(), 5U);
+  builder.Build();
+  builder.Write(folder.GetPath() + "grep/");
+  EXPECT_EQ(builder.GetPkgCount(), 0U);
+  EXPECT_EQ(folder.ListFiles(), "");
+
+  const std::shared_ptr<TopoShape> box = MakeBox(1, 1, 1);
+  builder.AddItem(Id(2), box);
+  builder.AddItem(Id(1), box);
+  builder.AddItem(Id(2), box);
+  builder.Build();
+  builder.Write(folder.GetPath() + "grep/");
+  EXPECT_EQ(builder.GetPkgCount(), 1U);
+  const std::string record = ToRecord(MakeGRep(box));
+  EXPECT_EQ(Inflate(folder.GetPath() + "grep/1.gz"), MakePackage({{2, record}, {1, record}, {2, record}}))
+      << "in the order of AddItem, an id given twice twice";
+}
+
+TEST(PkgGRepBuilder, LeavesOutShapesWithoutAGRep) {
+  LogCapture log;
+  PkgGRepBuilder builder;
+  builder.AddItem(Id(1), nullptr);
+  builder.AddItem(Id(2), std::make_shared<TopoShape>(TopoDS_Shape()));
+  EXPECT_EQ(log.GetTexts(3).size(), 2U);
+  EXPECT_TRUE(log.HasLocations());
+  builder.Build();
+}
+
+TEST(PkgGRepBuilder, SharesItsGRepsWithACopyAndHandsThemOverInAMove) {
+  const TestFolder folder;
+  PkgGRepBuilder builder;
+  builder.AddItem(Id(1), MakeBox(1, 1, 1));
+  builder.SetPkgCount(3);
+  PkgGRepBuilder copy(builder);
+  EXPECT_EQ(copy.GetPkgCount(), 3U);
+  copy.Build();
+  builder.Write(folder.GetPath() + "a/");
+  copy.Write(folder.GetPath() + "b/");
+  EXPECT_EQ(Inflate(folder.GetPath() + "a/1.gz"), Inflate(folder.GetPath() + "b/1.gz"));
+  EXPECT_GT(Inflate(folder.GetPath() + "a/1.gz").size(), 200U) << "computed through the copy";
+
+  builder.SetPkgCount(4);
+  const PkgGRepBuilder moved(std::move(builder));
+  EXPECT_EQ(moved.GetPkgCount(), 4U);
+  EXPECT_EQ(builder.GetPkgCount(), 4U);  // NOLINT(bugprone-use-after-move): the old count stays
+  builder.Write(folder.GetPath() + "c/");
+  EXPECT_EQ(builder.GetPkgCount(), 0U) << "no entries";
+}
+
+}  // namespace
+}  // namespace mirel
