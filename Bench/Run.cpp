@@ -1,0 +1,460 @@
+#include <Bench/Run.h>
+
+#include <Bench/ChildProcess.h>
+#include <Bench/Growth.h>
+#include <Bench/WorkFolder.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <filesystem>
+#include <limits>
+#include <memory>
+#include <stdexcept>
+
+namespace mirel::bench {
+
+namespace {
+
+constexpr double kMilli = 1e-3;
+constexpr double kMicro = 1e-6;
+constexpr double kMega = 1e6;
+constexpr double kMissing = std::numeric_limits<double>::quiet_NaN();
+
+using Arguments = std::vector<std::string>;
+
+Spread Exact(double value) {
+  return {value, value, value};
+}
+
+Spread Scale(const Spread& spread, double factor) {
+  return {spread.value * factor, spread.low * factor, spread.high * factor};
+}
+
+Arguments TaskOf(const std::string& name, const std::string& work) {
+  return {"task", name, "--work", work};
+}
+
+std::string Quote(const std::string& text) {
+  std::string quoted = "'";
+  for (const char c : text)
+    quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+  return quoted + "'";
+}
+
+/// The size of a file as gzip would leave it.
+double GzipBytes(const std::string& path) {
+  std::FILE* const pipe = popen(("gzip -6 -c <" + Quote(path)).c_str(), "r");
+  if (!pipe) throw std::runtime_error("cannot run gzip");
+  std::vector<char> block(1 << 16);
+  double bytes = 0.0;
+  for (std::size_t count; (count = std::fread(block.data(), 1, block.size(), pipe)) > 0;) {
+    bytes += static_cast<double>(count);
+  }
+  if (pclose(pipe) != 0) throw std::runtime_error("gzip failed on " + path);
+  return bytes;
+}
+
+// One STEP file.
+
+class FileRun {
+ public:
+  FileRun(const std::string& source, const RunOptions& options)
+      : source_(source),
+        stem_(std::filesystem::path(source).stem().string()),
+        work_(options.work + stem_ + "/"),
+        rounds_(options.rounds) {}
+
+  void Measure(Report& report) {
+    std::fprintf(stderr, "preparing %s\n", source_.c_str());
+    RunChild({"prepare", source_, "--work", work_});
+    WarmUp(work_);
+    FindFastestMesher();
+    for (const char* const name : {"open", "floor", "binxcaf", "glb", "save", "stages", "save-stages"}) {
+      things_.Add(name, TaskOf(name, work_));
+    }
+    things_.Add("mesher", MesherTask(mesher_));
+    Arguments step = TaskOf("step", work_);
+    step.insert(step.end(), {"--source", source_});
+    things_.Add("step", step);
+    things_.Run(rounds_);
+    AddOpening(report);
+    AddSaving(report);
+    AddSizes(report);
+    AddGoals(report);
+  }
+
+ private:
+  Arguments MesherTask(const std::string& variant) const {
+    Arguments arguments = TaskOf("mesher", work_);
+    arguments.insert(arguments.end(), {"--variant", variant});
+    return arguments;
+  }
+
+  void FindFastestMesher() {
+    double best = std::numeric_limits<double>::infinity();
+    for (const char* const algorithm : {"watson", "delabella"}) {
+      for (const char* const mode : {"serial", "faces", "bodies", "both"}) {
+        const std::string variant = std::string(algorithm) + "-" + mode;
+        std::fprintf(stderr, "trying the mesher: %s\n", variant.c_str());
+        const Figures figures = RunChild(MesherTask(variant));
+        variants_.emplace_back(variant, figures);
+        if (figures.Get("seconds") >= best) continue;
+        best = figures.Get("seconds");
+        mesher_ = variant;
+      }
+    }
+  }
+
+  void AddOpening(Report& report) const {
+    Report::Table table{stem_ + ": opening",
+                        {{"time", "ms", kMilli, 2, true},
+                         {"peak memory", "MB", kMega, 1, false},
+                         {"on disk", "MB", kMega, 2, false},
+                         {"bodies", "", 1.0, 0, false},
+                         {"placed", "", 1.0, 0, false},
+                         {"triangles", "", 1.0, 0, false},
+                         {"drawn triangles", "", 1.0, 0, false}},
+                        {}};
+    for (const char* const name : {"open", "floor", "binxcaf", "glb", "step"}) {
+      Report::Row row{name, {}};
+      for (const char* const figure :
+           {"seconds", "peakBytes", "bytes", "bodies", "placedShapes", "triangles", "drawnTriangles"}) {
+        const bool isCount = std::string(name) == "floor" && std::string(figure) != "seconds" &&
+                             std::string(figure) != "peakBytes" && std::string(figure) != "bytes";
+        row.values.push_back(isCount ? Exact(kMissing) : things_.Get(name, figure));
+      }
+      table.rows.push_back(row);
+    }
+    report.AddTable(table);
+    AddStages(report, stem_ + ": stages of opening", "stages",
+              {"inflate", "index", "grep", "bodyCheck", "scene", "release", "seconds"});
+    AddStages(report, stem_ + ": stages of reading STEP", "step",
+              {"read", "transfer", "tessellate", "seconds"});
+  }
+
+  void AddStages(Report& report, const std::string& title, const std::string& thing,
+                 const Arguments& stages) const {
+    Report::Table table{title, {{"time", "ms", kMilli, 2, true}}, {}};
+    for (const std::string& stage : stages)
+      table.rows.push_back({stage, {things_.Get(thing, stage)}});
+    report.AddTable(table);
+  }
+
+  void AddSaving(Report& report) const {
+    Report::Table table{stem_ + ": saving",
+                        {{"time", "ms", kMilli, 1, true},
+                         {"peak memory", "MB", kMega, 1, false},
+                         {"triangles", "", 1.0, 0, false}},
+                        {}};
+    table.rows.push_back({"save",
+                          {things_.Get("save", "seconds"), things_.Get("save", "peakBytes"),
+                           things_.Get("open", "triangles")}});
+    for (const char* const stage : {"bodyText", "bodyFiles", "tessellate", "graphicsFiles"}) {
+      table.rows.push_back({stage, {things_.Get("save-stages", stage), Exact(kMissing), Exact(kMissing)}});
+    }
+    table.rows.push_back({"mesher " + mesher_,
+                          {things_.Get("mesher", "seconds"), things_.Get("mesher", "peakBytes"),
+                           things_.Get("mesher", "triangles")}});
+    for (const auto& [variant, figures] : variants_) {
+      table.rows.push_back({"mesher " + variant + ", one round",
+                            {Exact(figures.Get("seconds")), Exact(figures.Get("peakBytes")),
+                             Exact(figures.Get("triangles"))}});
+    }
+    report.AddTable(table);
+  }
+
+  void AddSizes(Report& report) {
+    folderBytes_ = static_cast<double>(BytesOnDisk(ModelFolder(work_)));
+    zippedGlbBytes_ = GzipBytes(GlbFile(work_));
+    const auto bytes = [](const std::string& path) { return Exact(static_cast<double>(BytesOnDisk(path))); };
+    report.AddTable({stem_ + ": bytes on disk",
+                     {{"size", "kB", 1e3, 1, false}},
+                     {{"index", {bytes(IndexFile(work_))}},
+                      {"graphics", {bytes(ModelFolder(work_) + "grep/")}},
+                      {"exact bodies", {bytes(ModelFolder(work_) + "model/")}},
+                      {"model folder", {Exact(folderBytes_)}},
+                      {"GLB", {bytes(GlbFile(work_))}},
+                      {"GLB after gzip -6", {Exact(zippedGlbBytes_)}},
+                      {"binary XCAF with triangles", {bytes(TriangleDocument(work_))}},
+                      {"STEP", {bytes(source_)}}}});
+  }
+
+  void AddGoals(Report& report) const {
+    report.AddGoal(
+        {stem_ + ": opening takes, times inflating", true, 3.0, things_.Ratio("open", "floor", "seconds")});
+    report.AddGoal({stem_ + ": binary XCAF takes, times opening", false, 10.0,
+                    things_.Ratio("binxcaf", "open", "seconds")});
+    report.AddGoal({stem_ + ": STEP and tessellation take, times opening", false, 500.0,
+                    things_.Ratio("step", "open", "seconds")});
+    report.AddGoal({stem_ + ": peak memory of opening, of that of binary XCAF", true, 0.6,
+                    things_.Ratio("open", "binxcaf", "peakBytes")});
+    report.AddGoal({stem_ + ": folder on disk, of the GLB after gzip -6", true, 0.75,
+                    Exact(folderBytes_ / zippedGlbBytes_)});
+    report.AddGoal({stem_ + ": saving takes, times OpenCASCADE's fastest mesher (" + mesher_ + ")", true, 1.5,
+                    things_.Ratio("save", "mesher", "seconds")});
+  }
+
+  std::string source_;
+  std::string stem_;
+  std::string work_;
+  int rounds_;
+  Rounds things_;
+  std::string mesher_;
+  std::vector<std::pair<std::string, Figures>> variants_;
+  double folderBytes_ = 0.0;
+  double zippedGlbBytes_ = 0.0;
+};
+
+// Generated models.
+
+std::vector<std::size_t> PowersOfTen(std::size_t first, std::size_t last) {
+  std::vector<std::size_t> counts;
+  for (std::size_t count = first; count <= last; count *= 10)
+    counts.push_back(count);
+  return counts;
+}
+
+/// The worst of several: the one whose value is highest.
+Spread Worst(const std::vector<Spread>& spreads) {
+  return *std::max_element(spreads.begin(), spreads.end(),
+                           [](const Spread& a, const Spread& b) { return a.value < b.value; });
+}
+
+/// How unequal the cost per item is over the sizes: the highest divided by the lowest.
+Spread Unevenness(const std::vector<double>& costs) {
+  const auto [low, high] = std::minmax_element(costs.begin(), costs.end());
+  return Exact(*high / *low);
+}
+
+class GeneratedRun {
+ public:
+  explicit GeneratedRun(const RunOptions& options)
+      : work_(options.work),
+        rounds_(options.rounds),
+        counts_(options.tiny ? PowersOfTen(100, 1000) : PowersOfTen(1000, options.maxItems)) {}
+
+  void Measure(Report& report) {
+    for (const std::size_t count : counts_) {
+      for (const char* const kind : {"flat", "deep", "shared"})
+        AddIndex(kind, count);
+      things_.Add("scene " + std::to_string(count), {"task", "scene", "--count", std::to_string(count)});
+    }
+    things_.Run(rounds_);
+    AddIndexTable(report);
+    AddSceneTable(report);
+    AddGoals(report);
+    for (const char* const kind : {"flat", "deep", "shared"}) {
+      for (const std::size_t count : counts_)
+        std::filesystem::remove_all(work_ + Name(kind, count));
+    }
+  }
+
+ private:
+  static std::string Name(const std::string& kind, std::size_t count) {
+    return kind + "-" + std::to_string(count);
+  }
+
+  void AddIndex(const std::string& kind, std::size_t count) {
+    const std::string name = Name(kind, count);
+    for (const char* const task : {"index-save", "index-write", "index-read", "index-dom"}) {
+      Arguments arguments = TaskOf(task, work_ + name + "/");
+      arguments.insert(arguments.end(), {"--kind", kind, "--count", std::to_string(count)});
+      things_.Add(std::string(task) + " " + name, arguments);
+    }
+  }
+
+  Spread PerItem(const std::string& task, const std::string& kind, std::size_t count) const {
+    return Scale(things_.Get(task + " " + Name(kind, count), "seconds"), 1.0 / static_cast<double>(count));
+  }
+
+  void AddIndexTable(Report& report) const {
+    Report::Table table{"Indexes of generated models, time per item",
+                        {{"read", "us", kMicro, 3, true},
+                         {"JSON library alone", "us", kMicro, 3, false},
+                         {"read / library", "", 1.0, 2, true},
+                         {"write", "us", kMicro, 3, true},
+                         {"save with gzip", "us", kMicro, 3, false},
+                         {"text", "bytes", 1.0, 0, false},
+                         {"on disk", "bytes", 1.0, 1, false},
+                         {"peak memory of reading", "bytes", 1.0, 0, false}},
+                        {}};
+    for (const char* const kind : {"flat", "deep", "shared"}) {
+      for (const std::size_t count : counts_) {
+        const std::string name = Name(kind, count);
+        const double perItem = 1.0 / static_cast<double>(count);
+        table.rows.push_back({name,
+                              {PerItem("index-read", kind, count), PerItem("index-dom", kind, count),
+                               things_.Ratio("index-read " + name, "index-dom " + name, "seconds"),
+                               PerItem("index-write", kind, count), PerItem("index-save", kind, count),
+                               Scale(things_.Get("index-read " + name, "textBytes"), perItem),
+                               Scale(things_.Get("index-save " + name, "bytes"), perItem),
+                               Scale(things_.Get("index-read " + name, "peakBytes"), perItem)}});
+      }
+    }
+    report.AddTable(table);
+  }
+
+  void AddSceneTable(Report& report) const {
+    Report::Table table{"Scenes from shared types, per node",
+                        {{"time", "us", kMicro, 3, true}, {"memory", "bytes", 1.0, 0, false}},
+                        {}};
+    for (const std::size_t count : counts_) {
+      const std::string name = "scene " + std::to_string(count);
+      const double perNode = 1.0 / things_.Get(name, "nodes").value;
+      table.rows.push_back(
+          {std::to_string(count),
+           {Scale(things_.Get(name, "seconds"), perNode), Scale(things_.Get(name, "liveBytes"), perNode)}});
+    }
+    report.AddTable(table);
+  }
+
+  void AddGoals(Report& report) const {
+    const std::size_t most = counts_.back();
+    std::vector<Spread> toLibrary, toRead, flat;
+    for (const char* const kind : {"flat", "deep", "shared"}) {
+      const std::string name = Name(kind, most);
+      toLibrary.push_back(things_.Ratio("index-read " + name, "index-dom " + name, "seconds"));
+      toRead.push_back(things_.Ratio("index-write " + name, "index-read " + name, "seconds"));
+      for (const char* const task : {"index-read", "index-write", "index-save"}) {
+        std::vector<double> costs;
+        for (const std::size_t count : counts_) {
+          if (count >= most / 100) costs.push_back(PerItem(task, kind, count).value);
+        }
+        flat.push_back(Unevenness(costs));
+      }
+    }
+    const std::string items = "index of " + std::to_string(most) + " items: ";
+    report.AddGoal({items + "reading takes, times the JSON library alone", true, 2.0, Worst(toLibrary)});
+    report.AddGoal({items + "writing takes, times reading", true, 1.5, Worst(toRead)});
+    report.AddGoal(
+        {"cost per item, highest / lowest over the two last powers of ten", true, 1.3, Worst(flat)});
+    const std::string scene = "scene " + std::to_string(most);
+    const double perNode = 1.0 / things_.Get(scene, "nodes").value;
+    const std::string nodes = "scene of " + std::to_string(most) + " nodes: ";
+    report.AddGoal({nodes + "us a node", true, 1.0, Scale(things_.Get(scene, "seconds"), perNode / kMicro)});
+    report.AddGoal({nodes + "bytes a node", true, 400.0, Scale(things_.Get(scene, "liveBytes"), perNode)});
+  }
+
+  std::string work_;
+  int rounds_;
+  std::vector<std::size_t> counts_;
+  Rounds things_;
+};
+
+// Growth.
+
+class GrowthRun {
+ public:
+  GrowthRun(const GrowthSeries& series, const RunOptions& options)
+      : series_(series), work_(options.work), rounds_(options.rounds) {
+    const double first = static_cast<double>(series.first);
+    // A test goes through two small sizes, a real run through five in equal ratios.
+    const double last = options.tiny ? 2.0 * first : static_cast<double>(series.last);
+    const int steps = options.tiny ? 1 : 4;
+    for (int i = 0; i <= steps; ++i) {
+      counts_.push_back(
+          static_cast<std::size_t>(std::lround(first * std::pow(last / first, double(i) / steps))));
+    }
+  }
+
+  /// Adds the table of the series to the report, and to `exponents` how each stage grows.
+  void Measure(Report& report, Report::Table& exponents) {
+    for (const std::size_t count : counts_) {
+      const std::string folder = Folder(count);
+      std::filesystem::create_directories(folder);
+      for (const char* const task : {"growth-save", "growth-open"}) {
+        Arguments arguments = TaskOf(task, folder);
+        arguments.insert(arguments.end(), {"--kind", series_.kind, "--count", std::to_string(count)});
+        things_.Add(Name(task, count), arguments);
+      }
+    }
+    things_.Run(rounds_);
+    Report::Table table{std::string("Growth of ") + series_.kind, {{"save", "ms", kMilli, 2, false}}, {}};
+    for (const char* const stage : kStages)
+      table.columns.push_back({stage, "ms", kMilli, 2, false});
+    table.columns.push_back({"on disk", "MB", kMega, 2, false});
+    table.columns.push_back({"memory kept", "MB", kMega, 1, false});
+    table.columns.push_back({"memory in passing", "MB", kMega, 1, false});
+    for (const std::size_t count : counts_) {
+      Report::Row row{std::to_string(count), {things_.Get(Name("growth-save", count), "seconds")}};
+      const std::string open = Name("growth-open", count);
+      for (const char* const stage : kStages)
+        row.values.push_back(things_.Get(open, stage));
+      row.values.push_back(things_.Get(Name("growth-save", count), "bytes"));
+      row.values.push_back(things_.Get(open, "liveBytes"));
+      row.values.push_back(
+          Exact(things_.Get(open, "peakBytes").value - things_.Get(open, "liveBytes").value));
+      table.rows.push_back(row);
+    }
+    report.AddTable(table);
+
+    Report::Row row{series_.kind, {Exact(series_.power), Exponent("growth-save", "seconds")}};
+    for (const char* const stage : kStages)
+      row.values.push_back(Exponent("growth-open", stage));
+    exponents.rows.push_back(row);
+    for (const std::size_t count : counts_)
+      std::filesystem::remove_all(Folder(count));
+  }
+
+  static constexpr const char* kStages[] = {"seconds",   "inflate", "index",  "grep",
+                                            "bodyCheck", "scene",   "release"};
+
+ private:
+  static std::string Name(const std::string& task, std::size_t count) {
+    return task + " " + std::to_string(count);
+  }
+  std::string Folder(std::size_t count) const {
+    return work_ + "growth-" + series_.kind + "-" + std::to_string(count) + "/";
+  }
+
+  /// The e in "time grows as count to the power e", over the upper half of the series; missing for a stage
+  /// that takes too little time to tell.
+  Spread Exponent(const std::string& task, const std::string& stage) const {
+    const std::size_t middle = counts_[counts_.size() / 2 - (counts_.size() == 2 ? 1 : 0)];
+    const double before = things_.Get(Name(task, middle), stage).value;
+    const double after = things_.Get(Name(task, counts_.back()), stage).value;
+    if (after < kMilli || before <= 0.0) return Exact(kMissing);
+    const double growth = static_cast<double>(counts_.back()) / static_cast<double>(middle);
+    return Exact(std::log(after / before) / std::log(growth));
+  }
+
+  GrowthSeries series_;
+  std::string work_;
+  int rounds_;
+  std::vector<std::size_t> counts_;
+  Rounds things_;
+};
+
+void MeasureGrowth(const RunOptions& options, Report& report) {
+  Report::Table exponents{
+      "Growth: time goes with the power", {{"right", "", 1.0, 0, false}, {"save", "", 1.0, 2, false}}, {}};
+  for (const char* const stage : GrowthRun::kStages)
+    exponents.columns.push_back({stage, "", 1.0, 2, false});
+  for (const GrowthSeries& series : GetGrowthSeries())
+    GrowthRun(series, options).Measure(report, exponents);
+  double excess = 0.0;
+  for (const Report::Row& row : exponents.rows) {
+    for (std::size_t i = 1; i < row.values.size(); ++i) {
+      if (!std::isnan(row.values[i].value))
+        excess = std::max(excess, row.values[i].value - row.values[0].value);
+    }
+  }
+  report.AddTable(exponents);
+  report.AddGoal({"growth of any stage above what is right, as a power", true, 0.5, Exact(excess)});
+}
+
+}  // namespace
+
+Report Run(const RunOptions& options) {
+  Report report;
+  for (const std::string& source : options.sources)
+    FileRun(source, options).Measure(report);
+  if (options.generated) {
+    GeneratedRun(options).Measure(report);
+    MeasureGrowth(options, report);
+  }
+  return report;
+}
+
+}  // namespace mirel::bench
