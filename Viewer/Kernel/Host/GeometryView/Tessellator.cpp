@@ -9,9 +9,7 @@
 #include <BRepBuilderAPI_Copy.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
-#include <GCPnts_TangentialDeflection.hxx>
 #include <GeomAdaptor_Surface.hxx>
-#include <GeomLib.hxx>
 #include <Geom_Surface.hxx>
 #include <Poly_Polygon3D.hxx>
 #include <Poly_PolygonOnTriangulation.hxx>
@@ -28,6 +26,7 @@
 #include <array>
 #include <cmath>
 #include <exception>
+#include <functional>
 #include <limits>
 
 namespace mirel {
@@ -41,6 +40,9 @@ constexpr double kMinRelativeDeflection = 1e-6;
 constexpr double kMinDeflection = 2e-7;
 // The share of the deflection that rounding to the 16-bit grid may take before the 32-bit grid is used.
 constexpr double kMaxGridShare = 0.05;
+// How often a curve that the mesher cannot sample is halved: into 16 to 4096 segments.
+constexpr int kMinHalvings = 4;
+constexpr int kMaxHalvings = 12;
 constexpr std::uint32_t kUnused = std::numeric_limits<std::uint32_t>::max();
 
 void Notice(const char* what, int number, const char* reason) {
@@ -126,11 +128,8 @@ class Builder {
     if (bounds.IsVoid()) return false;
     const double limit = kMaxMeshCoordinate;
     bool bounded = !bounds.IsOpen();
-    if (bounded) {
-      const gp_Pnt low = bounds.CornerMin(), high = bounds.CornerMax();
-      for (int axis = 1; axis <= 3; ++axis)
-        bounded = bounded && low.Coord(axis) >= -limit && high.Coord(axis) <= limit;
-    }
+    for (int axis = 1; axis <= 3 && bounded; ++axis)
+      bounded = bounds.CornerMin().Coord(axis) >= -limit && bounds.CornerMax().Coord(axis) <= limit;
     if (!bounded) {
       mesh_.box.SetInfinite();
       Logger::Instance().Message(1, "A body without bounds is not drawn");
@@ -140,8 +139,8 @@ class Builder {
       AddToBox(BRep_Tool::Pnt(TopoDS::Vertex(lone.Current())));
 
     const double scale = std::abs(placement_.ScaleFactor());
-    const gp_XYZ extent = (bounds.CornerMax().XYZ() - bounds.CornerMin().XYZ()) * scale;
-    const double diagonal = extent.Modulus();
+    const gp_XYZ low = bounds.CornerMin().XYZ(), high = bounds.CornerMax().XYZ();
+    const double unplacedDiagonal = (high - low).Modulus(), diagonal = unplacedDiagonal * scale;
     if (!(deflection_ > 0.0) || std::isinf(deflection_)) deflection_ = diagonal * kRelativeDeflection;
     deflection_ = std::max({deflection_, diagonal * kMinRelativeDeflection, kMinDeflection});
     mesh_.linearDeflection = deflection_;
@@ -151,6 +150,9 @@ class Builder {
     const double error = deflection_ * kMaxGridShare;
     mesh_.gridStep = RoundDown(error * 2.0 / std::sqrt(3.0));
     meshDeflection_ = (deflection_ - error) / scale;
+    const double margin = unplacedDiagonal + 10.0 * meshDeflection_;
+    lowest_ = low - gp_XYZ(margin, margin, margin);
+    highest_ = high + gp_XYZ(margin, margin, margin);
     return true;
   }
 
@@ -188,8 +190,7 @@ class Builder {
     TopoDS_Face face = TopoDS::Face(faces_(number));
     TopLoc_Location location;
     Handle(Geom_Surface) surface = BRep_Tool::Surface(face, location);
-    const bool drawnOnly =
-        surface.IsNull();  // it has no geometry, only triangles, which the copy leaves behind
+    const bool drawnOnly = surface.IsNull();  // only triangles, which the copy leaves behind
     if (drawnOnly) face = TopoDS::Face(originalFaces_(number));
     const Handle(Poly_Triangulation) triangles = BRep_Tool::Triangulation(face, location);
     if (triangles.IsNull() || triangles->NbTriangles() == 0) {
@@ -201,6 +202,10 @@ class Builder {
     const bool mirrored = transform.VectorialPart().Determinant() < 0.0;
     const bool reversed = face.Orientation() == TopAbs_REVERSED;
     const std::vector<gp_XYZ> normals = Normals(surface, *triangles);
+    std::vector<gp_Pnt> points;
+    for (int i = 1; i <= triangles->NbNodes(); ++i)
+      points.push_back(triangles->Node(i).Transformed(location));
+    if (!AreNear(points)) return Notice("Face", number - 1, "points far outside the body");
 
     GRepFace& range = mesh_.faces[static_cast<std::size_t>(number - 1)];
     range.firstVertex = static_cast<std::uint32_t>(positions_.size());
@@ -212,7 +217,7 @@ class Builder {
         gp_XYZ normal = normals[static_cast<std::size_t>(node - 1)];
         normal.Multiply(transform.VectorialPart());
         if (reversed) normal.Reverse();
-        known = AddVertex(triangles->Node(node).Transformed(transform), normal);
+        known = AddVertex(points[static_cast<std::size_t>(node - 1)].Transformed(placement_), normal);
       }
       return known;
     };
@@ -220,6 +225,7 @@ class Builder {
     for (int i = 1; i <= triangles->NbTriangles(); ++i) {
       int a, b, c;
       triangles->Triangle(i).Get(a, b, c);
+      if (std::min({a, b, c}) < 1 || std::max({a, b, c}) > triangles->NbNodes()) continue;
       if (a == b || b == c || c == a) continue;
       if (reversed != mirrored) std::swap(b, c);
       for (int node : {a, b, c})
@@ -257,24 +263,59 @@ class Builder {
     const TopoDS_Edge edge = TopoDS::Edge(edges_(number));
     if (strip.size() > 1 || BRep_Tool::Degenerated(edge)) return;
     strip.clear();
+    std::vector<gp_Pnt> points = PolygonOf(edge);
+    if (points.empty()) points = PolygonOf(TopoDS::Edge(originalEdges_(number)));
+    if (points.empty()) {
+      // The mesher leaves out edges without vertices, or gives them points at infinity.
+      if (!BRep_Tool::IsGeometric(edge)) return Notice("Edge", number - 1, "no curve");
+      points = Sample(BRepAdaptor_Curve(edge));
+    }
+    if (!AreNear(points)) return Notice("Edge", number - 1, "points far outside the body");
+    for (const gp_Pnt& point : points)
+      strip.push_back(AddVertex(point.Transformed(placement_), gp_XYZ()));
+  }
+
+  // Halves a curve until its segments are within the deflection; ends on any curve, unlike OpenCASCADE's
+  // samplers.
+  std::vector<gp_Pnt> Sample(const BRepAdaptor_Curve& curve) const {
+    const double first = curve.FirstParameter(), last = curve.LastParameter();
+    std::vector<gp_Pnt> points{curve.Value(first)};
+    const std::function<void(double, double, int)> halve = [&](double from, double to, int depth) {
+      const gp_Pnt start = points.back(), end = curve.Value(to), middle = curve.Value(0.5 * (from + to));
+      const double off = middle.Distance(gp_Pnt(0.5 * (start.XYZ() + end.XYZ())));
+      if (depth < kMinHalvings || (depth < kMaxHalvings && off > meshDeflection_)) {
+        halve(from, 0.5 * (from + to), depth + 1);
+        halve(0.5 * (from + to), to, depth + 1);
+      } else {
+        points.push_back(end);
+      }
+    };
+    if (curve.GetType() == GeomAbs_Line)
+      points.push_back(curve.Value(last));
+    else
+      halve(first, last, 0);
+    return points;
+  }
+
+  std::vector<gp_Pnt> PolygonOf(const TopoDS_Edge& edge) const {
     TopLoc_Location location;
-    Handle(Poly_Polygon3D) polygon = BRep_Tool::Polygon3D(edge, location);
-    if (polygon.IsNull()) polygon = BRep_Tool::Polygon3D(TopoDS::Edge(originalEdges_(number)), location);
-    if (!polygon.IsNull()) {
-      const gp_Trsf transform = placement_ * location.Transformation();
-      for (const gp_Pnt& node : polygon->Nodes())
-        strip.push_back(AddVertex(node.Transformed(transform), gp_XYZ()));
-      return;
-    }
-    double first, last;
-    if (BRep_Tool::Curve(edge, location, first, last).IsNull() && BRep_Tool::IsGeometric(edge) == false) {
-      Notice("Edge", number - 1, "no curve");
-      return;
-    }
-    const BRepAdaptor_Curve curve(edge);
-    GCPnts_TangentialDeflection points(curve, kAngularDeflection, meshDeflection_);
-    for (int i = 1; i <= points.NbPoints(); ++i)
-      strip.push_back(AddVertex(points.Value(i).Transformed(placement_), gp_XYZ()));
+    const Handle(Poly_Polygon3D) polygon = BRep_Tool::Polygon3D(edge, location);
+    std::vector<gp_Pnt> points;
+    if (polygon.IsNull()) return points;
+    for (const gp_Pnt& node : polygon->Nodes())
+      points.push_back(node.Transformed(location));
+    if (!AreNear(points)) points.clear();
+    return points;
+  }
+
+  // Whether points of the unplaced body are numbers and where they can be.
+  bool AreNear(const std::vector<gp_Pnt>& points) const {
+    return std::all_of(points.begin(), points.end(), [this](const gp_Pnt& point) {
+      bool near = true;
+      for (int axis = 1; axis <= 3; ++axis)
+        near = near && point.Coord(axis) >= lowest_.Coord(axis) && point.Coord(axis) <= highest_.Coord(axis);
+      return near;
+    });
   }
 
   std::vector<std::uint32_t>& Strip(int number) {
@@ -296,7 +337,7 @@ class Builder {
           normals[k] = normals[0];
           known[k] = known[0];
         } else {
-          known[k] = SurfaceNormal(adaptor, surface, triangles.UVNode(i), normals[k]);
+          known[k] = SurfaceNormal(adaptor, triangles.UVNode(i), normals[k]);
         }
       }
     }
@@ -304,6 +345,8 @@ class Builder {
     for (int i = 1; i <= triangles.NbTriangles(); ++i) {
       int node[3];
       triangles.Triangle(i).Get(node[0], node[1], node[2]);
+      if (*std::min_element(node, node + 3) < 1 || *std::max_element(node, node + 3) > triangles.NbNodes())
+        continue;
       const gp_XYZ origin = triangles.Node(node[0]).XYZ();
       const gp_XYZ area = (triangles.Node(node[1]).XYZ() - origin) ^ (triangles.Node(node[2]).XYZ() - origin);
       for (int n : node)
@@ -312,8 +355,7 @@ class Builder {
     return normals;
   }
 
-  static bool SurfaceNormal(const GeomAdaptor_Surface& adaptor, const Handle(Geom_Surface) & surface,
-                            const gp_Pnt2d& uv, gp_XYZ& normal) {
+  static bool SurfaceNormal(const GeomAdaptor_Surface& adaptor, const gp_Pnt2d& uv, gp_XYZ& normal) {
     gp_Pnt point;
     gp_Vec du, dv;
     adaptor.D1(uv.X(), uv.Y(), point, du, dv);
@@ -324,13 +366,8 @@ class Builder {
       normal /= length;
       return true;
     }
-    gp_Dir direction;
-    if (GeomLib::NormEstim(surface, uv, 1e-7, direction) > 1) {
-      normal = gp_XYZ();
-      return false;
-    }
-    normal = direction.XYZ();
-    return true;
+    normal = gp_XYZ();
+    return false;
   }
 
   // Puts triangles and vertices of each face into an order that a graphics card and the record's packing
@@ -405,6 +442,7 @@ class Builder {
   double deflection_;
   double meshDeflection_ = 0.0;
   bool withEdges_;
+  gp_XYZ lowest_, highest_;  // no point of a mesh of the unplaced body can lie outside these
 
   // The body, and the copy that is meshed; the same faces and edges in the same order.
   TopoDS_Shape original_;

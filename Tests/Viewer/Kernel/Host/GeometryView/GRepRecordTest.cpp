@@ -1,0 +1,200 @@
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Viewer/Kernel/Host/GeometryView/MeshCheck.h>
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <gtest/gtest.h>
+
+#include <BRepAlgoAPI_Cut.hxx>
+#include <BRepBuilderAPI_MakeEdge.hxx>
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeCylinder.hxx>
+#include <TopoDS_Shape.hxx>
+
+#include <cstring>
+#include <memory>
+#include <random>
+#include <sstream>
+#include <streambuf>
+#include <string>
+
+namespace mirel {
+namespace {
+
+constexpr std::size_t kHeaderBytes = 132;
+
+// A stream over a heap block of exactly the given bytes that cannot seek: reading past the end is what a
+// sanitizer sees.
+class Bytes : public std::streambuf {
+ public:
+  explicit Bytes(const std::string& bytes) : block_(new char[bytes.size()]) {
+    std::memcpy(block_.get(), bytes.data(), bytes.size());
+    setg(block_.get(), block_.get(), block_.get() + bytes.size());
+  }
+  std::size_t Left() const { return static_cast<std::size_t>(egptr() - gptr()); }
+
+ private:
+  std::unique_ptr<char[]> block_;
+};
+
+std::shared_ptr<GRepShape> Read(const std::string& record) {
+  Bytes bytes(record);
+  std::istream stream(&bytes);
+  return GRepShape::FromStream(stream);
+}
+
+std::string RecordOf(const TopoDS_Shape& shape, double deflection = 0.0) {
+  const auto grep = GRepShape::Create(std::make_shared<TopoShape>(shape), nullptr, nullptr, deflection, true);
+  grep->Compute();
+  std::ostringstream stream;
+  EXPECT_TRUE(grep->ToStream(stream));
+  return stream.str();
+}
+
+std::string Hex(const std::string& bytes) {
+  std::string text;
+  for (unsigned char byte : bytes) {
+    text += "0123456789abcdef"[byte >> 4];
+    text += "0123456789abcdef"[byte & 15];
+  }
+  return text;
+}
+
+std::string Drilled() {
+  return RecordOf(BRepAlgoAPI_Cut(BRepPrimAPI_MakeBox(10, 20, 30).Shape(),
+                                  BRepPrimAPI_MakeCylinder(gp_Ax2(gp_Pnt(5, 9, -1), gp::DZ()), 3, 40).Shape())
+                      .Shape());
+}
+
+// Reading damaged bytes gives nothing and says why, or a mesh that a viewer can draw.
+void ExpectSafe(const std::string& record) {
+  LogCapture log;
+  const auto grep = Read(record);
+  if (grep)
+    EXPECT_TRUE(test::IsConsistent(grep->GetMesh()));
+  else
+    EXPECT_EQ(log.GetTexts(1).size(), 1u);
+  EXPECT_TRUE(log.GetTexts(3).empty());
+}
+
+// clang-format off
+TEST(GRepRecordTest, GoldenBytesOfAnEdge) {
+  const std::string record = RecordOf(BRepBuilderAPI_MakeEdge(gp_Pnt(0, 0, 0), gp_Pnt(10, 20, 30)).Edge());
+  EXPECT_EQ(Hex(record.substr(0, 36)), "47526570"              // GRep
+                                       "0100" "00" "01"        // version, 16-bit grid, finite box
+                                       "14000000" "02000000"   // payload bytes, vertices
+                                       "02000000" "00000000"   // places, triangles
+                                       "00000000" "02000000"   // faces, points
+                                       "01000000");            // edges
+  EXPECT_EQ(Hex(record.substr(36, 48)),                        // the box
+            "0000000000000000" "0000000000000000" "0000000000000000"
+            "0000000000002440" "0000000000003440" "0000000000003e40");
+  EXPECT_EQ(Hex(record.substr(84, 32)),                        // the grid's origin and its step, 0.002
+            "0000000000000000" "0000000000000000" "0000000000000000" "fca9f1d24d62603f");
+  EXPECT_EQ(Hex(record.substr(kHeaderBytes)), "02"             // points of the edge
+                                              "0000"           // two vertices, both at new places
+                                              "00" "904e"      // x: 0, then 5000 farther
+                                              "00" "a09c01"    // y
+                                              "00" "b0ea01"    // z
+                                              "00000000"       // normals
+                                              "0002");         // points: vertex 0, then the next
+}
+
+// clang-format on
+
+TEST(GRepRecordTest, ReadsExactlyOneRecord) {
+  const std::string record = Drilled();
+  Bytes bytes(record + record + "rest");
+  std::istream stream(&bytes);
+  const auto first = GRepShape::FromStream(stream);
+  EXPECT_EQ(bytes.Left(), record.size() + 4);
+  const auto second = GRepShape::FromStream(stream);
+  EXPECT_EQ(bytes.Left(), 4u);
+  ASSERT_TRUE(first && second);
+  EXPECT_TRUE(test::IsSame(first->GetMesh(), second->GetMesh()));
+  EXPECT_FALSE(GRepShape::FromStream(stream));
+}
+
+TEST(GRepRecordTest, FineGridRoundTrips) {
+  const std::string record = RecordOf(BRepPrimAPI_MakeCylinder(5, 3000).Shape(), 0.004);
+  const auto grep = Read(record);
+  ASSERT_TRUE(grep);
+  EXPECT_FALSE(grep->GetMesh().fineVertices.empty());
+  EXPECT_NEAR(grep->GetBoundingBox().GetMax().z, 3000.0, 0.004);
+  std::ostringstream again;
+  EXPECT_TRUE(grep->ToStream(again));
+  EXPECT_EQ(again.str(), record);
+}
+
+TEST(GRepRecordTest, EveryTruncationIsRefused) {
+  const std::string record = Drilled();
+  for (std::size_t length = 0; length < record.size(); ++length) {
+    LogCapture log;
+    ASSERT_FALSE(Read(record.substr(0, length))) << length;
+    ASSERT_EQ(log.GetEntries().size(), 1u);
+  }
+}
+
+TEST(GRepRecordTest, DamagedBytesAreRefusedOrHarmless) {
+  for (const std::string& record : {Drilled(), RecordOf(BRepPrimAPI_MakeCylinder(5, 3000).Shape(), 0.004)}) {
+    for (std::size_t i = 0; i < record.size(); ++i)
+      for (int value : {0x00, 0xFF, 0x7F, 0x80, record[i] ^ 0x01, record[i] ^ 0x80, record[i] ^ 0xFF}) {
+        std::string damaged = record;
+        damaged[i] = static_cast<char>(value);
+        SCOPED_TRACE(i);
+        ExpectSafe(damaged);
+      }
+    std::mt19937 random(1);
+    for (int run = 0; run < 3000; ++run) {
+      std::string damaged = record;
+      for (int k = 0; k < 1 + run % 8; ++k)
+        damaged[kHeaderBytes + random() % (record.size() - kHeaderBytes)] = static_cast<char>(random());
+      SCOPED_TRACE(run);
+      ExpectSafe(damaged);
+    }
+  }
+}
+
+// Sizes that the bytes cannot hold, and numbers that are none, each with its reason.
+TEST(GRepRecordTest, EachRefusalSaysWhy) {
+  const std::string record = Drilled();
+  const auto with = [&](std::size_t offset, std::string bytes) {
+    std::string changed = record;
+    return changed.replace(offset, bytes.size(), bytes);
+  };
+  const std::string four(4, '\xFF'), nan("\0\0\0\0\0\0\xF8\x7F", 8), infinity("\0\0\0\0\0\0\xF0\x7F", 8);
+  const std::string huge("\xFF\xFF\xFF\x7F", 4);
+  const struct {
+    std::string record, reason;
+  } cases[] = {
+      {with(0, "g"), "it does not begin with GRep"},
+      {with(4, "\2"), "its version is unknown"},
+      {with(6, "\2"), "its flags are unknown"},
+      {with(7, "\3"), "its flags are unknown"},
+      {with(7, std::string(1, '\0')), "it has vertices but no finite box"},
+      {with(8, huge), "it ends inside the payload"},
+      {with(8, four), "its counts do not fit its size"},
+      {with(12, four), "its counts do not fit its size"},
+      {with(16, huge), "its counts do not fit its size"},
+      {with(20, four), "its counts do not fit its size"},
+      {with(24, four), "its counts do not fit its size"},
+      {with(28, four), "its counts do not fit its size"},
+      {with(32, four), "its counts do not fit its size"},
+      {with(16, std::string(4, '\0')), "its number of places is wrong"},
+      {with(36, nan), "a coordinate of its box or grid is no number"},
+      {with(60, infinity), "a coordinate of its box or grid is no number"},
+      {with(84, nan), "a coordinate of its box or grid is no number"},
+      {with(60, std::string("\0\0\0\0\0\0\xF0\xBF", 8)), "its box is inverted"},
+      {with(108, std::string(8, '\0')), "its grid has no step"},
+      {with(116, nan), "its deflections are no numbers"},
+      {with(124, infinity), "its deflections are no numbers"},
+  };
+  for (const auto& [bytes, reason] : cases) {
+    LogCapture log;
+    EXPECT_FALSE(Read(bytes));
+    EXPECT_EQ(log.GetTexts(1), std::vector<std::string>{"Not a graphics record: " + reason});
+  }
+}
+
+}  // namespace
+}  // namespace mirel

@@ -1,0 +1,305 @@
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Viewer/Kernel/Host/Geometry/BodySamples.h>
+#include <Tests/Viewer/Kernel/Host/GeometryView/MeshCheck.h>
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <gtest/gtest.h>
+
+#include <BRepAlgoAPI_Cut.hxx>
+#include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_MakeEdge.hxx>
+#include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepBuilderAPI_MakeVertex.hxx>
+#include <BRepBuilderAPI_MakeWire.hxx>
+#include <BRepFilletAPI_MakeFillet.hxx>
+#include <BRepGProp.hxx>
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeCone.hxx>
+#include <BRepPrimAPI_MakeCylinder.hxx>
+#include <BRepPrimAPI_MakeHalfSpace.hxx>
+#include <BRepPrimAPI_MakePrism.hxx>
+#include <BRepPrimAPI_MakeSphere.hxx>
+#include <BRepPrimAPI_MakeTorus.hxx>
+#include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
+#include <Bnd_Box.hxx>
+#include <GProp_GProps.hxx>
+#include <TopExp.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Compound.hxx>
+#include <gp_Circ.hxx>
+#include <gp_Pln.hxx>
+
+#include <cmath>
+#include <sstream>
+#include <thread>
+#include <vector>
+
+namespace mirel {
+namespace {
+
+using test::BodySample;
+
+std::shared_ptr<GRepShape> Compute(const TopoDS_Shape& shape, double deflection = 0.0,
+                                   bool withEdges = true) {
+  const auto grep =
+      GRepShape::Create(std::make_shared<TopoShape>(shape), nullptr, nullptr, deflection, withEdges);
+  if (grep) grep->Compute();
+  return grep;
+}
+
+std::string Record(const GRepShape& grep) {
+  std::ostringstream stream;
+  EXPECT_TRUE(grep.ToStream(stream));
+  return stream.str();
+}
+
+TopoDS_Shape Filleted() {
+  const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
+  BRepFilletAPI_MakeFillet fillet(box);
+  for (TopExp_Explorer edge(box, TopAbs_EDGE); edge.More(); edge.Next())
+    fillet.Add(2, TopoDS::Edge(edge.Current()));
+  return fillet.Shape();
+}
+
+// A plate with rows of round holes: faces with hundreds of boundary loops.
+TopoDS_Shape Perforated(int rows) {
+  BRepBuilderAPI_MakeFace face(gp_Pln(), 0, rows, 0, rows);
+  for (int i = 0; i < rows * rows; ++i) {
+    const gp_Ax2 axes(gp_Pnt(i % rows + 0.5, i / rows + 0.5, 0), gp::DZ());
+    const TopoDS_Edge circle = BRepBuilderAPI_MakeEdge(gp_Circ(axes, 0.1 + 0.3 * (i % 7) / 7)).Edge();
+    face.Add(TopoDS::Wire(BRepBuilderAPI_MakeWire(circle).Wire().Reversed()));
+  }
+  return BRepPrimAPI_MakePrism(face.Face(), gp_Vec(0, 0, 0.5)).Shape();
+}
+
+TopoDS_Compound Compound(const std::vector<TopoDS_Shape>& parts) {
+  TopoDS_Compound whole;
+  BRep_Builder builder;
+  builder.MakeCompound(whole);
+  for (const TopoDS_Shape& part : parts)
+    builder.Add(whole, part);
+  return whole;
+}
+
+std::vector<BodySample> Solids() {
+  const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
+  gp_Trsf move;
+  move.SetRotation(gp_Ax1(gp_Pnt(1, 2, 3), gp_Dir(1, 1, 0)), 1.0);
+  move.SetTranslationPart(gp_Vec(1000, -50, 7));
+  gp_Trsf mirror;
+  mirror.SetMirror(gp_Ax2(gp_Pnt(0, 0, 0), gp::DX()));
+  TopoDS_Shape mirrored = Filleted();
+  mirrored.Location(TopLoc_Location(mirror), false);
+  return {{"box", box},
+          {"sphere", BRepPrimAPI_MakeSphere(10).Shape()},
+          {"small sphere, whose fast triangulation fails", BRepPrimAPI_MakeSphere(1e-3).Shape()},
+          {"cylinder", BRepPrimAPI_MakeCylinder(5, 20).Shape()},
+          {"cone with apex", BRepPrimAPI_MakeCone(10, 0, 20).Shape()},
+          {"torus", BRepPrimAPI_MakeTorus(10, 3).Shape()},
+          {"fillets", Filleted()},
+          {"hole",
+           BRepAlgoAPI_Cut(box, BRepPrimAPI_MakeCylinder(gp_Ax2(gp_Pnt(5, 9, -1), gp::DZ()), 3, 40).Shape())},
+          {"perforated", Perforated(12)},
+          {"needle", BRepPrimAPI_MakeBox(1000, 0.01, 0.02).Shape()},
+          {"placed", Filleted().Located(TopLoc_Location(move))},
+          {"placed twice", Compound({Filleted(), Filleted().Located(TopLoc_Location(move))})},
+          {"mirrored", mirrored},
+          {"mirrored inside", Compound({mirrored})}};
+}
+
+TEST(GRepShapeTest, SolidsAreClosedAndFaceOutwards) {
+  for (const auto& [name, shape] : Solids()) {
+    SCOPED_TRACE(name);
+    const bool tiny = name.rfind("small", 0) == 0;
+    const auto grep = Compute(shape, tiny ? 7e-7 : 0.0);
+    ASSERT_TRUE(grep);
+    const GRepMesh& mesh = grep->GetMesh();
+    EXPECT_TRUE(test::IsConsistent(mesh));
+    EXPECT_EQ(mesh.CountFacesWithoutTriangles(), 0u);
+    EXPECT_TRUE(test::IsClosed(mesh));
+    GProp_GProps exact;
+    BRepGProp::VolumeProperties(shape, exact);
+    GProp_GProps surface;
+    BRepGProp::SurfaceProperties(shape, surface);
+    // A triangle is off by the deflection at most, so the volume is by a skin of that thickness.
+    EXPECT_NEAR(test::MeasureVolume(mesh), std::abs(exact.Mass()), surface.Mass() * mesh.linearDeflection);
+    // The apex of a cone has no normal; it gets that of the triangles around.
+    EXPECT_GT(test::SmallestNormalCosine(mesh), name == "cone with apex" ? 0.05 : 0.75);
+    if (!tiny) {
+      EXPECT_LE(test::MeasureDeviation(mesh, shape), mesh.linearDeflection);
+    }
+  }
+}
+
+TEST(GRepShapeTest, DeflectionIsKeptWhateverItIs) {
+  for (double deflection : {5.0, 0.1, 0.003}) {
+    SCOPED_TRACE(deflection);
+    const auto grep = Compute(Filleted(), deflection);
+    EXPECT_EQ(grep->GetMesh().linearDeflection, deflection);
+    EXPECT_LE(test::MeasureDeviation(grep->GetMesh(), Filleted()), deflection);
+  }
+  const auto fine = Compute(BRepPrimAPI_MakeCylinder(5, 3000).Shape(), 0.004);
+  EXPECT_TRUE(fine->GetMesh().vertices.empty());
+  EXPECT_FALSE(fine->GetMesh().fineVertices.empty());
+  EXPECT_TRUE(test::IsClosed(fine->GetMesh()));
+  for (double odd : {-1.0, std::nan(""), static_cast<double>(INFINITY)})
+    EXPECT_EQ(Record(*Compute(Filleted(), odd)), Record(*Compute(Filleted())));
+}
+
+TEST(GRepShapeTest, BoxAndExample) {
+  const GRepMesh mesh = Compute(BRepPrimAPI_MakeBox(10, 20, 30).Shape())->GetMesh();
+  EXPECT_EQ(mesh.box.GetMin(), glm::dvec3(0, 0, 0));
+  EXPECT_EQ(mesh.box.GetMax(), glm::dvec3(10, 20, 30));
+  EXPECT_NEAR(mesh.linearDeflection, 0.001 * std::sqrt(1400.0), 1e-6);
+  EXPECT_EQ(mesh.gridStep, 0.002);
+  EXPECT_EQ(mesh.vertices.size(), 24u);
+  EXPECT_EQ(mesh.GetTriangleCount(), 12u);
+  EXPECT_EQ(mesh.edges.size(), 12u);
+  EXPECT_EQ(mesh.polylines.size(), 24u);
+  ASSERT_EQ(mesh.faces.size(), 6u);
+  EXPECT_EQ(mesh.faces[1].firstIndex, 6u);
+  EXPECT_EQ(mesh.faces[1].firstVertex, 4u);
+  // The first face of this primitive lies at x = 0.
+  EXPECT_EQ(mesh.GetNormal(0), glm::vec3(-1, 0, 0));
+  EXPECT_TRUE(Compute(BRepPrimAPI_MakeBox(1, 1, 1).Shape(), 0.0, false)->GetMesh().edges.empty());
+}
+
+TEST(GRepShapeTest, EveryKindOfBodyGivesAValidMesh) {
+  for (const auto& [name, shape] : test::MakeBodySamples()) {
+    SCOPED_TRACE(name);
+    LogCapture log;
+    const auto grep = Compute(shape);
+    ASSERT_EQ(grep == nullptr, shape.IsNull());
+    if (!grep) continue;
+    const GRepMesh& mesh = grep->GetMesh();
+    EXPECT_TRUE(test::IsConsistent(mesh));
+    TopTools_IndexedMapOfShape faces, edges;
+    TopExp::MapShapes(shape, TopAbs_FACE, faces);
+    TopExp::MapShapes(shape, TopAbs_EDGE, edges);
+    EXPECT_EQ(mesh.faces.size(), static_cast<std::size_t>(faces.Extent()));
+    EXPECT_EQ(mesh.edges.size(), static_cast<std::size_t>(edges.Extent()));
+    const bool unbounded =
+        name.find("unbounded") != std::string::npos || name == "vertex on curve and surface";
+    const bool bare = name == "face without a surface";
+    EXPECT_EQ(mesh.CountFacesWithoutTriangles(), (unbounded || bare) ? mesh.faces.size() : 0u);
+    EXPECT_EQ(mesh.box.IsInfinite(), unbounded);
+    EXPECT_EQ(log.GetTexts(3), std::vector<std::string>());
+
+    std::istringstream stream(Record(*grep));
+    const auto read = GRepShape::FromStream(stream);
+    ASSERT_TRUE(read) << log.GetTexts(1).back();
+    EXPECT_TRUE(test::IsSame(read->GetMesh(), mesh));
+    EXPECT_EQ(Record(*read), stream.str());
+  }
+}
+
+TEST(GRepShapeTest, BodiesWithoutFaces) {
+  const TopoDS_Edge circle = BRepBuilderAPI_MakeEdge(gp_Circ(gp::XOY(), 5)).Edge();
+  const GRepMesh wire = Compute(BRepBuilderAPI_MakeWire(circle).Wire())->GetMesh();
+  ASSERT_EQ(wire.edges.size(), 1u);
+  EXPECT_GT(wire.edges[0].indexCount, 10u);
+  EXPECT_LE(test::MeasureDeviation(wire, circle), wire.linearDeflection);
+  EXPECT_NEAR(wire.box.GetMax().x, 5.0, wire.linearDeflection);
+
+  const TopoDS_Vertex point = BRepBuilderAPI_MakeVertex(gp_Pnt(1, 2, 3));
+  const GRepMesh lone = Compute(point)->GetMesh();
+  EXPECT_EQ(lone.box.GetMin(), glm::dvec3(1, 2, 3));
+  EXPECT_EQ(lone.box.GetMax(), glm::dvec3(1, 2, 3));
+  EXPECT_EQ(lone.GetVertexCount(), 0u);
+
+  const GRepMesh both =
+      Compute(Compound({circle, BRepBuilderAPI_MakeVertex(gp_Pnt(0, 0, 99)).Vertex()}))->GetMesh();
+  EXPECT_EQ(both.box.GetMax().z, 99.0);
+  EXPECT_TRUE(Compute(Compound({}))->GetBoundingBox().IsEmpty());
+}
+
+TEST(GRepShapeTest, EmptyShapesGiveNoGRep) {
+  LogCapture log;
+  EXPECT_FALSE(GRepShape::Create(nullptr, nullptr, nullptr, 0.0, true));
+  EXPECT_FALSE(Compute(TopoDS_Shape()));
+  EXPECT_EQ(log.GetTexts(1).size(), 2u);
+  EXPECT_TRUE(log.GetTexts(3).empty());
+}
+
+TEST(GRepShapeTest, SetShapeKeepsTheMeshUnlessAskedTo) {
+  std::istringstream stream(Record(*Compute(BRepPrimAPI_MakeBox(1, 2, 3).Shape())));
+  const auto grep = GRepShape::FromStream(stream);
+  EXPECT_FALSE(grep->GetShape());
+  grep->Compute();  // has nothing to compute from
+  EXPECT_EQ(grep->GetMesh().faces.size(), 6u);
+  EXPECT_FALSE(grep->SetShape(nullptr, false));
+  const auto sphere = std::make_shared<TopoShape>(BRepPrimAPI_MakeSphere(5).Shape());
+  EXPECT_TRUE(grep->SetShape(sphere, false));
+  EXPECT_EQ(grep->GetShape(), sphere);
+  EXPECT_EQ(grep->GetMesh().faces.size(), 6u);
+  EXPECT_TRUE(grep->SetShape(sphere, true));
+  EXPECT_EQ(grep->GetMesh().faces.size(), 1u);
+}
+
+// Bodies shared by several GReps and between threads: the records are those of one thread, and the bodies
+// stay without triangles.
+TEST(GRepShapeTest, ThreadsGiveTheSameBytesAndLeaveTheBodiesAlone) {
+  std::vector<std::shared_ptr<TopoShape>> bodies;
+  for (const auto& sample : Solids())
+    if (sample.name.rfind("small", 0) != 0) bodies.push_back(std::make_shared<TopoShape>(sample.shape));
+  const auto create = [](const std::shared_ptr<TopoShape>& body) {
+    return GRepShape::Create(body, nullptr, nullptr, 0.0, true);
+  };
+  std::vector<std::string> expected;
+  for (const auto& body : bodies) {
+    const auto grep = create(body);
+    grep->Compute();
+    expected.push_back(Record(*grep));
+  }
+  constexpr std::size_t kThreads = 8;
+  std::vector<std::vector<std::shared_ptr<GRepShape>>> greps(kThreads);
+  for (auto& own : greps)
+    for (const auto& body : bodies)
+      own.push_back(create(std::make_shared<TopoShape>(body->GetImpl())));
+  std::vector<std::thread> threads;
+  for (auto& own : greps)
+    threads.emplace_back([&own] {
+      for (const auto& grep : own)
+        grep->Compute();
+    });
+  for (std::thread& thread : threads)
+    thread.join();
+  for (const auto& own : greps)
+    for (std::size_t i = 0; i < own.size(); ++i)
+      EXPECT_EQ(Record(*own[i]), expected[i]);
+  for (const auto& body : bodies) {
+    for (TopExp_Explorer face(body->GetImpl(), TopAbs_FACE); face.More(); face.Next()) {
+      TopLoc_Location location;
+      EXPECT_TRUE(BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location).IsNull());
+    }
+    for (TopExp_Explorer edge(body->GetImpl(), TopAbs_EDGE); edge.More(); edge.Next()) {
+      TopLoc_Location location;
+      EXPECT_TRUE(BRep_Tool::Polygon3D(TopoDS::Edge(edge.Current()), location).IsNull());
+    }
+  }
+}
+
+TEST(BrepSceneNodeTest, KeepsColoursAsGiven) {
+  const auto grep = Compute(BRepPrimAPI_MakeBox(1, 1, 1).Shape());
+  BrepSceneNode node(grep);
+  EXPECT_EQ(node.GetGRep(), grep);
+  EXPECT_LT(node.GetColor().r, 0.0f);
+  EXPECT_TRUE(node.GetFaceColors().empty());
+  node.SetColor({-2, 3, 4});
+  EXPECT_EQ(node.GetColor(), glm::vec3(-2, 3, 4));
+  node.SetFaceColor(7, {1, 0, 0});
+  node.SetFaceColor(2, {0, 1, 0});
+  node.SetFaceColor(7, {0, 0, 1});
+  EXPECT_EQ(node.GetFaceColors(), (BrepSceneNode::FaceColorMap{{2, {0, 1, 0}}, {7, {0, 0, 1}}}));
+  // A million nodes: with the shared pointer's block and the parent's pointer they must stay below 400 bytes
+  // each.
+  EXPECT_LE(sizeof(BrepSceneNode) + 48, 400u);
+}
+
+}  // namespace
+}  // namespace mirel
