@@ -23,7 +23,7 @@ constexpr double kUnitTolerance = 1e-6;
 // Placements are written with 15 digits and may be the product of many.
 constexpr double kPlacementTolerance = 1e-4;
 // By how much OpenCASCADE lets a trim reach beyond its basis.
-constexpr double kTrimTolerance = 1e-9;
+constexpr double kTrimTolerance = 1e-7 / 100.0;  // written as there, so that both round alike
 // OpenCASCADE accepts a bend of 1e-12 rad under an offset curve; half of it leaves room for other rounding.
 constexpr double kBendTolerance = 0.5e-12;
 
@@ -125,10 +125,12 @@ class Checker {
  private:
   bool Fail(const char* reason) { return lexer_.Fail(reason); }
 
+  // The reader takes lines until one is the header.
   bool Header() {
-    lexer_.SkipBlank();
-    return lexer_.Line("CASCADE Topology V3, (c) Open Cascade",
-                       "The text does not start as BRep text of format version 3 does");
+    unsigned lines;
+    constexpr const char* kReason = "The text does not start as BRep text of format version 3 does";
+    return lexer_.SkipBlank(lines) && (lines == lexer_.Position() || Fail(kReason)) &&
+           lexer_.Line("CASCADE Topology V3, (c) Open Cascade", kReason);
   }
 
   // --- Placements
@@ -341,6 +343,7 @@ class Checker {
     }
     if (periodic ? sum - firstMultiplicity != poles : sum != std::uint64_t{poles} + degree + 1)
       return Fail("The multiplicities of a B-spline do not match its poles");
+    if (!(range.first < range.last)) return Fail("A B-spline has an empty range");
     // OpenCASCADE continues the knots by degree + 1 - multiplicity on both sides, out of the knots that there
     // are.
     if (periodic && degree + 1 > poles + firstMultiplicity)
@@ -416,16 +419,14 @@ class Checker {
     return Trim(first, last, info.range);
   }
 
-  // As OpenCASCADE sets a trim; `range` goes in as the basis's and comes out as the trimmed one.
+  // As OpenCASCADE sets a trim; `range` goes in as the basis's and comes out as the trimmed one. It would
+  // reverse the basis for a trim that runs backwards, but never writes one.
   bool Trim(double first, double last, Range& range) {
-    if (first == last) return Fail("A trim is empty");
-    if (range.periodic) {
+    if (first == last || (!range.periodic && first > last)) return Fail("A trim is empty or runs backwards");
+    if (range.periodic)
       AdjustPeriodic(range, first, last);
-    } else {
-      if (first > last) std::swap(first, last);
-      if (range.first - first > kTrimTolerance || last - range.last > kTrimTolerance)
-        return Fail("A trim reaches beyond its basis");
-    }
+    else if (range.first - first > kTrimTolerance || last - range.last > kTrimTolerance)
+      return Fail("A trim reaches beyond its basis");
     range = {first, last, false};
     return true;
   }
@@ -714,12 +715,11 @@ class Checker {
   }
 
   bool ParameterRange(const Loop& loop) {
+    if (loop.period == 0.0) return lexer_.MaybeInfinite() && lexer_.MaybeInfinite();
     double first, last;
     if (!lexer_.MaybeInfinite(first) || !lexer_.MaybeInfinite(last)) return false;
-    if (loop.period == 0.0) return true;
     for (const double parameter : {first, last}) {
-      if (std::fabs(parameter) < kMinBRepInfinity &&
-          std::fabs(parameter - loop.first) > kMaxBRepTurns * loop.period)
+      if (std::fabs(parameter - loop.first) > kMaxBRepTurns * loop.period)
         return Fail("An edge runs round a periodic curve too often");
     }
     return true;
@@ -739,11 +739,16 @@ class Checker {
         !lexer_.Flag(sameRange, "A flag of an edge is neither 0 nor 1") ||
         !lexer_.Flag(degenerated, "A flag of an edge is neither 0 nor 1"))
       return false;
+    bool hasCurve = false;
+    bool isSeam = false;
     for (unsigned i = 0; i <= kMaxBRepRepresentations; ++i) {
       std::uint32_t kind;
       if (!lexer_.Number(7, kind, "An edge has a representation of an unknown kind")) return false;
-      if (kind == 0) return true;
+      // OpenCASCADE's mesher follows the curve of a seam without looking whether there is one.
+      if (kind == 0) return !isSeam || hasCurve || degenerated || Fail("A seam has no curve in space");
       if (!Representation(kind)) return false;
+      hasCurve = hasCurve || kind == 1;
+      isSeam = isSeam || kind == 3;
     }
     return Fail("An edge has too many representations");
   }
@@ -762,7 +767,7 @@ class Checker {
       const unsigned letters = token.length > 2 ? token.length - 2 : 0;
       BRepTextLexer::Token number = token;
       number.length = letters;
-      number.others &= (1u << letters) - 1u;
+      number.others &= (std::uint64_t{1} << letters) - 1u;
       if (!Continuity(token, letters) ||
           !lexer_.ParseNumber(number, 0, static_cast<std::uint32_t>(loops2d_.size()), second,
                               "A shape refers to a plane curve that does not exist"))
@@ -798,14 +803,12 @@ class Checker {
         !Placement(placement))
       return false;
     unsigned lines;
-    lexer_.SkipBlank(&lines);
+    if (!lexer_.SkipBlank(lines)) return false;
     if (lines > 1) return true;
-    if (lines == 0 || !lexer_.Word("2", "A face does not end its line") ||
-        lexer_.SkipBlank(&lines) == nullptr || lines != 0)
-      return Fail("A face does not end its line");
-    if (!TriangulationIndex(triangulation)) return false;
-    lexer_.SkipBlank(&lines);
-    return lines > 0 || Fail("A face does not end its line");
+    constexpr const char* kReason = "A face does not end its line";
+    if (lines == 0) return Fail(kReason);
+    return lexer_.Word("2", kReason) && lexer_.SkipBlank(lines) && (lines == 0 || Fail(kReason)) &&
+           TriangulationIndex(triangulation) && lexer_.SkipBlank(lines) && (lines > 0 || Fail(kReason));
   }
 
   bool Flags() {
@@ -862,7 +865,9 @@ class Checker {
     for (std::size_t i = 0; i + 1 < shapes_.size(); ++i) {
       if (!shapes_[i].used) return Fail("A shape belongs to no other");
     }
-    return lexer_.AtEnd() || lexer_.Fail("Something follows the shape", lexer_.SkipBlank());
+    unsigned lines;
+    return lexer_.SkipBlank(lines) &&
+           (lexer_.AtEnd() || lexer_.Fail("Something follows the shape", lexer_.Position()));
   }
 
   struct PlacementInfo {

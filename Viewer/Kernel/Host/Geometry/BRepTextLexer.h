@@ -17,71 +17,83 @@
 #include <intrin.h>
 #endif
 
+#if defined(_MSC_VER)
+#define MIREL_ALWAYS_INLINE __forceinline
+#else
+#define MIREL_ALWAYS_INLINE inline __attribute__((always_inline))
+#endif
+
 namespace mirel {
 
 /// Cuts BRep text into tokens and checks each as it is read. Every function that returns bool returns false
 /// once the text is bad; reason and place of the first fault are then kept.
 ///
-/// Speed rests on two things. A token is found by classifying 32 bytes at once, not byte by byte; and a real
+/// Speed rests on two things. Tokens are cut by classifying 64 bytes at once, not byte by byte; and a real
 /// number is judged by its digits alone, converted only where a rule needs its value.
 class BRepTextLexer {
  public:
-  /// A token in place, or in `tail_` when it is too near the end of the text to load 32 bytes from it.
+  /// A token where it stands, or its copy. 32 bytes may be loaded from each of its bytes.
   struct Token {
     const char* text = nullptr;
-    const char* place = nullptr;  // where it stands in the text
     unsigned length = 0;
-    std::uint32_t others = 0;  // bit i is set when text[i] is not a digit
+    std::uint64_t others = 0;  // bit i is set when text[i] is not a digit
   };
 
   BRepTextLexer(const char* data, std::size_t size)
-      : begin_(data), end_(data + size), next_(data), lastTokenEnd_(data), wideEnd_(data) {
-    if (size >= kWindow) wideEnd_ = end_ - kWindow + 1;
-  }
+      : size_(size), base_(data), next_(data), end_(data + size) {}
 
   const char* Reason() const { return reason_; }
-  std::size_t Offset() const { return static_cast<std::size_t>(fault_ - begin_); }
-  std::size_t Remaining() const { return static_cast<std::size_t>(end_ - next_); }
+  std::size_t Offset() const { return fault_; }
+  /// How far the text has been read: where the next token starts, or white space before it.
+  std::size_t Position() const { return Position(next_); }
+  std::size_t Remaining() const { return size_ - Position(); }
 
-  /// The next token's place, behind all white space. `lines`, if given: how many line ends the white space
-  /// holds.
-  const char* SkipBlank(unsigned* lines = nullptr) {
-    while (next_ != end_ && (*next_ == ' ' || *next_ == '\n'))
+  /// Goes to the next token and counts the line ends between it and the last one.
+  bool SkipBlank(unsigned& lines) {
+    while (next_ != end_ && IsBlank(*next_)) {
       ++next_;
-    if (lines) {
-      *lines = 0;
-      for (const char* blank = lastTokenEnd_; blank != next_; ++blank)
-        *lines += *blank == '\n';
+      spaces_ = 0;
     }
-    return next_;
+    lines = 0;
+    const char* blank = next_;
+    for (; blank != base_ && IsBlank(blank[-1]); --blank)
+      lines += blank[-1] == '\n';
+    return static_cast<std::size_t>(next_ - blank) <= kMaxBRepBlank ||
+           Fail("White space is longer than any writer leaves it", Position(blank));
   }
-  bool AtEnd() { return SkipBlank() == end_; }
+  bool AtEnd() const { return next_ == end_; }
 
-  bool Fail(const char* reason, const char* place) {
+  /// A fault of the token read last, or of the entry that it ends.
+  bool Fail(const char* reason) {
+    const char* place = next_;
+    while (place != base_ && IsBlank(place[-1]))
+      --place;
+    while (place != base_ && !IsBlank(place[-1]))
+      --place;
+    return Fail(reason, Position(place));
+  }
+  bool Fail(const char* reason, std::size_t position) {
     if (!reason_) {
       reason_ = reason;
-      fault_ = place;
+      fault_ = position;
     }
     return false;
   }
-  /// A fault of the token read last, or of the entry that it ends.
-  bool Fail(const char* reason) { return Fail(reason, lastToken_ ? lastToken_ : begin_); }
 
-  bool Next(Token& token) {
-    Window window;
-    if (next_ < wideEnd_)
-      window = Classify(token.text = next_);
-    else
-      window = ClassifyTail(token);
-    if (window.spaces == 0 || (window.spaces & 1u) != 0) {
-      if (!FindToken(token, window)) return false;
+  MIREL_ALWAYS_INLINE bool Next(Token& token) {
+    if (spaces_ == 0 || (spaces_ & 1u) != 0) {
+      if (!FindToken()) return false;
     }
-    token.place = next_;
-    token.length = TrailingZeros(window.spaces);
-    token.others = ~window.digits & ((1u << token.length) - 1u);
-    lastToken_ = next_;
-    lastTokenEnd_ = next_ + token.length;
-    next_ = lastTokenEnd_ + TrailingZeros(~(window.spaces >> token.length));
+    const unsigned length = TrailingZeros(spaces_);
+    const std::uint64_t behind = spaces_ >> length;
+    const unsigned blank = TrailingZeros(~behind);
+    token.text = next_;
+    token.length = length;
+    token.others = ~digits_ & ((std::uint64_t{1} << length) - 1u);
+    next_ += length + blank;
+    // Two shifts each: the sum need not be below 64.
+    spaces_ = behind >> blank;
+    digits_ = digits_ >> length >> blank;
     return true;
   }
 
@@ -118,7 +130,8 @@ class BRepTextLexer {
     const unsigned negative = token.text[0] == '-';
     const char* digits = token.text + negative;
     const unsigned length = token.length - negative;
-    if (length > 2 && digits[1] == '.' && (token.others & ~negative) == (2u << negative)) {
+    if (length > 2 && digits[1] == '.' &&
+        (token.others & ~std::uint64_t{negative}) == (std::uint64_t{2} << negative)) {
       const double fraction = EightDigits(digits + 2, length - 2) * 1e-8 +
                               (length > 10 ? EightDigits(digits + 10, length - 10) * 1e-16 : 0.0);
       value = fraction + (digits[0] - '0');
@@ -159,13 +172,13 @@ class BRepTextLexer {
     if (!Number(0x7FFFFFFFu, value, "A count is out of range")) return false;
     return value <= Remaining() / least || Fail("A count is larger than the remaining text can hold");
   }
-  /// A whole line, which may hold blanks.
+  /// A whole line, which may hold blanks and starts here.
   bool Line(const char* line, const char* reason) {
     const std::size_t length = std::strlen(line);
-    const char* place = SkipBlank();
-    if (Remaining() <= length || std::memcmp(place, line, length) != 0 || place[length] != '\n')
-      return Fail(reason, place);
-    next_ = lastTokenEnd_ = place + length;
+    if (Remaining() <= length || std::memcmp(next_, line, length) != 0 || next_[length] != '\n')
+      return Fail(reason, Position());
+    next_ += length;
+    spaces_ = 0;
     return true;
   }
   bool Word(const char* word, const char* reason) {
@@ -194,81 +207,82 @@ class BRepTextLexer {
   }
 
  private:
-  static constexpr unsigned kWindow = 32;
+  static constexpr unsigned kWindow = 64;
+  static constexpr unsigned kMargin = 32;  // what may be loaded from the last byte of the window
   // 2^53 has 16 digits: numbers of up to 15 digits and powers of ten up to 22 convert without rounding twice.
   static constexpr unsigned kExactDigits = 15;
 
-  struct Window {
-    std::uint32_t spaces;
-    std::uint32_t digits;
-  };
-
-  static unsigned TrailingZeros(std::uint32_t bits) {
+  static unsigned TrailingZeros(std::uint64_t bits) {
 #if defined(_MSC_VER) && !defined(__clang__)
-    unsigned long index = 32;
-    _BitScanForward(&index, bits);
+    unsigned long index = 0;
+    _BitScanForward64(&index, bits);
     return index;
 #else
-    return static_cast<unsigned>(__builtin_ctz(bits));
+    return static_cast<unsigned>(__builtin_ctzll(bits));
 #endif
   }
 
-  static Window Classify(const char* text) {
-#if defined(MIREL_BREP_SSE2)
-    const __m128i blank = _mm_set1_epi8(' ');
-    const __m128i line = _mm_set1_epi8('\n');
-    const __m128i zero = _mm_set1_epi8('0');
-    const __m128i nine = _mm_set1_epi8(9);
-    const __m128i a = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text));
-    const __m128i b = _mm_loadu_si128(reinterpret_cast<const __m128i*>(text + 16));
-    const __m128i spaceA = _mm_or_si128(_mm_cmpeq_epi8(a, blank), _mm_cmpeq_epi8(a, line));
-    const __m128i spaceB = _mm_or_si128(_mm_cmpeq_epi8(b, blank), _mm_cmpeq_epi8(b, line));
-    const __m128i valueA = _mm_sub_epi8(a, zero);
-    const __m128i valueB = _mm_sub_epi8(b, zero);
-    const __m128i digitA = _mm_cmpeq_epi8(_mm_min_epu8(valueA, nine), valueA);
-    const __m128i digitB = _mm_cmpeq_epi8(_mm_min_epu8(valueB, nine), valueB);
-    const auto mask = [](__m128i low, __m128i high) {
-      return static_cast<std::uint32_t>(_mm_movemask_epi8(low)) |
-             static_cast<std::uint32_t>(_mm_movemask_epi8(high)) << 16;
-    };
-    return {mask(spaceA, spaceB), mask(digitA, digitB)};
-#else
-    Window window{0, 0};
-    for (unsigned i = 0; i < kWindow; ++i) {
-      const std::uint32_t space = text[i] == ' ' || text[i] == '\n';
-      const std::uint32_t digit = static_cast<unsigned char>(text[i] - '0') <= 9;
-      window.spaces |= space << i;
-      window.digits |= digit << i;
-    }
-    return window;
-#endif
+  static bool IsBlank(char c) {
+    return c == ' ' || c == '\n';
+  }
+  std::size_t Position(const char* place) const {
+    return baseOffset_ + static_cast<std::size_t>(place - base_);
   }
 
-  // Bytes behind the end count as neither blank nor digit, so that a token that the end cuts off is never
-  // whole.
-  Window ClassifyTail(Token& token) {
+  // The end of the text is read from a copy with zeros behind it. They are neither white space nor digits, so
+  // that a token that the end cuts off is never whole.
+  void MoveToTail() {
+    baseOffset_ = Position();
+    const auto left = static_cast<std::size_t>(end_ - next_);
     std::memset(tail_, 0, sizeof tail_);
-    std::memcpy(tail_, next_, static_cast<std::size_t>(end_ - next_));
-    token.text = tail_;
-    return Classify(tail_);
+    std::memcpy(tail_, next_, left);
+    base_ = next_ = tail_;
+    end_ = tail_ + left;
+  }
+
+  // Which of the next 64 bytes are white space, and which are digits.
+  void Classify() {
+    if (static_cast<std::size_t>(end_ - next_) < kWindow + kMargin && base_ != tail_) MoveToTail();
+    spaces_ = 0;
+    digits_ = 0;
+#if defined(MIREL_BREP_SSE2)
+    const auto mask = [](__m128i bytes) {
+      return static_cast<std::uint64_t>(static_cast<unsigned>(_mm_movemask_epi8(bytes)));
+    };
+    for (unsigned i = 0; i < kWindow; i += 16) {
+      const __m128i bytes = _mm_loadu_si128(reinterpret_cast<const __m128i*>(next_ + i));
+      const __m128i value = _mm_sub_epi8(bytes, _mm_set1_epi8('0'));
+      spaces_ |= mask(_mm_or_si128(_mm_cmpeq_epi8(bytes, _mm_set1_epi8(' ')),
+                                   _mm_cmpeq_epi8(bytes, _mm_set1_epi8('\n'))))
+                 << i;
+      digits_ |= mask(_mm_cmpeq_epi8(_mm_min_epu8(value, _mm_set1_epi8(9)), value)) << i;
+    }
+#else
+    for (unsigned i = 0; i < kWindow; ++i) {
+      const std::uint64_t space = IsBlank(next_[i]);
+      const std::uint64_t digit = static_cast<unsigned char>(next_[i] - '0') <= 9;
+      spaces_ |= space << i;
+      digits_ |= digit << i;
+    }
+#endif
   }
 
   // The next token when it does not start at next_ or has no end within the window.
-  bool FindToken(Token& token, Window& window) {
-    if (static_cast<std::size_t>(SkipBlank() - lastTokenEnd_) > kMaxBRepBlank)
-      return Fail("White space is longer than any writer leaves it", lastTokenEnd_);
-    window = next_ < wideEnd_ ? Classify(token.text = next_) : ClassifyTail(token);
-    if (window.spaces != 0) return true;
-    return end_ - next_ < static_cast<std::ptrdiff_t>(kWindow) ? Fail("The text ends too early", end_)
-                                                               : Fail("A token is too long", next_);
+  bool FindToken() {
+    unsigned lines;
+    if (!SkipBlank(lines)) return false;
+    Classify();
+    if (spaces_ != 0) return true;
+    return Remaining() < kWindow ? Fail("The text ends too early", size_)
+                                 : Fail("A token is too long", Position());
   }
 
   // "12", "-0.5": digits, perhaps a sign before and a fraction behind, and few enough of them before the
   // point.
   static bool IsPlain(const Token& token) {
-    const std::uint32_t negative = token.text[0] == '-';
-    const std::uint32_t others = token.others & ~negative;
-    const unsigned point = TrailingZeros(others | (1u << token.length));
+    const unsigned negative = token.text[0] == '-';
+    const std::uint64_t others = token.others & ~std::uint64_t{negative};
+    const unsigned point = TrailingZeros(others | std::uint64_t{1} << token.length);
     const bool few = point - negative - 1u < kMaxBRepWholeDigits;
     const bool single = (others & (others - 1u)) == 0;
     const bool fraction = point + 1 != token.length;
@@ -287,7 +301,8 @@ class BRepTextLexer {
       return text - first;
     };
     if (*text == '-') ++text;
-    bool good = skipDigits() > 0;
+    const std::ptrdiff_t whole = skipDigits();
+    bool good = whole > 0;
     if (good && text != end && *text == '.') {
       ++text;
       good = skipDigits() > 0;
@@ -304,6 +319,7 @@ class BRepTextLexer {
       }
     }
     if (!good || text != end) return Fail("A number is not written as numbers are");
+    if (tiny && !value && whole <= static_cast<std::ptrdiff_t>(kMaxBRepWholeDigits)) return true;
     double number = 0.0;
     const std::from_chars_result result = std::from_chars(token.text, end, number);
     if (result.ec == std::errc::result_out_of_range && tiny)
@@ -364,15 +380,16 @@ class BRepTextLexer {
     return Combine((Load(text) & 0x0F0F0F0F0F0F0F0Fu) << (64 - 8 * length));
   }
 
-  const char* begin_;
+  std::size_t size_;
+  std::size_t baseOffset_ = 0;  // where base_ stands in the text
+  const char* base_;            // the text, or its tail in tail_
+  const char* next_;            // start of the next token, or white space before it
   const char* end_;
-  const char* next_;          // start of the next token, or white space before it
-  const char* lastTokenEnd_;  // where the white space before next_ begins
-  const char* wideEnd_;       // kWindow bytes may be loaded from before here
-  const char* lastToken_ = nullptr;
+  std::uint64_t spaces_ = 0;  // bit i: next_[i] is white space; 0 also when nothing is known
+  std::uint64_t digits_ = 0;  // bit i: next_[i] is a digit
   const char* reason_ = nullptr;
-  const char* fault_ = nullptr;
-  char tail_[2 * kWindow];
+  std::size_t fault_ = 0;
+  char tail_[2 * kWindow + 2 * kMargin];
 };
 
 }  // namespace mirel
