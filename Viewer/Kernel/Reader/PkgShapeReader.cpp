@@ -11,11 +11,9 @@ namespace mirel {
 PkgShapeReader::PkgShapeReader(LiteModel& model, std::string source) : model_(model), source_(std::move(source)) {}
 
 bool PkgShapeReader::Load(const char* data, unsigned int size) {
-  std::string text;  // one buffer for all items
   return ReadPackage(data, size, source_, __FILE__, __LINE__,
                      [&](const ObjectId& id, const char* bytes, unsigned int itemSize) {
-                       text.assign(bytes, itemSize);
-                       const std::shared_ptr<TopoShape> shape = TopoShape::Read(text);
+                       const std::shared_ptr<TopoShape> shape = TopoShape::Read(std::string(bytes, itemSize));
                        if (shape) model_.AddShape(id, shape);
                        return shape != nullptr;
                      });

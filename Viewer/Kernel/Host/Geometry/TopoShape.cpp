@@ -14,6 +14,7 @@
 #include <locale>
 #include <mutex>
 #include <streambuf>
+#include <utility>
 
 namespace mirel {
 namespace {
@@ -71,14 +72,16 @@ const TopoDS_Shape& TopoShape::GetImpl() const {
   return state.shape;
 }
 
-std::shared_ptr<TopoShape> TopoShape::Read(const std::string& text) {
+std::shared_ptr<TopoShape> TopoShape::Read(const std::string& text) { return Read(std::string(text)); }
+
+std::shared_ptr<TopoShape> TopoShape::Read(std::string&& text) {
   const BRepTextResult result = CheckBRepText(text.data(), text.size());
   if (!result.IsGood()) {
     Logger::Instance().Message(1, "BRep text is refused at byte %zu: %s.", result.offset, result.reason);
     return nullptr;
   }
   std::unique_ptr<State> state(new State);
-  state->text = text;
+  state->text = std::move(text);
   return std::shared_ptr<TopoShape>(new TopoShape(std::move(state)));
 }
 

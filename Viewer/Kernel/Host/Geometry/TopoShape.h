@@ -40,6 +40,8 @@ class MIREL_HOST_API TopoShape {
   /// them. Text that fails gives an empty pointer and a notice (level 1) with byte position and reason. Bytes
   /// behind the shape other than white space fail the check too.
   static std::shared_ptr<TopoShape> Read(const std::string& text);
+  /// The same, but good text is taken over instead of copied: bodies are most of what a model folder holds.
+  static std::shared_ptr<TopoShape> Read(std::string&& text);
 
  private:
   struct State;
