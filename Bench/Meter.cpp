@@ -1,6 +1,7 @@
 #include <Bench/Meter.h>
 
 #include <malloc.h>
+#include <sys/resource.h>
 
 #include <fstream>
 #include <string>
@@ -24,10 +25,20 @@ std::int64_t StatusBytes(const std::string& key) {
 
 }  // namespace
 
+Meter::Usage Meter::GetUsage() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  const auto seconds = [](const timeval& time) {
+    return static_cast<double>(time.tv_sec) + 1e-6 * static_cast<double>(time.tv_usec);
+  };
+  return {seconds(usage.ru_utime), seconds(usage.ru_stime), static_cast<double>(usage.ru_minflt)};
+}
+
 Meter::Meter() {
   malloc_trim(0);
   std::ofstream("/proc/self/clear_refs") << 5;  // the peak starts anew from what is resident now
   baseline_ = StatusBytes("VmRSS:");
+  usage_ = GetUsage();
   start_ = lap_ = Clock::now();
 }
 
@@ -43,8 +54,11 @@ double Meter::Elapsed() const {
 }
 
 void Meter::Stop(Figures& figures) const {
-  const double seconds = Elapsed();
-  if (!figures.Has("seconds")) figures.Set("seconds", seconds);
+  figures.Set("seconds", Elapsed());
+  const Usage usage = GetUsage();
+  figures.Set("userSeconds", usage.user - usage_.user);
+  figures.Set("systemSeconds", usage.system - usage_.system);
+  figures.Set("pageFaults", usage.pageFaults - usage_.pageFaults);
   figures.Set("peakBytes", static_cast<double>(StatusBytes("VmHWM:") - baseline_));
   figures.Set("liveBytes", static_cast<double>(StatusBytes("VmRSS:") - baseline_));
 }

@@ -22,13 +22,22 @@ class Meter {
   /// Seconds since the start.
   double Elapsed() const;
 
-  /// Adds "seconds" up to now (unless they are set), "peakBytes" and "liveBytes", both beyond the baseline.
+  /// Adds "seconds" up to now; "userSeconds" and "systemSeconds" of processor time, over all threads, and
+  /// "pageFaults"; "peakBytes" and "liveBytes", beyond the baseline.
   void Stop(Figures& figures) const;
 
  private:
   using Clock = std::chrono::steady_clock;
 
+  struct Usage {
+    double user = 0.0;
+    double system = 0.0;
+    double pageFaults = 0.0;
+  };
+  static Usage GetUsage();
+
   std::int64_t baseline_;
+  Usage usage_;
   Clock::time_point start_;
   Clock::time_point lap_;
 };
