@@ -4,7 +4,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
-cmake --preset release --log-level=WARNING
+cmake --preset release >/dev/null
 cmake --build --preset release --target mirel
 
 show() {

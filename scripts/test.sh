@@ -4,6 +4,6 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
-cmake --preset dev --log-level=WARNING
+cmake --preset dev >/dev/null
 cmake --build --preset dev
 exec ctest --preset dev --parallel "$(nproc)"
