@@ -1,6 +1,6 @@
-#include <Programs/mirel/Import/CrashGuard.h>
+#include <Programs/mirel/CrashGuard.h>
 
-#include <Programs/mirel/ExitCode.h>
+#include <Programs/mirel/Save/InterruptCleanup.h>
 #include <Programs/mirel/Text/Utf8.h>
 
 #if !defined(_WIN32)
@@ -13,7 +13,7 @@ namespace mirel {
 
 #if defined(_WIN32)
 
-CrashGuard::CrashGuard(const std::string&) {}
+CrashGuard::CrashGuard(const std::string&, const std::string&, ExitCode) {}
 CrashGuard::~CrashGuard() = default;
 
 #else
@@ -26,6 +26,7 @@ constexpr std::size_t kStackBytes = 64 * 1024;
 
 // The handler may allocate nothing: all that it says is made before.
 std::string message;
+ExitCode exitCode = ExitCode::kInputUnread;
 struct sigaction before[kSignalCount];
 stack_t stackBefore;
 void* handlerStack = nullptr;
@@ -41,14 +42,14 @@ extern "C" void EndAfterCrash(int) {
     text += written;
     left -= static_cast<std::size_t>(written);
   }
-  _exit(static_cast<int>(ExitCode::kInputUnread));
+  InterruptCleanup::EndProcess(static_cast<int>(exitCode));
 }
 
 }  // namespace
 
-CrashGuard::CrashGuard(const std::string& file) {
-  message =
-      "\nmirel: " + Utf8::Printable(file) + ": the file made OpenCASCADE crash; it is probably damaged\n";
+CrashGuard::CrashGuard(const std::string& file, const std::string& reason, ExitCode code) {
+  message = "\nmirel: " + Utf8::Printable(file) + ": " + reason + "\n";
+  exitCode = code;
   // A crash may be an overflow of the stack, so the handler needs one of its own.
   handlerStack = std::malloc(kStackBytes);
   stack_t stack = {};

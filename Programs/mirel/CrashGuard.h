@@ -1,17 +1,19 @@
 #pragma once
 
+#include <Programs/mirel/ExitCode.h>
+
 #include <string>
 
 namespace mirel {
 
-/// Turns a crash inside a library that reads a damaged file into a message and an exit code, while it lives:
-/// when the process gets a signal such as SIGSEGV, it prints "mirel: FILE: ..." and ends at once with the
-/// code for unreadable input. Nothing has been written at that time, so nothing is left behind.
+/// Turns a crash inside a library, which damaged geometry can cause, into a message and an exit code while it
+/// lives: when the process gets a signal such as SIGSEGV, it prints "mirel: FILE: reason", removes the folder
+/// that is being written, if any, and ends.
 ///
 /// One at a time. On systems without POSIX signals it does nothing.
 class CrashGuard {
  public:
-  explicit CrashGuard(const std::string& file);
+  CrashGuard(const std::string& file, const std::string& reason, ExitCode code);
   ~CrashGuard();
 
   CrashGuard(const CrashGuard&) = delete;

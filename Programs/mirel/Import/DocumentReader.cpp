@@ -1,7 +1,6 @@
 #include <Programs/mirel/Import/DocumentReader.h>
 
-#include <Programs/mirel/Console.h>
-#include <Programs/mirel/Import/CrashGuard.h>
+#include <Programs/mirel/CrashGuard.h>
 #include <Programs/mirel/Import/OcctMessages.h>
 #include <Programs/mirel/Import/OcctProgress.h>
 #include <Programs/mirel/Stopwatch.h>
@@ -104,7 +103,8 @@ bool DocumentReader::Run(Reader& reader, const SourceFile& file, const Handle(TD
 
 Handle(TDocStd_Document) DocumentReader::Read(const SourceFile& file) {
   const OcctMessages quiet;
-  const CrashGuard guard(file.GetPath());
+  const CrashGuard guard(file.GetPath(), "the file made OpenCASCADE crash; it is probably damaged",
+                         ExitCode::kInputUnread);
   // Without this, labels that have no name in the file would get one made up.
   XCAFDoc_ShapeTool::SetAutoNaming(Standard_False);
   XCAFDoc_ColorTool::SetAutoNaming(Standard_False);

@@ -10,7 +10,6 @@
 
 namespace mirel {
 
-class Console;
 class ProgressBar;
 
 /// Reads a STEP or IGES file into an XCAF document: assemblies, names, colours, layers, materials, PMI, saved
@@ -23,7 +22,7 @@ class ProgressBar;
 /// Changes process-wide settings of OpenCASCADE: for programs only, one reader at a time.
 class DocumentReader {
  public:
-  DocumentReader(Console& console, ProgressBar& progress) : console_(console), progress_(progress) {}
+  explicit DocumentReader(ProgressBar& progress) : progress_(progress) {}
 
   /// The document, or a null handle; then `GetError` says why. The message lines under it, if any, are the
   /// library's.
@@ -46,7 +45,6 @@ class DocumentReader {
   template <typename Reader>
   bool Run(Reader& reader, const SourceFile& file, const Handle(TDocStd_Document) & document);
 
-  Console& console_;
   ProgressBar& progress_;
   std::string error_;
   std::vector<std::string> messages_;

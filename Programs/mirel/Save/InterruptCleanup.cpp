@@ -50,9 +50,13 @@ BOOL WINAPI HandleInterrupt(DWORD) {
 
 #else
 
+volatile std::sig_atomic_t installed = 0;
+volatile std::sig_atomic_t crashExitCode = 0;
+
 sigset_t Interruptions() {
   sigset_t set;
   sigemptyset(&set);
+  sigaddset(&set, SIGUSR1);  // from EndProcess
   for (const int number : {SIGINT, SIGTERM, SIGHUP}) {
     struct sigaction action = {};
     sigaction(number, nullptr, &action);
@@ -81,6 +85,9 @@ void InterruptCleanup::Install() {
       return;
     }
     RemoveFolder();
+    if (number == SIGUSR1) {
+      _exit(crashExitCode);
+    }
     std::signal(number, SIG_DFL);
     sigset_t one;
     sigemptyset(&one);
@@ -88,8 +95,21 @@ void InterruptCleanup::Install() {
     pthread_sigmask(SIG_UNBLOCK, &one, nullptr);
     raise(number);
   }).detach();
+  installed = 1;
 #endif
 }
+
+#if !defined(_WIN32)
+void InterruptCleanup::EndProcess(int exitCode) {
+  crashExitCode = exitCode;
+  if (installed == 0 || kill(getpid(), SIGUSR1) != 0) {
+    _exit(exitCode);
+  }
+  for (;;) {
+    pause();
+  }
+}
+#endif
 
 void InterruptCleanup::Watch(const std::filesystem::path& folder) {
   const std::lock_guard<std::mutex> lock(Mutex());

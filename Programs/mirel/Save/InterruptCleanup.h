@@ -4,7 +4,7 @@
 
 namespace mirel {
 
-/// Removes a folder when the process is interrupted.
+/// Removes a folder when the process is interrupted (SIGINT, SIGTERM, SIGHUP; Ctrl-C on Windows).
 class InterruptCleanup {
  public:
   /// From here on, an interruption removes what `Watch` names and then ends the process as it would have
@@ -14,6 +14,12 @@ class InterruptCleanup {
 
   /// The folder to remove; an empty path for none. Waits while a removal is going on.
   static void Watch(const std::filesystem::path& folder);
+
+#if !defined(_WIN32)
+  /// Removes the folder and ends the process with an exit code. For signal handlers: it has the waiting
+  /// thread do the work and never returns.
+  [[noreturn]] static void EndProcess(int exitCode);
+#endif
 };
 
 }  // namespace mirel

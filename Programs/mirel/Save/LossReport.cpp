@@ -59,8 +59,9 @@ std::string LossReport::ToText() const {
                  static_cast<unsigned long long>(after), before == after ? "" : "  (differs)");
   }
   if (colorVariants > 0) {
-    AppendFormat(text, "\n%llu types were added to show products in more than one colour\n",
-                 static_cast<unsigned long long>(colorVariants));
+    AppendFormat(text, "\n%llu %s added to show products in more than one colour\n",
+                 static_cast<unsigned long long>(colorVariants),
+                 colorVariants == 1 ? "type was" : "types were");
   }
   bool headed = false;
   for (const Loss& loss : losses) {

@@ -1,6 +1,7 @@
 #include <Programs/mirel/Save/SaveVerb.h>
 
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/CrashGuard.h>
 #include <Programs/mirel/Import/AssemblyImporter.h>
 #include <Programs/mirel/Import/BRepFile.h>
 #include <Programs/mirel/Import/DocumentReader.h>
@@ -83,7 +84,7 @@ ExitCode SaveVerb::Run(Console& console) {
 
 ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file,
                                 LiteModel& model) {
-  DocumentReader reader(console, progress);
+  DocumentReader reader(progress);
   const Handle(TDocStd_Document) document = reader.Read(file);
   if (document.IsNull()) {
     console.Error(input_, reader.GetError());
@@ -178,6 +179,8 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   }
   TypeUseCounter::Count(model);
   {
+    const CrashGuard guard(input_, "its shapes made OpenCASCADE crash; it is probably damaged",
+                           ExitCode::kOutputUnwritten);
     SaveWatcher watcher(std::filesystem::u8path(replacement.GetFolder()), progress);
     LiteModelWriter(model).Save(replacement.GetFolder());
     const SaveWatcher::Times times = watcher.Stop();

@@ -1,4 +1,3 @@
-#include <Programs/mirel/Console.h>
 #include <Programs/mirel/Import/DocumentReader.h>
 #include <Programs/mirel/Import/XcafLabel.h>
 #include <Programs/mirel/Program.h>
@@ -120,9 +119,8 @@ TEST(SampleRoundTripTest, WhatAViewerGetsIsWhatXcafReads) {
   const std::string folder = scratch.GetPath() + "设计";
   ASSERT_EQ(Mirel({"--quiet", "save", "--strict", MIREL_SAMPLE, folder}), 0);
 
-  Console console({true, false});
   ProgressBar progress(false);
-  DocumentReader reader(console, progress);
+  DocumentReader reader(progress);
   const SourceFile file(MIREL_SAMPLE);
   const Handle(TDocStd_Document) document = reader.Read(file);
   ASSERT_FALSE(document.IsNull()) << reader.GetError();
