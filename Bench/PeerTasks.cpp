@@ -5,7 +5,6 @@
 
 #include <Message_ProgressRange.hxx>
 #include <RWGltf_CafReader.hxx>
-#include <STEPCAFControl_Reader.hxx>
 
 #include <stdexcept>
 
@@ -28,20 +27,11 @@ Figures BinXcaf(const TaskInput& input) {
 /// STEP through XCAF and the mesher: what a viewer does that keeps nothing of its last visit.
 Figures Step(const TaskInput& input) {
   Figures figures;
-  const Handle(TDocStd_Document) document = NewDocument();
-  Meter meter;
-  STEPCAFControl_Reader reader;
-  reader.SetNameMode(true);
-  reader.SetColorMode(true);
-  reader.SetLayerMode(true);
-  if (reader.ReadFile(input.source.c_str()) != IFSelect_RetDone)
-    throw std::runtime_error("cannot read " + input.source);
-  figures.Set("read", meter.Lap());
-  Handle(TDocStd_Document) target = document;
-  if (!reader.Transfer(target)) throw std::runtime_error("cannot transfer " + input.source);
-  figures.Set("transfer", meter.Lap());
+  const Meter meter;
+  const Handle(TDocStd_Document) document = ReadStep(input.source, figures);
+  const double before = meter.Elapsed();
   TessellateBodies(GetBodies(document));
-  figures.Set("tessellate", meter.Lap());
+  figures.Set("tessellate", meter.Elapsed() - before);
   meter.Stop(figures);
   figures.Set("bytes", static_cast<double>(BytesOnDisk(input.source)));
   CountDocument(document, figures);

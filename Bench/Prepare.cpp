@@ -3,11 +3,7 @@
 #include <Bench/WorkFolder.h>
 #include <Bench/XcafDocument.h>
 
-#include <Programs/mirel/Console.h>
 #include <Programs/mirel/Import/AssemblyImporter.h>
-#include <Programs/mirel/Import/DocumentReader.h>
-#include <Programs/mirel/Import/SourceFile.h>
-#include <Programs/mirel/ProgressBar.h>
 #include <Programs/mirel/Save/TypeUseCounter.h>
 
 #include <Viewer/Kernel/Model/LiteModel.h>
@@ -24,16 +20,10 @@ namespace mirel::bench {
 
 void Prepare(const std::string& source, const std::string& work) {
   std::filesystem::create_directories(work);
-  const SourceFile file(source);
-  if (!file.GetError().empty()) throw std::runtime_error(source + ": " + file.GetError());
-  Console console({true, false});
-  ProgressBar noBar(false);
-  DocumentReader reader(console, noBar);
-  const Handle(TDocStd_Document) document = reader.Read(file);
-  if (document.IsNull()) throw std::runtime_error(source + ": " + reader.GetError());
-
+  Figures ignored;
+  const Handle(TDocStd_Document) document = ReadStep(source, ignored);
   LiteModel model;
-  AssemblyImporter(document, file.GetFingerprint(), model).Import();
+  AssemblyImporter(document, 1, model).Import();
   TypeUseCounter::Count(model);
   std::filesystem::remove_all(ModelFolder(work));
   LiteModelWriter(model).Save(ModelFolder(work));

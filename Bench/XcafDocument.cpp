@@ -1,5 +1,7 @@
 #include <Bench/XcafDocument.h>
 
+#include <Programs/mirel/Stopwatch.h>
+
 #include <BRepBndLib.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRep_Tool.hxx>
@@ -7,6 +9,7 @@
 #include <BinXCAFDrivers_DocumentStorageDriver.hxx>
 #include <Bnd_Box.hxx>
 #include <Poly_Triangulation.hxx>
+#include <STEPCAFControl_Reader.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopTools_MapOfShape.hxx>
@@ -51,6 +54,22 @@ void CountPlaced(const TDF_Label& label, double& placed) {
 Handle(TDocStd_Document) NewDocument() {
   Handle(TDocStd_Document) document;
   GetApplication()->NewDocument("BinXCAF", document);
+  return document;
+}
+
+Handle(TDocStd_Document) ReadStep(const std::string& path, Figures& figures) {
+  Handle(TDocStd_Document) document = NewDocument();
+  // Without this, labels that have no name in the file would get one made up.
+  XCAFDoc_ShapeTool::SetAutoNaming(false);
+  STEPCAFControl_Reader reader;
+  reader.SetNameMode(true);
+  reader.SetColorMode(true);
+  reader.SetLayerMode(true);
+  Stopwatch watch;
+  if (reader.ReadFile(path.c_str()) != IFSelect_RetDone) throw std::runtime_error("cannot read " + path);
+  figures.Set("read", watch.Lap());
+  if (!reader.Transfer(document)) throw std::runtime_error("cannot transfer " + path);
+  figures.Set("transfer", watch.Lap());
   return document;
 }
 

@@ -16,6 +16,9 @@ namespace mirel::bench {
 /// A new, empty document.
 Handle(TDocStd_Document) NewDocument();
 
+/// Reads a STEP file with names, colours and layers, and adds the seconds of "read" and "transfer".
+Handle(TDocStd_Document) ReadStep(const std::string& path, Figures& figures);
+
 /// Writes a document in OpenCASCADE's binary format. Triangles are left out unless asked for, as is its
 /// default.
 void SaveDocument(const Handle(TDocStd_Document) & document, const std::string& path, bool withTriangles);
