@@ -84,17 +84,29 @@ bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size
   return true;
 }
 
+void LogReason(const std::string& name, const std::string& reason) {
+  Logger::Instance().Message(1, "Cannot read %s: %s", name.c_str(), reason.c_str());
+}
+
 }  // namespace
 
 std::shared_ptr<RawBuffer> GzBuffer::FromFile(const std::string& path) {
   MallocBytes file;
   std::size_t fileSize = 0;
+  std::string reason;
+  if (!ReadWholeFile(path, file, fileSize, reason)) {
+    LogReason(path, reason);
+    return nullptr;
+  }
+  return FromMemory(file.get(), fileSize, path);
+}
+
+std::shared_ptr<RawBuffer> GzBuffer::FromMemory(const char* data, std::size_t size, const std::string& name) {
   MallocBytes content;
   std::size_t contentSize = 0;
   std::string reason;
-  if (!ReadWholeFile(path, file, fileSize, reason) ||
-      !Inflate(file.get(), fileSize, content, contentSize, reason)) {
-    Logger::Instance().Message(1, "Cannot read %s: %s", path.c_str(), reason.c_str());
+  if (!Inflate(data, size, content, contentSize, reason)) {
+    LogReason(name, reason);
     return nullptr;
   }
   return std::make_shared<RawBuffer>(std::shared_ptr<const char>(std::move(content)), contentSize);

@@ -3,12 +3,13 @@
 #include <Viewer/Kernel/Host/Core/HostExport.h>
 #include <Viewer/Kernel/Host/Gzip/RawBuffer.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 
 namespace mirel {
 
-/// Reads gzip files. Thread safe: no state.
+/// Reads gzip files, and gzip data that lies in memory. Thread safe: no state.
 class MIREL_HOST_API GzBuffer {
  public:
   /// Inflates the gzip file at a narrow path (UTF-8) into memory, in one go. Several gzip members one behind the other
@@ -19,6 +20,10 @@ class MIREL_HOST_API GzBuffer {
   /// content is larger than a package or an index may be (`kMaxInflatedBytes`). The size that a file declares is
   /// believed only as far as its compressed bytes could hold it.
   static std::shared_ptr<RawBuffer> FromFile(const std::string& path);
+
+  /// The same for `size` bytes in memory: a gzip file that came by another way, out of an archive or from a
+  /// server. `name` stands for them in the notice. An extra operation of this host; the module does not call it.
+  static std::shared_ptr<RawBuffer> FromMemory(const char* data, std::size_t size, const std::string& name);
 };
 
 }  // namespace mirel

@@ -139,6 +139,18 @@ TEST_F(GzipTest, WhatIsNoGzipFileIsNoContent) {
   EXPECT_TRUE(log_.Contains("not a regular file"));
 }
 
+TEST_F(GzipTest, MemoryIsReadAsAFileIs) {
+  WriteGzip(path_, "content");
+  const std::string file = ReadFile(path_);
+  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromMemory(file.data(), file.size(), "a/1.gz");
+  ASSERT_TRUE(buffer);
+  EXPECT_STREQ(buffer->GetData(), "content");
+  EXPECT_EQ(GzBuffer::FromMemory(file.data(), file.size() - 1, "a/2.gz"), nullptr);
+  EXPECT_EQ(GzBuffer::FromMemory(nullptr, 0, "a/3.gz"), nullptr);
+  EXPECT_EQ(log_.GetTexts(1).size(), 2U);
+  EXPECT_TRUE(log_.Contains("Cannot read a/2.gz: not a gzip file"));
+}
+
 TEST_F(GzipTest, StreamWritesTheSameBytesForTheSameContent) {
   const std::string content = "Größe" + std::string(10000, 'x') + Noise(1000);
   WriteGzip(path_, content);
