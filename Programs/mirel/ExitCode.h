@@ -9,6 +9,7 @@ enum class ExitCode : int {
   kInputUnread = 2,      ///< the input could not be read, or not all of it
   kOutputUnwritten = 3,  ///< the output could not be written; what was there before is still there
   kLosses = 4,           ///< done, but something of the source is not in the output (only under --strict)
+  kCalledOff = 5,        ///< nothing was done: the command was called off (`mirel run`)
 };
 
 }  // namespace mirel

@@ -1,10 +1,16 @@
 #include <Programs/mirel/Program.h>
 
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Open/BoxVerb.h>
 #include <Programs/mirel/Open/InfoVerb.h>
 #include <Programs/mirel/Open/TreeVerb.h>
 #include <Programs/mirel/Save/InterruptCleanup.h>
 #include <Programs/mirel/Save/SaveVerb.h>
+#include <Programs/mirel/View/CommandsVerb.h>
+#include <Programs/mirel/View/RunVerb.h>
+#include <Programs/mirel/View/StreamVerb.h>
+
+#include <Viewer/Kernel/App/ViewerKernelModule.h>
 
 #include <CLI/CLI.hpp>
 #include <Standard_Failure.hxx>
@@ -25,13 +31,18 @@ constexpr const char* kExitCodes =
     "  1  the command line is wrong\n"
     "  2  the input could not be read, or not all of it\n"
     "  3  the output could not be written; what was there before is still there\n"
-    "  4  done, but something of the source is not in the output (only under --strict)\n";
+    "  4  done, but something of the source is not in the output (only under --strict)\n"
+    "  5  nothing was done: the command was called off (only mirel run)\n";
 
 std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   std::vector<std::unique_ptr<Verb>> verbs;
   verbs.push_back(std::make_unique<SaveVerb>());
   verbs.push_back(std::make_unique<TreeVerb>());
   verbs.push_back(std::make_unique<InfoVerb>());
+  verbs.push_back(std::make_unique<BoxVerb>());
+  verbs.push_back(std::make_unique<RunVerb>());
+  verbs.push_back(std::make_unique<CommandsVerb>());
+  verbs.push_back(std::make_unique<StreamVerb>());
   return verbs;
 }
 
@@ -39,6 +50,7 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
 
 int Program::Run(int argc, char** argv) {
   InterruptCleanup::Install();
+  RegisterViewerKernelModule();
   Console::Options options;
   CLI::App app("Light-weight product structures that open as fast as they unzip", "mirel");
   app.set_version_flag("--version", "mirel " MIREL_VERSION, "Print the version and end");

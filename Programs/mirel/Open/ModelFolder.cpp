@@ -1,5 +1,6 @@
 #include <Programs/mirel/Open/ModelFolder.h>
 
+#include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/Stopwatch.h>
 
 #include <Viewer/Kernel/Host/Core/Logger.h>
@@ -29,14 +30,8 @@ bool TakeIndex(LiteModel& model, const RawBuffer& buffer, unsigned int& greps, u
 
 }  // namespace
 
-std::string ModelFolder::FindIndex(const std::string& path) {
-  std::error_code ignored;
-  const fs::path given = fs::u8path(path);
-  return fs::is_directory(given, ignored) ? (given / "index.gz").u8string() : path;
-}
-
 bool ModelFolder::Load(const std::string& path) {
-  const std::string index = FindIndex(path);
+  const std::string index = SceneOpener::FindIndex(path);
   const std::string folder = PathUtil::GetFolderPath(index);
   Stopwatch watch;
   const auto read = [&](const std::string& name, const std::string& file, auto&& take) {

@@ -27,10 +27,7 @@ class ModelFolder {
     double shapes = 0.0;
   };
 
-  /// The index file of a folder, given the folder or the index file itself.
-  static std::string FindIndex(const std::string& path);
-
-  /// Reads everything; failures are in the log. False when the index cannot be read or is rejected: the model
+  /// Reads everything, given the folder or its index file; failures are in the log. False when the index cannot be read or is rejected: the model
   /// then holds what came before.
   bool Load(const std::string& path);
 

@@ -15,10 +15,14 @@ CLI::App* TreeVerb::Declare(CLI::App& program) {
   verb->add_option("FOLDER", folder_, "Model folder, or its index file")->required();
   verb->add_option("--depth", depth_, "Print this many levels only")->check(CLI::PositiveNumber);
   verb->add_flag("--json", json_, "Print the tree as JSON");
+  module_.Declare(*verb);
   return verb;
 }
 
 ExitCode TreeVerb::Run(Console& console) {
+  if (!module_.Load(console)) {
+    return ExitCode::kInputUnread;
+  }
   bool complete = false;
   const std::shared_ptr<GroupSceneNode> root = SceneOpener::Open(console, folder_, complete);
   if (!root) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Programs/mirel/Verb.h>
+#include <Programs/mirel/View/ModuleOption.h>
 
 #include <cstdint>
 #include <string>
@@ -15,6 +16,7 @@ class TreeVerb : public Verb {
 
  private:
   std::string folder_;
+  ModuleOption module_;
   std::uint64_t depth_ = UINT64_MAX;
   bool json_ = false;
 };

@@ -1,0 +1,89 @@
+#include <Programs/mirel/View/ModuleLibrary.h>
+
+#include <Viewer/Kernel/Host/Application/StreamModelLoaderFactory.h>
+#include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
+#include <Viewer/Kernel/Host/Renderer/SceneReader.h>
+#include <Viewer/Kernel/Host/View/Command.h>
+#include <Viewer/Kernel/Host/View/CommandManager.h>
+
+#include <filesystem>
+#include <memory>
+#include <typeinfo>
+
+#if defined(_WIN32)
+#include <windows.h>
+#else
+#include <dlfcn.h>
+#endif
+
+namespace fs = std::filesystem;
+
+namespace mirel {
+
+ModuleLibrary::ModuleLibrary(const std::string& path) {
+  std::error_code failure;
+  const fs::path file = fs::absolute(fs::u8path(path), failure);
+  if (!fs::exists(file, failure)) {
+    error_ = "no such file";
+    return;
+  }
+#if defined(_WIN32)
+  // What the library itself needs is looked for beside it too.
+  handle_ = LoadLibraryExW(file.c_str(), nullptr, LOAD_WITH_ALTERED_SEARCH_PATH);
+  if (handle_ == nullptr) {
+    error_ = std::system_category().message(static_cast<int>(GetLastError()));
+  }
+#else
+  handle_ = dlopen(file.c_str(), RTLD_NOW | RTLD_LOCAL);
+  if (handle_ == nullptr) {
+    const char* const reason = dlerror();
+    error_ = reason != nullptr ? reason : "cannot be loaded";
+    if (const std::string name = file.native() + ": "; error_.compare(0, name.size(), name) == 0) {
+      error_.erase(0, name.size());
+    }
+  }
+#endif
+}
+
+bool ModuleLibrary::Holds(const void* address) const {
+#if defined(_WIN32)
+  HMODULE holder = nullptr;
+  return GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
+                                GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                            static_cast<const wchar_t*>(address), &holder) != 0 &&
+         holder == handle_;
+#else
+  Dl_info info;
+  if (dladdr(address, &info) == 0) {
+    return false;
+  }
+  void* const holder = dlopen(info.dli_fname, RTLD_LAZY | RTLD_NOLOAD);
+  if (holder != nullptr) {
+    dlclose(holder);  // the count, not the library
+  }
+  return holder != nullptr && holder == handle_;
+#endif
+}
+
+bool ModuleLibrary::IsRegistered() const {
+  const auto isFromHere = [this](const auto& object) { return object && Holds(&typeid(*object)); };
+  for (const std::shared_ptr<Command>& command : CommandManager::Instance().GetCommands()) {
+    if (isFromHere(command)) {
+      return true;
+    }
+  }
+  for (const std::shared_ptr<SceneReader>& reader : SceneExchangeManager::Instance().GetReaders()) {
+    if (isFromHere(reader)) {
+      return true;
+    }
+  }
+  const StreamModelLoaderFactory& loaders = StreamModelLoaderFactory::Instance();
+  for (const std::string& key : loaders.GetKeys()) {
+    if (isFromHere(loaders.Create(key))) {
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace mirel

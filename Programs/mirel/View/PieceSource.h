@@ -1,0 +1,35 @@
+#pragma once
+
+#include <memory>
+#include <string>
+
+namespace mirel {
+
+class RawBuffer;
+
+/// Where the files of a model folder come from, one by one and in any order: a folder or an archive of one.
+class PieceSource {
+ public:
+  virtual ~PieceSource() = default;
+
+  /// Whether there is a file of this name, relative to the folder: "index.gz", "model/1.gz", "grep/1.gz".
+  virtual bool Has(const std::string& name) const = 0;
+
+  /// Its inflated content; an empty pointer, and the reason as a notice in the log, when it cannot be read.
+  virtual std::shared_ptr<RawBuffer> Read(const std::string& name) const = 0;
+};
+
+/// A folder on disk. Each file is read when it is asked for.
+class FolderPieces : public PieceSource {
+ public:
+  /// `folder` ends with a separator.
+  explicit FolderPieces(std::string folder) : folder_(std::move(folder)) {}
+
+  bool Has(const std::string& name) const override;
+  std::shared_ptr<RawBuffer> Read(const std::string& name) const override;
+
+ private:
+  std::string folder_;
+};
+
+}  // namespace mirel

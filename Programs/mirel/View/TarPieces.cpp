@@ -1,0 +1,162 @@
+#include <Programs/mirel/View/TarPieces.h>
+
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+
+#include <archive.h>
+#include <archive_entry.h>
+
+#include <algorithm>
+
+#if defined(_WIN32)
+#include <fcntl.h>
+#include <io.h>
+#endif
+
+namespace mirel {
+
+namespace {
+
+struct ReaderDeleter {
+  void operator()(archive* reader) const { archive_read_free(reader); }
+};
+
+// What a member is in a model folder, by the end of its path; empty when it is nothing there.
+std::string GetPieceName(const std::string& path) {
+  const auto startOfLast = [&](std::size_t end) {
+    const std::size_t slash = end == 0 ? std::string::npos : path.rfind('/', end - 1);
+    return slash == std::string::npos ? 0 : slash + 1;
+  };
+  const std::size_t file = startOfLast(path.size());
+  const std::string name = path.substr(file);
+  if (name == "index.gz") {
+    return name;
+  }
+  const std::size_t digits = name.size() > 3 ? name.size() - 3 : 0;
+  if (file == 0 || digits == 0 || name.compare(digits, 3, ".gz") != 0 ||
+      name.find_first_not_of("0123456789") != digits) {
+    return std::string();
+  }
+  const std::size_t folder = startOfLast(file - 1);
+  const std::string kind = path.substr(folder, file - folder);
+  return kind == "model/" || kind == "grep/" ? kind + name : std::string();
+}
+
+std::string GetReason(archive* reader) {
+  const char* const text = archive_error_string(reader);
+  return text != nullptr ? text : "damaged";
+}
+
+}  // namespace
+
+bool TarPieces::Load(std::FILE* file) {
+#if defined(_WIN32)
+  _setmode(_fileno(file), _O_BINARY);
+#endif
+  const std::unique_ptr<archive, ReaderDeleter> reader(archive_read_new());
+  archive* const tar = reader.get();
+  // Not all that libarchive knows: some of its filters start other programs.
+  for (const auto support :
+       {archive_read_support_filter_gzip, archive_read_support_filter_bzip2, archive_read_support_filter_xz,
+        archive_read_support_filter_zstd, archive_read_support_format_tar}) {
+    if (tar == nullptr || support(tar) < ARCHIVE_WARN) {
+      error_ = "archives cannot be read here";
+      return false;
+    }
+  }
+  if (archive_read_open_FILE(tar, file) != ARCHIVE_OK) {
+    error_ = GetReason(tar);
+    return false;
+  }
+  if (!LoadMembers(tar)) {
+    return false;
+  }
+  if (!Has("index.gz")) {
+    error_ = "is not a tar archive of a model folder (it has no index.gz)";
+    return false;
+  }
+  return true;
+}
+
+bool TarPieces::LoadMembers(archive* reader) {
+  for (std::uint64_t members = 0;; ++members) {
+    archive_entry* member = nullptr;
+    const int status = archive_read_next_header(reader, &member);
+    if (status == ARCHIVE_EOF) {
+      return true;
+    }
+    if (status < ARCHIVE_WARN) {
+      error_ = GetReason(reader);
+      return false;
+    }
+    if (members == kMaxMembers) {
+      error_ = "holds more than " + std::to_string(kMaxMembers) + " members";
+      return false;
+    }
+    // Names that the archive marks as UTF-8 have no other form in a locale that cannot hold them.
+    const char* path = archive_entry_pathname_utf8(member);
+    path = path != nullptr ? path : archive_entry_pathname(member);
+    if (path != nullptr && archive_entry_filetype(member) != AE_IFDIR && !Keep(reader, member, path)) {
+      return false;
+    }
+  }
+}
+
+bool TarPieces::Keep(archive* reader, archive_entry* member, const std::string& path) {
+  const std::string name = GetPieceName(path);
+  if (name.empty()) {
+    return Count(archive_entry_size(member));
+  }
+  const std::string folder = path.substr(0, path.size() - name.size());
+  if (files_.empty()) {
+    folder_ = folder;
+  }
+  const auto [place, isNew] = files_.try_emplace(name);
+  if (folder != folder_ || !isNew) {
+    error_ =
+        isNew ? "holds more than one model folder: " + folder_ + " and " + folder : path + " is there twice";
+    return false;
+  }
+  if (archive_entry_filetype(member) != AE_IFREG || archive_entry_hardlink(member) != nullptr) {
+    error_ = path + " is not a regular file";
+    return false;
+  }
+  std::vector<char>& content = place->second;
+  std::vector<char> block(std::size_t{1} << 20);
+  for (;;) {
+    const la_ssize_t count = archive_read_data(reader, block.data(), block.size());
+    if (count == 0) {
+      return true;
+    }
+    if (count < 0) {
+      error_ = path + ": " + GetReason(reader);
+      return false;
+    }
+    if (!Count(count)) {
+      return false;
+    }
+    content.insert(content.end(), block.begin(), block.begin() + count);
+  }
+}
+
+bool TarPieces::Count(std::int64_t bytes) {
+  const std::uint64_t added = static_cast<std::uint64_t>(std::max<std::int64_t>(bytes, 0));
+  if (added > kMaxBytes - bytes_) {
+    error_ = "holds more than " + std::to_string(kMaxBytes >> 30) + " GiB";
+    return false;
+  }
+  bytes_ += added;
+  return true;
+}
+
+bool TarPieces::Has(const std::string& name) const {
+  return files_.count(name) > 0;
+}
+
+std::shared_ptr<RawBuffer> TarPieces::Read(const std::string& name) const {
+  const auto found = files_.find(name);
+  return found == files_.end()
+             ? nullptr
+             : GzBuffer::FromMemory(found->second.data(), found->second.size(), folder_ + name);
+}
+
+}  // namespace mirel

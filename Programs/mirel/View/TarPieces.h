@@ -1,0 +1,45 @@
+#pragma once
+
+#include <Programs/mirel/View/PieceSource.h>
+
+#include <cstdint>
+#include <cstdio>
+#include <map>
+#include <vector>
+
+struct archive;
+struct archive_entry;
+
+namespace mirel {
+
+/// The files of a model folder out of a tar archive, which may be compressed as a whole. The archive is read to
+/// its end once, and the files are kept in memory as they are there, compressed.
+///
+/// Members are taken for what their last names say: "index.gz", "model/N.gz", "grep/N.gz". They may stand in a
+/// folder ("trolley/index.gz", "./index.gz"), all in the same one; other members are passed over.
+class TarPieces : public PieceSource {
+ public:
+  /// What an archive may hold at most, members that are passed over included. Both lie far above what real
+  /// models need.
+  static constexpr std::uint64_t kMaxMembers = 1000000;
+  static constexpr std::uint64_t kMaxBytes = std::uint64_t{4} << 30;
+
+  /// False when this is not a tar archive, or damaged, or not of one model folder; the error says why.
+  bool Load(std::FILE* file);
+  const std::string& GetError() const { return error_; }
+
+  bool Has(const std::string& name) const override;
+  std::shared_ptr<RawBuffer> Read(const std::string& name) const override;
+
+ private:
+  bool LoadMembers(archive* reader);
+  bool Keep(archive* reader, archive_entry* member, const std::string& path);
+  bool Count(std::int64_t bytes);
+
+  std::map<std::string, std::vector<char>> files_;
+  std::string folder_;  // that all files stand in, with its separator
+  std::uint64_t bytes_ = 0;
+  std::string error_;
+};
+
+}  // namespace mirel
