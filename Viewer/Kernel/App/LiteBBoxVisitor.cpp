@@ -38,6 +38,7 @@ void LiteBBoxVisitor::Visit(GroupItem* item) {
 void LiteBBoxVisitor::Visit(InstanceItem* item) {
   LiteModelItem* const type = model_.FindType(item->GetTypeId());
   if (!type) {
+    NoteMissing(*item, "type", item->GetTypeId());
     MIREL_FAILURE("Type is null!");
     return;
   }
@@ -52,6 +53,7 @@ void LiteBBoxVisitor::Visit(InstanceItem* item) {
 void LiteBBoxVisitor::Visit(ShapeItem* item) {
   const std::shared_ptr<GRepShape> grep = model_.FindGRepShape(item->GetShapeId());
   if (!grep) {
+    NoteMissing(*item, "graphics", item->GetShapeId());
     MIREL_FAILURE("Shape is null!");
     return;
   }

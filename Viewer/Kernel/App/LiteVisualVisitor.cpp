@@ -60,6 +60,7 @@ void LiteVisualVisitor::Visit(GroupItem* item) {
 void LiteVisualVisitor::Visit(InstanceItem* item) {
   LiteModelItem* const type = model_.FindType(item->GetTypeId());
   if (!type) {
+    NoteMissing(*item, "type", item->GetTypeId());
     MIREL_FAILURE("Type is null!");
     return;
   }
@@ -75,6 +76,7 @@ void LiteVisualVisitor::Visit(InstanceItem* item) {
 void LiteVisualVisitor::Visit(ShapeItem* item) {
   const std::shared_ptr<GRepShape> grep = model_.FindGRepShape(item->GetShapeId());
   if (!grep) {
+    NoteMissing(*item, "graphics", item->GetShapeId());
     MIREL_FAILURE("Shape is null!");
     return;
   }

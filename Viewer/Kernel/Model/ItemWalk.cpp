@@ -44,4 +44,9 @@ ItemWalk::Level::~Level() {
   if (isType_) walk_.types_.pop_back();
 }
 
+void NoteMissing(const LiteModelItem& item, const char* what, const ObjectId& id) {
+  Logger::Instance().Message(1, "%s %s \"%s\" has no %s: the model holds none with id %s", item.GetType().c_str(),
+                             item.GetId().toString().c_str(), item.GetName().c_str(), what, id.toString().c_str());
+}
+
 }  // namespace mirel

@@ -8,6 +8,7 @@
 namespace mirel {
 
 class LiteModelItem;
+class ObjectId;
 
 /// Bounds a walk through a model's items: how deep it goes, how many items it visits, and that it enters no type that
 /// it is in already. Whoever walks enters each group and each type through a `Level` and goes down only when that says
@@ -46,5 +47,8 @@ class ItemWalk {
   unsigned int items_ = 0;
   std::vector<const LiteModelItem*> types_;  // the types that the walk is in, outermost first
 };
+
+/// Notes (level 1) which item lacks what, before the failure is logged in words that do not say it.
+void NoteMissing(const LiteModelItem& item, const char* what, const ObjectId& id);
 
 }  // namespace mirel

@@ -38,11 +38,11 @@ bool ReadPackage(const char* data, unsigned int size, const std::string& source,
     const bool whole = present == itemSize;
     if (!whole || !decode(id, bytes, itemSize)) {
       Logger& logger = Logger::Instance();
-      logger.Message(3, "Shape is null!");
-      logger.Message(1, "\t#%d, %s", line, Logger::GetFileName(file));
       logger.Message(1, "%s: item %llu of %llu, id %s, %u bytes%s", source.c_str(),
                      static_cast<unsigned long long>(i + 1), static_cast<unsigned long long>(count),
                      id.toString().c_str(), itemSize, whole ? "" : ", is cut short");
+      logger.Message(3, "Shape is null!");
+      logger.Message(1, "\t#%d, %s", line, Logger::GetFileName(file));
     }
     bytes += present;
   }
