@@ -141,6 +141,9 @@ TEST(LiteModelWriter, ASecondSaveCountsAnew) {
 }
 
 TEST(LiteModelWriter, SplitsPackagesAndCountsThoseWritten) {
+#if defined(__SANITIZE_THREAD__)
+  GTEST_SKIP() << "the large body outgrows the sanitizer's history, so that its reports match no suppression";
+#endif
   const std::shared_ptr<TopoShape> large = MakePoints(100000);
   const std::shared_ptr<TopoShape> small = MakeBox(1, 1, 1);
   ASSERT_GT(ToText(large).size(), static_cast<std::size_t>(kPkgSizeLimit));
