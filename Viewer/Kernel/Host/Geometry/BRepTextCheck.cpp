@@ -286,11 +286,15 @@ class Checker {
            (weight > std::numeric_limits<double>::min() || Fail("A weight is not positive"));
   }
 
-  bool Poles(int dimension, std::uint64_t count, bool rational) {
+  bool PoleCount(int dimension, std::uint64_t count, bool rational) {
     const auto numbers = static_cast<std::size_t>(dimension) + rational;
-    if (count > lexer_.Remaining() / (2 * numbers))
-      return Fail("A curve or surface has more poles than the remaining text can hold");
-    if (!rational) return lexer_.Finite(static_cast<std::size_t>(count) * numbers);
+    return count <= lexer_.Remaining() / (2 * numbers) ||
+           Fail("A curve or surface has more poles than the remaining text can hold");
+  }
+  bool Poles(int dimension, std::uint64_t count, bool rational) {
+    if (!PoleCount(dimension, count, rational)) return false;
+    if (!rational)
+      return lexer_.Finite(static_cast<std::size_t>(count) * static_cast<std::size_t>(dimension));
     for (std::uint64_t i = 0; i < count; ++i) {
       if (!Point(dimension) || !Weight()) return false;
     }
@@ -376,6 +380,7 @@ class Checker {
   }
 
   bool KeptPoles(int dimension, std::uint32_t count, bool rational) {
+    if (!PoleCount(dimension, count, rational)) return false;
     poles_.clear();
     for (std::uint32_t i = 0; i < count; ++i) {
       Vector pole;
