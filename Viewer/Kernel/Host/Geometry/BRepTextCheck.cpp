@@ -308,10 +308,9 @@ class Checker {
            Poles(dimension, degree + 1u, rational);
   }
 
-  // Knots and multiplicities of one parameter. `loop`: also the multiplicities behind each knot, for Corners.
+  // Knots and multiplicities of one parameter.
   bool Knots(std::uint32_t degree, std::uint32_t poles, std::uint32_t count, bool periodic, Range& range) {
-    // A B-spline with fewer poles has an empty range: OpenCASCADE builds it and reads beside its arrays
-    // later.
+    // OpenCASCADE builds a B-spline with fewer poles, and reads beside its arrays later.
     if (!periodic && poles < degree + 1) return Fail("A B-spline has fewer poles than its degree needs");
     knots_.clear();
     std::uint64_t sum = 0;

@@ -72,12 +72,15 @@ const TopoDS_Shape& TopoShape::GetImpl() const {
   return state.shape;
 }
 
-std::shared_ptr<TopoShape> TopoShape::Read(const std::string& text) { return Read(std::string(text)); }
+std::shared_ptr<TopoShape> TopoShape::Read(const std::string& text) {
+  return Read(std::string(text));
+}
 
 std::shared_ptr<TopoShape> TopoShape::Read(std::string&& text) {
   const BRepTextResult result = CheckBRepText(text.data(), text.size());
   if (!result.IsGood()) {
-    Logger::Instance().Message(1, "BRep text is refused at byte %zu: %s.", result.offset, result.reason);
+    Logger::Instance().Message(1, "BRep text is refused at byte %llu: %s.",
+                               static_cast<unsigned long long>(result.offset), result.reason);
     return nullptr;
   }
   std::unique_ptr<State> state(new State);
