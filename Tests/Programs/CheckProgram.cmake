@@ -1,9 +1,13 @@
 # Runs a program and checks what it gives back. Called by ctest through mirel_program_test():
-#   cmake -DPROGRAM=... -DARGUMENTS=a;b;c -DEXIT=0 -DOUT=regex -DERR=regex -DREMOVE=folder -P CheckProgram.cmake
+#   cmake -DPROGRAM=... -DARGUMENTS=a;b;c -DEXIT=0 -DOUT=regex -DERR=regex -DREMOVE=folder -DINPUT=file -DLIKE=a;b -P
+#   CheckProgram.cmake
 if(REMOVE)
   file(REMOVE_RECURSE "${REMOVE}")
 endif()
-execute_process(COMMAND "${PROGRAM}" ${ARGUMENTS} RESULT_VARIABLE exit OUTPUT_VARIABLE out ERROR_VARIABLE err)
+if(INPUT)
+  set(input INPUT_FILE "${INPUT}")
+endif()
+execute_process(COMMAND "${PROGRAM}" ${ARGUMENTS} ${input} RESULT_VARIABLE exit OUTPUT_VARIABLE out ERROR_VARIABLE err)
 set(said "--- stdout\n${out}--- stderr\n${err}---")
 if(NOT exit STREQUAL EXIT)
   message(FATAL_ERROR "exit code ${exit} instead of ${EXIT}\n${said}")
@@ -18,3 +22,9 @@ foreach(stream IN ITEMS OUT ERR)
     message(FATAL_ERROR "${name} does not match ${${stream}}\n${said}")
   endif()
 endforeach()
+if(LIKE)
+  execute_process(COMMAND "${PROGRAM}" ${LIKE} OUTPUT_VARIABLE other)
+  if(NOT out STREQUAL other OR out STREQUAL "")
+    message(FATAL_ERROR "stdout differs from that of ${LIKE}\n${other}\n${said}")
+  endif()
+endif()

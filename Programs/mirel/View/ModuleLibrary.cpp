@@ -7,6 +7,7 @@
 #include <Viewer/Kernel/Host/View/CommandManager.h>
 
 #include <filesystem>
+#include <fstream>
 #include <memory>
 #include <typeinfo>
 
@@ -15,16 +16,52 @@
 #else
 #include <dlfcn.h>
 #endif
+#if defined(__linux__)
+#include <link.h>
+#endif
 
 namespace fs = std::filesystem;
 
 namespace mirel {
+
+namespace {
+
+// Whether a library of this system's kind ends before its own headers say so, as after a copy that was broken off.
+// The system's loader would map what is not there, and the process would get a bus error.
+bool IsCutShort([[maybe_unused]] const fs::path& file) {
+#if defined(__linux__)
+  std::error_code failure;
+  const std::uintmax_t size = fs::file_size(file, failure);
+  std::ifstream stream(file, std::ios::binary);
+  ElfW(Ehdr) header = {};
+  if (failure || !stream.read(reinterpret_cast<char*>(&header), sizeof header) ||
+      std::string(reinterpret_cast<char*>(header.e_ident), SELFMAG) != ELFMAG ||
+      header.e_phentsize != sizeof(ElfW(Phdr))) {
+    return false;  // the loader says what is wrong
+  }
+  stream.seekg(static_cast<std::streamoff>(header.e_phoff));
+  for (int i = 0; i < header.e_phnum; ++i) {
+    ElfW(Phdr) segment = {};
+    if (!stream.read(reinterpret_cast<char*>(&segment), sizeof segment) || segment.p_offset > size ||
+        segment.p_filesz > size - segment.p_offset) {
+      return true;
+    }
+  }
+#endif
+  return false;
+}
+
+}  // namespace
 
 ModuleLibrary::ModuleLibrary(const std::string& path) {
   std::error_code failure;
   const fs::path file = fs::absolute(fs::u8path(path), failure);
   if (!fs::exists(file, failure)) {
     error_ = "no such file";
+    return;
+  }
+  if (IsCutShort(file)) {
+    error_ = "the file is cut short";
     return;
   }
 #if defined(_WIN32)

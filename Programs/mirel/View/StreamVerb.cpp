@@ -41,7 +41,8 @@ CLI::App* StreamVerb::Declare(CLI::App& program) {
       "stream", "Hand a model folder over piece by piece to the stream loader, and print the node tree");
   verb->add_option("FOLDER", folder_, "Model folder, or its index file; - for a tar archive on stdin")
       ->required();
-  verb->add_option("--seed", seed_, "Shuffle the pieces; the same number gives the same order");
+  verb->add_option("--seed", seed_, "Shuffle the pieces; the same number gives the same order")
+      ->check(CLI::NonNegativeNumber);
   verb->add_option("--depth", depth_, "Print this many levels only")->check(CLI::PositiveNumber);
   verb->add_flag("--json", json_, "Print the tree as JSON");
   module_.Declare(*verb);

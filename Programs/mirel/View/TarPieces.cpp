@@ -112,8 +112,8 @@ bool TarPieces::Keep(archive* reader, archive_entry* member, const std::string& 
   }
   const auto [place, isNew] = files_.try_emplace(name);
   if (folder != folder_ || !isNew) {
-    error_ =
-        isNew ? "holds more than one model folder: " + folder_ + " and " + folder : path + " is there twice";
+    error_ = folder != folder_ ? "holds more than one model folder: " + folder_ + " and " + folder
+                               : path + " is there twice";
     return false;
   }
   if (archive_entry_filetype(member) != AE_IFREG || archive_entry_hardlink(member) != nullptr) {
