@@ -13,8 +13,9 @@ constexpr int kMaxNesting = 500;
 /// the face colours of the innermost item.
 constexpr int kMaxIndexDepth = 2 * kMaxNesting + 4;
 
-/// Items that one walk of one visitor visits, instances unfolded: a few nested types can stand for billions.
-constexpr unsigned int kMaxWalkItems = 20000000;
+/// Items that one walk of one visitor visits, instances unfolded: a few nested types can stand for billions. So many
+/// scene nodes take 2.3 GB.
+constexpr unsigned int kMaxWalkItems = 10000000;
 
 /// Missing packages of one kind after which a reader looks for no further ones: the count comes from the file.
 constexpr unsigned int kMaxMissingPackages = 100;

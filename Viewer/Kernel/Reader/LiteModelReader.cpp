@@ -17,7 +17,9 @@ class ShallowDocument : public rapidjson::Document {
     bool parsed = false;
     auto parse = [&](rapidjson::Document&) {
       rapidjson::StringStream stream(text);
-      parsed = !rapidjson::Reader().Parse(stream, *this).IsError();
+      // Default flags, but numbers to the last bit: a placement must not drift each time a model is loaded and saved.
+      constexpr unsigned int kFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseFullPrecisionFlag;
+      parsed = !rapidjson::Reader().Parse<kFlags>(stream, *this).IsError();
       return parsed;
     };
     Populate(parse);
