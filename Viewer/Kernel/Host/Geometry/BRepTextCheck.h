@@ -1,7 +1,5 @@
 #pragma once
 
-#include <Viewer/Kernel/Host/Core/HostExport.h>
-
 #include <cstddef>
 
 namespace mirel {
@@ -33,6 +31,6 @@ struct BRepTextResult {
 /// text is not yet a sensible body: a number may still be wrong without breaking a rule.
 ///
 /// Thread safety: a pure function. `data` need not end in a zero byte.
-MIREL_HOST_API BRepTextResult CheckBRepText(const char* data, std::size_t size);
+BRepTextResult CheckBRepText(const char* data, std::size_t size);
 
 }  // namespace mirel
