@@ -69,15 +69,15 @@ class FileRun {
     std::fprintf(stderr, "preparing %s\n", source_.c_str());
     RunChild({"prepare", source_, "--work", work_});
     WarmUp(work_);
-    FindFastestMesher();
     for (const char* const name : {"open", "floor", "binxcaf", "glb", "save", "stages", "save-stages"}) {
       things_.Add(name, TaskOf(name, work_));
     }
-    things_.Add("mesher", MesherTask(mesher_));
+    TryMesher();
     Arguments step = TaskOf("step", work_);
     step.insert(step.end(), {"--source", source_});
     things_.Add("step", step);
     things_.Run(rounds_);
+    FindFastestMesher();
     AddOpening(report);
     AddSaving(report);
     AddSizes(report);
@@ -91,18 +91,28 @@ class FileRun {
     return arguments;
   }
 
-  void FindFastestMesher() {
+  /// Tries every variant of the mesher once. Those that come near the fastest take part in the rounds.
+  void TryMesher() {
     double best = std::numeric_limits<double>::infinity();
     for (const char* const algorithm : {"watson", "delabella"}) {
       for (const char* const mode : {"serial", "faces", "bodies", "both"}) {
         const std::string variant = std::string(algorithm) + "-" + mode;
         std::fprintf(stderr, "trying the mesher: %s\n", variant.c_str());
-        const Figures figures = RunChild(MesherTask(variant));
-        variants_.emplace_back(variant, figures);
-        if (figures.Get("seconds") >= best) continue;
-        best = figures.Get("seconds");
-        mesher_ = variant;
+        variants_.emplace_back(variant, RunChild(MesherTask(variant)));
+        best = std::min(best, variants_.back().second.Get("seconds"));
       }
+    }
+    for (const auto& [variant, figures] : variants_) {
+      if (figures.Get("seconds") < 2.0 * best) things_.Add(variant, MesherTask(variant));
+    }
+  }
+
+  void FindFastestMesher() {
+    double best = std::numeric_limits<double>::infinity();
+    for (const auto& [variant, figures] : variants_) {
+      if (!things_.Has(variant) || things_.Get(variant, "seconds").value >= best) continue;
+      best = things_.Get(variant, "seconds").value;
+      mesher_ = variant;
     }
   }
 
@@ -153,13 +163,13 @@ class FileRun {
     for (const char* const stage : {"bodyText", "bodyFiles", "tessellate", "graphicsFiles"}) {
       table.rows.push_back({stage, {things_.Get("save-stages", stage), Exact(kMissing), Exact(kMissing)}});
     }
-    table.rows.push_back({"mesher " + mesher_,
-                          {things_.Get("mesher", "seconds"), things_.Get("mesher", "peakBytes"),
-                           things_.Get("mesher", "triangles")}});
     for (const auto& [variant, figures] : variants_) {
-      table.rows.push_back({"mesher " + variant + ", one round",
-                            {Exact(figures.Get("seconds")), Exact(figures.Get("peakBytes")),
-                             Exact(figures.Get("triangles"))}});
+      Report::Row row{"mesher " + variant, {}};
+      for (const char* const figure : {"seconds", "peakBytes", "triangles"}) {
+        row.values.push_back(things_.Has(variant) ? things_.Get(variant, figure)
+                                                  : Exact(figures.Get(figure)));
+      }
+      table.rows.push_back(row);
     }
     report.AddTable(table);
   }
@@ -192,7 +202,7 @@ class FileRun {
     report.AddGoal({stem_ + ": folder on disk, of the GLB after gzip -6", true, 0.75,
                     Exact(folderBytes_ / zippedGlbBytes_)});
     report.AddGoal({stem_ + ": saving takes, times OpenCASCADE's fastest mesher (" + mesher_ + ")", true, 1.5,
-                    things_.Ratio("save", "mesher", "seconds")});
+                    things_.Ratio("save", mesher_, "seconds")});
   }
 
   std::string source_;
