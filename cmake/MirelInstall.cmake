@@ -59,8 +59,9 @@ set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Light-weight CAD assemblies: shared libraries")
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmirel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
+# libocct-visualization-dev has a header that the modelling headers include.
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
-    "libocct-modeling-data-dev, libocct-foundation-dev, libglm-dev, rapidjson-dev")
+    "libocct-modeling-data-dev, libocct-foundation-dev, libocct-visualization-dev, libglm-dev, rapidjson-dev")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Light-weight CAD assemblies: headers, CMake and pkg-config files")
 set(CPACK_COMPONENT_DEV_DEPENDS runtime)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME mirel)
