@@ -28,7 +28,7 @@ std::string WithoutMeasurements(const std::string& text) {
   return result;
 }
 
-// Each block is a session: lines that begin with "$ mirel", each followed by all that it prints.
+// Each block is a session: command lines after "$ ", each followed by all that it prints.
 TEST(GuideTest, ItsExamplesAreWhatTheProgramSays) {
   const TestFolder scratch;
   std::filesystem::create_directory(scratch.GetFsPath() / "Samples");
@@ -42,9 +42,10 @@ TEST(GuideTest, ItsExamplesAreWhatTheProgramSays) {
     std::istringstream lines(block.text);
     std::string said;
     for (std::string line; std::getline(lines, line);) {
-      if (line.compare(0, 8, "$ mirel ") != 0) continue;
-      const std::string command = "cd \"" + scratch.GetPath() + "\" && \"" MIREL_PROGRAM "\" " +
-                                  line.substr(8) + " > \"" + output + "\" 2>&1";
+      if (line.compare(0, 2, "$ ") != 0) continue;
+      const std::string command = "cd \"" + scratch.GetPath() + "\" && PATH=\"" +
+                                  std::filesystem::path(MIREL_PROGRAM).parent_path().string() +
+                                  ":$PATH\" && { " + line.substr(2) + "; } > \"" + output + "\" 2>&1";
       EXPECT_NE(std::system(command.c_str()), -1);
       said += line + "\n" + ReadFile(output);
       ++commands;
