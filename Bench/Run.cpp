@@ -419,11 +419,11 @@ class GrowthRun {
   }
 
   /// The e in "time grows as count to the power e", over the upper half of the series; missing for a stage
-  /// that takes too little time to tell.
+  /// that takes too little time to tell. From the shortest times: what else the machine does only adds.
   Spread Exponent(const std::string& task, const std::string& stage) const {
     const std::size_t middle = counts_[counts_.size() / 2 - (counts_.size() == 2 ? 1 : 0)];
-    const double before = things_.Get(Name(task, middle), stage).value;
-    const double after = things_.Get(Name(task, counts_.back()), stage).value;
+    const double before = things_.Get(Name(task, middle), stage).low;
+    const double after = things_.Get(Name(task, counts_.back()), stage).low;
     if (after < kMilli || before <= 0.0) return Exact(kMissing);
     const double growth = static_cast<double>(counts_.back()) / static_cast<double>(middle);
     return Exact(std::log(after / before) / std::log(growth));
