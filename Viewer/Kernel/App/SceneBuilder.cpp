@@ -9,7 +9,7 @@ namespace mirel {
 
 std::shared_ptr<GroupSceneNode> BuildScene(LiteModel& model) {
   model.ApplyShape();
-  const auto root = std::make_shared<GroupSceneNode>();
+  auto root = std::make_shared<GroupSceneNode>();
   LiteVisualVisitor visitor(model, nullptr, root);
   model.Apply(&visitor);
   return root;
