@@ -9,12 +9,14 @@
 #include <BRep_Tool.hxx>
 #include <IMeshData_Edge.hxx>
 #include <IMeshData_Face.hxx>
+#include <IMeshData_Model.hxx>
 #include <IMeshData_PCurve.hxx>
 #include <IMeshData_Wire.hxx>
 #include <Poly_Triangulation.hxx>
 #include <TopoDS_Face.hxx>
 
 #include <algorithm>
+#include <atomic>
 #include <cmath>
 #include <cstdint>
 #include <vector>
@@ -102,46 +104,73 @@ bool IsProperTiling(const IMeshData::IFaceHandle& face) {
 // Meshes one face with the fast algorithm, and again with the thorough one if the proof fails.
 class CheckedAlgo : public IMeshTools_MeshAlgo {
  public:
-  CheckedAlgo(const Handle(IMeshTools_MeshAlgo) & fast, const Handle(IMeshTools_MeshAlgo) & thorough)
-      : fast_(fast), thorough_(thorough) {}
+  CheckedAlgo(const Handle(IMeshTools_MeshAlgo) & fast, const Handle(IMeshTools_MeshAlgo) & thorough,
+              std::atomic<int>& proved)
+      : fast_(fast), thorough_(thorough), proved_(proved) {}
 
   void Perform(const IMeshData::IFaceHandle& face, const IMeshTools_Parameters& parameters,
                const Message_ProgressRange& range) override {
     const double deflection = face->GetDeflection();
     fast_->Perform(face, parameters, range);
-    if (IsProperTiling(face)) return;
-    // The first run has left the deviation that it reached in place of the one that was asked for.
-    face->SetDeflection(deflection);
-    face->UnsetStatus(IMeshData_Failure);
-    BRepMesh_ShapeTool::NullifyFace(face->GetFace());
-    thorough_->Perform(face, parameters, range);
+    bool proper = IsProperTiling(face);
+    if (!proper) {
+      // The first run has left the deviation that it reached in place of the one that was asked for.
+      face->SetDeflection(deflection);
+      face->UnsetStatus(IMeshData_Failure);
+      BRepMesh_ShapeTool::NullifyFace(face->GetFace());
+      thorough_->Perform(face, parameters, range);
+      proper = IsProperTiling(face);
+    }
+    if (proper) ++proved_;
   }
 
  private:
   Handle(IMeshTools_MeshAlgo) fast_, thorough_;
+  std::atomic<int>& proved_;
 };
 
 class CheckedAlgoFactory : public IMeshTools_MeshAlgoFactory {
  public:
+  explicit CheckedAlgoFactory(std::atomic<int>& proved) : proved_(proved) {}
+
   Handle(IMeshTools_MeshAlgo)
       GetAlgo(const GeomAbs_SurfaceType surface, const IMeshTools_Parameters& parameters) const override {
-    return new CheckedAlgo(fast_->GetAlgo(surface, parameters), thorough_->GetAlgo(surface, parameters));
+    return new CheckedAlgo(fast_.GetAlgo(surface, parameters), thorough_.GetAlgo(surface, parameters),
+                           proved_);
   }
 
  private:
-  Handle(IMeshTools_MeshAlgoFactory) fast_ = new BRepMesh_DelabellaMeshAlgoFactory;
-  Handle(IMeshTools_MeshAlgoFactory) thorough_ = new BRepMesh_MeshAlgoFactory;
+  BRepMesh_DelabellaMeshAlgoFactory fast_;
+  BRepMesh_MeshAlgoFactory thorough_;
+  std::atomic<int>& proved_;
+};
+
+// Counts the faces that were to be meshed, the ones that the mesher gives up before their turn included.
+class Context : public BRepMesh_Context {
+ public:
+  Context() : BRepMesh_Context(IMeshTools_MeshAlgoType_Watson) {
+    SetFaceDiscret(new BRepMesh_FaceDiscret(new CheckedAlgoFactory(proved_)));
+  }
+  Standard_Boolean DiscretizeFaces(const Message_ProgressRange& range) override {
+    faces_ = GetModel().IsNull() ? 0 : GetModel()->FacesNb();
+    return BRepMesh_Context::DiscretizeFaces(range);
+  }
+  int CountUnproved() const { return faces_ - proved_; }
+
+ private:
+  std::atomic<int> proved_{0};
+  int faces_ = 0;
 };
 
 }  // namespace
 
-void MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters) {
-  Handle(BRepMesh_Context) context = new BRepMesh_Context(IMeshTools_MeshAlgoType_Watson);
-  context->SetFaceDiscret(new BRepMesh_FaceDiscret(new CheckedAlgoFactory));
+int MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters) {
+  const Handle(Context) context = new Context;
   BRepMesh_IncrementalMesh mesher;
   mesher.SetShape(body);
   mesher.ChangeParameters() = parameters;
   mesher.Perform(context);
+  return context->CountUnproved();
 }
 
 }  // namespace mirel

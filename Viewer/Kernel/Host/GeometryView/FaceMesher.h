@@ -16,7 +16,9 @@ namespace mirel {
 /// the face's boundary loops, in the same direction. Triangles that pass cover each point inside the loops
 /// once and no point outside: nothing is lost, covered twice, or drawn over a hole.
 ///
-/// `parameters.MeshAlgo` is ignored. Throws what OpenCASCADE throws.
-void MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters);
+/// Returns the number of faces for which the proof failed in both ways, or which the mesher did not even try because it
+/// found their boundary damaged; they have doubtful triangles or none. `parameters.MeshAlgo` is ignored. Throws what
+/// OpenCASCADE throws.
+int MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters);
 
 }  // namespace mirel

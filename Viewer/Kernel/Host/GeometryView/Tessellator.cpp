@@ -3,6 +3,7 @@
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
+#include <Viewer/Kernel/Host/GeometryView/FaceRefiner.h>
 
 #include <BRepAdaptor_Curve.hxx>
 #include <BRepBndLib.hxx>
@@ -40,6 +41,10 @@ constexpr double kMinRelativeDeflection = 1e-6;
 constexpr double kMinDeflection = 2e-7;
 // The share of the deflection that rounding to the 16-bit grid may take before the 32-bit grid is used.
 constexpr double kMaxGridShare = 0.05;
+// The mesher looks at few points of each face, so it gets less than the deflection; the shares with which it is tried
+// again on bodies that it has trouble with, and the share that triangles are refined to.
+constexpr double kRetryShares[] = {1.0, 0.7, 0.45};
+constexpr double kRefineShare = 0.9;
 // How often a curve that the mesher cannot sample is halved: into 16 to 4096 segments.
 constexpr int kMinHalvings = 4;
 constexpr int kMaxHalvings = 12;
@@ -156,22 +161,38 @@ class Builder {
     return true;
   }
 
+  // Meshes a copy of the body, and finer ones when faces fail: what makes a boundary cross itself is often that its
+  // curves are sampled too coarsely. Keeps the copy with the fewest doubtful faces.
   bool Mesh() {
-    TopoDS_Shape copy;
-    if (!Guarded("Copy of a body with faces", originalFaces_.Extent(),
-                 [&] { copy = BRepBuilderAPI_Copy(original_, true, false).Shape(); }))
-      return false;
-    TopExp::MapShapes(copy, TopAbs_FACE, faces_);
-    TopExp::MapShapes(copy, TopAbs_EDGE, edges_);
-    if (faces_.Extent() != originalFaces_.Extent() || edges_.Extent() != originalEdges_.Extent()) {
-      Logger::Instance().Message(1, "A copy has %d faces and %d edges, the body %d and %d", faces_.Extent(),
-                                 edges_.Extent(), originalFaces_.Extent(), originalEdges_.Extent());
-      return false;
+    int fewest = std::numeric_limits<int>::max();
+    for (double share : kRetryShares) {
+      TopoDS_Shape copy;
+      if (!Guarded("Copy of a body with faces", originalFaces_.Extent(),
+                   [&] { copy = BRepBuilderAPI_Copy(original_, true, false).Shape(); }))
+        break;
+      TopTools_IndexedMapOfShape faces, edges;
+      TopExp::MapShapes(copy, TopAbs_FACE, faces);
+      TopExp::MapShapes(copy, TopAbs_EDGE, edges);
+      if (faces.Extent() != originalFaces_.Extent() || edges.Extent() != originalEdges_.Extent()) {
+        Logger::Instance().Message(1, "A copy has %d faces and %d edges, the body %d and %d", faces.Extent(),
+                                   edges.Extent(), originalFaces_.Extent(), originalEdges_.Extent());
+        break;
+      }
+      IMeshTools_Parameters parameters;
+      parameters.Deflection = std::max(share * meshDeflection_, kMinDeflection / 2.0);
+      parameters.Angle = kAngularDeflection;
+      int doubtful = faces.Extent() + 1;
+      Guarded("Mesh of a body with faces", faces.Extent(), [&] { doubtful = MeshFaces(copy, parameters); });
+      if (doubtful < fewest) {
+        fewest = doubtful;
+        faces_ = faces;
+        edges_ = edges;
+      }
+      if (fewest == 0) return true;
     }
-    IMeshTools_Parameters parameters;
-    parameters.Deflection = meshDeflection_;
-    parameters.Angle = kAngularDeflection;
-    Guarded("Mesh of a body with faces", faces_.Extent(), [&] { MeshFaces(copy, parameters); });
+    if (faces_.IsEmpty() && edges_.IsEmpty()) return false;
+    Logger::Instance().Message(1, "%d of %d faces may be drawn with holes or overlaps", fewest,
+                               faces_.Extent());
     return true;
   }
 
@@ -201,38 +222,52 @@ class Builder {
     const gp_Trsf transform = placement_ * location.Transformation();
     const bool mirrored = transform.VectorialPart().Determinant() < 0.0;
     const bool reversed = face.Orientation() == TopAbs_REVERSED;
-    const std::vector<gp_XYZ> normals = Normals(surface, *triangles);
-    std::vector<gp_Pnt> points;
-    for (int i = 1; i <= triangles->NbNodes(); ++i)
-      points.push_back(triangles->Node(i).Transformed(location));
-    if (!AreNear(points)) return Notice("Face", number - 1, "points far outside the body");
+    FaceTriangles drawn = TrianglesOf(*triangles);
+    if (!surface.IsNull()) RefineFace(GeomAdaptor_Surface(surface), kRefineShare * meshDeflection_, drawn);
+    const std::vector<gp_XYZ> normals = Normals(surface, drawn);
+    for (gp_Pnt& point : drawn.points)
+      point.Transform(location);
+    if (!AreNear(drawn.points)) return Notice("Face", number - 1, "points far outside the body");
 
     GRepFace& range = mesh_.faces[static_cast<std::size_t>(number - 1)];
     range.firstVertex = static_cast<std::uint32_t>(positions_.size());
     range.firstIndex = static_cast<std::uint32_t>(mesh_.triangles.size());
-    std::vector<std::uint32_t> vertexOf(static_cast<std::size_t>(triangles->NbNodes()), kUnused);
-    const auto vertex = [&](int node) {
-      std::uint32_t& known = vertexOf[static_cast<std::size_t>(node - 1)];
-      if (known == kUnused) {
-        gp_XYZ normal = normals[static_cast<std::size_t>(node - 1)];
+    std::vector<std::uint32_t> vertexOf(drawn.points.size(), kUnused);
+    const auto vertex = [&](int index) {
+      const std::size_t point = static_cast<std::size_t>(index);
+      if (vertexOf[point] == kUnused) {
+        gp_XYZ normal = normals[point];
         normal.Multiply(transform.VectorialPart());
         if (reversed) normal.Reverse();
-        known = AddVertex(points[static_cast<std::size_t>(node - 1)].Transformed(placement_), normal);
+        vertexOf[point] = AddVertex(drawn.points[point].Transformed(placement_), normal);
       }
-      return known;
+      return vertexOf[point];
     };
     if (withEdges_) AddStrips(face, drawnOnly ? originalEdges_ : edges_, triangles, vertex);
-    for (int i = 1; i <= triangles->NbTriangles(); ++i) {
-      int a, b, c;
-      triangles->Triangle(i).Get(a, b, c);
-      if (std::min({a, b, c}) < 1 || std::max({a, b, c}) > triangles->NbNodes()) continue;
-      if (a == b || b == c || c == a) continue;
+    for (auto [a, b, c] : drawn.triangles) {
       if (reversed != mirrored) std::swap(b, c);
-      for (int node : {a, b, c})
-        mesh_.triangles.push_back(vertex(node));
+      for (int point : {a, b, c})
+        mesh_.triangles.push_back(vertex(point));
     }
     range.indexCount = static_cast<std::uint32_t>(mesh_.triangles.size()) - range.firstIndex;
     range.vertexCount = static_cast<std::uint32_t>(positions_.size()) - range.firstVertex;
+  }
+
+  // Nodes become points with the same number less one; triangles that are none are left out.
+  static FaceTriangles TrianglesOf(const Poly_Triangulation& triangulation) {
+    FaceTriangles face;
+    const int count = triangulation.NbNodes();
+    for (int i = 1; i <= count; ++i) {
+      face.points.push_back(triangulation.Node(i));
+      if (triangulation.HasUVNodes()) face.parameters.push_back(triangulation.UVNode(i));
+    }
+    for (int i = 1; i <= triangulation.NbTriangles(); ++i) {
+      int a, b, c;
+      triangulation.Triangle(i).Get(a, b, c);
+      if (std::min({a, b, c}) < 1 || std::max({a, b, c}) > count || a == b || b == c || c == a) continue;
+      face.triangles.push_back({a - 1, b - 1, c - 1});
+    }
+    return face;
   }
 
   // Draws the edges of a face along its vertices, as far as no face before has.
@@ -252,7 +287,7 @@ class Builder {
       for (int i = 1; i <= count; ++i) {
         const int node = polygon->Node(edge.Orientation() == TopAbs_REVERSED && drawn ? count + 1 - i : i);
         if (node < 1 || node > triangles->NbNodes()) continue;
-        const std::uint32_t v = vertex(node);
+        const std::uint32_t v = vertex(node - 1);
         if (!drawn) strip.push_back(v);
       }
     }
@@ -325,32 +360,28 @@ class Builder {
 
   // One normal for each node in the coordinates of the triangulation; from the surface where it has one, else
   // from the triangles around the node.
-  static std::vector<gp_XYZ> Normals(const Handle(Geom_Surface) & surface,
-                                     const Poly_Triangulation& triangles) {
-    std::vector<gp_XYZ> normals(static_cast<std::size_t>(triangles.NbNodes()));
+  static std::vector<gp_XYZ> Normals(const Handle(Geom_Surface) & surface, const FaceTriangles& face) {
+    std::vector<gp_XYZ> normals(face.points.size());
     std::vector<char> known(normals.size(), 0);
-    if (!surface.IsNull() && triangles.HasUVNodes()) {
+    if (!surface.IsNull() && face.parameters.size() == normals.size()) {
       const GeomAdaptor_Surface adaptor(surface);
-      for (int i = 1; i <= triangles.NbNodes(); ++i) {
-        const std::size_t k = static_cast<std::size_t>(i - 1);
-        if (i > 1 && adaptor.GetType() == GeomAbs_Plane) {
-          normals[k] = normals[0];
-          known[k] = known[0];
+      for (std::size_t i = 0; i < normals.size(); ++i) {
+        if (i > 0 && adaptor.GetType() == GeomAbs_Plane) {
+          normals[i] = normals[0];
+          known[i] = known[0];
         } else {
-          known[k] = SurfaceNormal(adaptor, triangles.UVNode(i), normals[k]);
+          known[i] = SurfaceNormal(adaptor, face.parameters[i], normals[i]);
         }
       }
     }
     if (std::find(known.begin(), known.end(), 0) == known.end()) return normals;
-    for (int i = 1; i <= triangles.NbTriangles(); ++i) {
-      int node[3];
-      triangles.Triangle(i).Get(node[0], node[1], node[2]);
-      if (*std::min_element(node, node + 3) < 1 || *std::max_element(node, node + 3) > triangles.NbNodes())
-        continue;
-      const gp_XYZ origin = triangles.Node(node[0]).XYZ();
-      const gp_XYZ area = (triangles.Node(node[1]).XYZ() - origin) ^ (triangles.Node(node[2]).XYZ() - origin);
-      for (int n : node)
-        if (!known[static_cast<std::size_t>(n - 1)]) normals[static_cast<std::size_t>(n - 1)] += area;
+    for (const std::array<int, 3>& corners : face.triangles) {
+      const auto point = [&](std::size_t k) {
+        return face.points[static_cast<std::size_t>(corners[k])].XYZ();
+      };
+      const gp_XYZ area = (point(1) - point(0)) ^ (point(2) - point(0));
+      for (int corner : corners)
+        if (!known[static_cast<std::size_t>(corner)]) normals[static_cast<std::size_t>(corner)] += area;
     }
     return normals;
   }

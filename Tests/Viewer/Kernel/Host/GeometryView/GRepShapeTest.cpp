@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <BRepAlgoAPI_Cut.hxx>
+#include <BRepAlgoAPI_Fuse.hxx>
 #include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
@@ -104,6 +105,10 @@ std::vector<BodySample> Solids() {
           {"fillets", Filleted()},
           {"hole",
            BRepAlgoAPI_Cut(box, BRepPrimAPI_MakeCylinder(gp_Ax2(gp_Pnt(5, 9, -1), gp::DZ()), 3, 40).Shape())},
+          {"trimmed sphere and torus",
+           BRepAlgoAPI_Fuse(BRepPrimAPI_MakeTorus(20, 5).Shape(),
+                            BRepPrimAPI_MakeSphere(gp_Ax2(gp_Pnt(12, 9, 2), gp_Dir(1, 2, -1)), 8).Shape())
+               .Shape()},
           {"perforated", Perforated(12)},
           {"needle", BRepPrimAPI_MakeBox(1000, 0.01, 0.02).Shape()},
           {"placed", Filleted().Located(TopLoc_Location(move))},
