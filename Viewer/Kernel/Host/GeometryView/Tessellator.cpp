@@ -346,10 +346,11 @@ class Builder {
   // Whether points of the unplaced body are numbers and where they can be.
   bool AreNear(const std::vector<gp_Pnt>& points) const {
     return std::all_of(points.begin(), points.end(), [this](const gp_Pnt& point) {
-      bool near = true;
+      bool inside = true;
       for (int axis = 1; axis <= 3; ++axis)
-        near = near && point.Coord(axis) >= lowest_.Coord(axis) && point.Coord(axis) <= highest_.Coord(axis);
-      return near;
+        inside =
+            inside && point.Coord(axis) >= lowest_.Coord(axis) && point.Coord(axis) <= highest_.Coord(axis);
+      return inside;
     });
   }
 
