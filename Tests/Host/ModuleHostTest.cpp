@@ -91,8 +91,7 @@ TEST(ModuleHost, SaysWhyALibraryIsNotLoaded) {
   EXPECT_EQ(reason.find(text), std::string::npos) << "whoever asks knows the path";
 
   const std::string module = ReadFile(MIREL_MODULE);
-  for (const std::size_t length :
-       {std::size_t{4}, std::size_t{64}, std::size_t{4096}, std::size_t{65536}}) {
+  for (const std::size_t length : {std::size_t{4}, std::size_t{64}, std::size_t{4096}, std::size_t{65536}}) {
     WriteFile(text, module.substr(0, length));
     EXPECT_NE(ModuleLibrary(text).GetError(), "") << length;
     std::filesystem::remove(std::filesystem::u8path(text));  // never shorten a file that may be mapped
