@@ -240,7 +240,7 @@ bool WriteSample(const char* path) {
   document.Place(chassis, caster, "caster rear left", Move(-230, 140, -5) * Turn(up, 35));
   document.Place(chassis, caster, "caster rear right", Move(-230, -140, -5) * Turn(up, 180));
 
-  document.Place(trolley, chassis, "chassis 底盘", Move(0, 0, 110));
+  document.Place(trolley, chassis, "底盘", Move(0, 0, 110));
   document.Place(trolley, drawer, "drawer top", Move(0, 0, 330));
   document.Place(trolley, drawer, "drawer middle", Move(0, 0, 230));
   document.ColorInstance(document.Place(trolley, drawer, "drawer bottom", Move(0, 0, 130)), red);

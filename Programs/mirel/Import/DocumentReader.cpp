@@ -11,6 +11,9 @@
 #include <Interface_Static.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <Standard_Failure.hxx>
+#include <StepBasic_Product.hxx>
+#include <StepRepr_NextAssemblyUsageOccurrence.hxx>
+#include <TCollection_HAsciiString.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <Transfer_TransientProcess.hxx>
 #include <XCAFApp_Application.hxx>
@@ -21,6 +24,7 @@
 #include <XSControl_WorkSession.hxx>
 
 #include <algorithm>
+#include <string_view>
 
 namespace mirel {
 
@@ -63,6 +67,32 @@ Handle(XSControl_WorkSession) GetSession(const IGESCAFControl_Reader& reader) {
   return reader.WS();
 }
 
+bool IsSkipped(const Handle(TCollection_HAsciiString) & text) {
+  if (text.IsNull() || text->UsefullLength() > 0) {
+    return false;
+  }
+  const std::string_view bytes(text->ToCString(), static_cast<std::size_t>(text->Length()));
+  return std::any_of(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) != 0; });
+}
+
+// OpenCASCADE names a component by its description, name or id, a product by its name or id, whichever is not
+// blank first, but takes a text without any visible ASCII character for blank. Only the id is taken as it is,
+// whatever it holds, and nothing else needs it: so a name that would be skipped is moved there.
+void KeepName(const Handle(Standard_Transient) & entity) {
+  if (const auto product = Handle(StepBasic_Product)::DownCast(entity)) {
+    if (IsSkipped(product->Name())) {
+      product->SetId(product->Name());
+    }
+  } else if (const auto component = Handle(StepRepr_NextAssemblyUsageOccurrence)::DownCast(entity)) {
+    if (IsSkipped(component->Description())) {
+      component->SetName(component->Description());
+    }
+    if (IsSkipped(component->Name())) {
+      component->SetId(component->Name());
+    }
+  }
+}
+
 }  // namespace
 
 template <typename Reader>
@@ -80,6 +110,7 @@ bool DocumentReader::Run(Reader& reader, const SourceFile& file, const Handle(TD
   const Handle(Interface_InterfaceModel) entities = GetSession(reader)->Model();
   for (int i = 1; i <= entities->NbEntities(); ++i) {
     badEntities_ += entities->IsErrorEntity(i) ? 1 : 0;
+    KeepName(entities->Value(i));
   }
   progress_.Begin("transfer");
   const Handle(OcctProgress) indicator = new OcctProgress(progress_);

@@ -22,7 +22,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <filesystem>
+#include <set>
 #include <vector>
 
 namespace mirel {
@@ -156,6 +158,53 @@ TEST(SampleRoundTripTest, WhatAViewerGetsIsWhatXcafReads) {
       }
     }
   }
+}
+
+// OpenCASCADE takes a name without any visible ASCII character for blank, and has an id in its place.
+TEST(SampleRoundTripTest, NamesInAnyScriptAreKept) {
+  const struct {
+    const char* inSample;
+    const char* instead;
+    const char* name;
+  } cases[] = {
+      // Products have an id and a name: a top assembly, another one, and parts.
+      {"'工具车','工具车'", "'T-1',' 手推车 '", " 手推车 "},
+      {"'Fahrgestell','Fahrgestell'", R"('A-1','\X2\8ECA53F0\X0\')", "車台"},
+      {"'Gabel','Gabel'", R"('P-1','\X2\53C9\X0\')", "叉"},
+      {"'Rad Ø100','Rad Ø100'", "'P-2','車輪'", "車輪"},
+      {"'Griff Größe L','Griff Größe L'", "'把手',' '", "把手"},
+      // Components have a name and a description, which comes first.
+      {"'deck',''", R"('\X2\7532677F\X0\','')", "甲板"},
+      {"'fork',''", "'вилка',' '", "вилка"},
+      {"'drawer top',''", R"('\X4\0001F5C4\X0\','')", "🗄"},
+      {"'drawer middle',''", R"('\X\D8\S\D','')", "ØÄ"},
+      {"'drawer bottom',''", "'bottom','下'", "下"},
+      {"'push handle',''", "'push 手',''", "push 手"},
+      {"'ballast',''", "'重','ballast'", "ballast"},
+  };
+  std::string content = ReadFile(MIREL_SAMPLE);
+  for (const auto& one : cases) {
+    const std::size_t place = content.find(one.inSample);
+    ASSERT_NE(place, std::string::npos) << one.inSample;
+    content.replace(place, std::strlen(one.inSample), one.instead);
+  }
+  const TestFolder scratch;
+  const std::string folder = scratch.GetPath() + "model";
+  WriteFile(scratch.GetPath() + "names.step", content);
+  ASSERT_EQ(Mirel({"--quiet", "save", "--strict", scratch.GetPath() + "names.step", folder}), 0);
+
+  const std::shared_ptr<SceneNode> root = LiteSceneReader().Load(folder + "/index.gz", nullptr);
+  ASSERT_TRUE(root);
+  std::vector<Placed> seen;
+  WalkNodes(*root, {{}, glm::dmat4(1.0), glm::vec3(-1), 0, 0, 0}, seen);
+  std::set<std::string> names;
+  for (const Placed& placed : seen) {
+    names.insert(placed.names.begin(), placed.names.end());
+  }
+  for (const auto& one : cases) {
+    EXPECT_EQ(names.count(one.name), 1u) << one.name;
+  }
+  EXPECT_EQ(names.count("底盘"), 1u);  // as the sample has it
 }
 
 TEST(SampleRoundTripTest, SavingTwiceGivesTheSameBytes) {
