@@ -63,7 +63,8 @@ struct GRepEdge {
 /// 1; then n / |n|. The error is below 1 degree. Normals point out of the material, and the corners of a
 /// triangle turn counter-clockwise when seen from there.
 struct MIREL_HOST_API GRepMesh {
-  /// What is drawn, and vertices of the body that no edge uses. The exact body reaches past it by
+  /// The mesh before its positions were rounded to the grid, and vertices of the body that no edge uses. A
+  /// drawn vertex may lie half a grid step outside, and the exact body reaches past the box by
   /// `linearDeflection` at most. Empty for an empty body, infinite for a body without bounds (of which
   /// nothing is drawn).
   AABoxT<double> box;
@@ -102,8 +103,7 @@ struct MIREL_HOST_API GRepMesh {
   /// The number of faces that have no triangles because they could not be meshed.
   std::size_t CountFacesWithoutTriangles() const;
 
-  /// The position of a vertex in mm; `index` must be below `GetVertexCount()`. `GetGridStep` is computed anew
-  /// in each call: loops over many vertices had better do the one multiplication themselves.
+  /// The position of a vertex in mm; `index` must be below `GetVertexCount()`.
   glm::dvec3 GetPosition(std::size_t index) const;
 
   /// The unit normal of a vertex; `index` must be below `GetVertexCount()`.

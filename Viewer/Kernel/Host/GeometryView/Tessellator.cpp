@@ -8,6 +8,7 @@
 #include <BRepAdaptor_Curve.hxx>
 #include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_Copy.hxx>
+#include <BRepLib.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <GeomAdaptor_Surface.hxx>
@@ -177,6 +178,13 @@ class Builder {
         Logger::Instance().Message(1, "A copy has %d faces and %d edges, the body %d and %d", faces.Extent(),
                                    edges.Extent(), originalFaces_.Extent(), originalEdges_.Extent());
         break;
+      }
+      for (int i = 1; i <= edges.Extent(); ++i) {
+        const TopoDS_Edge& edge = TopoDS::Edge(edges(i));
+        double first, last;
+        // The mesher crashes on the seam of a cone that has its curve on the surface alone.
+        if (!BRep_Tool::Degenerated(edge) && BRep_Tool::Curve(edge, first, last).IsNull())
+          Guarded("Curve of edge", i - 1, [&] { BRepLib::BuildCurve3d(edge); });
       }
       IMeshTools_Parameters parameters;
       parameters.Deflection = std::max(share * meshDeflection_, kMinDeflection / 2.0);
@@ -443,6 +451,8 @@ class Builder {
         low.SetCoord(axis, std::min(low.Coord(axis), position.Coord(axis)));
         high.SetCoord(axis, std::max(high.Coord(axis), position.Coord(axis)));
       }
+    for (const gp_XYZ& corner : {low, high})
+      mesh_.box.Extend(glm::dvec3(corner.X(), corner.Y(), corner.Z()));
     const double step = mesh_.gridStep;
     bool fine = false;
     for (int axis = 0; axis < 3; ++axis) {
@@ -466,8 +476,6 @@ class Builder {
         mesh_.vertices[i] = {static_cast<std::uint16_t>(place[0]), static_cast<std::uint16_t>(place[1]),
                              static_cast<std::uint16_t>(place[2]), nx, ny};
     }
-    for (std::size_t i = 0; i < count; ++i)
-      mesh_.box.Extend(mesh_.GetPosition(i));
   }
 
   gp_Trsf placement_;

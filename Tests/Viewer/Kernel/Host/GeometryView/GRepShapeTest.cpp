@@ -27,6 +27,7 @@
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <GProp_GProps.hxx>
+#include <Geom_Curve.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
@@ -87,6 +88,14 @@ TopoDS_Compound Compound(const std::vector<TopoDS_Shape>& parts) {
   return whole;
 }
 
+// A body whose edges lie on its surfaces alone.
+TopoDS_Shape WithoutCurves(const TopoDS_Shape& body) {
+  BRep_Builder builder;
+  for (TopExp_Explorer edges(body, TopAbs_EDGE); edges.More(); edges.Next())
+    builder.UpdateEdge(TopoDS::Edge(edges.Current()), Handle(Geom_Curve)(), 1e-7);
+  return body;
+}
+
 std::vector<BodySample> Solids() {
   const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
   gp_Trsf move;
@@ -101,6 +110,7 @@ std::vector<BodySample> Solids() {
           {"small sphere, whose fast triangulation fails", BRepPrimAPI_MakeSphere(1e-3).Shape()},
           {"cylinder", BRepPrimAPI_MakeCylinder(5, 20).Shape()},
           {"cone with apex", BRepPrimAPI_MakeCone(10, 0, 20).Shape()},
+          {"cone without curves", WithoutCurves(BRepPrimAPI_MakeCone(10, 5, 20).Shape())},
           {"torus", BRepPrimAPI_MakeTorus(10, 3).Shape()},
           {"fillets", Filleted()},
           {"hole",
