@@ -18,7 +18,9 @@ LogCapture::LogCapture() {
       [this](int level, const std::string& text) { entries_.emplace_back(level, text); });
 }
 
-LogCapture::~LogCapture() { Logger::Instance().SetSink(std::move(before_)); }
+LogCapture::~LogCapture() {
+  Logger::Instance().SetSink(std::move(before_));
+}
 
 std::vector<std::string> LogCapture::GetTexts(int level) const {
   std::vector<std::string> texts;
@@ -30,7 +32,8 @@ std::vector<std::string> LogCapture::GetTexts(int level) const {
 
 int LogCapture::Count(int level, const std::string& text) const {
   int count = 0;
-  for (const Entry& entry : entries_) count += entry.first == level && entry.second == text;
+  for (const Entry& entry : entries_)
+    count += entry.first == level && entry.second == text;
   return count;
 }
 

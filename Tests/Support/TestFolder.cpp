@@ -11,8 +11,8 @@ namespace mirel {
 namespace fs = std::filesystem;
 
 TestFolder::TestFolder() {
-  const fs::path folder =
-      fs::temp_directory_path() / fs::u8path("mirel-" + ObjectId::NewId().toString()) / fs::u8path(u8"设计-Größe");
+  const fs::path folder = fs::temp_directory_path() / fs::u8path("mirel-" + ObjectId::NewId().toString()) /
+                          fs::u8path(u8"设计-Größe");
   fs::create_directories(folder);
   path_ = folder.u8string() + "/";
 }
@@ -28,7 +28,8 @@ std::string TestFolder::ListFiles() const {
     if (!entry.is_directory()) names.insert(fs::relative(entry.path(), GetFsPath()).generic_u8string());
   }
   std::string list;
-  for (const std::string& name : names) list += (list.empty() ? "" : " ") + name;
+  for (const std::string& name : names)
+    list += (list.empty() ? "" : " ") + name;
   return list;
 }
 

@@ -10,7 +10,9 @@
 
 namespace mirel {
 
-ImportLiteModelCommand::ImportLiteModelCommand() { SetName("ImportLiteModel"); }
+ImportLiteModelCommand::ImportLiteModelCommand() {
+  SetName("ImportLiteModel");
+}
 
 ImportLiteModelCommand::~ImportLiteModelCommand() = default;
 

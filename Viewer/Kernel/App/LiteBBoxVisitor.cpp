@@ -61,6 +61,8 @@ void LiteBBoxVisitor::Visit(ShapeItem* item) {
   Add(grep->GetBoundingBox(), *item);
 }
 
-AABoxT<double> LiteBBoxVisitor::GetBox() const { return box_; }
+AABoxT<double> LiteBBoxVisitor::GetBox() const {
+  return box_;
+}
 
 }  // namespace mirel

@@ -32,7 +32,8 @@ LiteVisualVisitor::LiteVisualVisitor(LiteModel& model, const std::shared_ptr<Sce
   if (!scene_ && !parent_) MIREL_FAILURE("A visual visitor needs a scene or a parent node");
 }
 
-LiteVisualVisitor::LiteVisualVisitor(const LiteVisualVisitor& outer, const std::shared_ptr<GroupSceneNode>& parent)
+LiteVisualVisitor::LiteVisualVisitor(const LiteVisualVisitor& outer,
+                                     const std::shared_ptr<GroupSceneNode>& parent)
     : model_(outer.model_), scene_(outer.scene_), parent_(parent), walk_(outer.walk_) {}
 
 LiteVisualVisitor::~LiteVisualVisitor() = default;
@@ -87,7 +88,8 @@ void LiteVisualVisitor::Visit(ShapeItem* item) {
   node->SetTransform(item->GetTransform());
   node->SetColor(item->GetColor());
   item->SetTag(node->GetUuid());
-  for (const auto& [face, color] : item->GetFaceColor()) node->SetFaceColor(face, color);
+  for (const auto& [face, color] : item->GetFaceColor())
+    node->SetFaceColor(face, color);
   Add(node);
 }
 

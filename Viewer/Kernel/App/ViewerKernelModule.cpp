@@ -14,7 +14,9 @@ namespace mirel {
 
 namespace {
 
-void RegisterLoader() { StreamModelLoaderFactory::Instance().AddFactoryT<LiteModelLoader>("Lite"); }
+void RegisterLoader() {
+  StreamModelLoaderFactory::Instance().AddFactoryT<LiteModelLoader>("Lite");
+}
 
 // What the module gives to the host when it is loaded, in this order: objects of one translation unit are initialised
 // from top to bottom. This file is a direct source of the shared library, so no linker can leave it out.

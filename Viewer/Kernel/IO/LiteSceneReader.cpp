@@ -28,8 +28,8 @@ void LoadPackages(LiteModel& model, const std::string& folder, unsigned int coun
     if (!buffer) {
       MIREL_FAILURE("Buffer is null!");
       if (++missing < kMaxMissingPackages || n == count) continue;
-      MIREL_FAILURE("%u packages of %s are missing: numbers %u to %u are not looked for", missing, folder.c_str(),
-                    n + 1, count);
+      MIREL_FAILURE("%u packages of %s are missing: numbers %u to %u are not looked for", missing,
+                    folder.c_str(), n + 1, count);
       return;
     }
     if (!PackageReader(model, name).Load(buffer->GetData(), static_cast<unsigned int>(buffer->GetSize()))) {
@@ -71,7 +71,9 @@ std::shared_ptr<SceneNode> LiteSceneReader::Load(const std::string& path, Materi
   return BuildScene(model);
 }
 
-void LiteSceneReader::ListFormats(std::map<std::string, std::string>& formats) { formats["Lite"] = "*.gz"; }
+void LiteSceneReader::ListFormats(std::map<std::string, std::string>& formats) {
+  formats["Lite"] = "*.gz";
+}
 
 bool LiteSceneReader::Support(std::string extension) const {
   static const std::set<std::string> supported{".gz"};

@@ -8,7 +8,9 @@
 
 namespace mirel {
 
-GroupItem::GroupItem() { SetType("Group"); }
+GroupItem::GroupItem() {
+  SetType("Group");
+}
 
 GroupItem::~GroupItem() {
   // A program may have built groups of any depth; their destructors must not call each other that deep. So every group
@@ -24,7 +26,9 @@ GroupItem::~GroupItem() {
   }
 }
 
-void GroupItem::AddItem(std::unique_ptr<LiteModelItem>&& item) { children_.push_back(std::move(item)); }
+void GroupItem::AddItem(std::unique_ptr<LiteModelItem>&& item) {
+  children_.push_back(std::move(item));
+}
 
 void GroupItem::SetChildren(std::vector<std::unique_ptr<LiteModelItem>>&& children) {
   if (&children == &children_) return;
@@ -32,7 +36,9 @@ void GroupItem::SetChildren(std::vector<std::unique_ptr<LiteModelItem>>&& childr
   children.clear();
 }
 
-void GroupItem::Apply(LiteModelVisitor* v) { v->Visit(this); }
+void GroupItem::Apply(LiteModelVisitor* v) {
+  v->Visit(this);
+}
 
 void GroupItem::Write(JsonWriter& writer, const LiteModel& model) const {
   ItemWalk& walk = WritingWalk();
@@ -52,7 +58,8 @@ bool GroupItem::Read(rapidjson::Value& value) {
   LiteModelItem::Read(value);
   rapidjson::Value* const children = FindArray(value, "Children");
   if (!children) return false;
-  thread_local ItemWalk walk;  // bounds the recursion through CreateItem, which has no argument that could carry it
+  thread_local ItemWalk
+      walk;  // bounds the recursion through CreateItem, which has no argument that could carry it
   const ItemWalk::Level level(walk, *this, children->Size());
   if (!level) return true;
   for (rapidjson::Value& child : children->GetArray()) {

@@ -7,11 +7,15 @@
 
 namespace mirel {
 
-InstanceItem::InstanceItem() { SetType("Instance"); }
+InstanceItem::InstanceItem() {
+  SetType("Instance");
+}
 
 InstanceItem::~InstanceItem() = default;
 
-void InstanceItem::Apply(LiteModelVisitor* v) { v->Visit(this); }
+void InstanceItem::Apply(LiteModelVisitor* v) {
+  v->Visit(this);
+}
 
 void InstanceItem::Write(JsonWriter& writer, const LiteModel& model) const {
   LiteModelItem* const type = model.FindType(typeId_);

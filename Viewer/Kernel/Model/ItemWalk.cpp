@@ -10,7 +10,8 @@ bool ItemWalk::Enter(const LiteModelItem& item) {
   // The top-level item is level 1, and what lies inside `item` would be one level deeper than it.
   if (depth_ + 2 > kMaxNesting) {
     MIREL_FAILURE("%s %s \"%s\" is nested deeper than %d levels: its content is left out",
-                  item.GetType().c_str(), item.GetId().toString().c_str(), item.GetName().c_str(), kMaxNesting);
+                  item.GetType().c_str(), item.GetId().toString().c_str(), item.GetName().c_str(),
+                  kMaxNesting);
     return false;
   }
   ++depth_;
@@ -30,8 +31,9 @@ ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& group, std::size_t c
 ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& instance, const LiteModelItem& type)
     : walk_(walk), isType_(true) {
   if (std::find(walk.types_.begin(), walk.types_.end(), &type) != walk.types_.end()) {
-    MIREL_FAILURE("Type %s \"%s\" contains itself: instance %s of it is left out", type.GetId().toString().c_str(),
-                  type.GetName().c_str(), instance.GetId().toString().c_str());
+    MIREL_FAILURE("Type %s \"%s\" contains itself: instance %s of it is left out",
+                  type.GetId().toString().c_str(), type.GetName().c_str(),
+                  instance.GetId().toString().c_str());
     return;
   }
   entered_ = walk.Enter(instance);
@@ -45,8 +47,9 @@ ItemWalk::Level::~Level() {
 }
 
 void NoteMissing(const LiteModelItem& item, const char* what, const ObjectId& id) {
-  Logger::Instance().Message(1, "%s %s \"%s\" has no %s: the model holds none with id %s", item.GetType().c_str(),
-                             item.GetId().toString().c_str(), item.GetName().c_str(), what, id.toString().c_str());
+  Logger::Instance().Message(1, "%s %s \"%s\" has no %s: the model holds none with id %s",
+                             item.GetType().c_str(), item.GetId().toString().c_str(), item.GetName().c_str(),
+                             what, id.toString().c_str());
 }
 
 }  // namespace mirel

@@ -20,7 +20,9 @@ LiteModel::LiteModel() = default;
 
 LiteModel::~LiteModel() = default;
 
-void LiteModel::AddItem(std::unique_ptr<LiteModelItem>&& item) { items_.push_back(std::move(item)); }
+void LiteModel::AddItem(std::unique_ptr<LiteModelItem>&& item) {
+  items_.push_back(std::move(item));
+}
 
 void LiteModel::AddType(std::unique_ptr<LiteModelItem>&& item) {
   if (!item) return;
@@ -34,13 +36,21 @@ ObjectId LiteModel::AddShape(const std::shared_ptr<TopoShape>& shape) {
   return id;
 }
 
-void LiteModel::AddShape(ObjectId id, const std::shared_ptr<TopoShape>& shape) { shapes_[id] = shape; }
+void LiteModel::AddShape(ObjectId id, const std::shared_ptr<TopoShape>& shape) {
+  shapes_[id] = shape;
+}
 
-void LiteModel::AddShape(ObjectId id, const std::shared_ptr<GRepShape>& grep) { greps_[id] = grep; }
+void LiteModel::AddShape(ObjectId id, const std::shared_ptr<GRepShape>& grep) {
+  greps_[id] = grep;
+}
 
-std::shared_ptr<TopoShape> LiteModel::FindShape(const ObjectId& id) const { return Find(shapes_, id); }
+std::shared_ptr<TopoShape> LiteModel::FindShape(const ObjectId& id) const {
+  return Find(shapes_, id);
+}
 
-std::shared_ptr<GRepShape> LiteModel::FindGRepShape(const ObjectId& id) const { return Find(greps_, id); }
+std::shared_ptr<GRepShape> LiteModel::FindGRepShape(const ObjectId& id) const {
+  return Find(greps_, id);
+}
 
 LiteModelItem* LiteModel::FindType(const ObjectId& id) const {
   const auto found = types_.find(id);

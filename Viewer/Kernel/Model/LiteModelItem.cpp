@@ -83,7 +83,8 @@ void LiteModelItem::Write(JsonWriter& writer, const LiteModel&) const {
       writer.Key("Transform");
       writer.StartArray();
       for (int column = 0; column < 4; ++column) {
-        for (int row = 0; row < 4; ++row) writer.Double(transform_[column][row]);
+        for (int row = 0; row < 4; ++row)
+          writer.Double(transform_[column][row]);
       }
       writer.EndArray();
     } else {
@@ -96,7 +97,8 @@ bool LiteModelItem::Read(rapidjson::Value& value) {
   if (const rapidjson::Value* const id = FindString(value, "Id")) id_ = ObjectId(id->GetString());
   if (const rapidjson::Value* const name = FindString(value, "Name")) name_ = name->GetString();
   if (const rapidjson::Value* const color = FindArray(value, "Color")) ReadColor(*color, color_);
-  if (const rapidjson::Value* const transform = FindArray(value, "Transform")) ReadTransform(*transform, transform_);
+  if (const rapidjson::Value* const transform = FindArray(value, "Transform"))
+    ReadTransform(*transform, transform_);
   return true;
 }
 

@@ -23,11 +23,15 @@ bool ReadFaceIndex(const rapidjson::Value& value, std::uint32_t& face) {
 
 }  // namespace
 
-ShapeItem::ShapeItem() { SetType("Shape"); }
+ShapeItem::ShapeItem() {
+  SetType("Shape");
+}
 
 ShapeItem::~ShapeItem() = default;
 
-void ShapeItem::Apply(LiteModelVisitor* v) { v->Visit(this); }
+void ShapeItem::Apply(LiteModelVisitor* v) {
+  v->Visit(this);
+}
 
 void ShapeItem::Write(JsonWriter& writer, const LiteModel& model) const {
   LiteModelItem::Write(writer, model);

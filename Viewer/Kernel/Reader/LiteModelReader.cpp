@@ -52,7 +52,9 @@ void ReadCount(rapidjson::Value& metadata, const char* name, unsigned int& count
 
 LiteModelReader::LiteModelReader(LiteModel& model) : model_(model) {}
 
-bool LiteModelReader::Load(const std::string& text) { return LoadIndex(text); }
+bool LiteModelReader::Load(const std::string& text) {
+  return LoadIndex(text);
+}
 
 bool LiteModelReader::LoadIndex(const std::string& text) {
   ShallowDocument document;
@@ -71,12 +73,14 @@ bool LiteModelReader::LoadIndex(const std::string& text) {
   rapidjson::Value* const types = FindArray(document, "Types");
   if (!types) return false;
   for (rapidjson::Value& value : types->GetArray()) {
-    if (std::unique_ptr<LiteModelItem> type = LiteModelItem::CreateItem(value)) model_.AddType(std::move(type));
+    if (std::unique_ptr<LiteModelItem> type = LiteModelItem::CreateItem(value))
+      model_.AddType(std::move(type));
   }
   rapidjson::Value* const items = FindArray(document, "Items");
   if (!items) return false;
   for (rapidjson::Value& value : items->GetArray()) {
-    if (std::unique_ptr<LiteModelItem> item = LiteModelItem::CreateItem(value)) model_.AddItem(std::move(item));
+    if (std::unique_ptr<LiteModelItem> item = LiteModelItem::CreateItem(value))
+      model_.AddItem(std::move(item));
   }
   return true;
 }

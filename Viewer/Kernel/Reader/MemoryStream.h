@@ -9,7 +9,9 @@ namespace mirel {
 /// An input stream over bytes that stay where they are and must outlive it.
 class MemoryStream : public std::istream {
  public:
-  MemoryStream(const char* data, std::size_t size) : std::istream(nullptr), buffer_(data, size) { rdbuf(&buffer_); }
+  MemoryStream(const char* data, std::size_t size) : std::istream(nullptr), buffer_(data, size) {
+    rdbuf(&buffer_);
+  }
 
  private:
   class Buffer : public std::streambuf {

@@ -14,14 +14,16 @@ constexpr unsigned int kEntrySize = 16;
 
 std::uint64_t LittleEndian(const char* bytes, int count) {
   std::uint64_t value = 0;
-  for (int i = count; i-- > 0;) value = (value << 8) | static_cast<unsigned char>(bytes[i]);
+  for (int i = count; i-- > 0;)
+    value = (value << 8) | static_cast<unsigned char>(bytes[i]);
   return value;
 }
 
 }  // namespace
 
-bool ReadPackage(const char* data, unsigned int size, const std::string& source, const char* file, int line,
-                 const std::function<bool(const ObjectId& id, const char* bytes, unsigned int size)>& decode) {
+bool ReadPackage(
+    const char* data, unsigned int size, const std::string& source, const char* file, int line,
+    const std::function<bool(const ObjectId& id, const char* bytes, unsigned int size)>& decode) {
   if (size < kCountSize) return false;
   const std::uint64_t count = LittleEndian(data, 4);
   if (count == 0 || count > (size - kCountSize) / kEntrySize) return false;

@@ -9,7 +9,8 @@
 
 namespace mirel {
 
-PkgGRepReader::PkgGRepReader(LiteModel& model, std::string source) : model_(model), source_(std::move(source)) {}
+PkgGRepReader::PkgGRepReader(LiteModel& model, std::string source)
+    : model_(model), source_(std::move(source)) {}
 
 bool PkgGRepReader::Load(const char* data, unsigned int size) {
   return ReadPackage(data, size, source_, __FILE__, __LINE__,

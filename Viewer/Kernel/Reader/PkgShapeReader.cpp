@@ -8,7 +8,8 @@
 
 namespace mirel {
 
-PkgShapeReader::PkgShapeReader(LiteModel& model, std::string source) : model_(model), source_(std::move(source)) {}
+PkgShapeReader::PkgShapeReader(LiteModel& model, std::string source)
+    : model_(model), source_(std::move(source)) {}
 
 bool PkgShapeReader::Load(const char* data, unsigned int size) {
   return ReadPackage(data, size, source_, __FILE__, __LINE__,

@@ -69,7 +69,8 @@ void LiteModelWriter::SaveIndex(const std::string& folder) {
 
   writer.Key("Items");
   writer.StartArray();
-  for (const std::unique_ptr<LiteModelItem>& item : model_.GetItems()) WriteObject(item, writer, model_);
+  for (const std::unique_ptr<LiteModelItem>& item : model_.GetItems())
+    WriteObject(item, writer, model_);
   writer.EndArray();
   writer.EndObject();
 

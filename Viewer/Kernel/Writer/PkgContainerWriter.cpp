@@ -10,7 +10,8 @@ namespace mirel {
 namespace {
 
 void AppendLittleEndian(std::string& out, unsigned long long value, int count) {
-  for (int i = 0; i < count; ++i) out += static_cast<char>((value >> (8 * i)) & 0xFF);
+  for (int i = 0; i < count; ++i)
+    out += static_cast<char>((value >> (8 * i)) & 0xFF);
 }
 
 }  // namespace
@@ -25,8 +26,8 @@ PkgContainerWriter& PkgContainerWriter::operator=(PkgContainerWriter&& other) no
 
 int PkgContainerWriter::AddItem(const ObjectId& id, const std::string& bytes) {
   if (bytes.size() >= std::numeric_limits<int>::max() - data_.size()) {
-    MIREL_FAILURE("Item %s has %llu bytes, more than a package can hold: it is not written", id.toString().c_str(),
-                  static_cast<unsigned long long>(bytes.size()));
+    MIREL_FAILURE("Item %s has %llu bytes, more than a package can hold: it is not written",
+                  id.toString().c_str(), static_cast<unsigned long long>(bytes.size()));
     return GetDataSize();
   }
   ++itemCount_;
@@ -37,7 +38,9 @@ int PkgContainerWriter::AddItem(const ObjectId& id, const std::string& bytes) {
   return GetDataSize();
 }
 
-int PkgContainerWriter::GetDataSize() const { return static_cast<int>(data_.size()); }
+int PkgContainerWriter::GetDataSize() const {
+  return static_cast<int>(data_.size());
+}
 
 void PkgContainerWriter::Write(const std::string& folder) const {
   if (itemCount_ == 0) return;

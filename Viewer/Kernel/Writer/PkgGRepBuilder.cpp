@@ -40,19 +40,25 @@ void PkgGRepBuilder::Build() {
   omp_set_num_threads(kThreads);
   const int count = static_cast<int>(entries_.size());
 #pragma omp parallel for schedule(static)
-  for (int i = 0; i < count; ++i) entries_[static_cast<std::size_t>(i)].second->Compute();
+  for (int i = 0; i < count; ++i)
+    entries_[static_cast<std::size_t>(i)].second->Compute();
 }
 
 void PkgGRepBuilder::Write(const std::string& folder) {
   PathUtil::CreateFolders(folder);
   PkgSeries<PkgGRepWriter> packages(folder);
-  for (const Entry& entry : entries_) packages.AddItem(entry.first, entry.second);
+  for (const Entry& entry : entries_)
+    packages.AddItem(entry.first, entry.second);
   packages.Finish();
   pkgCount_ = packages.GetCount();
 }
 
-unsigned int PkgGRepBuilder::GetPkgCount() const { return pkgCount_; }
+unsigned int PkgGRepBuilder::GetPkgCount() const {
+  return pkgCount_;
+}
 
-void PkgGRepBuilder::SetPkgCount(unsigned int count) { pkgCount_ = count; }
+void PkgGRepBuilder::SetPkgCount(unsigned int count) {
+  pkgCount_ = count;
+}
 
 }  // namespace mirel

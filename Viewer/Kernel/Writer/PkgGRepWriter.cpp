@@ -30,6 +30,8 @@ int PkgGRepWriter::AddItem(const ObjectId& id, const std::shared_ptr<GRepShape>&
   return container_.AddItem(id, stream.str());
 }
 
-void PkgGRepWriter::Write(const std::string& folder) const { container_.Write(folder); }
+void PkgGRepWriter::Write(const std::string& folder) const {
+  container_.Write(folder);
+}
 
 }  // namespace mirel

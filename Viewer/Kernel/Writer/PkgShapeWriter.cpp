@@ -45,7 +45,8 @@ PkgShapeWriter& PkgShapeWriter::operator=(PkgShapeWriter&& other) noexcept = def
 
 int PkgShapeWriter::AddItem(const ObjectId& id, const std::shared_ptr<TopoShape>& shape) {
   std::string reason = "it is empty";
-  const std::string text = shape && !shape->GetImpl().IsNull() ? WriteText(shape->GetImpl(), reason) : std::string();
+  const std::string text =
+      shape && !shape->GetImpl().IsNull() ? WriteText(shape->GetImpl(), reason) : std::string();
   if (text.empty()) {
     MIREL_FAILURE("Shape %s is not written: %s", id.toString().c_str(), reason.c_str());
     return container_.GetDataSize();
@@ -53,6 +54,8 @@ int PkgShapeWriter::AddItem(const ObjectId& id, const std::shared_ptr<TopoShape>
   return container_.AddItem(id, text);
 }
 
-void PkgShapeWriter::Write(const std::string& folder) const { container_.Write(folder); }
+void PkgShapeWriter::Write(const std::string& folder) const {
+  container_.Write(folder);
+}
 
 }  // namespace mirel

@@ -10,12 +10,16 @@ BaseApplication* g_application = nullptr;
 
 }  // namespace
 
-BaseApplication::BaseApplication() { g_application = this; }
+BaseApplication::BaseApplication() {
+  g_application = this;
+}
 
 BaseApplication::~BaseApplication() {
   if (g_application == this) g_application = nullptr;
 }
 
-BaseApplication* BaseApplication::Get() { return g_application; }
+BaseApplication* BaseApplication::Get() {
+  return g_application;
+}
 
 }  // namespace mirel

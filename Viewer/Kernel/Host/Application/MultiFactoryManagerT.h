@@ -53,7 +53,8 @@ class MultiFactoryManagerT {
   std::vector<Key> GetKeys() const {
     const std::lock_guard<std::mutex> lock(mutex_);
     std::vector<Key> keys;
-    for (const auto& entry : creators_) keys.push_back(entry.first);
+    for (const auto& entry : creators_)
+      keys.push_back(entry.first);
     return keys;
   }
 

@@ -16,7 +16,8 @@ class MIREL_HOST_API DialogUtil {
  public:
   /// Given the suggested file name and the filters (description, pattern, description, pattern, ...), returns the
   /// chosen path, or an empty one when the user cancels.
-  using OpenFileFunction = std::function<Path(const std::string& name, const std::vector<std::string>& filters)>;
+  using OpenFileFunction =
+      std::function<Path(const std::string& name, const std::vector<std::string>& filters)>;
 
   /// Asks for a file to open through the installed function. Without one, as if the user cancelled: an empty path.
   static Path OpenFileDialog(const std::string& name, const std::vector<std::string>& filters);

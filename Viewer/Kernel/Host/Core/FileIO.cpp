@@ -44,7 +44,9 @@ bool FlushToDisk(std::FILE* file) {
 #endif
 }
 
-std::string LastError() { return std::generic_category().message(errno); }
+std::string LastError() {
+  return std::generic_category().message(errno);
+}
 
 bool WriteAside(const fs::path& path, const char* data, std::size_t size, std::string& reason) {
   File file = Open(path, "wbx");

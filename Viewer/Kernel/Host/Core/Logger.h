@@ -50,8 +50,8 @@ class MIREL_HOST_API Logger {
 }  // namespace mirel
 
 /// Logs a failure of the host layer at level 3 and its location line at level 1.
-#define MIREL_HOST_FAILURE(...)                                                                               \
-  do {                                                                                                        \
-    ::mirel::Logger::Instance().Message(3, __VA_ARGS__);                                                      \
-    ::mirel::Logger::Instance().Message(1, "\t#%d, %s", __LINE__, ::mirel::Logger::GetFileName(__FILE__));    \
+#define MIREL_HOST_FAILURE(...)                                                                              \
+  do {                                                                                                       \
+    ::mirel::Logger::Instance().Message(3, __VA_ARGS__);                                                     \
+    ::mirel::Logger::Instance().Message(1, "\t#%d, %s", __LINE__, ::mirel::Logger::GetFileName(__FILE__));   \
   } while (false)

@@ -2,6 +2,8 @@
 
 namespace mirel {
 
-bool MathUtil::IsIdentity(const glm::dmat4& matrix) { return matrix == glm::dmat4(1.0); }
+bool MathUtil::IsIdentity(const glm::dmat4& matrix) {
+  return matrix == glm::dmat4(1.0);
+}
 
 }  // namespace mirel

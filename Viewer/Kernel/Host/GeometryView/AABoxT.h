@@ -13,8 +13,8 @@ namespace mirel {
 ///
 ///     state         meaning                                 corners
 ///     0, empty      encloses nothing                        min (0.5, 0.5, 0.5), max (-0.5, -0.5, -0.5)
-///     1, finite     encloses min <= p <= max on each axis   as set; min <= max on each axis, flat boxes and
-///     points too 2, infinite   encloses everything                     without meaning
+///     1, finite     encloses min <= p <= max on each axis   as set; min <= max, so flat boxes and points too
+///     2, infinite   encloses everything                     without meaning
 ///
 /// An empty box is not a box at the origin: merging it into another box changes nothing. The corners of a box
 /// that is made finite are checked, on x, y and z in that order; corners that are inverted or not numbers are

@@ -9,7 +9,8 @@ namespace {
 unsigned int NextUuid() {
   static std::atomic<unsigned int> counter{0};
   unsigned int uuid = 0;
-  while (uuid == 0) uuid = ++counter;
+  while (uuid == 0)
+    uuid = ++counter;
   return uuid;
 }
 

@@ -56,27 +56,27 @@ bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size
   while (read < size || read == 0) {
     std::size_t memberRead = 0;
     std::size_t memberWritten = 0;
-    switch (libdeflate_gzip_decompress_ex(decompressor.get(), data + read, size - read, content.get() + written,
-                                          static_cast<std::size_t>(capacity - written), &memberRead,
-                                          &memberWritten)) {
-      case LIBDEFLATE_SUCCESS:
-        read += memberRead;
-        written += memberWritten;
-        break;
-      case LIBDEFLATE_INSUFFICIENT_SPACE:  // several members, or a wrong declared size
-        if (capacity == ceiling) {
-          reason = ceiling == kMaxInflatedBytes ? "the content is too large" : "damaged gzip data";
-          return false;
-        }
-        capacity = std::min(ceiling, std::max<std::uint64_t>(2 * capacity, 4096));
-        if (!Grow(content, capacity)) {
-          reason = "out of memory";
-          return false;
-        }
-        break;
-      default:
-        reason = read == 0 ? "not a gzip file, or damaged" : "bytes behind the gzip data, or damaged";
+    switch (libdeflate_gzip_decompress_ex(
+        decompressor.get(), data + read, size - read, content.get() + written,
+        static_cast<std::size_t>(capacity - written), &memberRead, &memberWritten)) {
+    case LIBDEFLATE_SUCCESS:
+      read += memberRead;
+      written += memberWritten;
+      break;
+    case LIBDEFLATE_INSUFFICIENT_SPACE:  // several members, or a wrong declared size
+      if (capacity == ceiling) {
+        reason = ceiling == kMaxInflatedBytes ? "the content is too large" : "damaged gzip data";
         return false;
+      }
+      capacity = std::min(ceiling, std::max<std::uint64_t>(2 * capacity, 4096));
+      if (!Grow(content, capacity)) {
+        reason = "out of memory";
+        return false;
+      }
+      break;
+    default:
+      reason = read == 0 ? "not a gzip file, or damaged" : "bytes behind the gzip data, or damaged";
+      return false;
     }
   }
   content.get()[written] = '\0';

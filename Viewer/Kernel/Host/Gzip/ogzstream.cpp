@@ -66,7 +66,8 @@ ogzstream::~ogzstream() {
       }
     }
     if (bad()) {
-      reason = "part of the content was lost";  // an exception while the content was collected, for want of memory
+      reason =
+          "part of the content was lost";  // an exception while the content was collected, for want of memory
     } else if (size == 0) {
       reason = "out of memory";
     } else if (ReplaceFile(name_, file.get(), size, reason)) {
@@ -78,6 +79,8 @@ ogzstream::~ogzstream() {
   MIREL_HOST_FAILURE("Cannot write %s: %s", name_.c_str(), reason.c_str());
 }
 
-void ogzstream::write_str(const std::string& text) { write(text.data(), static_cast<std::streamsize>(text.size())); }
+void ogzstream::write_str(const std::string& text) {
+  write(text.data(), static_cast<std::streamsize>(text.size()));
+}
 
 }  // namespace mirel

@@ -19,9 +19,10 @@ CommandManager& CommandManager::Instance() {
 void CommandManager::Register(const std::shared_ptr<Command>& command) {
   if (!command) return;
   const std::lock_guard<std::mutex> lock(mutex_);
-  const auto same = std::find_if(commands_.begin(), commands_.end(), [&](const std::shared_ptr<Command>& other) {
-    return other->GetName() == command->GetName();
-  });
+  const auto same =
+      std::find_if(commands_.begin(), commands_.end(), [&](const std::shared_ptr<Command>& other) {
+        return other->GetName() == command->GetName();
+      });
   if (same != commands_.end()) {
     *same = command;
   } else {

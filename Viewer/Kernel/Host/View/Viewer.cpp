@@ -6,6 +6,8 @@ Viewer::Viewer() = default;
 
 Viewer::~Viewer() = default;
 
-void Viewer::RequestUpdate(EnumUpdateFlags flags) { context_.RequestUpdate(flags); }
+void Viewer::RequestUpdate(EnumUpdateFlags flags) {
+  context_.RequestUpdate(flags);
+}
 
 }  // namespace mirel
