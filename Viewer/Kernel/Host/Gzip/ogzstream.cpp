@@ -12,7 +12,7 @@ namespace mirel {
 
 namespace {
 
-/// libdeflate's default level: level 9 would make a model folder 3 % smaller and compress three times slower.
+/// libdeflate's default level: level 9 makes a folder of a real assembly 4 % smaller and takes six times as long.
 constexpr int kCompressionLevel = 6;
 
 struct CompressorDeleter {
