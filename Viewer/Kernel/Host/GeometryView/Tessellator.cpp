@@ -189,7 +189,6 @@ class Builder {
       IMeshTools_Parameters parameters;
       parameters.Deflection = std::max(share * meshDeflection_, kMinDeflection / 2.0);
       parameters.Angle = kAngularDeflection;
-      parameters.InParallel = true;  // one huge body would leave all but one core idle; the mesh is the same
       int doubtful = faces.Extent() + 1;
       Guarded("Mesh of a body with faces", faces.Extent(), [&] { doubtful = MeshFaces(copy, parameters); });
       if (doubtful < fewest) {
