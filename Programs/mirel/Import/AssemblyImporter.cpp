@@ -65,25 +65,33 @@ std::optional<std::size_t> AssemblyImporter::ReadProduct(const TDF_Label& label)
   return place;
 }
 
+std::optional<AssemblyImporter::Component> AssemblyImporter::ReadComponent(const TDF_Label& place) {
+  TDF_Label referred;
+  const std::optional<std::size_t> used =
+      XCAFDoc_ShapeTool::GetReferredShape(place, referred) ? ReadProduct(referred) : std::nullopt;
+  if (!used) {
+    ++record_.brokenComponents;
+    return std::nullopt;
+  }
+  Component component;
+  component.name = XcafLabel::GetName(place);
+  component.transform = XcafLabel::GetMatrix(XCAFDoc_ShapeTool::GetLocation(place));
+  component.color = XcafLabel::GetColor(colors_, place);
+  component.product = *used;
+  return component;
+}
+
 void AssemblyImporter::ReadComponents(const TDF_Label& label, Product& product) {
   TDF_LabelSequence components;
   XCAFDoc_ShapeTool::GetComponents(label, components);
   for (const TDF_Label& place : components) {
-    TDF_Label referred;
-    const std::optional<std::size_t> used =
-        XCAFDoc_ShapeTool::GetReferredShape(place, referred) ? ReadProduct(referred) : std::nullopt;
-    if (!used) {
-      ++record_.brokenComponents;
+    std::optional<Component> component = ReadComponent(place);
+    if (!component) {
       continue;
     }
-    Component component;
-    component.name = XcafLabel::GetName(place);
-    component.transform = XcafLabel::GetMatrix(XCAFDoc_ShapeTool::GetLocation(place));
-    component.color = XcafLabel::GetColor(colors_, place);
-    component.product = *used;
-    const Product& usedProduct = products_[*used];
-    product.showsParentColor |= !component.color && !usedProduct.color && usedProduct.showsParentColor;
-    product.components.push_back(std::move(component));
+    const Product& used = products_[component->product];
+    product.showsParentColor |= !component->color && !used.color && used.showsParentColor;
+    product.components.push_back(std::move(*component));
   }
   product.firstComponent = record_.components.size();
   for (const Component& component : product.components) {
@@ -133,18 +141,12 @@ void AssemblyImporter::AddRoot(const TDF_Label& label) {
   TDF_Label referred;
   if (XCAFDoc_ShapeTool::GetReferredShape(label, referred)) {
     // A root that is only a placement of a product: XCAF makes such a label for a placed shape.
-    const std::optional<std::size_t> used = ReadProduct(referred);
-    if (!used) {
-      ++record_.brokenComponents;
+    const std::optional<Component> component = ReadComponent(label);
+    if (!component) {
       return;
     }
-    Component component;
-    component.name = XcafLabel::GetName(label);
-    component.transform = XcafLabel::GetMatrix(XCAFDoc_ShapeTool::GetLocation(label));
-    component.color = XcafLabel::GetColor(colors_, label);
-    component.product = *used;
-    record_.components.push_back({{}, component.name, component.color});
-    model_.AddItem(BuildInstance(component, record_.components.size() - 1, std::nullopt));
+    record_.components.push_back({{}, component->name, component->color});
+    model_.AddItem(BuildInstance(*component, record_.components.size() - 1, std::nullopt));
     return;
   }
   if (const std::optional<std::size_t> product = ReadProduct(label)) {

@@ -91,6 +91,8 @@ class AssemblyImporter {
   using TypeKey = std::tuple<std::size_t, bool, float, float, float>;  // product, and colour if it has one
 
   std::optional<std::size_t> ReadProduct(const TDF_Label& label);
+  // Nothing for a component without a product, or inside itself; it is counted as broken.
+  std::optional<Component> ReadComponent(const TDF_Label& place);
   void ReadComponents(const TDF_Label& label, Product& product);
   void ReadFaceColors(const TDF_Label& label, Product& product);
 
