@@ -6,7 +6,7 @@ function(mirel_warnings target)
     target_compile_options(${target} PRIVATE -Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual
                                              -Wcast-qual -Wformat=2 -Wundef
                                              $<$<BOOL:${MIREL_WERROR}>:-Werror>)
-    if(MIREL_SANITIZE)
+    if(MIREL_SANITIZE AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
       # GCC sees uninitialised values in the standard library's own headers then (<regex> for one).
       target_compile_options(${target} PRIVATE -Wno-maybe-uninitialized)
     endif()

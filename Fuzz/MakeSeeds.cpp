@@ -1,0 +1,57 @@
+// Writes the seeds of the fuzz targets: MirelMakeSeeds FOLDER, where FOLDER is Fuzz/ in the source tree. Small inputs that
+// between them have every feature that the readers know; what else there is, the fuzzer finds out.
+
+#include <Tests/Support/TestFolder.h>
+
+#include <libdeflate.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <string>
+
+using namespace mirel;
+
+namespace {
+
+/// The folder of a target's seeds, ending with a separator.
+std::string SeedFolder(const std::string& folder, const char* target) {
+  const std::filesystem::path path = std::filesystem::u8path(folder) / target / "seeds";
+  std::filesystem::create_directories(path);
+  return path.u8string() + "/";
+}
+
+std::string Gzip(const std::string& content, int level) {
+  libdeflate_compressor* const compressor = libdeflate_alloc_compressor(level);
+  std::string file(libdeflate_gzip_compress_bound(compressor, content.size()), '\0');
+  file.resize(libdeflate_gzip_compress(compressor, content.data(), content.size(), file.data(), file.size()));
+  libdeflate_free_compressor(compressor);
+  return file;
+}
+
+void MakeGzipSeeds(const std::string& folder) {
+  std::string mixed;
+  for (int i = 0; i < 600; ++i)
+    mixed += std::to_string(i * i) + (i % 3 == 0 ? "\n" : " ");
+  const std::string text = Gzip("{\"Types\":[],\"Items\":[]}", 6);
+  WriteFile(folder + "empty", Gzip("", 6));
+  WriteFile(folder + "text", text);
+  WriteFile(folder + "stored", Gzip(mixed.substr(0, 100), 0));
+  WriteFile(folder + "dynamic-codes", Gzip(mixed, 9));
+  WriteFile(folder + "three-members", text + Gzip("", 1) + text);
+  WriteFile(folder + "zeros", Gzip(std::string(100000, '\0'), 9));
+  // Extra field, name, comment and header checksum.
+  std::string header("\x1f\x8b\x08\x1e\0\0\0\0\0\xff\x04\0abcdname\0comment\0\x1dn", 31);
+  WriteFile(folder + "all-header-fields", header + text.substr(10));
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::fprintf(stderr, "usage: MirelMakeSeeds FOLDER\n");
+    return 1;
+  }
+  const std::string folder = argv[1];
+  MakeGzipSeeds(SeedFolder(folder, "GzipFuzz"));
+  return 0;
+}
