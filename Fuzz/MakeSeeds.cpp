@@ -2,11 +2,14 @@
 // between them have every feature that the readers know; what else there is, the fuzzer finds out.
 
 #include <Tests/Support/TestFolder.h>
+#include <Tests/Viewer/Kernel/Host/Geometry/BodySamples.h>
 
 #include <libdeflate.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
+#include <map>
 #include <string>
 
 using namespace mirel;
@@ -44,6 +47,20 @@ void MakeGzipSeeds(const std::string& folder) {
   WriteFile(folder + "all-header-fields", header + text.substr(10));
 }
 
+/// Larger bodies would only slow the fuzzer down: they have nothing that the small ones do not have.
+constexpr std::size_t kMaxBodyText = 4000;
+
+void MakeBodyTextSeeds(const std::string& folder) {
+  std::map<std::string, int> names;
+  for (const test::BodySample& sample : test::MakeBodySamples()) {
+    const std::string text = test::WriteBRepText(sample.shape);
+    std::string name = sample.name;
+    std::replace(name.begin(), name.end(), ' ', '-');
+    if (const int count = ++names[name]; count > 1) name += "-" + std::to_string(count);
+    if (text.size() <= kMaxBodyText) WriteFile(folder + name, text);
+  }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -52,6 +69,7 @@ int main(int argc, char** argv) {
     return 1;
   }
   const std::string folder = argv[1];
+  MakeBodyTextSeeds(SeedFolder(folder, "BodyTextFuzz"));
   MakeGzipSeeds(SeedFolder(folder, "GzipFuzz"));
   return 0;
 }

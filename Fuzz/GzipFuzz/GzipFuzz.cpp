@@ -3,6 +3,7 @@
 
 #include <Fuzz/Support/FuzzCheck.h>
 #include <Fuzz/Support/FuzzFolder.h>
+#include <Fuzz/Support/Mutate.h>
 #include <Tests/Support/TestFolder.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Host/Gzip/ogzstream.h>
@@ -11,8 +12,6 @@
 
 #include <algorithm>
 #include <cstring>
-#include <random>
-#include <vector>
 
 using namespace mirel;
 using namespace mirel::fuzz;
@@ -108,7 +107,7 @@ std::size_t FindDeflated(const std::string& file) {
   return std::min(at, file.size());
 }
 
-std::string MakeHeader(std::minstd_rand& random) {
+std::string MakeHeader(Random& random) {
   const int flags = random() % 3 == 0 ? static_cast<int>(random() % 32) : 0;
   std::string header = "\x1f\x8b\x08";
   header += static_cast<char>(flags);
@@ -120,18 +119,11 @@ std::string MakeHeader(std::minstd_rand& random) {
   return header;
 }
 
-std::string Mutate(const std::string& bytes, std::size_t maxSize) {
-  std::vector<std::uint8_t> buffer(bytes.begin(), bytes.end());
-  buffer.resize(std::max(maxSize, bytes.size()));
-  buffer.resize(LLVMFuzzerMutate(buffer.data(), bytes.size(), buffer.size()));
-  return std::string(buffer.begin(), buffer.end());
-}
-
 }  // namespace
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize,
                                                unsigned int seed) {
-  std::minstd_rand random(seed);
+  Random random(seed);
   if (random() % 4 == 0) return LLVMFuzzerMutate(data, size, maxSize);
 
   const std::string file(reinterpret_cast<const char*>(data), size);
@@ -144,11 +136,11 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
   deflated.resize(taken);
   switch (random() % 4) {
   case 0:
-    content = Mutate(content, std::min<std::size_t>(2 * content.size() + 16, kMaxMutated));
+    content = MutateBytes(content, std::min<std::size_t>(2 * content.size() + 16, kMaxMutated));
     deflated = Deflate(content, 1 + static_cast<int>(random() % 12));
     break;
   case 1:
-    deflated = Mutate(deflated, deflated.size() + 16);
+    deflated = MutateBytes(deflated, deflated.size() + 16);
     content = Inflate(deflated, taken);
     break;
   case 2:
@@ -164,9 +156,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
   AppendInteger(out, libdeflate_crc32(0, content.data(), content.size()) ^ (random() % 16 == 0 ? 1U : 0U));
   AppendInteger(out, static_cast<std::uint32_t>(length));
   if (random() % 4 != 0) out += rest;
-  if (out.size() > maxSize) return LLVMFuzzerMutate(data, size, maxSize);
-  std::copy(out.begin(), out.end(), data);
-  return out.size();
+  return ReturnInput(out, data, size, maxSize);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

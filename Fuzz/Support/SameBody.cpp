@@ -1,0 +1,51 @@
+#include <Fuzz/Support/SameBody.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdlib>
+#include <cstring>
+
+namespace mirel::fuzz {
+
+namespace {
+
+/// The next token of a text, which `next` is moved behind; empty at the end.
+std::string NextToken(const char*& next) {
+  static const char* const kBlank = " \t\r\n";
+  next += std::strspn(next, kBlank);
+  const std::size_t length = std::strcspn(next, kBlank);
+  next += length;
+  return std::string(next - length, length);
+}
+
+bool IsFlags(const std::string& token) {
+  return token.size() == 7 && token.find_first_not_of("01") == std::string::npos;
+}
+
+bool IsSameToken(std::string a, std::string b) {
+  if (a == b) return true;
+  if (IsFlags(a) && IsFlags(b)) {
+    a[2] = b[2];
+    return a == b;
+  }
+  char* endOfA = nullptr;
+  char* endOfB = nullptr;
+  const double x = std::strtod(a.c_str(), &endOfA);
+  const double y = std::strtod(b.c_str(), &endOfB);
+  return *endOfA == '\0' && *endOfB == '\0' && std::fabs(x - y) <= 1e-9 * std::max(1.0, std::fabs(x));
+}
+
+}  // namespace
+
+bool IsSameBody(const std::string& a, const std::string& b) {
+  const char* nextOfA = a.c_str();
+  const char* nextOfB = b.c_str();
+  for (;;) {
+    const std::string tokenOfA = NextToken(nextOfA);
+    const std::string tokenOfB = NextToken(nextOfB);
+    if (!IsSameToken(tokenOfA, tokenOfB)) return false;
+    if (tokenOfA.empty()) return true;
+  }
+}
+
+}  // namespace mirel::fuzz
