@@ -2,7 +2,11 @@
 // between them have every feature that the readers know; what else there is, the fuzzer finds out.
 
 #include <Tests/Support/TestFolder.h>
+#include <Tests/Support/TestModel.h>
 #include <Tests/Viewer/Kernel/Host/Geometry/BodySamples.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <libdeflate.h>
 
@@ -61,6 +65,40 @@ void MakeBodyTextSeeds(const std::string& folder) {
   }
 }
 
+/// Bodies with little text and few triangles.
+std::vector<test::BodySample> FindSamples(const std::vector<std::string>& names) {
+  std::vector<test::BodySample> found;
+  for (const test::BodySample& sample : test::MakeBodySamples()) {
+    if (std::find(names.begin(), names.end(), sample.name) != names.end()) found.push_back(sample);
+  }
+  return found;
+}
+
+void MakePackageSeeds(const std::string& shapeFolder, const std::string& grepFolder) {
+  std::vector<std::pair<unsigned long long, std::string>> bodies;
+  std::vector<std::pair<unsigned long long, std::string>> greps;
+  for (const test::BodySample& sample :
+       FindSamples({"vertex", "empty compound", "polygon", "wire", "face", "box", "cylinder",
+                    "edge on a circle", "face of triangles only", "unbounded face", "wedge", "far away"})) {
+    const auto shape = std::make_shared<TopoShape>(sample.shape);
+    bodies.emplace_back(bodies.size() + 1, ToText(shape));
+    greps.emplace_back(greps.size() + 1, ToRecord(MakeGRep(shape)));
+    std::string name = sample.name + "-" + std::to_string(bodies.size());
+    std::replace(name.begin(), name.end(), ' ', '-');
+    WriteFile(shapeFolder + name, MakePackage({bodies.back()}));
+    WriteFile(grepFolder + name, MakePackage({greps.back()}));
+  }
+  const auto fine = GRepShape::Create(MakeBox(1000.0, 2000.0, 3000.0), nullptr, nullptr, 1e-4, true);
+  fine->Compute();
+  WriteFile(grepFolder + "fine-grid", MakePackage({{1, ToRecord(fine)}}));
+  WriteFile(grepFolder + "all", MakePackage(greps));
+  WriteFile(shapeFolder + "all", MakePackage(bodies));
+  WriteFile(shapeFolder + "none", MakePackage({}));
+  bodies.emplace_back(1, "no body");
+  bodies.emplace_back(2, "");
+  WriteFile(shapeFolder + "same-ids", MakePackage(bodies));
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -70,6 +108,7 @@ int main(int argc, char** argv) {
   }
   const std::string folder = argv[1];
   MakeBodyTextSeeds(SeedFolder(folder, "BodyTextFuzz"));
+  MakePackageSeeds(SeedFolder(folder, "ShapePackageFuzz"), SeedFolder(folder, "GRepPackageFuzz"));
   MakeGzipSeeds(SeedFolder(folder, "GzipFuzz"));
   return 0;
 }
