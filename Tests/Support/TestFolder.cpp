@@ -43,4 +43,20 @@ void WriteFile(const std::string& path, const std::string& content) {
   file.write(content.data(), static_cast<std::streamsize>(content.size()));
 }
 
+FileContents ReadFiles(const std::string& folder) {
+  FileContents files;
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(fs::u8path(folder))) {
+    if (entry.is_directory()) continue;
+    files[fs::relative(entry.path(), fs::u8path(folder)).generic_u8string()] =
+        ReadFile(entry.path().u8string());
+  }
+  return files;
+}
+
+FileContents WithoutHidden(FileContents files) {
+  for (auto file = files.begin(); file != files.end();)
+    file = file->first[0] == '.' ? files.erase(file) : std::next(file);
+  return files;
+}
+
 }  // namespace mirel

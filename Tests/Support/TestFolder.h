@@ -1,6 +1,7 @@
 #pragma once
 
 #include <filesystem>
+#include <map>
 #include <string>
 
 namespace mirel {
@@ -27,5 +28,11 @@ class TestFolder {
 /// Whole files, as bytes. Reading a file that is not there gives an empty string.
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);
+
+/// All files below a folder by their names relative to it, with their content.
+using FileContents = std::map<std::string, std::string>;
+FileContents ReadFiles(const std::string& folder);
+/// Those of them that lie in no hidden folder: what a reader of a model folder may look at.
+FileContents WithoutHidden(FileContents files);
 
 }  // namespace mirel

@@ -2,9 +2,9 @@
 
 #include <Programs/mirel/Save/InterruptCleanup.h>
 
-#include <algorithm>
-#include <cctype>
+#include <cstring>
 #include <random>
+#include <vector>
 
 #if defined(__linux__)
 #include <cerrno>
@@ -18,41 +18,118 @@ namespace mirel {
 
 namespace {
 
+constexpr const char* kPrefix = ".mirel-";
+
+bool Consists(const std::string& text, const char* characters) {
+  return !text.empty() && text.find_first_not_of(characters) == std::string::npos;
+}
+
 bool IsPackageName(const std::string& name) {
   const std::size_t digits = name.size() > 3 ? name.size() - 3 : 0;
-  return digits > 0 && name.compare(digits, 3, ".gz") == 0 &&
-         std::all_of(name.begin(), name.begin() + static_cast<std::ptrdiff_t>(digits),
-                     [](unsigned char c) { return std::isdigit(c) != 0; });
+  return name.substr(digits) == ".gz" && Consists(name.substr(0, digits), "0123456789");
+}
+
+// What a killed save leaves inside a model folder.
+bool IsLeftover(const std::string& name) {
+  return name.rfind(kPrefix, 0) == 0 && Consists(name.substr(std::strlen(kPrefix)), "0123456789");
+}
+
+// What a killed save leaves beside it.
+bool IsAsideName(const std::string& name) {
+  return name.size() == std::strlen(kPrefix) + 16 && name.rfind(kPrefix, 0) == 0 &&
+         Consists(name.substr(std::strlen(kPrefix)), "0123456789abcdef");
+}
+
+// What a folder holds, with its kinds. Another process may replace the folder meanwhile: what is not there any more does
+// not count.
+std::vector<std::pair<std::string, fs::file_type>> List(const fs::path& folder, std::error_code& failure) {
+  std::vector<std::pair<std::string, fs::file_type>> entries;
+  fs::directory_iterator entry(folder, failure);
+  if (failure == std::errc::no_such_file_or_directory) {
+    failure.clear();
+  }
+  for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+    std::error_code unknown;
+    const fs::file_type type = entry->symlink_status(unknown).type();
+    if (type != fs::file_type::not_found) {
+      entries.emplace_back(entry->path().filename().u8string(), type);
+    }
+  }
+  return entries;
 }
 
 // The first thing in a folder that no model folder holds, relative to the folder; empty when there is none.
 std::string FindForeign(const fs::path& folder, std::error_code& failure) {
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, failure)) {
-    const std::string name = entry.path().filename().u8string();
-    const fs::file_status status = entry.symlink_status(failure);
-    if (name == "index.gz" && fs::is_regular_file(status)) {
+  for (const auto& [name, type] : List(folder, failure)) {
+    if ((name == "index.gz" && type == fs::file_type::regular) || IsLeftover(name)) {
       continue;
     }
-    if ((name != "model" && name != "grep") || !fs::is_directory(status)) {
+    if ((name != "model" && name != "grep") || type != fs::file_type::directory) {
       return name;
     }
-    for (const fs::directory_entry& package : fs::directory_iterator(entry.path(), failure)) {
-      const std::string file = package.path().filename().u8string();
-      if (!IsPackageName(file) || !fs::is_regular_file(package.symlink_status(failure))) {
+    for (const auto& [file, fileType] : List(folder / name, failure)) {
+      if (!IsLeftover(file) && (!IsPackageName(file) || fileType != fs::file_type::regular)) {
         return name + "/" + file;
       }
+    }
+    if (failure) {
+      break;
     }
   }
   return std::string();
 }
 
+// Whether a folder without an index looks as an interrupted save leaves it. An empty one does not.
+bool IsIncomplete(const fs::path& folder) {
+  std::error_code failure;
+  return !List(folder, failure).empty() && FindForeign(folder, failure).empty() && !failure;
+}
+
+// Removes what killed processes left in a folder. Whoever is alive holds a lock.
+void RemoveAbandoned(const fs::path& parent) {
+  std::error_code failure;
+  for (const auto& [name, type] : List(parent, failure)) {
+    if (!IsAsideName(name) || type != fs::file_type::directory) {
+      continue;
+    }
+    FolderLock lock;
+    std::error_code unread;
+    if (lock.Take(parent / name) == FolderLock::Result::kTaken &&
+        FindForeign(parent / name, unread).empty() && !unread) {
+      std::error_code ignored;
+      fs::remove_all(parent / name, ignored);
+    }
+  }
+}
+
 // Swaps two folders in one step where the system can.
-bool Exchange([[maybe_unused]] const fs::path& a, [[maybe_unused]] const fs::path& b) {
+bool Exchange([[maybe_unused]] const fs::path& a, [[maybe_unused]] const fs::path& b,
+              std::error_code& failure) {
+  failure = std::make_error_code(std::errc::function_not_supported);
 #if defined(__linux__) && defined(RENAME_EXCHANGE)
-  return renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0;
-#else
-  return false;
+  if (renameat2(AT_FDCWD, a.c_str(), AT_FDCWD, b.c_str(), RENAME_EXCHANGE) == 0) {
+    failure.clear();
+  } else if (errno != EINVAL) {  // what a file system says that cannot
+    failure.assign(errno, std::generic_category());
+  }
 #endif
+  return !failure;
+}
+
+// Without a swap there is a moment without any folder, but never one with half a folder.
+void ReplaceInTwoSteps(const fs::path& aside, const fs::path& target, std::error_code& failure) {
+  fs::path old = aside;
+  old += "-old";
+  fs::rename(target, old, failure);
+  if (!failure) {
+    fs::rename(aside, target, failure);
+    std::error_code ignored;
+    if (failure) {
+      fs::rename(old, target, ignored);
+    } else {
+      fs::remove_all(old, ignored);
+    }
+  }
 }
 
 std::string RandomHex() {
@@ -65,7 +142,7 @@ std::string RandomHex() {
 
 }  // namespace
 
-FolderReplacement::FolderReplacement(const std::string& target) {
+FolderReplacement::FolderReplacement(const std::string& target, bool force) : force_(force) {
   std::error_code ignored;
   fs::path path = fs::absolute(fs::u8path(target), ignored).lexically_normal();
   if (!path.has_filename()) {
@@ -86,7 +163,7 @@ FolderReplacement::~FolderReplacement() {
   }
 }
 
-std::string FolderReplacement::Check(bool force) const {
+std::string FolderReplacement::Check() const {
   std::error_code failure;
   const fs::file_status status = fs::status(target_, failure);
   if (status.type() == fs::file_type::not_found) {
@@ -98,12 +175,16 @@ std::string FolderReplacement::Check(bool force) const {
   if (!fs::is_directory(status)) {
     return "is a file, not a folder";
   }
-  if (!fs::is_regular_file(target_ / "index.gz", failure)) {
+  const bool incomplete = !fs::is_regular_file(target_ / "index.gz", failure);
+  if (incomplete && !IsIncomplete(target_)) {
     return "exists and is not a model folder (it has no index.gz)";
   }
-  if (!force) {
-    return "exists already; --force replaces it";
+  if (!force_) {
+    return incomplete
+               ? "exists already and is incomplete, as an interrupted save leaves it; --force replaces it"
+               : "exists already; --force replaces it";
   }
+  failure.clear();
   const std::string foreign = FindForeign(target_, failure);
   if (failure) {
     return failure.message();
@@ -113,6 +194,20 @@ std::string FolderReplacement::Check(bool force) const {
              : "holds \"" + foreign + "\", which does not belong to a model folder and would be deleted";
 }
 
+// False without a failure when the name is taken.
+bool FolderReplacement::MakeAside(std::error_code& failure) {
+  const fs::path aside = target_.parent_path() / (kPrefix + RandomHex());
+  InterruptCleanup::Watch(aside);
+  // Between the two steps somebody who looks for abandoned folders may find this one.
+  if (fs::create_directory(aside, failure) && lock_.Take(aside) != FolderLock::Result::kBusy &&
+      fs::exists(aside, failure)) {
+    aside_ = aside;
+    return true;
+  }
+  InterruptCleanup::Watch({});
+  return false;
+}
+
 bool FolderReplacement::Begin(std::string& reason) {
   std::error_code failure;
   fs::create_directories(target_.parent_path(), failure);
@@ -120,16 +215,10 @@ bool FolderReplacement::Begin(std::string& reason) {
     reason = "its parent folder cannot be made: " + failure.message();
     return false;
   }
-  for (int attempt = 0; attempt < 100; ++attempt) {
-    const fs::path aside = target_.parent_path() / (".mirel-" + RandomHex());
-    InterruptCleanup::Watch(aside);
-    if (fs::create_directory(aside, failure)) {
-      aside_ = aside;
+  RemoveAbandoned(target_.parent_path());
+  for (int attempt = 0; attempt < 100 && !failure; ++attempt) {
+    if (MakeAside(failure)) {
       return true;
-    }
-    InterruptCleanup::Watch({});
-    if (failure) {
-      break;
     }
   }
   reason = "no folder can be made beside it" + (failure ? ": " + failure.message() : std::string());
@@ -142,28 +231,27 @@ std::string FolderReplacement::GetFolder() const {
 
 bool FolderReplacement::Commit(std::string& reason) {
   std::error_code failure;
-  if (!fs::exists(target_, failure)) {
-    fs::rename(aside_, target_, failure);
-  } else if (!Exchange(aside_, target_)) {
-    // Without a swap there is a moment without any folder, but never one with half a folder.
-    fs::path old = aside_;
-    old += "-old";
-    fs::rename(target_, old, failure);
-    if (!failure) {
+  // Others may make, replace or remove the target at any moment.
+  for (int attempt = 0; attempt < 100; ++attempt) {
+    reason = Check();
+    if (!reason.empty()) {
+      return false;
+    }
+    if (!fs::exists(target_, failure)) {
       fs::rename(aside_, target_, failure);
-      std::error_code ignored;
-      if (failure) {
-        fs::rename(old, target_, ignored);
-      } else {
-        fs::remove_all(old, ignored);
-      }
+    } else if (!Exchange(aside_, target_, failure) && failure == std::errc::function_not_supported) {
+      ReplaceInTwoSteps(aside_, target_, failure);
+    }
+    if (!failure) {
+      return true;  // after an exchange, the destructor removes the old folder, which now lies aside
+    }
+    if (failure != std::errc::no_such_file_or_directory && failure != std::errc::directory_not_empty &&
+        failure != std::errc::file_exists) {
+      break;
     }
   }
-  if (failure) {
-    reason = "the new folder cannot be put in place: " + failure.message();
-    return false;
-  }
-  return true;  // after a swap, the destructor removes the old folder, which now lies aside
+  reason = "the new folder cannot be put in place: " + failure.message();
+  return false;
 }
 
 }  // namespace mirel

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Programs/mirel/Save/FolderLock.h>
+
 #include <filesystem>
 #include <string>
 
@@ -9,33 +11,42 @@ namespace mirel {
 /// the new one, never a mixture, whatever happens in between.
 ///
 /// The folder aside is a hidden sibling of the target. It is removed when this object goes without `Commit`,
-/// and when the process is interrupted (SIGINT, SIGTERM, SIGHUP; Ctrl-C on Windows).
+/// and when the process is interrupted (SIGINT, SIGTERM, SIGHUP; Ctrl-C on Windows). One that a killed process left
+/// is removed by the next save of a folder beside it.
+///
+/// Any number of processes may replace one folder at once: it shows one of theirs, whole.
 class FolderReplacement {
  public:
-  /// `target` is a narrow path (UTF-8).
-  explicit FolderReplacement(const std::string& target);
+  /// `target` is a narrow path (UTF-8). `force` allows to replace a model folder that is there.
+  FolderReplacement(const std::string& target, bool force);
   ~FolderReplacement();
 
   FolderReplacement(const FolderReplacement&) = delete;
   FolderReplacement& operator=(const FolderReplacement&) = delete;
 
   /// Why the target may not be written; empty when it may. Nothing is touched. A target that exists must be a
-  /// model folder, `force` must be set, and the folder must hold nothing but what a model folder holds: what
-  /// other files it has would be deleted with it.
-  std::string Check(bool force) const;
+  /// model folder, or what an interrupted save has left of one, `force` must be set, and the folder must hold nothing
+  /// but what a model folder holds: what other files it has would be deleted with it.
+  std::string Check() const;
 
-  /// Makes missing parents and the empty folder aside. False with a reason when that fails.
+  /// Makes missing parents and the empty folder aside, and removes what killed processes left beside it. False with
+  /// a reason when that fails.
   bool Begin(std::string& reason);
 
   /// The folder aside, as a narrow path with a separator at its end.
   std::string GetFolder() const;
 
-  /// Puts the folder in place. False with a reason when that fails: then the target is what it was.
+  /// Puts the folder in place, unless it may not be written any more. False with a reason when that fails: then
+  /// the target is what it was.
   bool Commit(std::string& reason);
 
  private:
+  bool MakeAside(std::error_code& failure);
+
+  const bool force_;
   std::filesystem::path target_;
   std::filesystem::path aside_;  // empty when there is none
+  FolderLock lock_;              // on the folder aside, so that nobody takes it for abandoned
 };
 
 }  // namespace mirel

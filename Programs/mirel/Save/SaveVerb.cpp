@@ -55,7 +55,7 @@ ExitCode SaveVerb::Run(Console& console) {
       return ExitCode::kInputUnread;
     }
     // Before the long work, not after it.
-    const std::string refusal = FolderReplacement(folder_).Check(force_);
+    const std::string refusal = FolderReplacement(folder_, force_).Check();
     if (!refusal.empty()) {
       console.Error(folder_, refusal);
       return ExitCode::kOutputUnwritten;
@@ -171,8 +171,8 @@ ExitCode SaveVerb::ReadBody(Console& console, ProgressBar& progress, const Sourc
 
 ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& model) {
   const LogRecorder log(console, folder_);
-  FolderReplacement replacement(folder_);
-  std::string reason = replacement.Check(force_);
+  FolderReplacement replacement(folder_, force_);
+  std::string reason = replacement.Check();
   if (!reason.empty() || !replacement.Begin(reason)) {
     console.Error(folder_, reason);
     return ExitCode::kOutputUnwritten;

@@ -25,6 +25,17 @@ fs::file_time_type NewestIn(const fs::path& folder) {
   return newest;
 }
 
+// The files appear in a hidden folder inside and get their places when all are there.
+fs::path WhereFilesAppear(const fs::path& folder) {
+  std::error_code failure;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder, failure)) {
+    if (entry.path().filename().u8string()[0] == '.') {
+      return entry.path();
+    }
+  }
+  return folder;
+}
+
 double Seconds(fs::file_time_type::duration duration) {
   return std::max(0.0, std::chrono::duration<double>(duration).count());
 }
@@ -49,12 +60,13 @@ void SaveWatcher::Run() {
   std::unique_lock<std::mutex> lock(mutex_);
   while (!wake_.wait_for(lock, kPoll, [this] { return stopping_; })) {
     std::error_code ignored;
-    if (fs::exists(folder_ / "grep", ignored)) {
+    const fs::path folder = WhereFilesAppear(folder_);
+    if (fs::exists(folder / "grep", ignored)) {
       meshed_ = FileTime::clock::now();
       progress_.Begin("writing");
       return;
     }
-    const FileTime written = NewestIn(folder_ / "model");
+    const FileTime written = NewestIn(folder / "model");
     if (written != FileTime::min() && FileTime::clock::now() - written > kQuiet) {
       progress_.Begin("tessellation");
     }

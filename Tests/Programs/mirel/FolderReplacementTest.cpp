@@ -20,15 +20,15 @@ void MakeModelFolder(const std::string& folder, const std::string& content) {
 TEST(FolderReplacementTest, RefusesWhatIsNoModelFolder) {
   const TestFolder scratch;
   const std::string path = scratch.GetPath();
-  EXPECT_EQ(FolderReplacement(path + "new").Check(false), "");
-  EXPECT_EQ(FolderReplacement(path + "a/b/c/").Check(false), "");
-  EXPECT_NE(FolderReplacement(path).Check(true), "");  // a folder, though an empty one
+  EXPECT_EQ(FolderReplacement(path + "new", false).Check(), "");
+  EXPECT_EQ(FolderReplacement(path + "a/b/c/", false).Check(), "");
+  EXPECT_NE(FolderReplacement(path, true).Check(), "");  // a folder, though an empty one
   WriteFile(path + "file", "x");
-  EXPECT_EQ(FolderReplacement(path + "file").Check(true), "is a file, not a folder");
+  EXPECT_EQ(FolderReplacement(path + "file", true).Check(), "is a file, not a folder");
   MakeModelFolder(path + "model/", "old");
-  EXPECT_NE(FolderReplacement(path + "model").Check(false), "");
-  EXPECT_EQ(FolderReplacement(path + "model").Check(true), "");
-  EXPECT_NE(FolderReplacement("/").Check(true), "");
+  EXPECT_NE(FolderReplacement(path + "model", false).Check(), "");
+  EXPECT_EQ(FolderReplacement(path + "model", true).Check(), "");
+  EXPECT_NE(FolderReplacement("/", true).Check(), "");
 }
 
 // Replacing a folder deletes it: nothing may be in it that the program did not put there.
@@ -41,7 +41,7 @@ TEST(FolderReplacementTest, NeverDeletesForeignFiles) {
     const fs::path file = fs::u8path(model + name);
     fs::create_directories(file.parent_path());
     WriteFile(file.u8string(), "precious");
-    EXPECT_NE(FolderReplacement(model).Check(true), "") << name;
+    EXPECT_NE(FolderReplacement(model, true).Check(), "") << name;
   }
 }
 
@@ -50,7 +50,7 @@ TEST(FolderReplacementTest, ReplacesWholeOrNotAtAll) {
   const std::string target = scratch.GetPath() + "设计/Größe";
   std::string reason;
   {
-    FolderReplacement replacement(target + "/");
+    FolderReplacement replacement(target + "/", true);
     ASSERT_TRUE(replacement.Begin(reason)) << reason;
     MakeModelFolder(replacement.GetFolder(), "first");
     EXPECT_FALSE(fs::exists(fs::u8path(target)));
@@ -59,14 +59,14 @@ TEST(FolderReplacementTest, ReplacesWholeOrNotAtAll) {
   const std::string asSaved = scratch.ListFiles();
   EXPECT_EQ(ReadFile(target + "/grep/12.gz"), "first");
   {
-    FolderReplacement replacement(target);
+    FolderReplacement replacement(target, true);
     ASSERT_TRUE(replacement.Begin(reason)) << reason;
     MakeModelFolder(replacement.GetFolder(), "given up");
   }
   EXPECT_EQ(ReadFile(target + "/index.gz"), "first");
   EXPECT_EQ(scratch.ListFiles(), asSaved);  // nothing is left lying about
   {
-    FolderReplacement replacement(target);
+    FolderReplacement replacement(target, true);
     ASSERT_TRUE(replacement.Begin(reason)) << reason;
     WriteFile(replacement.GetFolder() + "index.gz", "second");
     ASSERT_TRUE(replacement.Commit(reason)) << reason;
@@ -75,6 +75,63 @@ TEST(FolderReplacementTest, ReplacesWholeOrNotAtAll) {
   EXPECT_FALSE(fs::exists(fs::u8path(target + "/model")));  // not a mixture
   EXPECT_EQ(std::distance(fs::directory_iterator(fs::u8path(target).parent_path()), fs::directory_iterator()),
             1);
+}
+
+// A folder that a killed save of another program left, and what no save leaves.
+TEST(FolderReplacementTest, ReplacesAnIncompleteModelFolder) {
+  const TestFolder scratch;
+  const std::string model = scratch.GetPath() + "model/";
+  MakeModelFolder(model, "old");
+  fs::create_directories(fs::u8path(model + ".mirel-123/model"));
+  WriteFile(model + ".mirel-123/model/1.gz", "new");
+  WriteFile(model + "grep/.mirel-456", "part of a file");
+  EXPECT_EQ(FolderReplacement(model, true).Check(), "");
+  fs::remove(fs::u8path(model + "index.gz"));
+  EXPECT_NE(FolderReplacement(model, false).Check().find("incomplete"), std::string::npos);
+  EXPECT_EQ(FolderReplacement(model, true).Check(), "");
+  WriteFile(model + ".mirel-rc", "somebody else's");
+  EXPECT_NE(FolderReplacement(model, true).Check(), "");
+}
+
+TEST(FolderReplacementTest, RemovesWhatKilledProcessesLeftAndNothingElse) {
+  const TestFolder scratch;
+  const std::string path = scratch.GetPath();
+  std::string reason;
+  for (const char* const name :
+       {".mirel-0123456789abcdef", ".mirel-0123456789ABCDEF", ".mirel-1", ".mirel-ffffffffffffffff"})
+    MakeModelFolder(path + name + "/", "left");
+  WriteFile(path + ".mirel-ffffffffffffffff/notes.txt", "somebody else's");
+  FolderReplacement alive(path + "a", false);
+  ASSERT_TRUE(alive.Begin(reason));
+  FolderReplacement second(path + "b", false);
+  ASSERT_TRUE(second.Begin(reason));
+  EXPECT_TRUE(fs::exists(fs::u8path(alive.GetFolder())));
+  const bool canTell = FolderLock().Take(scratch.GetFsPath()) == FolderLock::Result::kTaken;
+  EXPECT_EQ(fs::exists(fs::u8path(path + ".mirel-0123456789abcdef")), !canTell);
+  for (const char* const name : {".mirel-0123456789ABCDEF", ".mirel-1", ".mirel-ffffffffffffffff"})
+    EXPECT_TRUE(fs::exists(fs::u8path(path + name))) << name;
+}
+
+TEST(FolderReplacementTest, LooksAgainBeforeItPutsTheFolderInPlace) {
+  const TestFolder scratch;
+  const std::string target = scratch.GetPath() + "target";
+  std::string reason;
+  {
+    FolderReplacement replacement(target, false);
+    ASSERT_EQ(replacement.Check(), "");
+    ASSERT_TRUE(replacement.Begin(reason));
+    MakeModelFolder(target + "/", "somebody was faster");
+    EXPECT_FALSE(replacement.Commit(reason));
+    EXPECT_EQ(reason, "exists already; --force replaces it");
+  }
+  {
+    FolderReplacement replacement(target, true);
+    ASSERT_TRUE(replacement.Begin(reason));
+    WriteFile(target + "/notes.txt", "precious");
+    EXPECT_FALSE(replacement.Commit(reason));
+  }
+  EXPECT_EQ(ReadFile(target + "/index.gz"), "somebody was faster");
+  EXPECT_EQ(ReadFile(target + "/notes.txt"), "precious");
 }
 
 TEST(FolderReplacementTest, FollowsALinkToTheFolder) {
@@ -89,8 +146,8 @@ TEST(FolderReplacementTest, FollowsALinkToTheFolder) {
   }
   std::string reason;
   {
-    FolderReplacement replacement(link.u8string());
-    EXPECT_EQ(replacement.Check(true), "");
+    FolderReplacement replacement(link.u8string(), true);
+    EXPECT_EQ(replacement.Check(), "");
     ASSERT_TRUE(replacement.Begin(reason)) << reason;
     WriteFile(replacement.GetFolder() + "index.gz", "new");
     ASSERT_TRUE(replacement.Commit(reason)) << reason;

@@ -5,6 +5,7 @@
 #include <Viewer/Kernel/Model/ItemJson.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
+#include <Viewer/Kernel/Writer/AsideFolder.h>
 #include <Viewer/Kernel/Writer/PkgSeries.h>
 #include <Viewer/Kernel/Writer/PkgShapeWriter.h>
 
@@ -15,9 +16,11 @@ LiteModelWriter::LiteModelWriter(LiteModel& model) : model_(model) {}
 LiteModelWriter::~LiteModelWriter() = default;
 
 void LiteModelWriter::Save(const std::string& folder) {
-  PathUtil::CreateFolders(folder);
-  SaveShapes(folder);
-  SaveIndex(folder);
+  AsideFolder aside(folder);
+  if (!aside.Make()) return;
+  SaveShapes(aside.GetPath());
+  SaveIndex(aside.GetPath());
+  aside.PutInPlace(static_cast<unsigned int>(pkgShape_), builder_.GetPkgCount());
 }
 
 void LiteModelWriter::SaveShapes(const std::string& folder) {

@@ -26,9 +26,17 @@ class MIREL_VIEWER_KERNEL_API LiteModelWriter {
   ~LiteModelWriter();
 
   /// Writes the folder at a path that ends with a separator; file names are appended to it directly. Missing folders are
-  /// made. Every file is put in place whole; files that a model folder at the same path has beyond these stay. An empty
-  /// shape is left out, with a message at level 3. Failures are logged at level 3 and stop nothing.
-  /// A second `Save` starts anew.
+  /// made. A second `Save` starts anew. An empty shape is left out, with a message at level 3.
+  ///
+  /// The files are collected in a hidden folder (".mirel-" and a number) inside the folder and put in place when
+  /// all are there, so that until then the folder shows the model that it had. Packages of a larger older model are
+  /// removed, other files stay. When a file cannot be written, say because the disk is full, a message at level 3 gives
+  /// the path and the reason, and the folder stays as it was. A process that is killed leaves the old model, the new one
+  /// or, within the moment in which the files get their names, a folder without index.gz, which no reader opens; the next
+  /// save removes the hidden folder that it leaves.
+  ///
+  /// Of two saves into one folder at once, also by different processes, one at most succeeds and the other one
+  /// says that it did not; their files are not mixed.
   void Save(const std::string& folder);
 
  private:

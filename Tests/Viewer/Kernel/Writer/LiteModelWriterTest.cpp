@@ -296,9 +296,6 @@ TEST(LiteModelWriter, AFolderThatCannotBeWrittenIsReported) {
   FillAssembly(model);
   LiteModelWriter(model).Save(folder.GetPath() + "file/below/");
   EXPECT_TRUE(log.Contains("Cannot create folder " + folder.GetPath() + "file/below/: "));
-  EXPECT_TRUE(log.Contains("Cannot write " + folder.GetPath() + "file/below/model/1.gz: "));
-  EXPECT_TRUE(log.Contains("Cannot write " + folder.GetPath() + "file/below/grep/1.gz: "));
-  EXPECT_TRUE(log.Contains("Cannot write " + folder.GetPath() + "file/below/index.gz: "));
   EXPECT_TRUE(log.HasLocations());
   EXPECT_EQ(folder.ListFiles(), "file");
 }

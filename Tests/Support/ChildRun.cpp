@@ -1,0 +1,168 @@
+#include <Tests/Support/ChildRun.h>
+
+#if defined(__linux__)
+
+#include <Tests/Support/TestFolder.h>
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <fcntl.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/ptrace.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace mirel {
+
+namespace {
+
+[[noreturn]] void Execute(const std::vector<std::string>& command) {
+  std::vector<char*> arguments;
+  for (const std::string& argument : command)
+    arguments.push_back(const_cast<char*>(argument.c_str()));
+  arguments.push_back(nullptr);
+  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
+  dup2(nowhere, STDOUT_FILENO);
+  dup2(nowhere, STDERR_FILENO);
+  execv(arguments[0], arguments.data());
+  _exit(127);
+}
+
+/// Whether a system call, seen at its entry, changes the file system or a file other than the standard streams.
+bool IsStep(const __ptrace_syscall_info& call) {
+  const auto* const arguments = call.entry.args;
+  switch (call.entry.nr) {
+  case SYS_openat:
+    return (arguments[2] & (O_CREAT | O_TRUNC)) != 0;
+  case SYS_write:
+  case SYS_writev:
+  case SYS_pwrite64:
+    return arguments[0] > STDERR_FILENO;
+  case SYS_fsync:
+  case SYS_ftruncate:
+  case SYS_mkdirat:
+  case SYS_unlinkat:
+  case SYS_renameat2:
+#if defined(SYS_renameat)
+  case SYS_renameat:
+#endif
+#if defined(SYS_rename)  // not on the newer kinds of processors
+  case SYS_rename:
+  case SYS_mkdir:
+  case SYS_rmdir:
+  case SYS_unlink:
+  case SYS_creat:
+#endif
+    return true;
+#if defined(SYS_open)
+  case SYS_open:
+    return (arguments[1] & (O_CREAT | O_TRUNC)) != 0;
+#endif
+  default:
+    return false;
+  }
+}
+
+ChildRun ToRun(int status) {
+  ChildRun run;
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return run;
+}
+
+}  // namespace
+
+int StartProgram(const std::vector<std::string>& command) {
+  const pid_t child = fork();
+  if (child == 0) Execute(command);
+  return child;
+}
+
+ChildRun WaitFor(int process) {
+  int status = 0;
+  return waitpid(process, &status, 0) == process ? ToRun(status) : ChildRun();
+}
+
+ChildRun RunProgram(const std::vector<std::string>& command, const std::function<void()>& prepare) {
+  const pid_t child = fork();
+  if (child == 0) {
+    if (prepare) prepare();
+    Execute(command);
+  }
+  return WaitFor(child);
+}
+
+ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command) {
+  const pid_t child = fork();
+  if (child == 0) {
+    // The leak checker wants to trace the process itself.
+    const char* const options = std::getenv("ASAN_OPTIONS");
+    setenv("ASAN_OPTIONS", (std::string(options ? options : "") + ":detect_leaks=0").c_str(), 1);
+    ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
+    raise(SIGSTOP);
+    Execute(command);
+  }
+  ChildRun run;
+  int status = 0;
+  if (waitpid(child, &status, 0) != child || !WIFSTOPPED(status)) return run;
+  constexpr long kOptions =
+      PTRACE_O_TRACESYSGOOD | PTRACE_O_TRACECLONE | PTRACE_O_TRACEFORK | PTRACE_O_EXITKILL;
+  ptrace(PTRACE_SETOPTIONS, child, nullptr, kOptions);
+  ptrace(PTRACE_SYSCALL, child, nullptr, nullptr);
+  for (unsigned int steps = 0;;) {
+    const pid_t thread = waitpid(-1, &status, __WALL);
+    if (thread < 0) return run;
+    if (!WIFSTOPPED(status)) {
+      if (thread != child) continue;
+      run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      return run;
+    }
+    long signal = 0;
+    if (WSTOPSIG(status) == (SIGTRAP | 0x80)) {
+      __ptrace_syscall_info call = {};
+      ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof call, &call);
+      if (call.op == PTRACE_SYSCALL_INFO_ENTRY && IsStep(call) && steps++ == step) {
+        kill(child, SIGKILL);
+        run.killed = true;
+      }
+    } else if (WSTOPSIG(status) != SIGTRAP && WSTOPSIG(status) != SIGSTOP) {
+      signal = WSTOPSIG(status);  // its own: on to it
+    }
+    ptrace(PTRACE_SYSCALL, thread, nullptr, signal);
+  }
+}
+
+bool RunInChild(const std::function<void()>& checks) {
+  std::fflush(nullptr);
+  const pid_t child = fork();
+  if (child == 0) {
+    checks();
+    std::fflush(nullptr);
+    _exit(::testing::Test::HasFailure() ? 1 : 0);
+  }
+  return WaitFor(child).Succeeded();
+}
+
+bool MountSmallDisk(const std::string& folder) {
+  if (unshare(CLONE_NEWNS) != 0) {
+    // An unprivileged process may mount when it becomes the root of a user namespace of its own.
+    const std::string user = std::to_string(getuid());
+    const std::string group = std::to_string(getgid());
+    if (unshare(CLONE_NEWUSER | CLONE_NEWNS) != 0) return false;
+    WriteFile("/proc/self/setgroups", "deny");
+    WriteFile("/proc/self/uid_map", "0 " + user + " 1");
+    WriteFile("/proc/self/gid_map", "0 " + group + " 1");
+  }
+  return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         mount("mirel", folder.c_str(), "tmpfs", 0, "size=1m") == 0;
+}
+
+}  // namespace mirel
+
+#endif
