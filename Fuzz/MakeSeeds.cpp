@@ -7,6 +7,7 @@
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
 #include <libdeflate.h>
 
@@ -33,6 +34,57 @@ std::string Gzip(const std::string& content, int level) {
   file.resize(libdeflate_gzip_compress(compressor, content.data(), content.size(), file.data(), file.size()));
   libdeflate_free_compressor(compressor);
   return file;
+}
+
+/// The index of a model with everything in it, others by hand.
+std::vector<std::string> MakeIndexes() {
+  LiteModel model;
+  FillAssembly(model);
+  const TestFolder folder;
+  LiteModelWriter(model).Save(folder.GetPath());
+  return {
+      Inflate(folder.GetPath() + "index.gz"), R"({"Types":[],"Items":[]})",
+      R"({"Version":1,"Metadata":{"PkgShape":2,"PkgGRep":2},"Types":[)"
+      R"({"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"2"},{"Type":"Instance","TId":"2"}]},)"
+      R"({"Type":"Group","Id":"2","Children":[{"Type":"Instance","TId":"3"},{"Type":"Instance","TId":"3"}]},)"
+      R"({"Type":"Shape","Id":"3","SId":"7","Transform":[0,1,0,0,-1,0,0,0,0,0,1,0,5,6,7.5,1]}],)"
+      R"("Items":[{"Type":"Instance","TId":"1","Color":[0.5,0.5,0.5]}]})",
+      R"({"Types":[{"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"1"}]}],"Items":[)"
+      R"({"Type":"Instance","TId":"1"},{"Type":"Instance","TId":"9"},{"Type":"Shape","Id":5,"SId":null},)"
+      R"({"Type":"Cone"},{"Type":"Group"},7,{"Type":"Shape","FColor":[{"FId":-1,"Color":[1]},{"FId":2}]}]})",
+      R"( { "Items" : [ { "Type" : "Shape" , "Name" : "a\u0000b\u4f8b" , "Color" : [ 1e-3, 2E2, -0.0 ] } ] ,)"
+      R"( "Types" : [ { "Type" : "Shape", "Id" : "18446744073709551615" } ], "Other" : { "x" : [ ] } } )"};
+}
+
+void MakeIndexSeeds(const std::string& folder) {
+  static const char* const kNames[] = {"assembly", "empty", "shared-types", "faults", "white-space"};
+  const std::vector<std::string> indexes = MakeIndexes();
+  for (std::size_t i = 0; i < indexes.size(); ++i)
+    WriteFile(folder + kNames[i], indexes[i]);
+}
+
+/// A piece of a stream: kind (0 index, 1 bodies, 2 GReps, 3 neither), size and bytes.
+std::string MakePiece(char kind, const std::string& bytes) {
+  std::string piece(1, kind);
+  for (int i = 0; i < 4; ++i)
+    piece += static_cast<char>(bytes.size() >> (8 * i));
+  return piece + bytes;
+}
+
+void MakeStreamSeeds(const std::string& folder) {
+  const auto box = MakeBox(1.0, 2.0, 3.0);
+  const auto plane = MakePlane();
+  const std::string bodies =
+      MakePiece(1, MakePackage({{7, ToText(box)}, {10, ToText(box)}, {11, ToText(plane)}}));
+  const std::string greps =
+      MakePiece(2, MakePackage({{7, ToRecord(MakeGRep(box))}, {10, ToRecord(MakeGRep(box))}}));
+  const std::vector<std::string> indexes = MakeIndexes();
+  WriteFile(folder + "assembly", MakePiece(0, indexes[0]) + greps + bodies);
+  WriteFile(folder + "index-last", bodies + greps + MakePiece(0, indexes[2]));
+  WriteFile(folder + "two-indexes", MakePiece(0, indexes[3]) + greps + MakePiece(0, indexes[2]));
+  WriteFile(folder + "no-bodies", MakePiece(3, "") + MakePiece(0, indexes[2]) + greps);
+  WriteFile(folder + "infinite-box",
+            MakePiece(2, MakePackage({{7, ToRecord(MakeGRep(plane))}})) + MakePiece(0, indexes[2]));
 }
 
 void MakeGzipSeeds(const std::string& folder) {
@@ -107,6 +159,8 @@ int main(int argc, char** argv) {
     return 1;
   }
   const std::string folder = argv[1];
+  MakeIndexSeeds(SeedFolder(folder, "IndexFuzz"));
+  MakeStreamSeeds(SeedFolder(folder, "StreamFuzz"));
   MakeBodyTextSeeds(SeedFolder(folder, "BodyTextFuzz"));
   MakePackageSeeds(SeedFolder(folder, "ShapePackageFuzz"), SeedFolder(folder, "GRepPackageFuzz"));
   MakeGzipSeeds(SeedFolder(folder, "GzipFuzz"));
