@@ -7,8 +7,12 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <future>
 #include <limits>
+#include <map>
 #include <set>
+#include <system_error>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -89,8 +93,20 @@ struct SurfaceInfo {
 };
 
 struct Loop {
-  double first;
-  double period;  // 0: none
+  double first = 0.0;
+  double period = 0.0;  // 0: none
+};
+
+// Of the curves of one table all that shapes need to know: how many there are, and which of them are loops.
+struct CurveTable {
+  std::uint32_t count = 0;
+  std::map<std::uint32_t, Loop> loops;
+
+  Loop LoopOf(std::uint32_t index) const {
+    if (loops.empty()) return {};
+    const auto found = loops.find(index);
+    return found == loops.end() ? Loop{} : found->second;
+  }
 };
 
 struct ShapeInfo {
@@ -115,14 +131,62 @@ class Checker {
  public:
   Checker(const char* data, std::size_t size) : lexer_(data, size) {}
 
-  BRepTextResult Run() {
-    if (Header() && Locations() && Curves(2) && Curves(3) && Polygons3D() && PolygonsOnTriangulation() &&
-        Surfaces() && Triangulations() && Shapes() && Root())
-      return {};
-    return {lexer_.Reason(), lexer_.Offset()};
+  BRepTextResult Run() { return Tables() && Shapes() && Root() ? BRepTextResult() : Refusal(); }
+
+  // The same with the shapes checked on another thread meanwhile. They are half of the work and need next to nothing
+  // of the tables but how long they are, which the tables' headings say.
+  BRepTextResult RunOnTwoThreads() {
+    Checker other(lexer_);
+    std::future<bool> guess;
+    try {
+      guess = std::async(std::launch::async,
+                         [&other] { return other.GuessTables() && other.Shapes() && other.Root(); });
+    } catch (const std::system_error&) {  // the system has no thread left
+      return Run();
+    }
+    const bool good = Tables();
+    const bool otherGood = guess.get();
+    unsigned lines;
+    if (!good || !lexer_.SkipBlank(lines)) return Refusal();
+    if (!other.HasGuessed(*this)) return Shapes() && Root() ? BRepTextResult() : Refusal();
+    return otherGood ? BRepTextResult() : other.Refusal();
   }
 
  private:
+  explicit Checker(const BRepTextLexer& lexer) : lexer_(lexer) {}
+
+  BRepTextResult Refusal() const { return {lexer_.Reason(), lexer_.Offset()}; }
+
+  bool Tables() {
+    return Header() && Locations() && Curves(2) && Curves(3) && Polygons3D() && PolygonsOnTriangulation() &&
+           Surfaces() && Triangulations();
+  }
+
+  // Goes to the section of shapes and takes the tables on the way for what their headings say. False when a heading is
+  // not where it should be, which says nothing about the text.
+  bool GuessTables() {
+    std::uint32_t polygons, triangulations;
+    if (!Header() || !Locations() || !GuessTable("Curve2ds", curves2d_.count) ||
+        !GuessTable("Curves", curves3d_.count) || !GuessTable("Polygon3D", polygons3d_) ||
+        !GuessTable("PolygonOnTriangulations", polygons) || !GuessTable("Surfaces", surfaces_) ||
+        !GuessTable("Triangulations", triangulations) || !lexer_.GoTo('T'))
+      return false;
+    triangulationNodes_.resize(triangulations);
+    guessed_ = lexer_.Position();
+    return polygons == 0;
+  }
+  bool GuessTable(const char* heading, std::uint32_t& count) {
+    return lexer_.GoTo(heading[0]) && lexer_.Word(heading, "") && lexer_.Count(1, count);
+  }
+
+  // Whether the other checker, which has read the tables, found what this one took for granted.
+  bool HasGuessed(const Checker& other) const {
+    return guessed_ == other.lexer_.Position() && other.curves2d_.count == curves2d_.count &&
+           other.curves2d_.loops.empty() && other.curves3d_.count == curves3d_.count &&
+           other.curves3d_.loops.empty() && other.polygons3d_ == polygons3d_ && other.polygonNodes_.empty() &&
+           other.surfaces_ == surfaces_ && other.triangulationNodes_.size() == triangulationNodes_.size();
+  }
+
   bool Fail(const char* reason) { return lexer_.Fail(reason); }
 
   // The reader takes lines until one is the header.
@@ -221,6 +285,7 @@ class Checker {
     return perpendicular || Fail("The axes of a system are not perpendicular");
   }
 
+  bool Radius() { return lexer_.NotNegative("A radius is negative"); }
   bool Radius(double& radius) {
     return lexer_.Finite(radius) && (radius >= 0.0 || Fail("A radius is negative"));
   }
@@ -233,11 +298,12 @@ class Checker {
                          : lexer_.Word("Curves", "The section of curves is missing")) ||
         !lexer_.Count(10, count))
       return false;
-    std::vector<Loop>& loops = dimension == 2 ? loops2d_ : loops3d_;
-    for (std::uint32_t i = 0; i < count; ++i) {
+    CurveTable& table = dimension == 2 ? curves2d_ : curves3d_;
+    for (table.count = 0; table.count < count;) {
       CurveInfo info;
       if (!Curve(dimension, 1, false, info)) return false;
-      loops.push_back({info.loopFirst, info.loopPeriod});
+      ++table.count;
+      if (info.loopPeriod != 0.0) table.loops[table.count] = {info.loopFirst, info.loopPeriod};
     }
     return true;
   }
@@ -255,15 +321,15 @@ class Checker {
       return Point(dimension) && Direction(dimension, direction);
     case kCircle:
       info.range = {0.0, 2.0 * kPi, true};
-      return Axes(dimension) && Radius(first);
+      return Axes(dimension) && Radius();
     case kEllipse:
       info.range = {0.0, 2.0 * kPi, true};
       return Axes(dimension) && Radius(first) && Radius(second) &&
              (first >= second || Fail("An ellipse has its radii in the wrong order"));
     case kParabola:
-      return Axes(dimension) && Radius(first);
+      return Axes(dimension) && Radius();
     case kHyperbola:
-      return Axes(dimension) && Radius(first) && Radius(second);
+      return Axes(dimension) && Radius() && Radius();
     case kBezier:
       info.range = {0.0, 1.0, false};
       return BezierCurve(dimension);
@@ -555,7 +621,7 @@ class Checker {
       break;
     case kCylinder:
       info.u = turn;
-      if (!Axes(3) || !Radius(first)) return false;
+      if (!Axes(3) || !Radius()) return false;
       break;
     case kCone:
       info.u = turn;
@@ -566,11 +632,11 @@ class Checker {
     case kSphere:
       info.u = turn;
       info.v = {-kPi / 2.0, kPi / 2.0, false};
-      if (!Axes(3) || !Radius(first)) return false;
+      if (!Axes(3) || !Radius()) return false;
       break;
     case kTorus:
       info.u = info.v = turn;
-      if (!Axes(3) || !Radius(first) || !Radius(second)) return false;
+      if (!Axes(3) || !Radius() || !Radius()) return false;
       break;
     case kExtrusion:
       if (!Direction(3, direction) || !Curve(3, depth + 1, false, curve)) return false;
@@ -648,16 +714,15 @@ class Checker {
   // --- Shapes
 
   bool Placement(std::uint32_t& index) {
-    return lexer_.Number(static_cast<std::uint32_t>(placements_.size()), index,
-                         "A shape refers to a placement that does not exist");
+    index = 0;
+    return lexer_.Accept("0 ") || lexer_.Number(static_cast<std::uint32_t>(placements_.size()), index,
+                                                "A shape refers to a placement that does not exist");
   }
   bool CurveIndex(std::uint32_t& index) {
-    return lexer_.Index(static_cast<std::uint32_t>(loops3d_.size()), index,
-                        "A shape refers to a curve that does not exist");
+    return lexer_.Index(curves3d_.count, index, "A shape refers to a curve that does not exist");
   }
   bool PlaneCurveIndex(std::uint32_t& index) {
-    return lexer_.Index(static_cast<std::uint32_t>(loops2d_.size()), index,
-                        "A shape refers to a plane curve that does not exist");
+    return lexer_.Index(curves2d_.count, index, "A shape refers to a plane curve that does not exist");
   }
   bool SurfaceIndex(std::uint32_t& index) {
     return lexer_.Index(surfaces_, index, "A shape refers to a surface that does not exist");
@@ -688,12 +753,14 @@ class Checker {
   bool Kind(ShapeKind& kind) {
     BRepTextLexer::Token token;
     if (!lexer_.Next(token)) return false;
-    static constexpr char kNames[][3] = {"Co", "CS", "So", "Sh", "Fa", "Wi", "Ed", "Ve"};
-    for (std::uint8_t i = 0; i < kNoShape; ++i) {
-      if (token.length == 2 && token.text[0] == kNames[i][0] && token.text[1] == kNames[i][1]) {
-        kind = static_cast<ShapeKind>(i);
-        return true;
-      }
+    // Roughly by how many there are of each.
+    static constexpr char kNames[] = "EdVeWiFaShSoCoCS";
+    static constexpr ShapeKind kKinds[] = {kEdge,  kVertex, kWire,     kFace,
+                                           kShell, kSolid,  kCompound, kCompSolid};
+    for (unsigned i = 0; token.length == 2 && i < kNoShape; ++i) {
+      if (std::memcmp(token.text, kNames + 2 * i, 2) != 0) continue;
+      kind = kKinds[i];
+      return true;
     }
     return Fail("A shape is of an unknown kind");
   }
@@ -702,11 +769,15 @@ class Checker {
     return kind == kVertex ? Vertex() : kind == kEdge ? Edge() : kind == kFace ? Face() : true;
   }
 
+  bool Tolerance() { return lexer_.Accept("1e-07 ") || lexer_.Accept("1e-07\n") || lexer_.MaybeInfinite(); }
+
   bool Vertex() {
-    for (int i = 0; i < 4; ++i) {  // tolerance and point
+    if (!Tolerance()) return false;
+    for (int i = 0; i < 3; ++i) {
       if (!lexer_.MaybeInfinite()) return false;
     }
     for (;;) {
+      if (lexer_.Accept("0 0\n")) return true;
       std::uint32_t kind, index;
       if (!lexer_.MaybeInfinite() || !lexer_.Number(3, kind, "A vertex has a point of an unknown kind"))
         return false;
@@ -732,16 +803,20 @@ class Checker {
   // The letters stand glued to the number before them.
   bool Continuity(const BRepTextLexer::Token& token, unsigned first) {
     const char* text = token.text + first;
-    const bool good = token.length == first + 2 && ((text[0] == 'C' && std::strchr("0123N", text[1])) ||
-                                                    (text[0] == 'G' && (text[1] == '1' || text[1] == '2')));
+    const bool good = token.length == first + 2 &&
+                      ((text[0] == 'C' && (text[1] == 'N' || (text[1] >= '0' && text[1] <= '3'))) ||
+                       (text[0] == 'G' && (text[1] == '1' || text[1] == '2')));
     return good || Fail("A continuity is none of C0, C1, C2, C3, CN, G1 and G2");
   }
 
   bool Edge() {
     bool sameParameter, sameRange, degenerated;
-    if (!lexer_.MaybeInfinite() || !lexer_.Flag(sameParameter, "A flag of an edge is neither 0 nor 1") ||
-        !lexer_.Flag(sameRange, "A flag of an edge is neither 0 nor 1") ||
-        !lexer_.Flag(degenerated, "A flag of an edge is neither 0 nor 1"))
+    if (!Tolerance()) return false;
+    if (lexer_.Accept("1 1 0\n"))
+      degenerated = false;
+    else if (!lexer_.Flag(sameParameter, "A flag of an edge is neither 0 nor 1") ||
+             !lexer_.Flag(sameRange, "A flag of an edge is neither 0 nor 1") ||
+             !lexer_.Flag(degenerated, "A flag of an edge is neither 0 nor 1"))
       return false;
     bool hasCurve = false;
     bool isSeam = false;
@@ -762,10 +837,10 @@ class Checker {
     BRepTextLexer::Token token;
     switch (kind) {
     case 1:
-      return CurveIndex(curve) && Placement(placement) && ParameterRange(loops3d_[curve - 1]);
+      return CurveIndex(curve) && Placement(placement) && ParameterRange(curves3d_.LoopOf(curve));
     case 2:
       return PlaneCurveIndex(curve) && SurfaceIndex(surface) && Placement(placement) &&
-             ParameterRange(loops2d_[curve - 1]);
+             ParameterRange(curves2d_.LoopOf(curve));
     case 3: {
       if (!PlaneCurveIndex(curve) || !lexer_.Next(token)) return false;
       const unsigned letters = token.length > 2 ? token.length - 2 : 0;
@@ -773,13 +848,13 @@ class Checker {
       number.length = letters;
       number.others &= (std::uint64_t{1} << letters) - 1u;
       if (!Continuity(token, letters) ||
-          !lexer_.ParseNumber(number, 0, static_cast<std::uint32_t>(loops2d_.size()), second,
+          !lexer_.ParseNumber(number, 0, curves2d_.count, second,
                               "A shape refers to a plane curve that does not exist"))
         return false;
       if (second == 0) return Fail("A shape refers to a plane curve that does not exist");
       if (!SurfaceIndex(surface) || !Placement(placement)) return false;
       // Both curves run over the same parameters.
-      const Loop &a = loops2d_[curve - 1], &b = loops2d_[second - 1];
+      const Loop a = curves2d_.LoopOf(curve), b = curves2d_.LoopOf(second);
       return ParameterRange(b.period == 0.0 || (a.period != 0.0 && a.period < b.period) ? a : b);
     }
     case 4:
@@ -802,7 +877,7 @@ class Checker {
   bool Face() {
     bool naturalRestriction;
     std::uint32_t surface, placement, triangulation;
-    if (!lexer_.Flag(naturalRestriction, "A flag of a face is neither 0 nor 1") || !lexer_.MaybeInfinite() ||
+    if (!lexer_.Flag(naturalRestriction, "A flag of a face is neither 0 nor 1") || !Tolerance() ||
         !lexer_.Number(surfaces_, surface, "A shape refers to a surface that does not exist") ||
         !Placement(placement))
       return false;
@@ -818,10 +893,8 @@ class Checker {
   bool Flags() {
     BRepTextLexer::Token token;
     if (!lexer_.Next(token)) return false;
-    bool good = token.length == 7 && token.others == 0;
-    for (unsigned i = 0; good && i < 7; ++i)
-      good = token.text[i] <= '1';
-    return good || Fail("The flags of a shape are not seven of 0 and 1");
+    return (token.length == 7 && token.others == 0 && BRepTextLexer::AreBinary(token)) ||
+           Fail("The flags of a shape are not seven of 0 and 1");
   }
 
   bool SubShapes(ShapeInfo& shape) {
@@ -854,7 +927,9 @@ class Checker {
 
   // "+12 3 ": orientation, shape and placement.
   bool Reference(const BRepTextLexer::Token& token, std::uint32_t& index, std::uint32_t& placement) {
-    if (!std::memchr("+-ie", token.text[0], 4)) return Fail("A sub-shape has an unknown orientation");
+    const char orientation = token.text[0];
+    if (orientation != '+' && orientation != '-' && orientation != 'i' && orientation != 'e')
+      return Fail("A sub-shape has an unknown orientation");
     if (!lexer_.ParseNumber(token, 1, shapeCount_, index, "A shape refers to one that does not exist"))
       return false;
     if (index == 0) return Fail("A shape refers to one that does not exist");
@@ -886,14 +961,15 @@ class Checker {
   BRepTextLexer lexer_;
   std::vector<PlacementInfo> placements_;
   std::set<std::vector<std::pair<std::uint32_t, int>>> products_;
-  std::vector<Loop> loops2d_;
-  std::vector<Loop> loops3d_;
+  CurveTable curves2d_;
+  CurveTable curves3d_;
   std::uint32_t polygons3d_ = 0;
   std::uint32_t surfaces_ = 0;
   std::vector<std::uint32_t> polygonNodes_;        // largest node of each polygon on a triangulation
   std::vector<std::uint32_t> triangulationNodes_;  // how many each triangulation has
   std::uint32_t shapeCount_ = 0;
   std::vector<ShapeInfo> shapes_;
+  std::size_t guessed_ = 0;      // where the section of shapes starts, by guess
   std::vector<KnotSum> knots_;   // of the B-spline read last: those as multiple as its degree
   std::vector<Vector> poles_;    // of the B-spline under an offset
   std::vector<double> corners_;  // its parameters where it bends
@@ -901,8 +977,10 @@ class Checker {
 
 }  // namespace
 
-BRepTextResult CheckBRepText(const char* data, std::size_t size) {
-  return Checker(data, size).Run();
+BRepTextResult CheckBRepText(const char* data, std::size_t size, std::size_t parallelSize) {
+  Checker checker(data, size);
+  static const bool kHasCores = std::thread::hardware_concurrency() > 1;
+  return size >= parallelSize && kHasCores ? checker.RunOnTwoThreads() : checker.Run();
 }
 
 }  // namespace mirel

@@ -12,6 +12,9 @@ struct BRepTextResult {
   bool IsGood() const { return reason == nullptr; }
 };
 
+/// Text below this size is checked before a second thread would be up and running.
+constexpr std::size_t kParallelBRepBytes = 256 << 10;
+
 /// Checks that BRep text is safe to hand to OpenCASCADE's reader.
 ///
 /// One pass over the grammar of format version 3, with or without triangles and normals. It builds no shapes:
@@ -30,7 +33,9 @@ struct BRepTextResult {
 /// Whatever `BRepTools::Write` writes is good, short of bodies that OpenCASCADE itself cannot read back. Good
 /// text is not yet a sensible body: a number may still be wrong without breaking a rule.
 ///
-/// Thread safety: a pure function. `data` need not end in a zero byte.
-BRepTextResult CheckBRepText(const char* data, std::size_t size);
+/// Thread safety: a pure function. `data` need not end in a zero byte. Text of `parallelSize` and more is checked by two
+/// threads, this one and one that has ended when the function returns; the result is the same.
+BRepTextResult CheckBRepText(const char* data, std::size_t size,
+                             std::size_t parallelSize = kParallelBRepBytes);
 
 }  // namespace mirel

@@ -19,8 +19,10 @@
 
 #if defined(_MSC_VER)
 #define MIREL_ALWAYS_INLINE __forceinline
+#define MIREL_NEVER_INLINE __declspec(noinline)
 #else
 #define MIREL_ALWAYS_INLINE inline __attribute__((always_inline))
+#define MIREL_NEVER_INLINE __attribute__((noinline))
 #endif
 
 namespace mirel {
@@ -28,8 +30,9 @@ namespace mirel {
 /// Cuts BRep text into tokens and checks each as it is read. Every function that returns bool returns false
 /// once the text is bad; reason and place of the first fault are then kept.
 ///
-/// Speed rests on two things. Tokens are cut by classifying 64 bytes at once, not byte by byte; and a real
-/// number is judged by its digits alone, converted only where a rule needs its value.
+/// Speed rests on three things. Tokens are cut by classifying 64 bytes at once, not byte by byte; a real number
+/// is judged by its digits alone, converted only where a rule needs its value; and what the writer nearly always
+/// puts in a place is taken in one comparison.
 class BRepTextLexer {
  public:
   /// A token where it stands, or its copy. 32 bytes may be loaded from each of its bytes.
@@ -63,8 +66,17 @@ class BRepTextLexer {
   }
   bool AtEnd() const { return next_ == end_; }
 
+  /// Goes to the next `letter`, whatever lies between; false, where it is, when there is none behind white space.
+  bool GoTo(char letter) {
+    const void* const place = std::memchr(next_, letter, static_cast<std::size_t>(end_ - next_));
+    if (!place || place == base_ || !IsBlank(static_cast<const char*>(place)[-1])) return false;
+    next_ = static_cast<const char*>(place);
+    spaces_ = 0;
+    return true;
+  }
+
   /// A fault of the token read last, or of the entry that it ends.
-  bool Fail(const char* reason) {
+  MIREL_NEVER_INLINE bool Fail(const char* reason) {
     const char* place = next_;
     while (place != base_ && IsBlank(place[-1]))
       --place;
@@ -72,7 +84,7 @@ class BRepTextLexer {
       --place;
     return Fail(reason, Position(place));
   }
-  bool Fail(const char* reason, std::size_t position) {
+  MIREL_NEVER_INLINE bool Fail(const char* reason, std::size_t position) {
     if (!reason_) {
       reason_ = reason;
       fault_ = position;
@@ -81,26 +93,29 @@ class BRepTextLexer {
   }
 
   MIREL_ALWAYS_INLINE bool Next(Token& token) {
-    if (spaces_ == 0 || (spaces_ & 1u) != 0) {
-      if (!FindToken()) return false;
-    }
-    const unsigned length = TrailingZeros(spaces_);
-    const std::uint64_t behind = spaces_ >> length;
-    const unsigned blank = TrailingZeros(~behind);
+    if (spaces_ == 0 && !FindToken()) return false;
     token.text = next_;
-    token.length = length;
-    token.others = ~digits_ & ((std::uint64_t{1} << length) - 1u);
-    next_ += length + blank;
-    // Two shifts each: the sum need not be below 64.
-    spaces_ = behind >> blank;
-    digits_ = digits_ >> length >> blank;
+    token.length = TrailingZeros(spaces_);
+    token.others = (spaces_ - 1u) & ~(spaces_ | digits_);
+    Advance(token.length);
+    return true;
+  }
+
+  /// Takes `text` if it stands here, in one comparison instead of token by token: for what the writer nearly always
+  /// puts in a place. It must start with a token and end in white space.
+  template <unsigned kSize>
+  MIREL_ALWAYS_INLINE bool Accept(const char (&text)[kSize]) {
+    constexpr unsigned kLength = kSize - 1;
+    if (static_cast<std::size_t>(end_ - next_) < kLength || std::memcmp(next_, text, kLength) != 0)
+      return false;
+    Advance(kLength);
     return true;
   }
 
   /// One real of a table: finite and within kMaxBRepNumber.
   bool Finite() {
     Token token;
-    return Next(token) && (IsPlain(token) || CheckUnusual(token, false, nullptr));
+    return Next(token) && (IsPlain(token) || IsTiny(token) || CheckUnusual(token, false, nullptr));
   }
   bool Finite(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -116,7 +131,7 @@ class BRepTextLexer {
   /// A real that may also stand for "unbounded".
   bool MaybeInfinite() {
     Token token;
-    return Next(token) && (IsPlain(token) || CheckUnusual(token, true, nullptr));
+    return Next(token) && (IsPlain(token) || IsTiny(token) || CheckUnusual(token, true, nullptr));
   }
   bool MaybeInfinite(double& value) {
     Token token;
@@ -130,24 +145,44 @@ class BRepTextLexer {
     const unsigned negative = token.text[0] == '-';
     const char* digits = token.text + negative;
     const unsigned length = token.length - negative;
-    if (length > 2 && digits[1] == '.' &&
-        (token.others & ~std::uint64_t{negative}) == (std::uint64_t{2} << negative)) {
-      const double fraction = EightDigits(digits + 2, length - 2) * 1e-8 +
-                              (length > 10 ? EightDigits(digits + 10, length - 10) * 1e-16 : 0.0);
-      value = fraction + (digits[0] - '0');
-      value = negative ? -value : value;
-      return true;
+    const std::uint64_t others = token.others >> negative;
+    if (length == 1 && others == 0) {
+      value = digits[0] - '0';
+    } else if (length > 2 && others == 2 && digits[1] == '.') {
+      value = digits[0] - '0' + Fraction(digits + 2, length - 2);
+    } else if (IsTiny(token) && digits[1] == '.') {
+      // What rounding leaves of a zero, as a rule.
+      static constexpr double kPowers[] = {1e0,   1e-1,  1e-2,  1e-3,  1e-4,  1e-5,  1e-6,  1e-7,
+                                           1e-8,  1e-9,  1e-10, 1e-11, 1e-12, 1e-13, 1e-14, 1e-15,
+                                           1e-16, 1e-17, 1e-18, 1e-19, 1e-20, 1e-21, 1e-22, 0.0};
+      const unsigned letter = TrailingZeros(others & (others - 1u));
+      const auto power = LastDigits(digits + letter + 2, length - letter - 2);
+      const double size = digits[0] - '0' + Fraction(digits + 2, letter - 2);
+      value = size * kPowers[power < 23 ? power : 23];
+    } else {
+      return IsPlain(token) ? Convert(token, value) : CheckUnusual(token, false, &value);
     }
-    return IsPlain(token) ? Convert(token, value) : CheckUnusual(token, false, &value);
+    value = negative ? -value : value;
+    return true;
+  }
+
+  /// A real that is not negative, short of -0.
+  bool NotNegative(const char* negative) {
+    Token token;
+    if (!Next(token)) return false;
+    if (token.text[0] != '-') return IsPlain(token) || IsTiny(token) || CheckUnusual(token, false, nullptr);
+    double value;
+    return (IsPlain(token) ? Convert(token, value) : CheckUnusual(token, false, &value)) &&
+           (value >= 0.0 || Fail(negative));
   }
 
   /// A whole number from 0 to `most`, which must be below 2^31.
-  bool Number(std::uint32_t most, std::uint32_t& value, const char* tooLarge) {
+  MIREL_ALWAYS_INLINE bool Number(std::uint32_t most, std::uint32_t& value, const char* tooLarge) {
     Token token;
     return Next(token) && ParseNumber(token, 0, most, value, tooLarge);
   }
   /// An index from 1 to `most`.
-  bool Index(std::uint32_t most, std::uint32_t& value, const char* outside) {
+  MIREL_ALWAYS_INLINE bool Index(std::uint32_t most, std::uint32_t& value, const char* outside) {
     if (!Number(most, value, outside)) return false;
     return value != 0 || Fail(outside);
   }
@@ -188,22 +223,19 @@ class BRepTextLexer {
            Fail(reason);
   }
 
+  /// Whether the first seven of a token's digits are 0 or 1.
+  static bool AreBinary(const Token& token) {
+    return (Load(token.text) & 0x00FEFEFEFEFEFEFEu) == 0x0030303030303030u;
+  }
+
   /// Digits of `token` from `first` on.
-  bool ParseNumber(const Token& token, unsigned first, std::uint32_t most, std::uint32_t& value,
-                   const char* tooLarge) {
+  MIREL_ALWAYS_INLINE bool ParseNumber(const Token& token, unsigned first, std::uint32_t most,
+                                       std::uint32_t& value, const char* tooLarge) {
     const unsigned length = token.length - first;
-    if ((token.others >> first) != 0 || length == 0)
-      return Fail("A whole number holds something else than digits");
-    if (length > 10) return Fail(tooLarge);
-    std::uint64_t number = 0;
-    if (length <= 8) {
-      number = LastDigits(token.text + first, length);
-    } else {
-      for (unsigned i = first; i < token.length; ++i)
-        number = number * 10 + static_cast<unsigned>(token.text[i] - '0');
-    }
-    value = static_cast<std::uint32_t>(number);
-    return number <= most || Fail(tooLarge);
+    if ((token.others >> first) != 0 || length - 1u > 7u)
+      return ParseUnusualNumber(token, first, most, value, tooLarge);
+    value = static_cast<std::uint32_t>(LastDigits(token.text + first, length));
+    return value <= most || Fail(tooLarge);
   }
 
  private:
@@ -267,8 +299,18 @@ class BRepTextLexer {
 #endif
   }
 
-  // The next token when it does not start at next_ or has no end within the window.
-  bool FindToken() {
+  // Goes past `length` bytes, the last of them white space or the one before it, and the white space behind them.
+  MIREL_ALWAYS_INLINE void Advance(unsigned length) {
+    const std::uint64_t behind = spaces_ >> length;
+    const unsigned blank = TrailingZeros(~behind);
+    next_ += length + blank;
+    // Two shifts each: the sum need not be below 64.
+    spaces_ = behind >> blank;
+    digits_ = digits_ >> length >> blank;
+  }
+
+  // The next token when nothing is known of it: it starts behind next_, or its end is not within the window.
+  MIREL_NEVER_INLINE bool FindToken() {
     unsigned lines;
     if (!SkipBlank(lines)) return false;
     Classify();
@@ -290,8 +332,40 @@ class BRepTextLexer {
     return few & single & fraction & isPoint;
   }
 
+  // "1e-07", "-1.5e-16": near zero, so that the value hardly ever matters.
+  static bool IsTiny(const Token& token) {
+    const unsigned negative = token.text[0] == '-';
+    std::uint64_t others = token.others & ~std::uint64_t{negative};
+    if (others == 0) return false;
+    const unsigned whole = TrailingZeros(others) - negative;
+    unsigned mantissa = whole + negative;  // its end
+    if (token.text[mantissa] == '.') {
+      others &= others - 1u;
+      if (others == 0) return false;
+      const unsigned point = mantissa;
+      mantissa = TrailingZeros(others);
+      if (mantissa - point < 2) return false;
+    }
+    const unsigned digits = token.length - mantissa - 2u;
+    return whole - 1u < kMaxBRepWholeDigits && others == std::uint64_t{3} << mantissa &&
+           token.text[mantissa] == 'e' && token.text[mantissa + 1] == '-' && digits - 2u < 2u;
+  }
+
+  MIREL_NEVER_INLINE bool ParseUnusualNumber(const Token& token, unsigned first, std::uint32_t most,
+                                             std::uint32_t& value, const char* tooLarge) {
+    const unsigned length = token.length - first;
+    if ((token.others >> first) != 0 || length == 0)
+      return Fail("A whole number holds something else than digits");
+    if (length > 10) return Fail(tooLarge);
+    std::uint64_t number = 0;
+    for (unsigned i = first; i < token.length; ++i)
+      number = number * 10 + static_cast<unsigned>(token.text[i] - '0');
+    value = static_cast<std::uint32_t>(number);
+    return number <= most || Fail(tooLarge);
+  }
+
   // Everything else that may be a number: with an exponent, or too large.
-  bool CheckUnusual(const Token& token, bool mayBeInfinite, double* value) {
+  MIREL_NEVER_INLINE bool CheckUnusual(const Token& token, bool mayBeInfinite, double* value) {
     const char* text = token.text;
     const char* end = text + token.length;
     const auto skipDigits = [&] {
@@ -374,6 +448,10 @@ class BRepTextLexer {
     std::uint64_t digits = Load(text) & 0x0F0F0F0F0F0F0F0Fu;
     if (length < 8) digits &= (std::uint64_t{1} << (8 * length)) - 1;
     return static_cast<double>(Combine(digits));
+  }
+  // What `length` digits behind a point are worth, to about 1e-16.
+  static double Fraction(const char* text, unsigned length) {
+    return EightDigits(text, length) * 1e-8 + (length > 8 ? EightDigits(text + 8, length - 8) * 1e-16 : 0.0);
   }
   // All of `length` digits, at most eight and at least one.
   static std::uint64_t LastDigits(const char* text, unsigned length) {
