@@ -10,6 +10,10 @@
 #include <cstdint>
 #include <new>
 
+#if defined(__linux__)
+#include <sys/mman.h>
+#endif
+
 namespace mirel {
 
 namespace {
@@ -31,8 +35,28 @@ std::uint64_t DeclaredSize(const char* data, std::size_t size) {
   return declared;
 }
 
+/// A block of `size` bytes. A package is larger than everything else that opening a folder allocates at once, and is
+/// soon gone: with pages of the usual size, a tenth of the time that inflating takes goes into getting them.
+MallocBytes Allocate(std::size_t size) {
+#if defined(__linux__)
+  constexpr std::size_t kHugePage = std::size_t{2} << 20;
+  if (size >= kHugePage / 2) {
+    size = (size + kHugePage - 1) / kHugePage * kHugePage;
+    void* block = nullptr;
+    if (posix_memalign(&block, kHugePage, size) != 0) return nullptr;
+    madvise(block, size, MADV_HUGEPAGE);  // advice: a system without huge pages does as always
+    return MallocBytes(static_cast<char*>(block));
+  }
+#endif
+  return MallocBytes(static_cast<char*>(std::malloc(size)));
+}
+
 /// Gives `content` room for `capacity` bytes and a zero byte.
 bool Grow(MallocBytes& content, std::uint64_t capacity) {
+  if (!content) {
+    content = Allocate(static_cast<std::size_t>(capacity) + 1);
+    return content != nullptr;
+  }
   char* const grown = static_cast<char*>(std::realloc(content.get(), static_cast<std::size_t>(capacity) + 1));
   if (!grown) return false;
   static_cast<void>(content.release());  // realloc has taken it over
