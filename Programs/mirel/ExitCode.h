@@ -10,6 +10,8 @@ enum class ExitCode : int {
   kOutputUnwritten = 3,  ///< the output could not be written; what was there before is still there
   kLosses = 4,           ///< done, but something of the source is not in the output (only under --strict)
   kCalledOff = 5,        ///< nothing was done: the command was called off (`mirel run`)
+  kDamaged = 6,          ///< the folder can be opened, but something in it is damaged (`mirel check`)
+  kWarnings = 7,         ///< nothing is damaged, but there are warnings (`mirel check --strict`)
 };
 
 }  // namespace mirel

@@ -1,5 +1,6 @@
 #include <Programs/mirel/Program.h>
 
+#include <Programs/mirel/Check/CheckVerb.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Open/BoxVerb.h>
 #include <Programs/mirel/Open/InfoVerb.h>
@@ -32,7 +33,9 @@ constexpr const char* kExitCodes =
     "  2  the input could not be read, or not all of it\n"
     "  3  the output could not be written; what was there before is still there\n"
     "  4  done, but something of the source is not in the output (only under --strict)\n"
-    "  5  nothing was done: the command was called off (only mirel run)\n";
+    "  5  nothing was done: the command was called off (only mirel run)\n"
+    "  6  the folder is damaged, but can be opened (only mirel check)\n"
+    "  7  the folder is sound, but there are warnings (only mirel check --strict)\n";
 
 std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   std::vector<std::unique_ptr<Verb>> verbs;
@@ -40,6 +43,7 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   verbs.push_back(std::make_unique<TreeVerb>());
   verbs.push_back(std::make_unique<InfoVerb>());
   verbs.push_back(std::make_unique<BoxVerb>());
+  verbs.push_back(std::make_unique<CheckVerb>());
   verbs.push_back(std::make_unique<RunVerb>());
   verbs.push_back(std::make_unique<CommandsVerb>());
   verbs.push_back(std::make_unique<StreamVerb>());

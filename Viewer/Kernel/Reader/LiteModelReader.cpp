@@ -4,44 +4,11 @@
 #include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
+#include <Viewer/Kernel/Reader/ShallowDocument.h>
 
 namespace mirel {
 
 namespace {
-
-/// A document that stops its parser where objects and arrays nest deeper than they may: the parser recurses.
-class ShallowDocument : public rapidjson::Document {
- public:
-  /// Parses text up to its first NUL character. False when it is no JSON, or nests too deep.
-  bool ParseText(const char* text) {
-    bool parsed = false;
-    auto parse = [&](rapidjson::Document&) {
-      rapidjson::StringStream stream(text);
-      // Default flags, but numbers to the last bit: a placement must not drift each time a model is loaded and saved.
-      constexpr unsigned int kFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseFullPrecisionFlag;
-      parsed = !rapidjson::Reader().Parse<kFlags>(stream, *this).IsError();
-      return parsed;
-    };
-    Populate(parse);
-    return parsed;
-  }
-  bool IsTooDeep() const { return depth_ > kMaxIndexDepth; }
-
-  // The parser's events.
-  bool StartObject() { return ++depth_ <= kMaxIndexDepth && rapidjson::Document::StartObject(); }
-  bool StartArray() { return ++depth_ <= kMaxIndexDepth && rapidjson::Document::StartArray(); }
-  bool EndObject(rapidjson::SizeType members) {
-    --depth_;
-    return rapidjson::Document::EndObject(members);
-  }
-  bool EndArray(rapidjson::SizeType elements) {
-    --depth_;
-    return rapidjson::Document::EndArray(elements);
-  }
-
- private:
-  int depth_ = 0;
-};
 
 void ReadCount(rapidjson::Value& metadata, const char* name, unsigned int& count) {
   const rapidjson::Value* const value = FindMember(metadata, name);

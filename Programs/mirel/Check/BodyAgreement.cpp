@@ -1,0 +1,313 @@
+#include <Programs/mirel/Check/BodyAgreement.h>
+
+#include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
+
+#include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_MakeVertex.hxx>
+#include <BRepExtrema_DistShapeShape.hxx>
+#include <BRepTools.hxx>
+#include <BRep_Tool.hxx>
+#include <Bnd_Box.hxx>
+#include <ElSLib.hxx>
+#include <GeomAPI_ProjectPointOnSurf.hxx>
+#include <GeomAdaptor_Surface.hxx>
+#include <Geom_Curve.hxx>
+#include <Geom_Surface.hxx>
+#include <Precision.hxx>
+#include <TopExp.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS.hxx>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdio>
+#include <limits>
+#include <optional>
+
+namespace mirel {
+
+namespace {
+
+constexpr std::uint32_t kMaxTrianglesPerFace = 16;
+constexpr int kPointsPerBody = 20000;  // where there are fewer faces than that
+constexpr int kMaxEdges = 5000;
+
+std::string Length(double value) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.3g mm", value);
+  return text;
+}
+
+std::string Triple(const glm::dvec3& p) {
+  char text[120];
+  std::snprintf(text, sizeof text, "(%.6g %.6g %.6g)", p.x, p.y, p.z);
+  return text;
+}
+
+gp_Pnt ToPoint(const glm::dvec3& p) {
+  return {p.x, p.y, p.z};
+}
+
+// Measures how far points are from a face.
+class FaceDistance {
+ public:
+  explicit FaceDistance(const TopoDS_Face& face) : face_(face), surface_(BRep_Tool::Surface(face)) {
+    if (surface_.IsNull()) {
+      return;
+    }
+    adaptor_.Load(surface_);
+    if (IsElementary()) {
+      return;
+    }
+    double u0 = 0.0;
+    double u1 = 0.0;
+    double v0 = 0.0;
+    double v1 = 0.0;
+    BRepTools::UVBounds(face, u0, u1, v0, v1);
+    const auto isFinite = [](double value) { return std::abs(value) < Precision::Infinite(); };
+    if (!isFinite(u0) || !isFinite(u1) || !isFinite(v0) || !isFinite(v1)) {
+      surface_.Nullify();
+      return;
+    }
+    projection_.Init(surface_, u0, u1, v0, v1);
+  }
+
+  // Whether there is a surface that can be measured at all.
+  bool CanMeasure() const { return !surface_.IsNull(); }
+
+  // The distance, or anything below `enough` when it is less than that.
+  double Measure(const gp_Pnt& point, double enough) {
+    if (IsElementary()) {
+      return DistanceToElementary(point);
+    }
+    projection_.Perform(point);
+    const double quick = projection_.NbPoints() > 0 ? projection_.LowerDistance() : INFINITY;
+    if (quick <= enough) {
+      return quick;
+    }
+    // Projecting finds no point, or a wrong one, at borders; this way takes much longer.
+    const BRepExtrema_DistShapeShape distance(BRepBuilderAPI_MakeVertex(point).Vertex(), face_);
+    return distance.IsDone() ? std::min(quick, distance.Value()) : quick;
+  }
+
+ private:
+  bool IsElementary() const { return adaptor_.GetType() <= GeomAbs_Torus; }
+
+  double DistanceToElementary(const gp_Pnt& point) const {
+    double u = 0.0;
+    double v = 0.0;
+    switch (adaptor_.GetType()) {
+    case GeomAbs_Plane:
+      return adaptor_.Plane().Distance(point);
+    case GeomAbs_Cylinder:
+      ElSLib::Parameters(adaptor_.Cylinder(), point, u, v);
+      break;
+    case GeomAbs_Cone:
+      ElSLib::Parameters(adaptor_.Cone(), point, u, v);
+      break;
+    case GeomAbs_Sphere:
+      ElSLib::Parameters(adaptor_.Sphere(), point, u, v);
+      break;
+    default:
+      ElSLib::Parameters(adaptor_.Torus(), point, u, v);
+      break;
+    }
+    return adaptor_.Value(u, v).Distance(point);
+  }
+
+  TopoDS_Face face_;
+  Handle(Geom_Surface) surface_;
+  GeomAdaptor_Surface adaptor_;
+  GeomAPI_ProjectPointOnSurf projection_;
+};
+
+double LargestTolerance(const TopoDS_Face& face) {
+  double tolerance = BRep_Tool::Tolerance(face);
+  for (TopExp_Explorer edges(face, TopAbs_EDGE); edges.More(); edges.Next()) {
+    tolerance = std::max(tolerance, BRep_Tool::Tolerance(TopoDS::Edge(edges.Current())));
+  }
+  for (TopExp_Explorer vertices(face, TopAbs_VERTEX); vertices.More(); vertices.Next()) {
+    tolerance = std::max(tolerance, BRep_Tool::Tolerance(TopoDS::Vertex(vertices.Current())));
+  }
+  return tolerance;
+}
+
+class Comparison {
+ public:
+  Comparison(const TopoDS_Shape& body, const GRepMesh& mesh, const BodyAgreement::Report& report)
+      : body_(body), mesh_(mesh), report_(report) {
+    TopExp::MapShapes(body, TopAbs_FACE, faces_);
+    TopExp::MapShapes(body, TopAbs_EDGE, edges_);
+    const double cell = 0.5 * std::sqrt(3.0) * mesh.gridStep;
+    const double places =
+        1e-9 * (mesh.box.IsFinite() ? glm::length(mesh.box.GetMax()) + glm::length(mesh.box.GetMin()) : 0.0);
+    allowed_ = mesh.linearDeflection + cell + places + Precision::Confusion();
+  }
+
+  std::uint64_t Run() {
+    const auto faceCount = static_cast<std::size_t>(faces_.Extent());
+    const auto edgeCount = static_cast<std::size_t>(edges_.Extent());
+    const bool sameEdges = mesh_.edges.empty() || mesh_.edges.size() == edgeCount;
+    if (!sameEdges) {
+      report_(CheckCode::kEdgeCount, "its body has " + std::to_string(edgeCount) + " edges, its graphics " +
+                                         std::to_string(mesh_.edges.size()));
+    }
+    if (mesh_.faces.size() != faceCount) {
+      report_(CheckCode::kFaceCount, "its body has " + std::to_string(faceCount) + " faces, its graphics " +
+                                         std::to_string(mesh_.faces.size()));
+    }
+    const bool sameBox = CompareBox();
+    if (sameBox && sameEdges && mesh_.box.IsFinite()) {
+      CompareEdges();
+    }
+    if (mesh_.faces.size() == faceCount) {
+      CompareFaces();
+    }
+    return points_;
+  }
+
+ private:
+  // The graphics must not leave the box that surely holds the body.
+  bool CompareBox() {
+    Bnd_Box box;
+    BRepBndLib::Add(body_, box, false);
+    bool isBounded = !box.IsVoid() && !box.IsOpen();
+    for (int axis = 1; axis <= 3 && isBounded; ++axis) {
+      isBounded = box.CornerMin().Coord(axis) >= -kMaxMeshCoordinate &&
+                  box.CornerMax().Coord(axis) <= kMaxMeshCoordinate;
+    }
+    const std::string state = box.IsVoid() ? "empty" : isBounded ? "finite" : "infinite";
+    const std::string drawn = mesh_.box.IsEmpty() ? "empty" : mesh_.box.IsFinite() ? "finite" : "infinite";
+    const bool nothingIsDrawn = mesh_.box.IsEmpty() && mesh_.GetTriangleCount() == 0;
+    if (state != drawn && !nothingIsDrawn) {
+      report_(CheckCode::kBoxes, "the box of its body is " + state + ", that of its graphics " + drawn);
+      return false;
+    }
+    if (!mesh_.box.IsFinite()) {
+      return true;
+    }
+    for (int axis = 0; axis < 3; ++axis) {
+      const double below = box.CornerMin().Coord(axis + 1) - mesh_.box.GetMin()[axis];
+      const double above = mesh_.box.GetMax()[axis] - box.CornerMax().Coord(axis + 1);
+      if (std::max(below, above) > allowed_) {
+        const gp_Pnt low = box.CornerMin();
+        const gp_Pnt high = box.CornerMax();
+        report_(CheckCode::kBoxes, "its graphics reach from " + Triple(mesh_.box.GetMin()) + " to " +
+                                       Triple(mesh_.box.GetMax()) + ", its body from " +
+                                       Triple({low.X(), low.Y(), low.Z()}) + " to " +
+                                       Triple({high.X(), high.Y(), high.Z()}) + " at most");
+        return false;
+      }
+    }
+    return true;
+  }
+
+  // Edges that are drawn must lie in the box of the graphics.
+  void CompareEdges() {
+    const int stride = 1 + edges_.Extent() / kMaxEdges;
+    for (int i = 1; i <= edges_.Extent() && !mesh_.edges.empty(); i += stride) {
+      if (mesh_.edges[static_cast<std::size_t>(i - 1)].indexCount == 0) {
+        continue;
+      }
+      const TopoDS_Edge& edge = TopoDS::Edge(edges_(i));
+      double first = 0.0;
+      double last = 0.0;
+      const Handle(Geom_Curve) curve = BRep_Tool::Curve(edge, first, last);
+      if (curve.IsNull() || Precision::IsInfinite(first) || Precision::IsInfinite(last)) {
+        continue;
+      }
+      const double allowed = allowed_ + BRep_Tool::Tolerance(edge);
+      for (const double share : {0.0, 0.5, 1.0}) {
+        const gp_Pnt point = curve->Value(first + share * (last - first));
+        ++points_;
+        double outside = 0.0;
+        for (int axis = 0; axis < 3; ++axis) {
+          outside = std::max({outside, mesh_.box.GetMin()[axis] - point.Coord(axis + 1),
+                              point.Coord(axis + 1) - mesh_.box.GetMax()[axis]});
+        }
+        if (outside > allowed) {
+          report_(CheckCode::kBoxes, "edge " + std::to_string(i - 1) + " of its body is " + Length(outside) +
+                                         " outside the box of its graphics, where " + Length(allowed) +
+                                         " are allowed");
+          return;
+        }
+      }
+    }
+  }
+
+  void CompareFaces() {
+    const std::uint32_t perFace = static_cast<std::uint32_t>(
+        std::clamp<int>(kPointsPerBody / 4 / std::max(1, faces_.Extent()), 1, kMaxTrianglesPerFace));
+    int badFaces = 0;
+    std::string first;
+    double worst = 0.0;
+    for (int i = 1; i <= faces_.Extent(); ++i) {
+      const GRepFace& range = mesh_.faces[static_cast<std::size_t>(i - 1)];
+      if (range.indexCount == 0) {
+        continue;
+      }
+      const TopoDS_Face& face = TopoDS::Face(faces_(i));
+      const double allowed = allowed_ + LargestTolerance(face);
+      const double distance = MeasureFace(face, range, perFace, allowed);
+      if (distance > allowed) {
+        ++badFaces;
+        worst = std::max(worst, distance);
+        if (first.empty()) {
+          first = "face " + std::to_string(i - 1) + " by " + Length(distance) + ", where " + Length(allowed) +
+                  " are allowed";
+        }
+      }
+    }
+    if (badFaces > 0) {
+      report_(CheckCode::kDeviation, "its graphics miss " + first +
+                                         (badFaces == 1 ? ""
+                                                        : "; " + std::to_string(badFaces) + " of " +
+                                                              std::to_string(faces_.Extent()) +
+                                                              " faces in all, by up to " + Length(worst)));
+    }
+  }
+
+  // The first distance that is more than allowed; else 0. Corners and centres of some triangles, evenly spread.
+  double MeasureFace(const TopoDS_Face& face, const GRepFace& range, std::uint32_t triangles,
+                     double allowed) {
+    FaceDistance distance(face);
+    if (!distance.CanMeasure()) {
+      return 0.0;
+    }
+    const std::uint32_t count = range.indexCount / 3;
+    const std::uint32_t step = std::max(1u, count / triangles);
+    for (std::uint32_t t = 0; t < count; t += step) {
+      glm::dvec3 corners[3];
+      for (std::uint32_t k = 0; k < 3; ++k) {
+        corners[k] = mesh_.GetPosition(mesh_.triangles[range.firstIndex + 3 * t + k]);
+      }
+      for (const glm::dvec3& point :
+           {corners[0], corners[1], corners[2], (corners[0] + corners[1] + corners[2]) / 3.0}) {
+        ++points_;
+        const double off = distance.Measure(ToPoint(point), allowed);
+        if (!(off <= allowed)) {
+          return off;
+        }
+      }
+    }
+    return 0.0;
+  }
+
+  const TopoDS_Shape& body_;
+  const GRepMesh& mesh_;
+  const BodyAgreement::Report& report_;
+  TopTools_IndexedMapOfShape faces_;
+  TopTools_IndexedMapOfShape edges_;
+  double allowed_ = 0.0;
+  std::uint64_t points_ = 0;
+};
+
+}  // namespace
+
+std::uint64_t BodyAgreement::Compare(const TopoDS_Shape& body, const GRepMesh& mesh, const Report& report) {
+  return Comparison(body, mesh, report).Run();
+}
+
+}  // namespace mirel

@@ -1,0 +1,315 @@
+#include <Programs/mirel/Check/FolderCheck.h>
+
+#include <Programs/mirel/Check/BodyAgreement.h>
+#include <Programs/mirel/Check/GuardedLoop.h>
+#include <Programs/mirel/LogNotes.h>
+#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/ProgressBar.h>
+
+#include <Viewer/Kernel/Host/Core/PathUtil.h>
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Reader/MemoryStream.h>
+
+#include <TopExp.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS_Shape.hxx>
+
+#include <algorithm>
+#include <filesystem>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace mirel {
+
+namespace {
+
+// What the process that looks at bodies says about one: findings, as code, line end, text; and its faces and the points
+// that were compared.
+constexpr char kFigures = '=';
+
+std::string WithReason(const std::string& text, LogNotes& notes) {
+  const std::string reason = notes.Take();
+  return reason.empty() ? text : text + ": " + reason;
+}
+
+std::string NameOfPath(const fs::path& path) {
+  return path.filename().u8string();
+}
+
+}  // namespace
+
+FolderCheck::FolderCheck(const std::string& path)
+    : index_(SceneOpener::FindIndex(path)),
+      indexName_(NameOfPath(fs::u8path(index_))),
+      folder_(PathUtil::GetFolderPath(index_)),
+      readBody_([](const std::string& text) { return TopoShape::Read(text); }),
+      bodies_(folder_, "model"),
+      greps_(folder_, "grep") {}
+
+void FolderCheck::Run(Level level) {
+  const auto begin = [this](const char* stage) {
+    if (progress_ != nullptr) {
+      progress_->Begin(stage);
+    }
+  };
+  compares_ = level >= Level::kAgreement;
+  begin("index");
+  CheckIndex();
+  if (level >= Level::kPackages) {
+    begin("packages");
+    CheckFiles();
+  }
+  if (level >= Level::kBodies) {
+    begin("graphics");
+    CheckRecords();
+    begin("bodies");
+    CheckBodies();
+  }
+  if (compares_ && contents_.opens) {
+    CheckUses();
+  }
+  Summarise(level);
+}
+
+void FolderCheck::CheckIndex() {
+  std::error_code failure;
+  const fs::file_status status = fs::symlink_status(fs::u8path(index_), failure);
+  if (fs::is_symlink(status)) {
+    findings_.Add(CheckCode::kPackageLink, indexName_, "is a link");
+  }
+  std::string content;
+  {
+    LogNotes notes;
+    const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(index_);
+    if (!buffer) {
+      std::string reason = notes.Take();
+      const std::string prefix = "Cannot read " + index_ + ": ";
+      reason.erase(0, reason.compare(0, prefix.size(), prefix) == 0 ? prefix.size() : 0);
+      findings_.Add(CheckCode::kIndexUnreadable, indexName_, "cannot be read: " + reason);
+      return;
+    }
+    content.assign(buffer->GetData(), buffer->GetSize());
+  }
+  contents_.Run(content, indexName_, findings_);
+}
+
+void FolderCheck::CheckFiles() {
+  if (contents_.opens) {
+    const bool nothingUsed = contents_.uses.empty();
+    greps_.CheckCounted(contents_.grepPackages, nothingUsed, findings_);
+    bodies_.CheckCounted(contents_.shapePackages, nothingUsed, findings_);
+  } else {
+    greps_.CheckFound(findings_);
+    bodies_.CheckFound(findings_);
+  }
+  std::error_code failure;
+  const fs::path folder = folder_.empty() ? fs::path(".") : fs::u8path(folder_);
+  fs::directory_iterator entry(folder, failure);
+  for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+    const std::string name = NameOfPath(entry->path());
+    if (name == "model") {
+      CheckFolder(name, contents_.shapePackages);
+    } else if (name == "grep") {
+      CheckFolder(name, contents_.grepPackages);
+    } else if (name != indexName_) {
+      findings_.Add(CheckCode::kForeignFile, name, "does not belong to a model folder");
+    }
+  }
+}
+
+void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {
+  std::error_code failure;
+  const fs::path folder = fs::u8path(folder_ + name);
+  if (fs::is_symlink(fs::symlink_status(folder, failure))) {
+    findings_.Add(CheckCode::kPackageLink, name, "is a link");
+  }
+  fs::directory_iterator entry(folder, failure);
+  for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+    const std::string file = NameOfPath(entry->path());
+    const std::uint32_t number = PackageSet::GetNumber(file);
+    if (number == 0) {
+      findings_.Add(CheckCode::kForeignFile, name + "/" + file, "does not belong to a model folder");
+    } else if (contents_.opens && number > count) {
+      findings_.Add(CheckCode::kPackageBeyondCount, name + "/" + file,
+                    "is not opened: the index counts " + std::to_string(count));
+    }
+  }
+  if (failure) {
+    findings_.Add(CheckCode::kPackageUnreadable, name, "cannot be listed: " + failure.message());
+  }
+}
+
+void FolderCheck::CheckRecords() {
+  greps_.Visit([this](const std::string& file, const std::vector<PackageSet::Item>& items) {
+    for (const PackageSet::Item& item : items) {
+      LogNotes notes;
+      MemoryStream stream(item.bytes, item.size);
+      const std::shared_ptr<GRepShape> grep = GRepShape::FromStream(stream);
+      if (!grep) {
+        findings_.Add(CheckCode::kRecordRefused, file, WithReason(item.name, notes));
+        continue;
+      }
+      const std::streamsize left = stream.rdbuf()->in_avail();
+      if (left > 0) {
+        findings_.Add(CheckCode::kRecordBehindEnd, file,
+                      item.name + ": " + std::to_string(left) + " bytes behind the record are ignored");
+      }
+      if (item.counts) {
+        goodGReps_[item.id] = grep;
+      }
+      const std::size_t empty = grep->GetMesh().CountFacesWithoutTriangles();
+      if (compares_ && empty > 0 && !grep->GetMesh().box.IsInfinite()) {
+        findings_.Add(CheckCode::kFacesWithoutTriangles, file,
+                      item.name + ": nothing is drawn of " + std::to_string(empty) + " of " +
+                          std::to_string(grep->GetMesh().faces.size()) + " faces");
+      }
+    }
+  });
+}
+
+void FolderCheck::CheckBody(const PackageSet::Item& item, const std::string& file,
+                            const std::function<void(const std::string&)>& say) const {
+  const auto report = [&](CheckCode code, const std::string& text) {
+    say(std::string(Describe(code).id) + "\n" + file + "\n" + item.name + ": " + text);
+  };
+  LogNotes notes;
+  const std::shared_ptr<TopoShape> body = readBody_(std::string(item.bytes, item.size));
+  if (!body) {
+    report(CheckCode::kBodyRefused, notes.Take());
+    return;
+  }
+  const TopoDS_Shape& shape = body->GetImpl();
+  if (shape.IsNull()) {
+    report(CheckCode::kBodyUndecoded, notes.Take());
+    return;
+  }
+  TopTools_IndexedMapOfShape faces;
+  TopExp::MapShapes(shape, TopAbs_FACE, faces);
+  say(kFigures + std::to_string(faces.Extent()));
+  const auto grep = goodGReps_.find(item.id);
+  if (compares_ && item.counts && grep != goodGReps_.end()) {
+    const std::uint64_t points = BodyAgreement::Compare(shape, grep->second->GetMesh(), report);
+    say(kFigures + std::string(1, kFigures) + std::to_string(points));
+  }
+}
+
+void FolderCheck::CheckBodies() {
+  std::size_t packages = 0;
+  bodies_.Visit([&](const std::string& file, const std::vector<PackageSet::Item>& items) {
+    if (progress_ != nullptr) {
+      progress_->SetFraction(static_cast<double>(packages++) /
+                             static_cast<double>(bodies_.GetPackageCount()));
+    }
+    GuardedLoop::Run(
+        items.size(), bodySeconds_,
+        [&](std::size_t i, const GuardedLoop::Say& say) { CheckBody(items[i], file, say); },
+        [&](std::size_t i, const std::string& said) {
+          if (said.compare(0, 2, "==") == 0) {
+            figures_.comparedPoints += std::stoull(said.substr(2));
+          } else if (said[0] == kFigures) {
+            const auto faces = static_cast<std::uint32_t>(std::stoul(said.substr(1)));
+            figures_.faces += faces;
+            if (items[i].counts) {
+              goodBodies_[items[i].id] = faces;
+            }
+          } else {
+            const std::size_t file_ends = said.find('\n', 5);
+            CheckCode code{};
+            if (FindCheckCode(said.substr(0, 4), code)) {
+              findings_.Add(code, said.substr(5, file_ends - 5), said.substr(file_ends + 1));
+            }
+          }
+        },
+        [&](std::size_t i, GuardedLoop::End end) {
+          if (end == GuardedLoop::End::kDone) {
+            return;
+          }
+          const bool late = end == GuardedLoop::End::kTimedOut;
+          findings_.Add(late ? CheckCode::kBodyTimeout : CheckCode::kBodyCrash, file,
+                        items[i].name + (late
+                                             ? ": given up after " + std::to_string(bodySeconds_) + " seconds"
+                                             : std::string(": made OpenCASCADE fail")));
+          goodBodies_.erase(items[i].id);
+        });
+  });
+}
+
+void FolderCheck::CheckUses() {
+  for (const IndexCheck::Use& use : contents_.uses) {
+    const std::string id = use.body.toString();
+    const auto body = goodBodies_.find(use.body);
+    const auto grep = goodGReps_.find(use.body);
+    const auto missing = [&](const PackageSet& packages) {
+      return packages.GetPlaces().count(use.body) > 0 ? id + " is damaged"
+                                                      : "there is none with the id " + id;
+    };
+    if (body == goodBodies_.end()) {
+      findings_.Add(CheckCode::kItemWithoutBody, indexName_,
+                    use.item + " has no exact body: " + missing(bodies_));
+    }
+    if (grep == goodGReps_.end()) {
+      findings_.Add(CheckCode::kItemWithoutGraphics, indexName_,
+                    use.item + " is not drawn, for want of graphics: " + missing(greps_));
+    }
+    if (body == goodBodies_.end() && grep == goodGReps_.end()) {
+      continue;
+    }
+    const std::size_t faces = body != goodBodies_.end() ? body->second : grep->second->GetMesh().faces.size();
+    for (const std::uint32_t face : use.faces) {
+      if (face >= faces) {
+        findings_.Add(CheckCode::kFaceColorBeyond, indexName_,
+                      use.item + " has a colour for face " + std::to_string(face) + ", but only " +
+                          std::to_string(faces) + " faces");
+      }
+    }
+  }
+  CheckUnused(bodies_, CheckCode::kBodyUnused, "body");
+  CheckUnused(greps_, CheckCode::kGraphicsUnused, "graphics record");
+}
+
+void FolderCheck::CheckUnused(const PackageSet& packages, CheckCode code, const char* what) {
+  IdSet used;
+  for (const IndexCheck::Use& use : contents_.uses) {
+    used.insert(use.body);
+  }
+  std::vector<std::pair<ObjectId, PackageSet::Place>> unused;
+  for (const auto& place : packages.GetPlaces()) {
+    if (used.count(place.first) == 0) {
+      unused.push_back(place);
+    }
+  }
+  std::sort(unused.begin(), unused.end(), [](const auto& a, const auto& b) {
+    return std::pair(a.second.package, a.second.item) < std::pair(b.second.package, b.second.item);
+  });
+  for (const auto& [id, place] : unused) {
+    findings_.Add(code, packages.GetFile(place.package),
+                  "item " + std::to_string(place.item) + ", id " + id.toString() + ": no item uses this " +
+                      what);
+  }
+}
+
+void FolderCheck::Summarise(Level level) {
+  figures_.opens = contents_.opens;
+  figures_.items = contents_.items;
+  figures_.types = contents_.types;
+  figures_.packages = bodies_.GetPackageCount() + greps_.GetPackageCount();
+  const bool decoded = level >= Level::kBodies;
+  const auto isBody = [&](const ObjectId& id) {
+    return decoded ? goodBodies_.count(id) > 0 : bodies_.GetPlaces().count(id) > 0;
+  };
+  const auto isGRep = [&](const ObjectId& id) {
+    return decoded ? goodGReps_.count(id) > 0 : greps_.GetPlaces().count(id) > 0;
+  };
+  figures_.bodies = decoded ? goodBodies_.size() : bodies_.GetPlaces().size();
+  figures_.graphics = decoded ? goodGReps_.size() : greps_.GetPlaces().size();
+  figures_.shapeItems = contents_.uses.size();
+  for (const IndexCheck::Use& use : contents_.uses) {
+    figures_.exactItems += isBody(use.body) ? 1 : 0;
+    figures_.drawnItems += isGRep(use.body) ? 1 : 0;
+  }
+}
+
+}  // namespace mirel

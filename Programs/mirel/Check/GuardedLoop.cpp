@@ -1,0 +1,163 @@
+#include <Programs/mirel/Check/GuardedLoop.h>
+
+#include <Standard_Failure.hxx>
+
+#include <cstdint>
+#include <cstring>
+#include <exception>
+
+#if !defined(_WIN32)
+#include <cerrno>
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+#endif
+
+namespace mirel {
+
+namespace {
+
+using Job = std::function<void(std::size_t, const GuardedLoop::Say&)>;
+
+bool RunJob(const Job& job, std::size_t index, const GuardedLoop::Say& say) {
+  try {
+    job(index, say);
+    return true;
+  } catch (const Standard_Failure&) {
+    return false;
+  } catch (const std::exception&) {
+    return false;
+  }
+}
+
+#if !defined(_WIN32)
+
+// A message is a byte that says what it is and four that say how long, then the text.
+constexpr char kSaid = 's';
+constexpr char kDone = 'd';
+constexpr char kFailed = 'f';
+
+bool WriteAll(int file, const char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t written = write(file, data, size);
+    if (written < 0 && errno == EINTR) {
+      continue;
+    }
+    if (written <= 0) {
+      return false;
+    }
+    data += written;
+    size -= static_cast<std::size_t>(written);
+  }
+  return true;
+}
+
+bool ReadAll(int file, char* data, std::size_t size) {
+  while (size > 0) {
+    const ssize_t got = read(file, data, size);
+    if (got < 0 && errno == EINTR) {
+      continue;
+    }
+    if (got <= 0) {
+      return false;
+    }
+    data += got;
+    size -= static_cast<std::size_t>(got);
+  }
+  return true;
+}
+
+void Send(int pipe, char kind, const std::string& text) {
+  const std::uint32_t size = static_cast<std::uint32_t>(text.size());
+  std::string message(1, kind);
+  message.append(reinterpret_cast<const char*>(&size), sizeof size);
+  message += text;
+  if (!WriteAll(pipe, message.data(), message.size())) {
+    _exit(1);  // nobody listens any more
+  }
+}
+
+bool Receive(int pipe, char& kind, std::string& text) {
+  std::uint32_t size = 0;
+  if (!ReadAll(pipe, &kind, 1) || !ReadAll(pipe, reinterpret_cast<char*>(&size), sizeof size)) {
+    return false;
+  }
+  text.resize(size);
+  return ReadAll(pipe, text.data(), size);
+}
+
+// The child's part. The alarm ends it even when the caller is gone.
+[[noreturn]] void Work(int pipe, std::size_t first, std::size_t count, unsigned int seconds, const Job& job) {
+  for (const int number :
+       {SIGALRM, SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
+    std::signal(number, SIG_DFL);
+  }
+  sigset_t none;
+  sigemptyset(&none);
+  sigprocmask(SIG_SETMASK, &none, nullptr);
+  const rlimit noCore = {0, 0};
+  setrlimit(RLIMIT_CORE, &noCore);
+  const int nowhere = open("/dev/null", O_WRONLY);
+  if (nowhere >= 0) {
+    dup2(nowhere, STDOUT_FILENO);
+  }
+  for (std::size_t i = first; i < count; ++i) {
+    alarm(seconds);
+    const bool good = RunJob(job, i, [pipe](const std::string& text) { Send(pipe, kSaid, text); });
+    alarm(0);
+    Send(pipe, good ? kDone : kFailed, std::string());
+  }
+  _exit(0);
+}
+
+#endif
+
+}  // namespace
+
+void GuardedLoop::Run(std::size_t count, [[maybe_unused]] unsigned int seconds, const Job& job,
+                      const std::function<void(std::size_t, const std::string&)>& hear,
+                      const std::function<void(std::size_t, End)>& end) {
+  std::size_t next = 0;
+#if !defined(_WIN32)
+  while (next < count) {
+    int ends[2];
+    if (pipe(ends) != 0) {
+      break;
+    }
+    const pid_t child = fork();
+    if (child == 0) {
+      close(ends[0]);
+      Work(ends[1], next, count, seconds, job);
+    }
+    close(ends[1]);
+    if (child < 0) {
+      close(ends[0]);
+      break;
+    }
+    char kind = 0;
+    std::string text;
+    while (next < count && Receive(ends[0], kind, text)) {
+      if (kind == kSaid) {
+        hear(next, text);
+      } else {
+        end(next++, kind == kDone ? End::kDone : End::kCrashed);
+      }
+    }
+    close(ends[0]);
+    int status = 0;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    if (next < count) {
+      end(next++, WIFSIGNALED(status) && WTERMSIG(status) == SIGALRM ? End::kTimedOut : End::kCrashed);
+    }
+  }
+#endif
+  for (; next < count; ++next) {
+    const bool good = RunJob(job, next, [&](const std::string& text) { hear(next, text); });
+    end(next, good ? End::kDone : End::kCrashed);
+  }
+}
+
+}  // namespace mirel

@@ -1,0 +1,173 @@
+#include <Programs/mirel/Check/PackageSet.h>
+
+#include <Programs/mirel/Check/FindingList.h>
+#include <Programs/mirel/LogNotes.h>
+
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Model/LiteLimits.h>
+#include <Viewer/Kernel/Reader/PackageTable.h>
+
+#include <algorithm>
+#include <charconv>
+#include <filesystem>
+#include <system_error>
+
+namespace fs = std::filesystem;
+
+namespace mirel {
+
+namespace {
+
+std::string NameOf(std::size_t number, const ObjectId& id) {
+  return "item " + std::to_string(number) + ", id " + id.toString();
+}
+
+}  // namespace
+
+std::uint32_t PackageSet::GetNumber(const std::string& name) {
+  const std::size_t digits = name.size() > 3 ? name.size() - 3 : 0;
+  std::uint32_t number = 0;
+  const std::from_chars_result result = std::from_chars(name.data(), name.data() + digits, number);
+  const bool good = result.ec == std::errc() && name == std::to_string(number) + ".gz";
+  return good ? number : 0;
+}
+
+void PackageSet::CheckCounted(std::uint32_t count, bool mayBeEmpty, FindingList& findings) {
+  std::uint32_t missing = 0;
+  for (std::uint32_t number = 1; number <= count && number != 0; ++number) {
+    // A writer that counts the packages that it begins names one more when the last item has filled the one before.
+    const bool mayBeMissing =
+        number == count && (number == 1 ? mayBeEmpty : lastDataSize_ > std::uint64_t{kPkgSizeLimit});
+    const Result result = CheckPackage(number, findings);
+    if (result == Result::kRead) {
+      continue;
+    }
+    if (result == Result::kMissing && !mayBeMissing) {
+      findings.Add(CheckCode::kPackageMissing, GetFile(number),
+                   "is missing: the index counts " + std::to_string(count));
+    }
+    if (++missing == kMaxMissingPackages && number < count) {
+      findings.Add(CheckCode::kPackagesGivenUp, kind_,
+                   "after " + std::to_string(missing) + " missing ones, packages " +
+                       std::to_string(number + 1) + " to " + std::to_string(count) + " are not looked for");
+      return;
+    }
+  }
+}
+
+void PackageSet::CheckFound(FindingList& findings) {
+  std::vector<std::uint32_t> numbers;
+  std::error_code failure;
+  fs::directory_iterator entry(fs::u8path(folder_ + kind_), failure);
+  for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
+    const std::uint32_t number = GetNumber(entry->path().filename().u8string());
+    if (number > 0) {
+      numbers.push_back(number);
+    }
+  }
+  std::sort(numbers.begin(), numbers.end());
+  for (const std::uint32_t number : numbers) {
+    CheckPackage(number, findings);
+  }
+}
+
+PackageSet::Result PackageSet::CheckPackage(std::uint32_t number, FindingList& findings) {
+  const std::string file = GetFile(number);
+  const std::string path = folder_ + file;
+  lastDataSize_ = 0;
+  std::error_code failure;
+  const fs::file_status status = fs::symlink_status(fs::u8path(path), failure);
+  if (status.type() == fs::file_type::not_found) {
+    return Result::kMissing;
+  }
+  if (fs::is_symlink(status)) {
+    findings.Add(CheckCode::kPackageLink, file, "is a link");
+  }
+  LogNotes notes;
+  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path);
+  if (!buffer) {
+    std::string reason = notes.Take();
+    const std::string prefix = "Cannot read " + path + ": ";
+    reason.erase(0, reason.compare(0, prefix.size(), prefix) == 0 ? prefix.size() : 0);
+    findings.Add(CheckCode::kPackageUnreadable, file, "cannot be read: " + reason);
+    return Result::kUnreadable;
+  }
+  packages_.push_back(number);
+  CheckTable(number, buffer->GetData(), buffer->GetSize(), findings);
+  return Result::kRead;
+}
+
+void PackageSet::CheckTable(std::uint32_t number, const char* data, std::size_t size, FindingList& findings) {
+  const std::string file = GetFile(number);
+  const PackageTable table(data, size);
+  if (table.GetCount() == 0) {
+    findings.Add(CheckCode::kNoPackage, file,
+                 size == 0 ? "is empty" : "is no package: its count is 0 or more than it has room for");
+    return;
+  }
+  lastDataSize_ = table.GetDataSize();
+  std::uint64_t begin = 0;
+  for (std::size_t i = 0; i < table.GetCount(); ++i) {
+    const PackageTable::Entry entry = table.GetEntry(i);
+    const std::string name = NameOf(i + 1, entry.id);
+    if (entry.id == ObjectId()) {
+      findings.Add(CheckCode::kIdZero, file, name + ": no item can refer to it");
+    }
+    if (entry.offset != static_cast<std::uint32_t>(begin)) {
+      findings.Add(CheckCode::kBadOffset, file,
+                   name + ": its offset is " + std::to_string(entry.offset) + ", but it begins at " +
+                       std::to_string(begin));
+    }
+    const std::uint64_t left = table.GetDataSize() - begin;
+    if (entry.size > left) {
+      findings.Add(CheckCode::kItemCutShort, file,
+                   name + ": has " + std::to_string(entry.size) + " bytes, of which " + std::to_string(left) +
+                       " are there");
+      begin = table.GetDataSize();
+      continue;
+    }
+    begin += entry.size;
+    const auto [place, isNew] = places_.try_emplace(entry.id, Place{number, i + 1});
+    if (!isNew) {
+      findings.Add(CheckCode::kPackagedTwice, file,
+                   name + ": replaces item " + std::to_string(place->second.item) + " of " +
+                       GetFile(place->second.package));
+      place->second = {number, i + 1};
+    }
+  }
+  if (begin < table.GetDataSize()) {
+    findings.Add(CheckCode::kPackageBehindEnd, file,
+                 std::to_string(table.GetDataSize() - begin) + " bytes behind the last item are ignored");
+  }
+}
+
+void PackageSet::Visit(
+    const std::function<void(const std::string& file, const std::vector<Item>& items)>& visit) const {
+  for (const std::uint32_t number : packages_) {
+    std::vector<Item> items;
+    std::shared_ptr<RawBuffer> buffer;
+    {
+      const LogNotes quiet;
+      buffer = GzBuffer::FromFile(folder_ + GetFile(number));
+    }
+    if (!buffer) {
+      continue;
+    }
+    const PackageTable table(buffer->GetData(), buffer->GetSize());
+    std::size_t begin = 0;
+    for (std::size_t i = 0; i < table.GetCount(); ++i) {
+      const PackageTable::Entry entry = table.GetEntry(i);
+      if (entry.size > table.GetDataSize() - begin) {
+        break;  // and so is every later one that has a byte
+      }
+      const auto place = places_.find(entry.id);
+      const bool counts =
+          place != places_.end() && place->second.package == number && place->second.item == i + 1;
+      items.push_back({entry.id, NameOf(i + 1, entry.id), table.GetData() + begin, entry.size, counts});
+      begin += entry.size;
+    }
+    visit(GetFile(number), items);
+  }
+}
+
+}  // namespace mirel
