@@ -16,6 +16,7 @@
 #include <CLI/CLI.hpp>
 #include <Standard_Failure.hxx>
 
+#include <csignal>
 #include <exception>
 #include <memory>
 #include <string>
@@ -54,6 +55,10 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
 
 int Program::Run(int argc, char** argv) {
   InterruptCleanup::Install();
+#if defined(SIGXFSZ)
+  // A file beyond the user's limit is then an error like a full disk, with its message, and not the end.
+  std::signal(SIGXFSZ, SIG_IGN);
+#endif
   RegisterViewerKernelModule();
   Console::Options options;
   CLI::App app("Light-weight product structures that open as fast as they unzip", "mirel");

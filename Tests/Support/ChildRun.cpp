@@ -12,9 +12,13 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <linux/capability.h>
 #include <sched.h>
 #include <sys/mount.h>
+#include <sys/prctl.h>
 #include <sys/ptrace.h>
+#include <sys/resource.h>
+#include <sys/statvfs.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -23,14 +27,14 @@ namespace mirel {
 
 namespace {
 
-[[noreturn]] void Execute(const std::vector<std::string>& command) {
+/// What the program prints goes to the descriptor.
+[[noreturn]] void Execute(const std::vector<std::string>& command, int output) {
   std::vector<char*> arguments;
   for (const std::string& argument : command)
     arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
-  const int nowhere = open("/dev/null", O_WRONLY | O_CLOEXEC);
-  dup2(nowhere, STDOUT_FILENO);
-  dup2(nowhere, STDERR_FILENO);
+  dup2(output, STDOUT_FILENO);
+  dup2(output, STDERR_FILENO);
   execv(arguments[0], arguments.data());
   _exit(127);
 }
@@ -70,32 +74,46 @@ bool IsStep(const __ptrace_syscall_info& call) {
   }
 }
 
-ChildRun ToRun(int status) {
-  ChildRun run;
-  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return run;
+int Nowhere() {
+  return open("/dev/null", O_WRONLY | O_CLOEXEC);
+}
+
+int ToExitCode(int status) {
+  return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 }  // namespace
 
 int StartProgram(const std::vector<std::string>& command) {
   const pid_t child = fork();
-  if (child == 0) Execute(command);
+  if (child == 0) Execute(command, Nowhere());
   return child;
 }
 
 ChildRun WaitFor(int process) {
+  ChildRun run;
   int status = 0;
-  return waitpid(process, &status, 0) == process ? ToRun(status) : ChildRun();
+  if (waitpid(process, &status, 0) == process) run.exitCode = ToExitCode(status);
+  return run;
 }
 
 ChildRun RunProgram(const std::vector<std::string>& command, const std::function<void()>& prepare) {
+  int ends[2];
+  if (pipe2(ends, O_CLOEXEC) != 0) return ChildRun();
   const pid_t child = fork();
   if (child == 0) {
     if (prepare) prepare();
-    Execute(command);
+    Execute(command, ends[1]);
   }
-  return WaitFor(child);
+  close(ends[1]);
+  std::string output;
+  char block[4096];
+  for (ssize_t count = 0; (count = read(ends[0], block, sizeof block)) > 0;)
+    output.append(block, static_cast<std::size_t>(count));
+  close(ends[0]);
+  ChildRun run = WaitFor(child);
+  run.output = std::move(output);
+  return run;
 }
 
 ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command) {
@@ -106,7 +124,7 @@ ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command) {
     setenv("ASAN_OPTIONS", (std::string(options ? options : "") + ":detect_leaks=0").c_str(), 1);
     ptrace(PTRACE_TRACEME, 0, nullptr, nullptr);
     raise(SIGSTOP);
-    Execute(command);
+    Execute(command, Nowhere());
   }
   ChildRun run;
   int status = 0;
@@ -120,7 +138,7 @@ ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command) {
     if (thread < 0) return run;
     if (!WIFSTOPPED(status)) {
       if (thread != child) continue;
-      run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      run.exitCode = ToExitCode(status);
       return run;
     }
     long signal = 0;
@@ -149,7 +167,9 @@ bool RunInChild(const std::function<void()>& checks) {
   return WaitFor(child).Succeeded();
 }
 
-bool MountSmallDisk(const std::string& folder) {
+namespace {
+
+bool Mount(const std::string& folder) {
   if (unshare(CLONE_NEWNS) != 0) {
     // An unprivileged process may mount when it becomes the root of a user namespace of its own.
     const std::string user = std::to_string(getuid());
@@ -161,6 +181,43 @@ bool MountSmallDisk(const std::string& folder) {
   }
   return mount(nullptr, "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
          mount("mirel", folder.c_str(), "tmpfs", 0, "size=1m") == 0;
+}
+
+}  // namespace
+
+void MountSmallDisk(const std::string& folder) {
+  ASSERT_TRUE(Mount(folder)) << std::strerror(errno);
+}
+
+void MakeDiskReadOnly(const std::string& folder) {
+  ASSERT_EQ(mount(nullptr, folder.c_str(), nullptr, MS_REMOUNT | MS_RDONLY, nullptr), 0)
+      << std::strerror(errno);
+}
+
+bool CanMount() {
+  const TestFolder folder;
+  return RunInChild([&] { _exit(Mount(folder.GetPath()) ? 0 : 1); });
+}
+
+void FillDisk(const std::string& folder, unsigned int blocksLeft) {
+  const std::string ballast = folder + "ballast";
+  unlink(ballast.c_str());
+  struct statvfs disk = {};
+  ASSERT_EQ(statvfs(folder.c_str(), &disk), 0);
+  ASSERT_GT(disk.f_bfree, blocksLeft);
+  WriteFile(ballast, std::string((disk.f_bfree - blocksLeft) * disk.f_bsize, 'x'));
+  ASSERT_EQ(statvfs(folder.c_str(), &disk), 0);
+  ASSERT_EQ(disk.f_bfree, blocksLeft);
+}
+
+void LimitFileSize(std::uint64_t bytes) {
+  const rlimit limit = {bytes, bytes};
+  setrlimit(RLIMIT_FSIZE, &limit);
+}
+
+void ObeyPermissions() {
+  prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
+  prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);
 }
 
 }  // namespace mirel

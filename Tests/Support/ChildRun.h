@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <string>
 #include <vector>
@@ -10,12 +11,12 @@ namespace mirel {
 struct ChildRun {
   int exitCode = -1;    ///< -1 when a signal ended it
   bool killed = false;  ///< by `RunUntil`
+  std::string output;   ///< all that it printed, from `RunProgram`
 
   bool Succeeded() const { return exitCode == 0; }
 };
 
-/// Runs a program with the test's own environment; what it prints is dropped. `prepare` is called in the child before
-/// the program is started.
+/// Runs a program with the test's own environment. `prepare` is called in the child before the program is started.
 ChildRun RunProgram(const std::vector<std::string>& command, const std::function<void()>& prepare = nullptr);
 
 /// Starts a program and returns its process id, for `WaitFor`.
@@ -32,7 +33,17 @@ ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command);
 bool RunInChild(const std::function<void()>& checks);
 
 /// Gives the calling process a file system of its own over a folder that is there: 1 MiB in memory. To be called in
-/// `RunInChild`; it goes with the child. False when the system does not allow it.
-bool MountSmallDisk(const std::string& folder);
+/// `RunInChild`; it goes with the child.
+void MountSmallDisk(const std::string& folder);
+void MakeDiskReadOnly(const std::string& folder);
+/// Whether the system allows that; some containers do not.
+bool CanMount();
+/// Makes a file that leaves so many blocks of a small disk free, in place of the one made before.
+void FillDisk(const std::string& folder, unsigned int blocksLeft);
+
+/// For `RunProgram`: no file may be larger. The signal that comes with it is not ignored.
+void LimitFileSize(std::uint64_t bytes);
+/// For `RunProgram`: permissions bind the program even when the test runs as root.
+void ObeyPermissions();
 
 }  // namespace mirel

@@ -29,12 +29,10 @@ std::string PackageName(const std::string& kind, unsigned int n) {
   return kind + std::to_string(n) + ".gz";
 }
 
-/// The number of the package with this file name; 0 when it is none. Only the form that the writer uses counts.
-unsigned long long PackageNumber(const std::string& name) {
+/// Whether a file has a name that the writer gives to packages.
+bool IsPackageName(const std::string& name) {
   const std::size_t digits = name.size() > 3 ? name.size() - 3 : 0;
-  const std::string number = name.substr(0, digits);
-  if (!IsNumber(number) || digits > 10 || number[0] == '0' || name.substr(digits) != ".gz") return 0;
-  return std::stoull(number);
+  return IsNumber(name.substr(0, digits)) && name[0] != '0' && name.substr(digits) == ".gz";
 }
 
 bool Exists(const std::string& path) {
@@ -48,15 +46,16 @@ AsideFolder::AsideFolder(const std::string& folder)
     : folder_(folder), path_(folder + kPrefix + ObjectId::NewId().toString() + "/") {}
 
 AsideFolder::~AsideFolder() {
-  if (!made_) return;
   try {
     std::error_code ignored;
-    fs::remove_all(fs::u8path(path_), ignored);
-  } catch (const std::exception&) {  // want of memory; the next save removes the folder
+    if (made_) fs::remove_all(fs::u8path(path_), ignored);
+    if (isNew_) fs::remove(fs::u8path(folder_), ignored);  // which goes only when it is empty
+  } catch (const std::exception&) {                        // want of memory; the next save removes the folder
   }
 }
 
 bool AsideFolder::Make() {
+  isNew_ = !Exists(folder_);
   // The empty path stands for the current folder.
   made_ = (folder_.empty() || PathUtil::CreateFolders(folder_)) && PathUtil::CreateFolders(path_);
   return made_;
@@ -69,33 +68,30 @@ bool AsideFolder::Refuse(const std::string& reason) const {
 
 bool AsideFolder::PutInPlace(unsigned int shapePackages, unsigned int grepPackages) {
   try {
-    if (!CheckFiles(shapePackages, grepPackages) || !RemoveOthers()) return false;
+    std::vector<std::string> names;
+    for (unsigned int n = 1; n <= shapePackages; ++n)
+      names.push_back(PackageName(kShapes, n));
+    for (unsigned int n = 1; n <= grepPackages; ++n)
+      names.push_back(PackageName(kGReps, n));
+    names.push_back(kIndex);
+    if (!CheckFiles(names) || !RemoveOthers()) return false;
     for (const char* const kind : {kShapes, kGReps}) {
       if (Exists(path_ + kind) && !PathUtil::CreateFolders(folder_ + kind)) return false;
     }
-    std::error_code error;
-    if (Exists(folder_ + kIndex)) {
-      fs::rename(fs::u8path(folder_ + kIndex), fs::u8path(path_ + "old-index"), error);
-      if (error) return Refuse(folder_ + kIndex + " cannot be removed: " + error.message());
-    }
-    if (MoveOldAside(kShapes, shapePackages) && MoveOldAside(kGReps, grepPackages) &&
-        MovePackages(kShapes, shapePackages) && MovePackages(kGReps, grepPackages) &&
-        Move(path_ + kIndex, folder_ + kIndex)) {
+    if ((!Exists(folder_ + kIndex) || Move(folder_ + kIndex, path_ + "old-index.gz")) &&
+        MoveOldPackages(kShapes) && MoveOldPackages(kGReps) &&
+        std::all_of(names.begin(), names.end(),
+                    [&](const std::string& name) { return Move(path_ + name, folder_ + name); })) {
       return true;
     }
-    MIREL_FAILURE("%s is not saved and is no model folder any more: it has no index", folder_.c_str());
+    MoveBack();
   } catch (const std::exception& e) {  // text that is no path in the system's encoding, or want of memory
     MIREL_FAILURE("%s is not saved: %s", folder_.c_str(), e.what());
   }
   return false;
 }
 
-bool AsideFolder::CheckFiles(unsigned int shapePackages, unsigned int grepPackages) const {
-  std::vector<std::string> names{kIndex};
-  for (unsigned int n = 1; n <= shapePackages; ++n)
-    names.push_back(PackageName(kShapes, n));
-  for (unsigned int n = 1; n <= grepPackages; ++n)
-    names.push_back(PackageName(kGReps, n));
+bool AsideFolder::CheckFiles(const std::vector<std::string>& names) const {
   for (const std::string& name : names) {
     if (!Exists(path_ + name)) return Refuse(name + " could not be written");
     std::error_code ignored;
@@ -130,35 +126,41 @@ bool AsideFolder::RemoveOthers() const {
   return true;
 }
 
-bool AsideFolder::MoveOldAside(const std::string& kind, unsigned int count) const {
+bool AsideFolder::MoveOldPackages(const std::string& kind) {
   std::error_code none;
   std::vector<std::string> names;
   for (const fs::directory_entry& entry : fs::directory_iterator(fs::u8path(folder_ + kind), none)) {
     const std::string name = entry.path().filename().u8string();
     std::error_code ignored;
-    if (PackageNumber(name) > count && fs::is_regular_file(entry.symlink_status(ignored)))
-      names.push_back(name);
+    if (IsPackageName(name) && !fs::is_directory(entry.symlink_status(ignored))) names.push_back(name);
   }
-  return std::all_of(names.begin(), names.end(), [&](const std::string& name) {
-    return Move(folder_ + kind + name, path_ + "old-" + kind.substr(0, kind.size() - 1) + "-" + name);
-  });
+  const std::string prefix = path_ + "old-" + kind.substr(0, kind.size() - 1) + "-";
+  return std::all_of(names.begin(), names.end(),
+                     [&](const std::string& name) { return Move(folder_ + kind + name, prefix + name); });
 }
 
-bool AsideFolder::MovePackages(const std::string& kind, unsigned int count) const {
-  for (unsigned int n = 1; n <= count; ++n) {
-    const std::string name = PackageName(kind, n);
-    if (!Move(path_ + name, folder_ + name)) return false;
-  }
-  return true;
-}
-
-bool AsideFolder::Move(const std::string& from, const std::string& to) const {
+bool AsideFolder::Move(const std::string& from, const std::string& to) {
   std::error_code error;
   fs::rename(fs::u8path(from), fs::u8path(to), error);
-  if (!error) return true;
+  if (!error) {
+    moves_.emplace_back(from, to);
+    return true;
+  }
   MIREL_FAILURE("Cannot move %s to %s: %s", from.c_str(), to.c_str(),
                 Exists(path_) ? error.message().c_str() : "another save into the folder was faster");
   return false;
+}
+
+// Where another save was faster, each of these moves fails as well.
+void AsideFolder::MoveBack() {
+  for (auto move = moves_.rbegin(); move != moves_.rend(); ++move) {
+    std::error_code error;
+    fs::rename(fs::u8path(move->second), fs::u8path(move->first), error);
+    if (!error) continue;
+    MIREL_FAILURE("%s is not saved, and what was there cannot be put back", folder_.c_str());
+    return;
+  }
+  Refuse("its files cannot be put in place");
 }
 
 }  // namespace mirel

@@ -1,0 +1,164 @@
+#include <Viewer/Kernel/Writer/LiteModelWriter.h>
+
+#include <Viewer/Kernel/Host/Core/ObjectId.h>
+
+#include <Tests/Support/ChildRun.h>
+#include <Tests/Support/LogCapture.h>
+#include <Tests/Support/TestFolder.h>
+#include <Tests/Support/TestModel.h>
+
+#include <gtest/gtest.h>
+
+namespace mirel {
+namespace {
+
+namespace fs = std::filesystem;
+
+TEST(FailedSave, WhatIsInTheWayStaysAndIsNamed) {
+  struct Case {
+    const char* name;
+    std::function<void(const std::string& folder)> prepare;
+    std::string message;  // with the folder's path in place of FOLDER
+  };
+  const auto makeFolder = [](const char* name) {
+    return [=](const std::string& folder) {
+      fs::remove(fs::u8path(folder + name));
+      fs::create_directories(fs::u8path(folder + name));
+      WriteFile(folder + name + "/notes.txt", "precious");
+    };
+  };
+  const auto makeFile = [](const char* name) {
+    return [=](const std::string& folder) {
+      fs::remove_all(fs::u8path(folder + name));
+      WriteFile(folder + name, "precious");
+    };
+  };
+  const Case cases[] = {
+      {"a folder for a package", makeFolder("model/1.gz"),
+       "FOLDERmodel/1.gz is in the way: it is not a file"},
+      {"a folder for graphics", makeFolder("grep/1.gz"), "FOLDERgrep/1.gz is in the way: it is not a file"},
+      {"a folder for the index", makeFolder("index.gz"), "FOLDERindex.gz is in the way: it is not a file"},
+      {"a file for a folder", makeFile("model"), "Cannot create folder FOLDERmodel/: "},
+      {"a file for the other folder", makeFile("grep"), "Cannot create folder FOLDERgrep/: "},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.name);
+    const TestFolder folder;
+    LiteModel model;
+    FillAssembly(model);
+    LiteModelWriter(model).Save(folder.GetPath());
+    c.prepare(folder.GetPath());
+    const FileContents before = ReadFiles(folder.GetPath());
+    LogCapture log;
+    LiteModelWriter(model).Save(folder.GetPath());
+    std::string message = c.message;
+    message.replace(message.find("FOLDER"), 6, folder.GetPath());
+    EXPECT_TRUE(log.Contains(message)) << ::testing::PrintToString(log.GetTexts(3));
+    EXPECT_TRUE(log.HasLocations());
+    EXPECT_TRUE(ReadFiles(folder.GetPath()) == before);
+  }
+}
+
+TEST(FailedSave, WhereNothingWasNothingIsLeft) {
+  const TestFolder folder;
+  WriteFile(folder.GetPath() + "file", "x");
+  for (const std::string& name :
+       {std::string("file/"), std::string("file/below/"), std::string(300, 'n') + "/"}) {
+    LogCapture log;
+    LiteModel model;
+    FillAssembly(model);
+    LiteModelWriter(model).Save(folder.GetPath() + name);
+    EXPECT_TRUE(log.Contains("Cannot create folder " + folder.GetPath() + name + ": "));
+    EXPECT_TRUE(log.HasLocations());
+  }
+  EXPECT_EQ(folder.ListFiles(), "file");
+  EXPECT_EQ(ReadFile(folder.GetPath() + "file"), "x");
+}
+
+#if defined(__linux__)
+
+/// A program that saves over an older model, and cannot.
+class StarvedSave : public ::testing::Test {
+ protected:
+  ChildRun Save(int boxes, const std::function<void()>& prepare = nullptr) const {
+    return RunProgram({MIREL_SAVE_BOXES, target_, std::to_string(boxes)}, prepare);
+  }
+  /// True when it was saved; else all is as it was and the reason has been said.
+  bool SaveOver(const FileContents& old, const char* reason,
+                const std::function<void()>& prepare = nullptr) const {
+    const ChildRun run = Save(kMany, prepare);
+    EXPECT_TRUE(run.Succeeded());
+    const FileContents found = ReadFiles(target_);
+    if (found != old) {
+      EXPECT_EQ(run.output, "");
+      return true;
+    }
+    EXPECT_NE(run.output.find(reason), std::string::npos) << run.output;
+    EXPECT_NE(run.output.find(target_), std::string::npos) << run.output;
+    return false;
+  }
+  static constexpr int kMany = 150;  // boxes: some blocks of a disk in each file
+
+  const TestFolder folder_;
+  const std::string target_ = folder_.GetPath() + "model/";
+};
+
+TEST_F(StarvedSave, AFullDiskLeavesTheOldModel) {
+  if (!CanMount()) GTEST_SKIP() << "skipped: cannot mount a small disk here";
+  EXPECT_TRUE(RunInChild([&] {
+    MountSmallDisk(folder_.GetPath());
+    ASSERT_TRUE(Save(2).Succeeded());
+    const FileContents old = ReadFiles(target_);
+    ASSERT_EQ(old.size(), 3U);
+    unsigned int blocks = 0;
+    for (;; ++blocks) {
+      SCOPED_TRACE(blocks);
+      ASSERT_LT(blocks, 50U);
+      FillDisk(folder_.GetPath(), blocks);
+      if (SaveOver(old, "No space left on device")) break;
+      if (HasFailure()) return;
+    }
+    EXPECT_GE(blocks, 5U) << "an empty disk to almost all that is needed";
+    const FileContents found = ReadFiles(target_);
+    fs::remove(fs::u8path(folder_.GetPath() + "ballast"));
+    ASSERT_TRUE(Save(kMany).Succeeded());
+    EXPECT_TRUE(ReadFiles(target_) == found) << "what was saved into the last blocks is whole";
+  }));
+}
+
+TEST_F(StarvedSave, AFileBeyondTheLimitLeavesTheOldModel) {
+  ASSERT_TRUE(Save(kMany).Succeeded());
+  const FileContents whole = ReadFiles(target_);
+  std::size_t largest = 0;
+  for (const auto& [name, content] : whole)
+    largest = std::max(largest, content.size());
+  fs::remove_all(fs::u8path(target_));
+  ASSERT_TRUE(Save(2).Succeeded());
+  const FileContents old = ReadFiles(target_);
+  for (const std::size_t limit : {std::size_t{0}, std::size_t{1}, std::size_t{512}, largest / 2, largest - 1})
+    EXPECT_FALSE(SaveOver(old, "File too large", [=] { LimitFileSize(limit); })) << limit;
+  EXPECT_TRUE(SaveOver(old, "", [=] { LimitFileSize(largest); }));
+  EXPECT_TRUE(ReadFiles(target_) == whole);
+}
+
+TEST_F(StarvedSave, AFolderWithoutPermissionStaysAsItIs) {
+  ASSERT_TRUE(Save(2).Succeeded());
+  const FileContents old = ReadFiles(target_);
+  fs::permissions(fs::u8path(target_), fs::perms::owner_read | fs::perms::owner_exec);
+  EXPECT_FALSE(SaveOver(old, "Permission denied", ObeyPermissions));
+  fs::permissions(fs::u8path(target_), fs::perms::owner_all);
+  for (const char* const name : {"model", "grep"}) {
+    const fs::path locked = fs::u8path(target_ + name);
+    fs::permissions(locked, fs::perms::owner_read | fs::perms::owner_exec);
+    const ChildRun run = Save(kMany, ObeyPermissions);
+    EXPECT_NE(run.output.find("Permission denied"), std::string::npos) << run.output;
+    fs::permissions(locked, fs::perms::owner_all);
+    EXPECT_NE(run.output.find("and stays as it was"), std::string::npos) << run.output;
+    EXPECT_TRUE(ReadFiles(target_) == old) << name;
+  }
+}
+
+#endif
+
+}  // namespace
+}  // namespace mirel
