@@ -277,7 +277,7 @@ class Comparison {
       return 0.0;
     }
     const std::uint32_t count = range.indexCount / 3;
-    const std::uint32_t step = std::max(1u, count / triangles);
+    const std::uint32_t step = (count + triangles - 1) / triangles;
     for (std::uint32_t t = 0; t < count; t += step) {
       glm::dvec3 corners[3];
       for (std::uint32_t k = 0; k < 3; ++k) {

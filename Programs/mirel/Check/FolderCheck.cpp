@@ -35,6 +35,12 @@ std::string WithReason(const std::string& text, LogNotes& notes) {
   return reason.empty() ? text : text + ": " + reason;
 }
 
+const char* WhyForeign(const std::string& name) {
+  return name.compare(0, 7, ".mirel-") == 0
+             ? "was left by a save that was interrupted, or belongs to one that goes on"
+             : "does not belong to a model folder";
+}
+
 std::string NameOfPath(const fs::path& path) {
   return path.filename().u8string();
 }
@@ -115,7 +121,7 @@ void FolderCheck::CheckFiles() {
     } else if (name == "grep") {
       CheckFolder(name, contents_.grepPackages);
     } else if (name != indexName_) {
-      findings_.Add(CheckCode::kForeignFile, name, "does not belong to a model folder");
+      findings_.Add(CheckCode::kForeignFile, name, WhyForeign(name));
     }
   }
 }
@@ -131,7 +137,7 @@ void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {
     const std::string file = NameOfPath(entry->path());
     const std::uint32_t number = PackageSet::GetNumber(file);
     if (number == 0) {
-      findings_.Add(CheckCode::kForeignFile, name + "/" + file, "does not belong to a model folder");
+      findings_.Add(CheckCode::kForeignFile, name + "/" + file, WhyForeign(file));
     } else if (contents_.opens && number > count) {
       findings_.Add(CheckCode::kPackageBeyondCount, name + "/" + file,
                     "is not opened: the index counts " + std::to_string(count));

@@ -1,5 +1,6 @@
 #include <Programs/mirel/Save/SaveVerb.h>
 
+#include <Programs/mirel/Check/FolderCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/CrashGuard.h>
 #include <Programs/mirel/Import/AssemblyImporter.h>
@@ -14,6 +15,7 @@
 #include <Programs/mirel/Save/FolderReplacement.h>
 #include <Programs/mirel/Save/RecordCheck.h>
 #include <Programs/mirel/Save/SaveWatcher.h>
+#include <Programs/mirel/Save/SavedFolderCheck.h>
 #include <Programs/mirel/Save/TypeUseCounter.h>
 #include <Programs/mirel/Stopwatch.h>
 #include <Programs/mirel/Text/Utf8.h>
@@ -27,6 +29,9 @@
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Shape.hxx>
 
+#include <memory>
+#include <sstream>
+
 namespace mirel {
 
 CLI::App* SaveVerb::Declare(CLI::App& program) {
@@ -37,6 +42,8 @@ CLI::App* SaveVerb::Declare(CLI::App& program) {
   verb->add_option("FOLDER", folder_, "Folder to make")->required();
   verb->add_flag("--force", force_, "Replace FOLDER if it is a model folder already");
   verb->add_flag("--strict", strict_, "End with exit code 4 when anything of the source is not saved");
+  verb->add_flag("--verify", verify_,
+                 "Check the folder, and compare it with the model, before it is put in place");
   verb->add_flag("--json", json_, "Print the report as JSON");
   return verb;
 }
@@ -178,14 +185,18 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
     return ExitCode::kOutputUnwritten;
   }
   TypeUseCounter::Count(model);
+  auto writer = std::make_unique<LiteModelWriter>(model);
   {
     const CrashGuard guard(input_, "its shapes made OpenCASCADE crash; it is probably damaged",
                            ExitCode::kOutputUnwritten);
     SaveWatcher watcher(std::filesystem::u8path(replacement.GetFolder()), progress);
-    LiteModelWriter(model).Save(replacement.GetFolder());
+    writer->Save(replacement.GetFolder());
     const SaveWatcher::Times times = watcher.Stop();
     report_.seconds.emplace_back("tessellation", times.tessellation);
     report_.seconds.emplace_back("writing", times.writing);
+  }
+  if (!verify_) {
+    writer.reset();  // and with it the graphics
   }
   progress.Begin("checking");
   Stopwatch watch;
@@ -203,11 +214,38 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
     report_.folderBytes += file.packedBytes;
   }
   report_.seconds.emplace_back("checking", watch.Lap());
+  if (verify_) {
+    if (!Verify(console, progress, model, *writer, readBack.GetModel(), replacement.GetFolder())) {
+      console.Error(folder_, "not written; nothing has been changed");
+      return ExitCode::kOutputUnwritten;
+    }
+    report_.seconds.emplace_back("verifying", watch.Lap());
+  }
   if (!replacement.Commit(reason)) {
     console.Error(folder_, reason);
     return ExitCode::kOutputUnwritten;
   }
   return ExitCode::kDone;
+}
+
+bool SaveVerb::Verify(Console& console, ProgressBar& progress, const LiteModel& model,
+                      const LiteModelWriter& writer, const LiteModel& readBack,
+                      const std::string& folder) const {
+  FolderCheck check(folder);
+  check.SetProgress(&progress);
+  check.Run(FolderCheck::Level::kAgreement);
+  FindingList differences;
+  progress.Begin("verifying");
+  SavedFolderCheck::Compare(model, writer.GetGRepBuilder(), folder, readBack, differences);
+  const bool good = check.GetFindings().GetErrorCount() + differences.GetErrorCount() == 0;
+  if (!good) {
+    console.Error(folder_, "what was written does not pass the verification:");
+  }
+  std::istringstream lines(check.GetFindings().ToText() + differences.ToText());
+  for (std::string line; std::getline(lines, line);) {
+    good ? console.Note(line) : console.ErrorDetail(line);
+  }
+  return good;
 }
 
 }  // namespace mirel

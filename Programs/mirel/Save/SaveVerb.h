@@ -9,6 +9,7 @@
 namespace mirel {
 
 class LiteModel;
+class LiteModelWriter;
 class ProgressBar;
 class SourceFile;
 
@@ -22,6 +23,8 @@ class SaveVerb : public Verb {
   ExitCode ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode ReadBody(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode Write(Console& console, ProgressBar& progress, LiteModel& model);
+  bool Verify(Console& console, ProgressBar& progress, const LiteModel& model, const LiteModelWriter& writer,
+              const LiteModel& readBack, const std::string& folder) const;
   void AddLoss(const char* key, const char* text, std::uint64_t count) {
     report_.losses.push_back({key, text, count});
   }
@@ -30,6 +33,7 @@ class SaveVerb : public Verb {
   std::string folder_;
   bool force_ = false;
   bool strict_ = false;
+  bool verify_ = false;
   bool json_ = false;
 
   ImportRecord record_;

@@ -1,5 +1,4 @@
 #include <Programs/mirel/Import/DocumentReader.h>
-#include <Programs/mirel/Program.h>
 #include <Programs/mirel/ProgressBar.h>
 
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
@@ -8,6 +7,7 @@
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
+#include <Tests/Programs/mirel/RunMirel.h>
 #include <Tests/Support/TestFolder.h>
 #include <Tests/Support/TestModel.h>
 
@@ -138,24 +138,6 @@ void ExpectNear(const Box& a, const Box& b, double tolerance) {
     EXPECT_NEAR(a.min[axis], b.min[axis], tolerance) << axis;
     EXPECT_NEAR(a.max[axis], b.max[axis], tolerance) << axis;
   }
-}
-
-// Runs `mirel` and returns its exit code; what it printed is in `out`.
-int Mirel(std::vector<std::string> arguments, std::string& out, std::string* err = nullptr) {
-  arguments.insert(arguments.begin(), "mirel");
-  std::vector<char*> raw;
-  for (std::string& argument : arguments) {
-    raw.push_back(&argument[0]);
-  }
-  testing::internal::CaptureStdout();
-  testing::internal::CaptureStderr();
-  const int code = Program::Run(static_cast<int>(raw.size()), raw.data());
-  out = testing::internal::GetCapturedStdout();
-  const std::string said = testing::internal::GetCapturedStderr();
-  if (err != nullptr) {
-    *err = said;
-  }
-  return code;
 }
 
 // The sample, or another STEP file to try: MIREL_TEST_STEP=file.step ProgramTests --gtest_filter='BoxVerb.*'

@@ -14,7 +14,8 @@ namespace {
 
 // What differs from run to run, or with the libraries that mesh and compress.
 std::string WithoutMeasurements(const std::string& text) {
-  static const std::regex measured("^(seconds.*|bytes:.*|(index|grep|model|all)[ ./].*|.*riangles .*|.* compared)$");
+  static const std::regex measured(
+      "^(seconds.*|bytes:.*|(index|grep|model|all)[ ./].*|.*riangles .*|.* compared)$");
   static const std::regex number("[0-9]+(\\.[0-9]+)?");
   std::istringstream lines(text);
   std::string result;

@@ -1,13 +1,7 @@
 #include <Programs/mirel/Open/ModelFigures.h>
 
-#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
-#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
-#include <Viewer/Kernel/Model/GroupItem.h>
-#include <Viewer/Kernel/Model/InstanceItem.h>
-#include <Viewer/Kernel/Model/LiteModel.h>
-#include <Viewer/Kernel/Model/ShapeItem.h>
+#include <Tests/Support/TestModel.h>
 
-#include <BRepPrimAPI_MakeBox.hxx>
 #include <gtest/gtest.h>
 
 #include <limits>
@@ -15,55 +9,26 @@
 namespace mirel {
 namespace {
 
-ObjectId Id(unsigned long long value) {
-  ObjectId id;
-  id.SetInteger(value);
-  return id;
-}
-
-std::unique_ptr<LiteModelItem> InstanceOf(unsigned long long type) {
-  auto instance = std::make_unique<InstanceItem>();
-  instance->SetTypeId(Id(type));
-  return instance;
-}
-
-std::unique_ptr<ShapeItem> Box(unsigned long long id, unsigned long long shape) {
-  auto item = std::make_unique<ShapeItem>();
-  item->SetId(Id(id));
-  item->SetShapeId(Id(shape));
-  return item;
-}
-
 void AddBody(LiteModel& model, unsigned long long id) {
-  const auto body = std::make_shared<TopoShape>(BRepPrimAPI_MakeBox(1, 2, 3).Shape());
-  const std::shared_ptr<GRepShape> grep = GRepShape::Create(body, nullptr, nullptr, 0.0, true);
-  grep->Compute();
+  const std::shared_ptr<TopoShape> body = MakeBox(1, 2, 3);
   model.AddShape(Id(id), body);
-  model.AddShape(Id(id), grep);
+  model.AddShape(Id(id), MakeGRep(body));
 }
 
 TEST(ModelFiguresTest, CountsStoredAndSeen) {
   LiteModel model;
   AddBody(model, 1);
-  auto red = Box(10, 1);
+  auto red = MakeShape(10, "", 1);
   red->SetFaceColor(0, glm::vec3(1, 0, 0));
   red->SetFaceColor(5, glm::vec3(1, 0, 0));
   model.AddType(std::move(red));
-  auto pair = std::make_unique<GroupItem>();  // two red boxes and, in it, one without graphics
-  pair->SetId(Id(11));
-  pair->AddItem(InstanceOf(10));
-  pair->AddItem(InstanceOf(10));
-  pair->AddItem(Box(13, 99));
-  model.AddType(std::move(pair));
-  auto top = std::make_unique<GroupItem>();
-  auto blue = Box(12, 1);
+  // Two red boxes and one without graphics.
+  model.AddType(MakeGroup(11, "", MakeInstance(0, "", 10), MakeInstance(0, "", 10), MakeShape(13, "", 99)));
+  auto blue = MakeShape(12, "", 1);
   blue->SetFaceColor(5, glm::vec3(0, 0, 1));
   blue->SetFaceColor(3, glm::vec3(0, 0, 1));
-  top->AddItem(std::move(blue));
-  top->AddItem(InstanceOf(11));
-  top->AddItem(InstanceOf(11));
-  top->AddItem(InstanceOf(77));  // of a type that is not there
-  model.AddItem(std::move(top));
+  model.AddItem(MakeGroup(0, "", std::move(blue), MakeInstance(0, "", 11), MakeInstance(0, "", 11),
+                          MakeInstance(0, "", 77)));  // of a type that is not there
 
   const ModelFigures figures(model);
   EXPECT_EQ(figures.groups, 2u);
@@ -88,26 +53,17 @@ TEST(ModelFiguresTest, CountsStoredAndSeen) {
 TEST(ModelFiguresTest, EndsOnHostileModels) {
   LiteModel model;
   AddBody(model, 1);
-  model.AddType(Box(1, 1));
+  model.AddType(MakeShape(1, "", 1));
   for (unsigned long long level = 2; level <= 200; ++level) {  // 2^199 boxes
-    auto pair = std::make_unique<GroupItem>();
-    pair->SetId(Id(level));
-    pair->AddItem(InstanceOf(level - 1));
-    pair->AddItem(InstanceOf(level - 1));
-    model.AddType(std::move(pair));
+    model.AddType(MakeGroup(level, "", MakeInstance(0, "", level - 1), MakeInstance(0, "", level - 1)));
   }
-  model.AddItem(InstanceOf(200));
+  model.AddItem(MakeInstance(0, "", 200));
   EXPECT_EQ(ModelFigures(model).placedShapes, std::numeric_limits<std::uint64_t>::max());
 
-  auto loop = std::make_unique<GroupItem>();  // two types that contain each other
-  loop->SetId(Id(1000));
-  loop->AddItem(InstanceOf(1001));
-  model.AddType(std::move(loop));
-  auto back = std::make_unique<GroupItem>();
-  back->SetId(Id(1001));
-  back->AddItem(InstanceOf(1000));
-  model.AddType(std::move(back));
-  model.AddItem(InstanceOf(1000));
+  // Two types that contain each other.
+  model.AddType(MakeGroup(1000, "", MakeInstance(0, "", 1001)));
+  model.AddType(MakeGroup(1001, "", MakeInstance(0, "", 1000)));
+  model.AddItem(MakeInstance(0, "", 1000));
   EXPECT_EQ(ModelFigures(model).types.size(), 202u);
 }
 

@@ -1,33 +1,16 @@
 #include <Programs/mirel/Save/TypeUseCounter.h>
 
-#include <Viewer/Kernel/Model/GroupItem.h>
-#include <Viewer/Kernel/Model/InstanceItem.h>
-#include <Viewer/Kernel/Model/LiteModel.h>
-#include <Viewer/Kernel/Model/ShapeItem.h>
+#include <Tests/Support/TestModel.h>
 
 #include <gtest/gtest.h>
 
 namespace mirel {
 namespace {
 
-ObjectId Id(unsigned long long value) {
-  ObjectId id;
-  id.SetInteger(value);
-  return id;
-}
-
-std::unique_ptr<LiteModelItem> InstanceOf(unsigned long long type) {
-  auto instance = std::make_unique<InstanceItem>();
-  instance->SetTypeId(Id(type));
-  return instance;
-}
-
+// A group of instances.
 template <typename... Types>
 std::unique_ptr<GroupItem> GroupOf(unsigned long long id, Types... types) {
-  auto group = std::make_unique<GroupItem>();
-  group->SetId(Id(id));
-  (group->AddItem(InstanceOf(types)), ...);
-  return group;
+  return MakeGroup(id, "", MakeInstance(0, "", static_cast<unsigned long long>(types))...);
 }
 
 TEST(TypeUseCounterTest, CountsInstancesThatAreReached) {
@@ -57,7 +40,7 @@ TEST(TypeUseCounterTest, EndsWhateverTheNesting) {
   LiteModel model;
   model.AddType(GroupOf(1, 1, 2));
   model.AddType(GroupOf(2, 1));
-  std::unique_ptr<LiteModelItem> deep = InstanceOf(1);
+  std::unique_ptr<LiteModelItem> deep = MakeInstance(0, "", 1);
   for (int i = 0; i < 200000; ++i) {
     auto group = std::make_unique<GroupItem>();
     group->AddItem(std::move(deep));

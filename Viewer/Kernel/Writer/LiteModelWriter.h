@@ -39,6 +39,9 @@ class MIREL_VIEWER_KERNEL_API LiteModelWriter {
   /// says that it did not; their files are not mixed.
   void Save(const std::string& folder);
 
+  /// The graphics that the last `Save` has made.
+  const PkgGRepBuilder& GetGRepBuilder() const { return builder_; }
+
  private:
   void SaveShapes(const std::string& folder);
   void SaveIndex(const std::string& folder);

@@ -33,6 +33,9 @@ class MIREL_VIEWER_KERNEL_API PkgGRepBuilder {
   /// out, with a message at level 3. An id given twice gives two entries.
   void AddItem(const ObjectId& id, const std::shared_ptr<TopoShape>& shape);
 
+  /// All entries in the order of `AddItem`. The builder keeps its share of the GReps.
+  const std::vector<std::pair<ObjectId, std::shared_ptr<GRepShape>>>& GetItems() const { return entries_; }
+
   /// Completes (tessellates) all GReps. Leaves OpenMP's default number of threads at eight.
   void Build();
 

@@ -1,0 +1,26 @@
+#include <Tests/Programs/mirel/RunMirel.h>
+
+#include <Programs/mirel/Program.h>
+
+#include <gtest/gtest.h>
+
+namespace mirel {
+
+int Mirel(std::vector<std::string> arguments, std::string& out, std::string* err) {
+  arguments.insert(arguments.begin(), "mirel");
+  std::vector<char*> raw;
+  for (std::string& argument : arguments) {
+    raw.push_back(&argument[0]);
+  }
+  testing::internal::CaptureStdout();
+  testing::internal::CaptureStderr();
+  const int code = Program::Run(static_cast<int>(raw.size()), raw.data());
+  out = testing::internal::GetCapturedStdout();
+  const std::string said = testing::internal::GetCapturedStderr();
+  if (err != nullptr) {
+    *err = said;
+  }
+  return code;
+}
+
+}  // namespace mirel
