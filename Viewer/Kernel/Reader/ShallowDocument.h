@@ -5,11 +5,17 @@
 #include <rapidjson/document.h>
 #include <rapidjson/reader.h>
 
+#include <algorithm>
+#include <charconv>
 #include <cstddef>
+#include <cstdint>
 
 namespace mirel {
 
 /// A document that stops its parser where objects and arrays nest deeper than they may: the parser recurses.
+///
+/// It converts numbers itself, and rounds them correctly, so that a placement does not drift each time a model is loaded
+/// and saved. The parser's own conversion to full precision makes large numbers of some zeros (0e-30).
 class ShallowDocument : public rapidjson::Document {
  public:
   /// Parses text up to its first NUL character. False when it is no JSON, or nests too deep.
@@ -17,8 +23,7 @@ class ShallowDocument : public rapidjson::Document {
     rapidjson::ParseResult result;
     auto parse = [&](rapidjson::Document&) {
       rapidjson::StringStream stream(text);
-      // Default flags, but numbers to the last bit: a placement must not drift each time a model is loaded and saved.
-      constexpr unsigned int kFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseFullPrecisionFlag;
+      constexpr unsigned int kFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseNumbersAsStringsFlag;
       result = rapidjson::Reader().Parse<kFlags>(stream, *this);
       return !result.IsError();
     };
@@ -41,8 +46,39 @@ class ShallowDocument : public rapidjson::Document {
     --depth_;
     return rapidjson::Document::EndArray(elements);
   }
+  bool RawNumber(const char* text, rapidjson::SizeType length, bool) {
+    const char* const end = text + length;
+    if (*text == '-') {
+      std::int64_t integer = 0;
+      if (IsWhole(std::from_chars(text, end, integer), end)) return Int64(integer);
+    } else {
+      std::uint64_t integer = 0;
+      if (IsWhole(std::from_chars(text, end, integer), end)) return Uint64(integer);
+    }
+    double real = 0.0;
+    return ReadReal(text, end, real) && Double(real);
+  }
 
  private:
+  static bool IsWhole(const std::from_chars_result& result, const char* end) {
+    return result.ec == std::errc() && result.ptr == end;
+  }
+
+  /// False when the number is too large for a double.
+  static bool ReadReal(const char* text, const char* end, double& value) {
+    const std::from_chars_result result = std::from_chars(text, end, value);
+    if (result.ec != std::errc::result_out_of_range) return result.ec == std::errc();
+    // Too large, or too close to 0: the power of ten of its first digit other than 0 says which.
+    const char* const exponent = std::find_if(text, end, [](char c) { return c == 'e' || c == 'E'; });
+    const char* const point = std::find(text, exponent, '.');
+    const char* const first = std::find_if(text, exponent, [](char c) { return c >= '1' && c <= '9'; });
+    std::int64_t power = 0;
+    if (exponent != end) std::from_chars(exponent + (exponent[1] == '+' ? 2 : 1), end, power);
+    if (power + (point - first) > 0) return false;
+    value = 0.0;
+    return true;
+  }
+
   int depth_ = 0;
   std::size_t errorOffset_ = 0;
 };

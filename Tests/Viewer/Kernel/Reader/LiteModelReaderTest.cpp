@@ -179,6 +179,40 @@ std::string Replace(const std::string& path, const std::string& by) {
   return buffer.GetString();
 }
 
+TEST(LiteModelReader, NumbersAreRoundedCorrectly) {
+  const std::string zeros(400, '0');
+  const std::string manyDigits = "9" + std::string(300, '0') + "e-300";
+  for (const auto& [text, expected] : {std::pair<std::string, double>("0e-30", 0.0),
+                                       {"-0E-320", -0.0},
+                                       {"0.000000000000000000000000000000", 0.0},
+                                       {"0e300", 0.0},
+                                       {"1e-400", 0.0},
+                                       {"0." + zeros + "1", 0.0},
+                                       {"-1e-2147483648", 0.0},
+                                       {"4.9406564584124654e-324", 4.9406564584124654e-324},
+                                       {"2.2250738585072011e-308", 2.2250738585072011e-308},
+                                       {"1.7976931348623157e308", 1.7976931348623157e308},
+                                       {manyDigits, 9.0},
+                                       {"9007199254740993.0", 9007199254740992.0},
+                                       {"18446744073709551616", 18446744073709551616.0},
+                                       {"-9223372036854775809", -9223372036854775808.0},
+                                       {"-0.30000000000000004", -0.30000000000000004}}) {
+    LogCapture log;
+    LiteModel model;
+    ASSERT_TRUE(LiteModelReader(model).Load(
+        R"({"Types":[],"Items":[{"Type":"Shape","Transform":[1,0,0,0,0,1,0,0,0,0,1,0,)" + text +
+        R"(,0,0,1]}]})"))
+        << text;
+    EXPECT_EQ(model.GetItems().at(0)->GetTransform()[3].x, expected) << text;
+  }
+  for (const std::string text : {"1.8e308", "-0.0018e311", "1e309"}) {
+    LogCapture log;
+    LiteModel model;
+    EXPECT_FALSE(LiteModelReader(model).Load(R"({"Types":[],"Items":[],"x":)" + text + "}")) << text;
+    EXPECT_EQ(log.Count(3, "Failed to parse json content!"), 1) << text;
+  }
+}
+
 TEST(LiteModelReader, AnyValueOfAnyTypeAnywhereIsHarmless) {
   rapidjson::Document document;
   document.Parse(kIndex);
