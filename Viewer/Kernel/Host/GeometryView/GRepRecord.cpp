@@ -1,5 +1,6 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepRecord.h>
 
+#include <Viewer/Kernel/Host/Core/FileIO.h>
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
 
@@ -7,8 +8,12 @@
 #include <array>
 #include <cmath>
 #include <cstdint>
+#include <cstdlib>
 #include <cstring>
 #include <istream>
+#include <limits>
+#include <memory>
+#include <new>
 #include <ostream>
 #include <string>
 #include <unordered_map>
@@ -72,12 +77,12 @@ class ByteWriter {
   std::string data_;
 };
 
-// Reads inside its bytes; what lies beyond them reads as 0 and sets the failure.
+// Reads inside its bytes; what lies beyond them reads as 0 and sets the failure. Loops that read much do so through a
+// copy of their own, which the compiler keeps in registers.
 class ByteReader {
  public:
-  ByteReader(const std::string& bytes, std::size_t start)
-      : next_(reinterpret_cast<const unsigned char*>(bytes.data()) + start),
-        end_(reinterpret_cast<const unsigned char*>(bytes.data()) + bytes.size()) {}
+  ByteReader(const char* bytes, std::size_t size)
+      : next_(reinterpret_cast<const unsigned char*>(bytes)), end_(next_ + size) {}
 
   std::uint64_t Fixed(int bytes) {
     if (end_ - next_ < bytes) return Fail();
@@ -94,18 +99,27 @@ class ByteReader {
     return value;
   }
   std::uint32_t Number() {
-    if (next_ != end_ && *next_ < 128) return *next_++;
-    std::uint64_t value = 0;
-    for (int shift = 0; shift < 35 && next_ != end_; shift += 7) {
-      const unsigned char byte = *next_++;
-      value |= static_cast<std::uint64_t>(byte & 127) << shift;
-      if (byte < 128) return value <= 0xFFFFFFFFu ? static_cast<std::uint32_t>(value) : Fail();
+    if (next_ != end_ && next_[0] < 128) return *next_++;
+    if (end_ - next_ >= 2 && next_[1] < 128) {
+      next_ += 2;
+      return (next_[-2] & 127u) | static_cast<std::uint32_t>(next_[-1]) << 7;
     }
-    return Fail();
+    std::uint32_t value;
+    const unsigned char* const behind = LongNumber(next_, end_, value);
+    if (!behind) return Fail();
+    next_ = behind;
+    return value;
+  }
+  // The next `count` bytes; null when there are fewer.
+  const unsigned char* Bytes(std::size_t count) {
+    if (Remaining() < count) return Fail(), nullptr;
+    next_ += count;
+    return next_ - count;
   }
 
   bool Failed() const { return failed_; }
   bool AtEnd() const { return next_ == end_; }
+  std::size_t Remaining() const { return static_cast<std::size_t>(end_ - next_); }
 
  private:
   std::uint32_t Fail() {
@@ -114,20 +128,38 @@ class ByteReader {
     return 0;
   }
 
+  // What lies behind the number; null when it is cut short or too long.
+  static const unsigned char* LongNumber(const unsigned char* next, const unsigned char* end,
+                                         std::uint32_t& value) {
+    std::uint64_t sum = 0;
+    for (int shift = 0; shift < 35 && next != end; shift += 7) {
+      const unsigned char byte = *next++;
+      sum |= static_cast<std::uint64_t>(byte & 127) << shift;
+      value = static_cast<std::uint32_t>(sum);
+      if (byte < 128) return sum <= 0xFFFFFFFFu ? next : nullptr;
+    }
+    return nullptr;
+  }
+
   const unsigned char* next_;
   const unsigned char* end_;
   bool failed_ = false;
 };
 
-// Reads `size` bytes in growing pieces, so that a size that the stream cannot fill takes no memory.
-bool ReadBytes(std::istream& stream, std::size_t size, std::string& bytes) {
-  bytes.clear();
-  while (bytes.size() < size) {
-    const std::size_t start = bytes.size();
-    const std::size_t piece = std::min(size - start, std::max(kFirstReadBytes, start));
-    bytes.resize(start + piece);
-    stream.read(&bytes[start], static_cast<std::streamsize>(piece));
+// Reads `size` bytes in one piece if the stream has them at hand, else in growing pieces, so that a size that the
+// stream cannot fill takes no memory.
+bool ReadBytes(std::istream& stream, std::size_t size, MallocBytes& bytes) {
+  const std::streamsize known = stream.rdbuf() ? stream.rdbuf()->in_avail() : 0;
+  const std::size_t atHand = known > 0 ? static_cast<std::size_t>(known) : 0;
+  for (std::size_t start = 0; start < size;) {
+    const std::size_t piece = std::min(size - start, std::max({kFirstReadBytes, start, atHand}));
+    char* const grown = static_cast<char*>(std::realloc(bytes.get(), start + piece));
+    if (!grown) throw std::bad_alloc();
+    static_cast<void>(bytes.release());  // realloc has taken it over
+    bytes.reset(grown);
+    stream.read(grown + start, static_cast<std::streamsize>(piece));
     if (static_cast<std::size_t>(stream.gcount()) != piece) return false;
+    start += piece;
   }
   return true;
 }
@@ -168,48 +200,58 @@ std::uint32_t WriteVertices(const std::vector<Vertex>& vertices, ByteWriter& out
   return static_cast<std::uint32_t>(known.size());
 }
 
+// One coordinate of all vertices. `first[i]` is the first vertex at the place of vertex i.
+template <typename Vertex, typename Coordinate>
+bool ReadAxis(ByteReader& reader, const std::uint32_t* first, std::vector<Vertex>& vertices,
+              Coordinate Vertex::*coordinate) {
+  ByteReader in = reader;
+  Vertex* const data = vertices.data();
+  const std::size_t count = vertices.size();
+  std::uint32_t last = 0;
+  for (std::size_t i = 0; i < count; ++i) {
+    if (first[i] == i) {
+      last += UnZigZag(in.Number());
+      if (last > std::numeric_limits<Coordinate>::max()) return false;
+      data[i].*coordinate = static_cast<Coordinate>(last);
+    } else {
+      data[i].*coordinate = data[first[i]].*coordinate;
+      last = data[i].*coordinate;
+    }
+  }
+  reader = in;
+  return true;
+}
+
 template <typename Vertex>
-const char* ReadVertices(ByteReader& in, std::size_t placeCount, std::vector<Vertex>& vertices) {
-  constexpr std::uint32_t kNew = 0xFFFFFFFFu;
-  std::vector<std::uint32_t> references(vertices.size());
+const char* ReadVertices(ByteReader& reader, std::size_t placeCount, std::vector<Vertex>& vertices) {
+  const std::size_t count = vertices.size();
+  const std::unique_ptr<std::uint32_t[]> first(new std::uint32_t[count]);
+  const std::unique_ptr<std::uint32_t[]> firstAtPlace(new std::uint32_t[placeCount]);
+  ByteReader in = reader;
   std::uint32_t known = 0, before = 0;
-  for (std::uint32_t& reference : references) {
+  for (std::size_t i = 0; i < count; ++i) {
     const std::uint32_t code = in.Number();
     if (code == 0) {
-      reference = kNew;
+      if (known == placeCount) return "its number of places is wrong";
       before = known++;
+      firstAtPlace[before] = static_cast<std::uint32_t>(i);
     } else {
       before += UnZigZag(code - 1);
       if (before >= known) return "a vertex refers to a place that is not there yet";
-      reference = before;
     }
+    first[i] = firstAtPlace[before];
   }
   if (known != placeCount) return "its number of places is wrong";
-  std::vector<Place> places(placeCount);
-  for (std::size_t axis = 0; axis < 3; ++axis) {
-    std::uint32_t last = 0, limit = sizeof(vertices[0].x) == 2 ? 0xFFFFu : 0xFFFFFFFFu;
-    std::size_t next = 0;
-    for (std::uint32_t reference : references) {
-      if (reference == kNew) {
-        last += UnZigZag(in.Number());
-        if (last > limit) return "a place lies outside the grid";
-        places[next++][axis] = last;
-      } else {
-        last = places[reference][axis];
-      }
+  reader = in;
+  if (!ReadAxis(reader, first.get(), vertices, &Vertex::x) ||
+      !ReadAxis(reader, first.get(), vertices, &Vertex::y) ||
+      !ReadAxis(reader, first.get(), vertices, &Vertex::z))
+    return "a place lies outside the grid";
+  if (const unsigned char* const normals = reader.Bytes(2 * count)) {
+    for (std::size_t i = 0; i < count; ++i) {
+      vertices[i].nx = static_cast<std::int8_t>(normals[2 * i]);
+      vertices[i].ny = static_cast<std::int8_t>(normals[2 * i + 1]);
     }
-  }
-  std::size_t next = 0;
-  for (std::size_t i = 0; i < vertices.size(); ++i) {
-    using Coordinate = decltype(vertices[i].x);
-    const Place& place = places[references[i] == kNew ? next++ : references[i]];
-    const std::uint64_t normal = in.Fixed(2);
-    vertices[i] = Vertex{};
-    vertices[i].x = static_cast<Coordinate>(place[0]);
-    vertices[i].y = static_cast<Coordinate>(place[1]);
-    vertices[i].z = static_cast<Coordinate>(place[2]);
-    vertices[i].nx = static_cast<std::int8_t>(normal & 0xFF);
-    vertices[i].ny = static_cast<std::int8_t>(normal >> 8);
   }
   return nullptr;
 }
@@ -260,28 +302,32 @@ class StripWriter {
   std::vector<std::uint32_t> strip_;
 };
 
-const char* ReadStrips(ByteReader& in, const GRepFace& face, std::uint32_t* corners) {
+const char* ReadStrips(ByteReader& reader, const GRepFace& face, std::uint32_t* corners) {
+  ByteReader in = reader;
   std::uint32_t beforeLast = 0, last = 0;
   const std::uint32_t* const end = corners + face.indexCount;
   while (corners != end) {
     const std::uint32_t length = in.Number();
     if (length < 3) return "a strip has no triangle";
+    if (length > in.Remaining()) return "its strips are cut short";
     for (std::uint32_t k = 0; k < length; ++k) {
       const std::uint32_t corner = beforeLast + UnZigZag(in.Number());
-      if (in.Failed()) return "its strips are cut short";
       if (corner >= face.vertexCount) return "a triangle uses a vertex that its face does not have";
-      if (k >= 2 && corner != last && corner != beforeLast && last != beforeLast) {
-        if (corners == end) return "a face has more triangles than it should";
+      const bool isTriangle = (k >= 2) & (corner != last) & (corner != beforeLast) & (last != beforeLast);
+      if (corners != end) {
         corners[k % 2] = face.firstVertex + beforeLast;
         corners[1 - k % 2] = face.firstVertex + last;
         corners[2] = face.firstVertex + corner;
-        corners += 3;
+        corners += isTriangle ? 3 : 0;
+      } else if (isTriangle) {
+        return "a face has more triangles than it should";
       }
       beforeLast = last;
       last = corner;
     }
   }
-  return nullptr;
+  reader = in;
+  return in.Failed() ? "its strips are cut short" : nullptr;
 }
 
 struct Counts {
@@ -393,10 +439,10 @@ bool WriteGRepRecord(const GRepMesh& mesh, std::ostream& stream) {
 }
 
 const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
-  std::string bytes;
-  if (!ReadBytes(stream, kHeaderBytes, bytes)) return "it ends inside the header";
-  if (std::memcmp(bytes.data(), kMagic, sizeof kMagic) != 0) return "it does not begin with GRep";
-  ByteReader header(bytes, sizeof kMagic);
+  char head[kHeaderBytes];
+  if (!stream.read(head, sizeof head)) return "it ends inside the header";
+  if (std::memcmp(head, kMagic, sizeof kMagic) != 0) return "it does not begin with GRep";
+  ByteReader header(head + sizeof kMagic, sizeof head - sizeof kMagic);
   if (header.Fixed(2) != kVersion) return "its version is unknown";
   const std::uint64_t flags = header.Fixed(1), state = header.Fixed(1);
   if (flags > kFlagFine || state > AABoxT<double>::kInfinite) return "its flags are unknown";
@@ -429,6 +475,7 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
                               triangles + std::uint64_t{2} * counts.faces + counts.points + counts.edges;
   if (least > payloadBytes || payloadBytes > kMaxMeshElements || triangles > kMaxMeshElements / 3)
     return "its counts do not fit its size";
+  MallocBytes bytes;
   if (!ReadBytes(stream, payloadBytes, bytes)) return "it ends inside the payload";
 
   mesh = GRepMesh();
@@ -440,7 +487,7 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
   mesh.linearDeflection = linear;
   mesh.angularDeflection = angular;
   counts.corners = triangles * 3;
-  ByteReader payload(bytes, 0);
+  ByteReader payload(bytes.get(), payloadBytes);
   return ReadPayload(payload, counts, (flags & kFlagFine) != 0, mesh);
 }
 
