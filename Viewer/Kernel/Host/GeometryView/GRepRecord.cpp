@@ -16,7 +16,6 @@
 #include <new>
 #include <ostream>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 // A record is a header of fixed size and a payload, which is one sequence of bytes without inner offsets: the
@@ -171,20 +170,53 @@ Place PlaceOf(const GRepFineVertex& vertex) {
   return {vertex.x, vertex.y, vertex.z};
 }
 
+// Numbers the places of vertices in order of first use.
+template <typename Vertex>
+class PlaceTable {
+ public:
+  explicit PlaceTable(const std::vector<Vertex>& vertices) : vertices_(vertices) {
+    std::size_t slots = 16;
+    while (slots < 2 * vertices.size())
+      slots *= 2;
+    slots_.resize(slots, kFree);
+  }
+
+  // The number of the place of vertex i; `isNew` when no vertex before has it.
+  std::uint32_t Find(std::size_t i, bool& isNew) {
+    const Place place = PlaceOf(vertices_[i]);
+    std::size_t slot = PlaceHash()(place) & (slots_.size() - 1);
+    while (slots_[slot] != kFree && PlaceOf(vertices_[firstAtPlace_[slots_[slot]]]) != place)
+      slot = (slot + 1) & (slots_.size() - 1);
+    isNew = slots_[slot] == kFree;
+    if (isNew) {
+      slots_[slot] = Count();
+      firstAtPlace_.push_back(i);
+    }
+    return slots_[slot];
+  }
+  std::uint32_t Count() const { return static_cast<std::uint32_t>(firstAtPlace_.size()); }
+
+ private:
+  static constexpr std::uint32_t kFree = 0xFFFFFFFFu;
+
+  const std::vector<Vertex>& vertices_;
+  std::vector<std::uint32_t> slots_;  // open addressing: at most half of them are taken
+  std::vector<std::size_t> firstAtPlace_;
+};
+
 // The reference of a vertex is 0 for a new place; else it says how far its place is, in order of first use,
 // from that of the vertex before.
 template <typename Vertex>
 std::uint32_t WriteVertices(const std::vector<Vertex>& vertices, ByteWriter& out) {
-  std::unordered_map<Place, std::uint32_t, PlaceHash> known;
-  known.reserve(vertices.size());
+  PlaceTable<Vertex> places(vertices);
   std::vector<bool> isNew(vertices.size());
   std::uint32_t before = 0;
   for (std::size_t i = 0; i < vertices.size(); ++i) {
-    const auto [entry, inserted] =
-        known.emplace(PlaceOf(vertices[i]), static_cast<std::uint32_t>(known.size()));
-    isNew[i] = inserted;
-    out.Number(inserted ? 0 : ZigZag(entry->second - before) + 1);
-    before = entry->second;
+    bool isFirst;
+    const std::uint32_t place = places.Find(i, isFirst);
+    isNew[i] = isFirst;
+    out.Number(isFirst ? 0 : ZigZag(place - before) + 1);
+    before = place;
   }
   for (std::size_t axis = 0; axis < 3; ++axis) {
     std::uint32_t last = 0;
@@ -197,7 +229,7 @@ std::uint32_t WriteVertices(const std::vector<Vertex>& vertices, ByteWriter& out
   for (const Vertex& vertex : vertices)
     for (std::int8_t n : {vertex.nx, vertex.ny})
       out.Fixed(static_cast<std::uint8_t>(n), 1);
-  return static_cast<std::uint32_t>(known.size());
+  return places.Count();
 }
 
 // One coordinate of all vertices. `first[i]` is the first vertex at the place of vertex i.
