@@ -101,11 +101,11 @@ Figures OpenPackages(const TaskInput& input) {
   const std::shared_ptr<RawBuffer> shapes = GzBuffer::FromFile(input.work + "1.gz");
   const std::shared_ptr<RawBuffer> greps = GzBuffer::FromFile(input.work + "2.gz");
   if (!shapes || !greps) throw std::runtime_error("cannot inflate the packages in " + input.work);
-  figures.Set("inflate", meter.Lap());
+  meter.Lap().AddTo(figures, "inflate");
   PkgGRepReader(model).Load(greps->GetData(), static_cast<unsigned int>(greps->GetSize()));
-  figures.Set("grep", meter.Lap());
+  meter.Lap().AddTo(figures, "grep");
   PkgShapeReader(model).Load(shapes->GetData(), static_cast<unsigned int>(shapes->GetSize()));
-  figures.Set("bodyCheck", meter.Lap());
+  meter.Lap().AddTo(figures, "bodyCheck");
   meter.Stop(figures);
   if (model.GetShape().size() != input.count || model.GetGRepShapes().size() != input.count) {
     throw std::runtime_error("a package did not give back what it was given");

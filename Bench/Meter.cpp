@@ -1,7 +1,10 @@
 #include <Bench/Meter.h>
 
+#include <linux/perf_event.h>
 #include <malloc.h>
 #include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 #include <fstream>
 #include <string>
@@ -23,7 +26,30 @@ std::int64_t StatusBytes(const std::string& key) {
   return 0;
 }
 
+/// Counts instructions of this process and of the threads that it starts from now on.
+int OpenInstructionCounter() {
+  perf_event_attr attributes{};
+  attributes.size = sizeof attributes;
+  attributes.type = PERF_TYPE_HARDWARE;
+  attributes.config = PERF_COUNT_HW_INSTRUCTIONS;
+  attributes.exclude_kernel = 1;
+  attributes.exclude_hv = 1;
+  attributes.inherit = 1;
+  return static_cast<int>(syscall(SYS_perf_event_open, &attributes, 0, -1, -1, 0));
+}
+
 }  // namespace
+
+Cost& Cost::operator+=(const Cost& other) {
+  seconds += other.seconds;
+  instructions += other.instructions;
+  return *this;
+}
+
+void Cost::AddTo(Figures& figures, const std::string& name) const {
+  figures.Set(name, seconds);
+  if (instructions > 0.0) figures.Set(name + "Instructions", instructions);
+}
 
 Meter::Usage Meter::GetUsage() {
   rusage usage{};
@@ -34,19 +60,32 @@ Meter::Usage Meter::GetUsage() {
   return {seconds(usage.ru_utime), seconds(usage.ru_stime), static_cast<double>(usage.ru_minflt)};
 }
 
-Meter::Meter() {
+double Meter::CountInstructions() const {
+  std::uint64_t count = 0;
+  const bool counted = counter_ >= 0 && read(counter_, &count, sizeof count) == sizeof count;
+  return counted ? static_cast<double>(count) : 0.0;
+}
+
+Meter::Meter() : counter_(OpenInstructionCounter()) {
   malloc_trim(0);
   std::ofstream("/proc/self/clear_refs") << 5;  // the peak starts anew from what is resident now
   baseline_ = StatusBytes("VmRSS:");
   usage_ = GetUsage();
+  startInstructions_ = lapInstructions_ = CountInstructions();
   start_ = lap_ = Clock::now();
 }
 
-double Meter::Lap() {
+Meter::~Meter() {
+  if (counter_ >= 0) close(counter_);
+}
+
+Cost Meter::Lap() {
   const Clock::time_point now = Clock::now();
-  const double seconds = std::chrono::duration<double>(now - lap_).count();
+  const double instructions = CountInstructions();
+  const Cost cost{std::chrono::duration<double>(now - lap_).count(), instructions - lapInstructions_};
   lap_ = now;
-  return seconds;
+  lapInstructions_ = instructions;
+  return cost;
 }
 
 double Meter::Elapsed() const {
@@ -54,7 +93,7 @@ double Meter::Elapsed() const {
 }
 
 void Meter::Stop(Figures& figures) const {
-  figures.Set("seconds", Elapsed());
+  Cost{Elapsed(), CountInstructions() - startInstructions_}.AddTo(figures, "seconds");
   const Usage usage = GetUsage();
   figures.Set("userSeconds", usage.user - usage_.user);
   figures.Set("systemSeconds", usage.system - usage_.system);

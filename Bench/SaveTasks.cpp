@@ -65,16 +65,16 @@ Figures SaveStages(const TaskInput& input) {
   PkgShapeWriter bodies(1);
   for (const auto& [id, shape] : model.GetShape())
     bodies.AddItem(id, shape);
-  figures.Set("bodyText", meter.Lap());
+  meter.Lap().AddTo(figures, "bodyText");
   bodies.Write(folder);
-  figures.Set("bodyFiles", meter.Lap());
+  meter.Lap().AddTo(figures, "bodyFiles");
   PkgGRepBuilder builder;
   for (const auto& [id, shape] : model.GetShape())
     builder.AddItem(id, shape);
   builder.Build();
-  figures.Set("tessellate", meter.Lap());
+  meter.Lap().AddTo(figures, "tessellate");
   builder.Write(folder);
-  figures.Set("graphicsFiles", meter.Lap());
+  meter.Lap().AddTo(figures, "graphicsFiles");
   meter.Stop(figures);
   return figures;
 }

@@ -20,33 +20,33 @@ namespace mirel::bench {
 
 namespace {
 
-struct Seconds {
-  double inflate = 0.0;
-  double decode = 0.0;
+struct Costs {
+  Cost inflate;
+  Cost decode;
 };
 
-/// Inflates a file and hands it to a reader; the time of each is added.
+/// Inflates a file and hands it to a reader; the cost of each is added.
 template <class Read>
-void ReadFile(const std::string& path, Meter& meter, Seconds& seconds, double& bytes, Read&& read) {
+void ReadFile(const std::string& path, Meter& meter, Costs& costs, double& bytes, Read&& read) {
   std::shared_ptr<RawBuffer> content = GzBuffer::FromFile(path);
-  seconds.inflate += meter.Lap();
+  costs.inflate += meter.Lap();
   if (!content) throw std::runtime_error("cannot inflate " + path);
   bytes += static_cast<double>(content->GetSize());
   if (!read(*content)) throw std::runtime_error("cannot read " + path);
   content.reset();
-  seconds.decode += meter.Lap();
+  costs.decode += meter.Lap();
 }
 
 template <class Reader>
-Seconds ReadPackages(LiteModel& model, const std::string& folder, unsigned int count, Meter& meter,
-                     double& bytes) {
-  Seconds seconds;
+Costs ReadPackages(LiteModel& model, const std::string& folder, unsigned int count, Meter& meter,
+                   double& bytes) {
+  Costs costs;
   for (unsigned int n = 1; n <= count; ++n) {
-    ReadFile(folder + std::to_string(n) + ".gz", meter, seconds, bytes, [&](const RawBuffer& content) {
+    ReadFile(folder + std::to_string(n) + ".gz", meter, costs, bytes, [&](const RawBuffer& content) {
       return Reader(model).Load(content.GetData(), static_cast<unsigned int>(content.GetSize()));
     });
   }
-  return seconds;
+  return costs;
 }
 
 }  // namespace
@@ -59,27 +59,30 @@ void OpenByStages(const std::string& index, Figures& figures) {
   double bytes = 0.0;
 
   Meter meter;
-  Seconds text;
+  Costs text;
   ReadFile(index, meter, text, bytes,
            [&](const RawBuffer& content) { return reader.Load(content.GetData()); });
-  const Seconds greps =
+  const Costs greps =
       ReadPackages<PkgGRepReader>(*model, folder + "grep/", reader.GetPkgGRep(), meter, bytes);
-  const Seconds shapes =
+  const Costs shapes =
       ReadPackages<PkgShapeReader>(*model, folder + "model/", reader.GetPkgShape(), meter, bytes);
   model->ApplyShape();
   LiteVisualVisitor visitor(*model, nullptr, root);
   model->Apply(&visitor);
-  const double scene = meter.Lap();
+  const Cost scene = meter.Lap();
   model.reset();
-  const double release = meter.Lap();
+  const Cost release = meter.Lap();
   meter.Stop(figures);
 
-  figures.Set("inflate", text.inflate + greps.inflate + shapes.inflate);
-  figures.Set("index", text.decode);
-  figures.Set("grep", greps.decode);
-  figures.Set("bodyCheck", shapes.decode);
-  figures.Set("scene", scene);
-  figures.Set("release", release);
+  Cost inflate = text.inflate;
+  inflate += greps.inflate;
+  inflate += shapes.inflate;
+  inflate.AddTo(figures, "inflate");
+  text.decode.AddTo(figures, "index");
+  greps.decode.AddTo(figures, "grep");
+  shapes.decode.AddTo(figures, "bodyCheck");
+  scene.AddTo(figures, "scene");
+  release.AddTo(figures, "release");
   figures.Set("inflatedBytes", bytes);
   CountScene(*root, figures);
 }
