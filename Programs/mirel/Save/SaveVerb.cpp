@@ -21,6 +21,7 @@
 #include <Programs/mirel/Text/Utf8.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Model/ShapeItem.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
@@ -44,6 +45,9 @@ CLI::App* SaveVerb::Declare(CLI::App& program) {
   verb->add_flag("--strict", strict_, "End with exit code 4 when anything of the source is not saved");
   verb->add_flag("--verify", verify_,
                  "Check the folder, and compare it with the model, before it is put in place");
+  verb->add_option("--patience", patience_,
+                   "Give up drawing a body after so many seconds without progress (60)")
+      ->check(CLI::PositiveNumber);
   verb->add_flag("--json", json_, "Print the report as JSON");
   return verb;
 }
@@ -186,6 +190,8 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   }
   TypeUseCounter::Count(model);
   auto writer = std::make_unique<LiteModelWriter>(model);
+  GRepShape::SetPatience(patience_);
+  const unsigned givenUpBefore = GRepShape::CountGivenUp();
   {
     const CrashGuard guard(input_, "its shapes made OpenCASCADE crash; it is probably damaged",
                            ExitCode::kOutputUnwritten);
@@ -202,13 +208,16 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   Stopwatch watch;
   ModelFolder readBack;
   const bool complete = readBack.Load(replacement.GetFolder());
-  if (!complete || log.GetFailureCount() > 0) {
+  // A body that is given up is a failure of the log, but one that leaves a sound folder: a loss.
+  const unsigned givenUp = GRepShape::CountGivenUp() - givenUpBefore;
+  if (!complete || log.GetFailureCount() > givenUp) {
     console.Error(folder_, "not written; nothing has been changed");
     return ExitCode::kOutputUnwritten;
   }
   const ModelFigures figures(readBack.GetModel());
   report_.saved = RecordCheck::CountSaved(record_, readBack.GetModel(), figures);
   report_.colorVariants = record_.colorVariants;
+  AddLoss("bodiesGivenUp", "bodies whose tessellation did not come to an end", givenUp);
   AddLoss("facesWithoutTriangles", "faces that could not be tessellated", figures.facesWithoutTriangles);
   for (const ModelFolder::File& file : readBack.GetFiles()) {
     report_.folderBytes += file.packedBytes;

@@ -34,6 +34,7 @@ class SaveVerb : public Verb {
   bool force_ = false;
   bool strict_ = false;
   bool verify_ = false;
+  double patience_ = 0.0;
   bool json_ = false;
 
   ImportRecord record_;

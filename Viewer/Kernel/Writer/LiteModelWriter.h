@@ -26,7 +26,9 @@ class MIREL_VIEWER_KERNEL_API LiteModelWriter {
   ~LiteModelWriter();
 
   /// Writes the folder at a path that ends with a separator; file names are appended to it directly. Missing folders are
-  /// made. A second `Save` starts anew. An empty shape is left out, with a message at level 3.
+  /// made. A second `Save` starts anew. An empty shape is left out, with a message at level 3. A shape whose
+  /// tessellation does not come to an end is given up after a while (`GRepShape::Compute`) with a message at level 3: it
+  /// is saved, and nothing is drawn of it.
   ///
   /// The files are collected in a hidden folder (".mirel-" and a number) inside the folder and put in place when
   /// all are there, so that until then the folder shows the model that it had. Packages of a larger older model are

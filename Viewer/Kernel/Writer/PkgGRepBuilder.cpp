@@ -1,5 +1,6 @@
 #include <Viewer/Kernel/Writer/PkgGRepBuilder.h>
 
+#include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
@@ -42,6 +43,11 @@ void PkgGRepBuilder::Build() {
 #pragma omp parallel for schedule(static)
   for (int i = 0; i < count; ++i)
     entries_[static_cast<std::size_t>(i)].second->Compute();
+  // A GRep does not know whose it is, so its own messages cannot say.
+  for (const Entry& entry : entries_) {
+    if (entry.second->GetBoundingBox().IsEmpty())
+      Logger::Instance().Message(1, "Nothing is drawn of shape %s", entry.first.toString().c_str());
+  }
 }
 
 void PkgGRepBuilder::Write(const std::string& folder) {

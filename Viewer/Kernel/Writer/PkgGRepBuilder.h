@@ -36,7 +36,8 @@ class MIREL_VIEWER_KERNEL_API PkgGRepBuilder {
   /// All entries in the order of `AddItem`. The builder keeps its share of the GReps.
   const std::vector<std::pair<ObjectId, std::shared_ptr<GRepShape>>>& GetItems() const { return entries_; }
 
-  /// Completes (tessellates) all GReps. Leaves OpenMP's default number of threads at eight.
+  /// Completes (tessellates) all GReps. Then names each shape whose GRep draws nothing in a notice (level 1): it is
+  /// empty, or `GRepShape::Compute` gave it up. Leaves OpenMP's default number of threads at eight.
   void Build();
 
   /// Creates the folder and writes the packages 1.gz, 2.gz, ... into it, named by the folder path and the number with

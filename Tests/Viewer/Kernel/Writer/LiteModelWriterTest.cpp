@@ -1,12 +1,15 @@
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 #include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
 #include <Viewer/Kernel/Reader/PkgShapeReader.h>
 
+#include <Tests/Support/EndlessBody.h>
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Support/TestFolder.h>
 #include <Tests/Support/TestModel.h>
@@ -267,6 +270,36 @@ TEST(LiteModelWriter, WhatNestsTooDeepIsReportedAndTheFolderOpens) {
   ASSERT_TRUE(LiteModelReader(again).Load(Index(folder)));
   EXPECT_EQ(again.GetItems().size(), 2U);
   EXPECT_EQ(log.GetTexts(3).size(), 1U);
+}
+
+TEST(LiteModelWriter, ABodyThatCannotBeDrawnDoesNotStopTheOthers) {
+  ExpectInOwnProcess([] {
+    const TestFolder folder;
+    LogCapture log;
+    LiteModel model;
+    for (unsigned long long id = 1; id <= 20; ++id) {
+      model.AddShape(Id(id), id == 7 ? ReadEndlessBody() : MakeBox(1, 2, static_cast<double>(id)));
+      model.AddItem(MakeShape(100 + id, "body", id));
+    }
+    GRepShape::SetPatience(0.5);
+    Save(model, folder);
+    EXPECT_EQ(log.GetTexts(3).size(), 1u);
+    EXPECT_TRUE(log.Contains("does not come to an end"));
+    EXPECT_EQ(log.Count(1, "Nothing is drawn of shape " + Id(7).toString()), 1);
+
+    const auto root = LiteSceneReader().Load(folder.GetPath() + "index.gz", nullptr);
+    ASSERT_TRUE(root);
+    const auto* group = dynamic_cast<const GroupSceneNode*>(root.get());
+    ASSERT_TRUE(group);
+    ASSERT_EQ(group->GetNodes().size(), 20u);
+    std::size_t i = 0;
+    for (const auto& node : group->GetNodes()) {
+      const auto* body = dynamic_cast<const BrepSceneNode*>(node.get());
+      ASSERT_TRUE(body);
+      EXPECT_EQ(body->GetGRep()->GetMesh().GetTriangleCount(), ++i == 7 ? 0u : 12u) << i;
+      EXPECT_FALSE(body->GetGRep()->GetShape()->GetImpl().IsNull());
+    }
+  });
 }
 
 TEST(LiteModelWriter, ValuesThatJsonCannotHoldDoNotSpoilTheIndex) {

@@ -16,6 +16,26 @@ constexpr double kMaxMeshCoordinate = 1e12;
 /// Vertices, triangle corners, faces, polyline points or edges of one mesh: ranges are unsigned 32-bit numbers.
 constexpr std::uint64_t kMaxMeshElements = 0x7FFFFFFFu;
 
+// Tessellation. OpenCASCADE's mesher may run for ever on a body that passes every check.
+
+/// Seconds without progress after which a body is given up. Progress is counted in faces and in parts of faces; the
+/// hardest single part of a real body that was met took 8 seconds. With eight bodies at once on a slow machine of two
+/// cores that may become half a minute.
+constexpr double kMeshPatience = 60.0;
+/// Seconds more for each face and edge: some steps go over all of them without a sign.
+constexpr double kMeshPatiencePerPart = 0.002;
+
+/// What a body may take in all, even if it gets on: this many times the patience, and seconds for each face and edge.
+constexpr double kMeshPatienceInAll = 10.0;
+constexpr double kMeshSecondsPerPart = 1.0;
+
+/// Seconds that a body which is given up has to end by itself, before its thread is abandoned.
+constexpr double kMeshGrace = 5.0;
+
+/// Threads that may be abandoned and still run. Each keeps its memory, which may grow, and takes what processor time
+/// others leave. Once there are so many, no further body is tessellated.
+constexpr unsigned kMaxAbandonedBodies = 64;
+
 // BRep text. Whoever raises one of these should know what OpenCASCADE does with the larger value.
 
 /// Coordinates, parameters, radii and the like: 10,000 km in mm, so that parts placed in map coordinates pass. Larger

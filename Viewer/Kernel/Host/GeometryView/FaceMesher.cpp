@@ -1,5 +1,7 @@
 #include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
 
+#include <Viewer/Kernel/Host/Core/WatchedWork.h>
+
 #include <BRepMesh_Context.hxx>
 #include <BRepMesh_DelabellaMeshAlgoFactory.hxx>
 #include <BRepMesh_FaceDiscret.hxx>
@@ -12,6 +14,7 @@
 #include <IMeshData_Model.hxx>
 #include <IMeshData_PCurve.hxx>
 #include <IMeshData_Wire.hxx>
+#include <Message_ProgressIndicator.hxx>
 #include <Poly_Triangulation.hxx>
 #include <TopoDS_Face.hxx>
 
@@ -101,19 +104,31 @@ bool IsProperTiling(const IMeshData::IFaceHandle& face) {
   return chain.IsZero() && TurnedShare(*triangles) <= kMaxTurnedShare;
 }
 
+// The mesher's own progress: some of its loops report theirs, and look whether they should end.
+class Indicator : public Message_ProgressIndicator {
+ public:
+  explicit Indicator(WorkState& state) : state_(state) {}
+  Standard_Boolean UserBreak() override { return state_.IsStopped(); }
+  void Show(const Message_ProgressScope&, const Standard_Boolean) override { state_.Step(); }
+
+ private:
+  WorkState& state_;
+};
+
 // Meshes one face with the fast algorithm, and again with the thorough one if the proof fails.
 class CheckedAlgo : public IMeshTools_MeshAlgo {
  public:
   CheckedAlgo(const Handle(IMeshTools_MeshAlgo) & fast, const Handle(IMeshTools_MeshAlgo) & thorough,
-              std::atomic<int>& proved)
-      : fast_(fast), thorough_(thorough), proved_(proved) {}
+              std::atomic<int>& proved, WorkState& state)
+      : fast_(fast), thorough_(thorough), proved_(proved), state_(state) {}
 
   void Perform(const IMeshData::IFaceHandle& face, const IMeshTools_Parameters& parameters,
                const Message_ProgressRange& range) override {
     const double deflection = face->GetDeflection();
     fast_->Perform(face, parameters, range);
+    state_.Step();
     bool proper = IsProperTiling(face);
-    if (!proper) {
+    if (!proper && !state_.IsStopped()) {
       // The first run has left the deviation that it reached in place of the one that was asked for.
       face->SetDeflection(deflection);
       face->UnsetStatus(IMeshData_Failure);
@@ -122,54 +137,69 @@ class CheckedAlgo : public IMeshTools_MeshAlgo {
       proper = IsProperTiling(face);
     }
     if (proper) ++proved_;
+    state_.Step();
   }
 
  private:
   Handle(IMeshTools_MeshAlgo) fast_, thorough_;
   std::atomic<int>& proved_;
+  WorkState& state_;
 };
 
 class CheckedAlgoFactory : public IMeshTools_MeshAlgoFactory {
  public:
-  explicit CheckedAlgoFactory(std::atomic<int>& proved) : proved_(proved) {}
+  CheckedAlgoFactory(std::atomic<int>& proved, WorkState& state) : proved_(proved), state_(state) {}
 
   Handle(IMeshTools_MeshAlgo)
       GetAlgo(const GeomAbs_SurfaceType surface, const IMeshTools_Parameters& parameters) const override {
     return new CheckedAlgo(fast_.GetAlgo(surface, parameters), thorough_.GetAlgo(surface, parameters),
-                           proved_);
+                           proved_, state_);
   }
 
  private:
   BRepMesh_DelabellaMeshAlgoFactory fast_;
   BRepMesh_MeshAlgoFactory thorough_;
   std::atomic<int>& proved_;
+  WorkState& state_;
 };
 
 // Counts the faces that were to be meshed, the ones that the mesher gives up before their turn included.
 class Context : public BRepMesh_Context {
  public:
-  Context() : BRepMesh_Context(IMeshTools_MeshAlgoType_Watson) {
-    SetFaceDiscret(new BRepMesh_FaceDiscret(new CheckedAlgoFactory(proved_)));
+  explicit Context(WorkState& state) : BRepMesh_Context(IMeshTools_MeshAlgoType_Watson), state_(state) {
+    SetFaceDiscret(new BRepMesh_FaceDiscret(new CheckedAlgoFactory(proved_, state)));
   }
+  Standard_Boolean DiscretizeEdges() override { return Proceed() && BRepMesh_Context::DiscretizeEdges(); }
+  Standard_Boolean HealModel() override { return Proceed() && BRepMesh_Context::HealModel(); }
+  Standard_Boolean PreProcessModel() override { return Proceed() && BRepMesh_Context::PreProcessModel(); }
   Standard_Boolean DiscretizeFaces(const Message_ProgressRange& range) override {
     faces_ = GetModel().IsNull() ? 0 : GetModel()->FacesNb();
+    if (!Proceed()) return Standard_False;
     return BRepMesh_Context::DiscretizeFaces(range);
   }
+  Standard_Boolean PostProcessModel() override { return Proceed() && BRepMesh_Context::PostProcessModel(); }
   int CountUnproved() const { return faces_ - proved_; }
 
  private:
+  bool Proceed() {
+    state_.Step();
+    return !state_.IsStopped();
+  }
+
+  WorkState& state_;
   std::atomic<int> proved_{0};
   int faces_ = 0;
 };
 
 }  // namespace
 
-int MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters) {
-  const Handle(Context) context = new Context;
+int MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters, WorkState& state) {
+  const Handle(Context) context = new Context(state);
+  const Handle(Indicator) indicator = new Indicator(state);
   BRepMesh_IncrementalMesh mesher;
   mesher.SetShape(body);
   mesher.ChangeParameters() = parameters;
-  mesher.Perform(context);
+  mesher.Perform(context, indicator->Start());
   return context->CountUnproved();
 }
 

@@ -6,6 +6,8 @@ class TopoDS_Shape;
 
 namespace mirel {
 
+class WorkState;
+
 /// Gives every face of `body` a triangulation and every edge the polygons that go with it, as
 /// `BRepMesh_IncrementalMesh` does, but several times faster on faces with many holes: the Delabella
 /// triangulation is tried first, and OpenCASCADE's default (Watson) only on faces where the first result is
@@ -16,9 +18,11 @@ namespace mirel {
 /// the face's boundary loops, in the same direction. Triangles that pass cover each point inside the loops
 /// once and no point outside: nothing is lost, covered twice, or drawn over a hole.
 ///
+/// Steps `state` on the way. Once that is stopped, the mesher ends as soon as it looks, which it does not do everywhere.
+///
 /// Returns the number of faces for which the proof failed in both ways, or which the mesher did not even try because it
 /// found their boundary damaged; they have doubtful triangles or none. `parameters.MeshAlgo` is ignored. Throws what
 /// OpenCASCADE throws.
-int MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters);
+int MeshFaces(const TopoDS_Shape& body, const IMeshTools_Parameters& parameters, WorkState& state);
 
 }  // namespace mirel

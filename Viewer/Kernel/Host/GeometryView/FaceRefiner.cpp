@@ -1,5 +1,7 @@
 #include <Viewer/Kernel/Host/GeometryView/FaceRefiner.h>
 
+#include <Viewer/Kernel/Host/Core/WatchedWork.h>
+
 #include <ElSLib.hxx>
 #include <GeomAdaptor_Surface.hxx>
 #include <gp_Vec.hxx>
@@ -161,12 +163,15 @@ class Refiner {
 
 }  // namespace
 
-void RefineFace(const GeomAdaptor_Surface& surface, double deflection, FaceTriangles& face) {
+void RefineFace(const GeomAdaptor_Surface& surface, double deflection, FaceTriangles& face,
+                WorkState& state) {
   if (surface.GetType() == GeomAbs_Plane || face.parameters.size() != face.points.size()) return;
   Refiner refiner(surface, deflection, face);
   const std::size_t limit = kMaxGrowth * face.triangles.size();
-  for (int pass = 0; pass < kMaxPasses && face.triangles.size() < limit; ++pass)
+  for (int pass = 0; pass < kMaxPasses && face.triangles.size() < limit && !state.IsStopped(); ++pass) {
     if (!refiner.Pass()) return;
+    state.Step();
+  }
 }
 
 }  // namespace mirel

@@ -10,6 +10,8 @@ class GeomAdaptor_Surface;
 
 namespace mirel {
 
+class WorkState;
+
 /// The triangles of one face, in the coordinates of its surface.
 struct FaceTriangles {
   std::vector<gp_Pnt> points;
@@ -22,6 +24,7 @@ struct FaceTriangles {
 /// OpenCASCADE's mesher controls the deflection on free-form surfaces only; on spheres, tori and cones it places nodes by
 /// formulas for whole surfaces, and triangles along trimmed borders miss by twice the deflection and more. Sides
 /// on the face's border are left alone, since the neighbour face has them too. New points come behind the old ones.
-void RefineFace(const GeomAdaptor_Surface& surface, double deflection, FaceTriangles& face);
+/// Steps `state` on the way, and leaves off when that is stopped.
+void RefineFace(const GeomAdaptor_Surface& surface, double deflection, FaceTriangles& face, WorkState& state);
 
 }  // namespace mirel

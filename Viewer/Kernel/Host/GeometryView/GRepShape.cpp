@@ -1,6 +1,7 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Core/WatchedWork.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepRecord.h>
 #include <Viewer/Kernel/Host/GeometryView/Tessellator.h>
@@ -35,6 +36,18 @@ std::shared_ptr<GRepShape> GRepShape::FromStream(std::istream& stream) {
 
 void GRepShape::Compute() {
   if (shape_) mesh_ = Tessellate(shape_->GetImpl(), deflection_, withEdges_);
+}
+
+void GRepShape::SetPatience(double seconds) {
+  SetTessellationPatience(seconds);
+}
+
+unsigned GRepShape::CountGivenUp() {
+  return CountGivenUpTessellations();
+}
+
+unsigned GRepShape::CountAbandoned() {
+  return CountAbandonedWork();
 }
 
 bool GRepShape::ToStream(std::ostream& stream) const {

@@ -48,7 +48,27 @@ class MIREL_HOST_API GRepShape {
   /// triangles. The same body gives the same mesh whatever other threads do. Faces that could not be meshed
   /// have no triangles and are named in notices (level 1). Does nothing to a GRep without a body. Throws
   /// nothing.
+  ///
+  /// Always ends. OpenCASCADE's mesher may run for ever on a damaged or hostile body, and most of its loops
+  /// cannot be told to stop. So the work is done on a thread of its own, and given up when it makes no
+  /// progress for a minute (`SetPatience`; a little more for a body of many faces) or takes out of all
+  /// proportion to the number of faces: a message at level 3 names the body by kind and size, and the GRep
+  /// draws nothing, with an empty box. A thread that does not even end then is abandoned. It keeps its
+  /// memory and runs on at the lowest priority; see `CountAbandoned`. Once 64 threads are left like that,
+  /// every further body is given up at once.
   virtual void Compute();
+
+  /// For how many seconds `Compute` may make no progress before it gives up, from the next call on, in the
+  /// whole process. 0, negative or not a number: 60, as at first. Any thread may call it.
+  static void SetPatience(double seconds);
+
+  /// How many bodies `Compute` has given up in this process so far. Any thread may call it.
+  static unsigned CountGivenUp();
+
+  /// The number of threads that were abandoned and still run. While there are any, a process must not end by
+  /// destroying its static objects, those of OpenCASCADE among them, under their feet: it should write out
+  /// what it has to and leave by `std::_Exit`. Any thread may call it.
+  static unsigned CountAbandoned();
 
   /// Appends the record of this GRep to the stream: the same bytes for the same mesh. False when the stream
   /// refused them or the mesh is too large for a record; then nothing may have been appended, or a part.

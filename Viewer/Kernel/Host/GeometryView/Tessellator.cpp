@@ -2,6 +2,7 @@
 
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Core/WatchedWork.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceRefiner.h>
 
@@ -26,10 +27,14 @@
 
 #include <algorithm>
 #include <array>
+#include <atomic>
+#include <chrono>
 #include <cmath>
+#include <cstdint>
 #include <exception>
 #include <functional>
 #include <limits>
+#include <memory>
 
 namespace mirel {
 namespace {
@@ -51,23 +56,8 @@ constexpr int kMinHalvings = 4;
 constexpr int kMaxHalvings = 12;
 constexpr std::uint32_t kUnused = std::numeric_limits<std::uint32_t>::max();
 
-void Notice(const char* what, int number, const char* reason) {
-  Logger::Instance().Message(1, "%s %d: %s", what, number, reason);
-}
-
-// Runs something that calls OpenCASCADE; false when that threw.
-template <typename Call>
-bool Guarded(const char* what, int number, Call&& call) {
-  try {
-    call();
-    return true;
-  } catch (const Standard_Failure& failure) {
-    Notice(what, number, failure.GetMessageString());
-  } catch (const std::exception& failure) {
-    Notice(what, number, failure.what());
-  }
-  return false;
-}
+std::atomic<double> patience{kMeshPatience};
+std::atomic<unsigned> givenUpCount{0};
 
 // The coordinates of a vector in octahedral form, rounded to 8 bits so that the decoded vector is nearest.
 std::array<std::int8_t, 2> EncodeNormal(const gp_XYZ& n) {
@@ -97,7 +87,8 @@ double RoundDown(double value) {
   return exponent < 0 ? 1.0 / power : power;
 }
 
-// Collects the mesh in full precision; the grid is known only at the end.
+// Collects the mesh in full precision; the grid is known only at the end. Owns all that it needs, for it may outlive
+// the call that it was made in.
 class Builder {
  public:
   Builder(const TopoDS_Shape& body, double deflection, bool withEdges)
@@ -105,28 +96,66 @@ class Builder {
     original_ = body.Located(TopLoc_Location());
     TopExp::MapShapes(original_, TopAbs_FACE, originalFaces_);
     TopExp::MapShapes(original_, TopAbs_EDGE, originalEdges_);
-    mesh_.faces.resize(static_cast<std::size_t>(originalFaces_.Extent()));
-    if (withEdges_) mesh_.edges.resize(static_cast<std::size_t>(originalEdges_.Extent()));
-    mesh_.angularDeflection = kAngularDeflection;
+    mesh_ = MakeEmptyMesh();
   }
 
-  void Build() {
-    if (!Measure()) return;
-    if (!Mesh()) return;
-    for (int i = 1; i <= faces_.Extent(); ++i)
-      Guarded("Drawing of face", i - 1, [&] { AddFace(i); });
-    if (withEdges_)
-      for (int i = 1; i <= edges_.Extent(); ++i)
+  int CountFaces() const { return originalFaces_.Extent(); }
+  int CountEdges() const { return originalEdges_.Extent(); }
+
+  // A mesh in which nothing is drawn.
+  GRepMesh MakeEmptyMesh() const {
+    GRepMesh mesh;
+    mesh.faces.resize(static_cast<std::size_t>(originalFaces_.Extent()));
+    if (withEdges_) mesh.edges.resize(static_cast<std::size_t>(originalEdges_.Extent()));
+    mesh.angularDeflection = kAngularDeflection;
+    return mesh;
+  }
+
+  void Build(WorkState& state) {
+    state_ = &state;
+    const char* const what = "Tessellation of a body of kind";
+    Guarded(what, original_.ShapeType(), [&] {
+      if (!Measure() || !Mesh()) return;
+      for (int i = 1; i <= faces_.Extent() && Proceed(); ++i)
+        Guarded("Drawing of face", i - 1, [&] { AddFace(i); });
+      for (int i = 1; withEdges_ && i <= edges_.Extent() && Proceed(); ++i)
         Guarded("Drawing of edge", i - 1, [&] { AddLooseEdge(i); });
+    });
+    const bool isWhole = Proceed() && Guarded(what, original_.ShapeType(), [&] {
+                           LayOut();
+                           Quantise();
+                         });
+    if (!isWhole) mesh_ = MakeEmptyMesh();
   }
 
-  GRepMesh Finish() {
-    LayOut();
-    Quantise();
-    return std::move(mesh_);
-  }
+  // What `Build` has made; only once that has ended.
+  GRepMesh TakeMesh() { return std::move(mesh_); }
 
  private:
+  // Says that the work gets on; false when nobody waits for it any more.
+  bool Proceed() {
+    state_->Step();
+    return !state_->IsStopped();
+  }
+
+  void Notice(const char* what, int number, const char* reason) {
+    if (!state_->IsStopped()) Logger::Instance().Message(1, "%s %d: %s", what, number, reason);
+  }
+
+  // Runs something that calls OpenCASCADE; false when that threw.
+  template <typename Call>
+  bool Guarded(const char* what, int number, Call&& call) {
+    try {
+      call();
+      return true;
+    } catch (const Standard_Failure& failure) {
+      Notice(what, number, failure.GetMessageString());
+    } catch (const std::exception& failure) {
+      Notice(what, number, failure.what());
+    }
+    return false;
+  }
+
   // Finds the deflection and the grid's kind; false when there is nothing that could be meshed.
   bool Measure() {
     Bnd_Box bounds;
@@ -167,6 +196,7 @@ class Builder {
   bool Mesh() {
     int fewest = std::numeric_limits<int>::max();
     for (double share : kRetryShares) {
+      if (!Proceed()) return false;
       TopoDS_Shape copy;
       if (!Guarded("Copy of a body with faces", originalFaces_.Extent(),
                    [&] { copy = BRepBuilderAPI_Copy(original_, true, false).Shape(); }))
@@ -179,7 +209,7 @@ class Builder {
                                    edges.Extent(), originalFaces_.Extent(), originalEdges_.Extent());
         break;
       }
-      for (int i = 1; i <= edges.Extent(); ++i) {
+      for (int i = 1; i <= edges.Extent() && Proceed(); ++i) {
         const TopoDS_Edge& edge = TopoDS::Edge(edges(i));
         double first, last;
         // The mesher crashes on the seam of a cone that has its curve on the surface alone.
@@ -190,7 +220,8 @@ class Builder {
       parameters.Deflection = std::max(share * meshDeflection_, kMinDeflection / 2.0);
       parameters.Angle = kAngularDeflection;
       int doubtful = faces.Extent() + 1;
-      Guarded("Mesh of a body with faces", faces.Extent(), [&] { doubtful = MeshFaces(copy, parameters); });
+      Guarded("Mesh of a body with faces", faces.Extent(),
+              [&] { doubtful = MeshFaces(copy, parameters, *state_); });
       if (doubtful < fewest) {
         fewest = doubtful;
         faces_ = faces;
@@ -198,6 +229,7 @@ class Builder {
       }
       if (fewest == 0) return true;
     }
+    if (!Proceed()) return false;
     if (faces_.IsEmpty() && edges_.IsEmpty()) return false;
     Logger::Instance().Message(1, "%d of %d faces may be drawn with holes or overlaps", fewest,
                                faces_.Extent());
@@ -231,7 +263,8 @@ class Builder {
     const bool mirrored = transform.VectorialPart().Determinant() < 0.0;
     const bool reversed = face.Orientation() == TopAbs_REVERSED;
     FaceTriangles drawn = TrianglesOf(*triangles);
-    if (!surface.IsNull()) RefineFace(GeomAdaptor_Surface(surface), kRefineShare * meshDeflection_, drawn);
+    if (!surface.IsNull())
+      RefineFace(GeomAdaptor_Surface(surface), kRefineShare * meshDeflection_, drawn, *state_);
     const std::vector<gp_XYZ> normals = Normals(surface, drawn);
     for (gp_Pnt& point : drawn.points)
       point.Transform(location);
@@ -478,6 +511,7 @@ class Builder {
     }
   }
 
+  WorkState* state_ = nullptr;
   gp_Trsf placement_;
   double deflection_;
   double meshDeflection_ = 0.0;
@@ -499,13 +533,40 @@ class Builder {
 
 GRepMesh Tessellate(const TopoDS_Shape& body, double deflection, bool withEdges) {
   if (body.IsNull()) return {};
-  GRepMesh mesh;
-  Guarded("Tessellation of a body of kind", body.ShapeType(), [&] {
-    Builder builder(body, deflection, withEdges);
-    Guarded("Tessellation of a body of kind", body.ShapeType(), [&] { builder.Build(); });
-    mesh = builder.Finish();
-  });
-  return mesh;
+  std::shared_ptr<Builder> builder;
+  try {
+    builder = std::make_shared<Builder>(body, deflection, withEdges);
+  } catch (const Standard_Failure& failure) {
+    Logger::Instance().Message(1, "Faces and edges of a body: %s", failure.GetMessageString());
+    return {};
+  }
+  const double seconds = patience;
+  const int parts = builder->CountFaces() + builder->CountEdges();
+  const auto milliseconds = [](double value) {
+    return std::chrono::milliseconds(static_cast<std::int64_t>(1000.0 * value));
+  };
+  const WorkLimits limits = {milliseconds(seconds + kMeshPatiencePerPart * parts),
+                             milliseconds(kMeshPatienceInAll * seconds + kMeshSecondsPerPart * parts),
+                             milliseconds(std::min(seconds, kMeshGrace))};
+  const bool isBegun = CountAbandonedWork() < kMaxAbandonedBodies;
+  if (isBegun && RunWatched([builder](WorkState& state) { builder->Build(state); }, limits) == WorkEnd::kDone)
+    return builder->TakeMesh();
+  ++givenUpCount;
+  static constexpr const char* kKinds[] = {"compound", "composite solid", "solid", "shell", "face", "wire",
+                                           "edge",     "vertex"};
+  MIREL_HOST_FAILURE("A %s with %d faces and %d edges is not drawn: %s.", kKinds[body.ShapeType()],
+                     builder->CountFaces(), builder->CountEdges(),
+                     isBegun ? "its tessellation does not come to an end"
+                             : "too many others are still being tessellated, to no end");
+  return builder->MakeEmptyMesh();
+}
+
+void SetTessellationPatience(double seconds) {
+  patience = seconds > 0.0 ? std::min(seconds, 1e6) : kMeshPatience;
+}
+
+unsigned CountGivenUpTessellations() {
+  return givenUpCount;
 }
 
 }  // namespace mirel

@@ -1,6 +1,8 @@
+#include <Tests/Support/EndlessBody.h>
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Viewer/Kernel/Host/Geometry/BodySamples.h>
 #include <Tests/Viewer/Kernel/Host/GeometryView/MeshCheck.h>
+#include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
@@ -297,6 +299,50 @@ TEST(GRepShapeTest, ThreadsGiveTheSameBytesAndLeaveTheBodiesAlone) {
       EXPECT_TRUE(BRep_Tool::Polygon3D(TopoDS::Edge(edge.Current()), location).IsNull());
     }
   }
+}
+
+TEST(GRepShapeTest, GivesUpABodyThatNeverEnds) {
+  ExpectInOwnProcess([] {
+    LogCapture log;
+    const auto body = ReadEndlessBody();
+    ASSERT_TRUE(body);
+    const auto grep = GRepShape::Create(body, nullptr, nullptr, 0.0, true);
+    GRepShape::SetPatience(0.3);
+    grep->Compute();
+    EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"A solid with 1 faces and 2 edges is not drawn: its "
+                                                         "tessellation does not come to an end."}));
+    EXPECT_TRUE(log.HasLocations());
+    EXPECT_EQ(GRepShape::CountGivenUp(), 1u);
+    EXPECT_EQ(GRepShape::CountAbandoned(), 1u);
+    EXPECT_TRUE(grep->GetBoundingBox().IsEmpty());
+    EXPECT_EQ(grep->GetMesh().CountFacesWithoutTriangles(), 1u);
+    EXPECT_EQ(grep->GetMesh().edges.size(), 2u);
+    std::istringstream stream(Record(*grep));
+    EXPECT_TRUE(GRepShape::FromStream(stream));
+
+    // Others are drawn as ever, also with the patience that is meant when none is given.
+    GRepShape::SetPatience(std::nan(""));
+    EXPECT_EQ(Compute(BRepPrimAPI_MakeBox(1, 2, 3).Shape())->GetMesh().GetTriangleCount(), 12u);
+    EXPECT_EQ(GRepShape::CountGivenUp(), 1u);
+  });
+}
+
+// So many that no more threads may be left behind. The last ones are not even begun.
+TEST(GRepShapeTest, AbandonsOnlySoMany) {
+  ExpectInOwnProcess([] {
+    LogCapture log;
+    GRepShape::SetPatience(0.02);
+    const auto body = ReadEndlessBody();
+    while (GRepShape::CountAbandoned() < kMaxAbandonedBodies)
+      GRepShape::Create(body, nullptr, nullptr, 0.0, true)->Compute();
+    const unsigned before = GRepShape::CountGivenUp();
+    GRepShape::SetPatience(0.0);
+    EXPECT_EQ(Compute(BRepPrimAPI_MakeBox(1, 2, 3).Shape())->GetMesh().GetTriangleCount(), 0u);
+    EXPECT_EQ(log.GetTexts(3).back(),
+              "A solid with 6 faces and 12 edges is not drawn: too many others are still "
+              "being tessellated, to no end.");
+    EXPECT_EQ(GRepShape::CountGivenUp(), before + 1);
+  });
 }
 
 TEST(BrepSceneNodeTest, KeepsColoursAsGiven) {
