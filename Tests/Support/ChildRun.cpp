@@ -215,6 +215,11 @@ void LimitFileSize(std::uint64_t bytes) {
   setrlimit(RLIMIT_FSIZE, &limit);
 }
 
+void LimitMemory(std::uint64_t bytes) {
+  const rlimit limit = {bytes, bytes};
+  setrlimit(RLIMIT_AS, &limit);
+}
+
 void ObeyPermissions() {
   prctl(PR_CAPBSET_DROP, CAP_DAC_OVERRIDE, 0, 0, 0);
   prctl(PR_CAPBSET_DROP, CAP_DAC_READ_SEARCH, 0, 0, 0);

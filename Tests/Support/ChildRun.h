@@ -43,6 +43,8 @@ void FillDisk(const std::string& folder, unsigned int blocksLeft);
 
 /// For `RunProgram`: no file may be larger. The signal that comes with it is not ignored.
 void LimitFileSize(std::uint64_t bytes);
+/// For `RunProgram`: address space.
+void LimitMemory(std::uint64_t bytes);
 /// For `RunProgram`: permissions bind the program even when the test runs as root.
 void ObeyPermissions();
 

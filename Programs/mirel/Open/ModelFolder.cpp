@@ -62,8 +62,12 @@ bool ModelFolder::Load(const std::string& path) {
     for (unsigned int n = 1; n <= count && missing < kMaxMissingPackages; ++n) {
       const std::string name = kind + "/" + std::to_string(n) + ".gz";
       read(name, folder + name, [&](const RawBuffer& buffer) {
-        return buffer.GetSize() <= std::numeric_limits<unsigned int>::max() &&
-               load(folder + name, buffer.GetData(), static_cast<unsigned int>(buffer.GetSize()));
+        const bool whole = buffer.GetSize() <= std::numeric_limits<unsigned int>::max() &&
+                          load(folder + name, buffer.GetData(), static_cast<unsigned int>(buffer.GetSize()));
+        if (!whole) {
+          Logger::Instance().Message(3, "%s is not a package, or its table is cut short", name.c_str());
+        }
+        return whole;
       });
       missing += files_.back().missing ? 1 : 0;
     }

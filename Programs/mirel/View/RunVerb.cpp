@@ -72,6 +72,7 @@ ExitCode RunVerb::Run(Console& console) {
   WindowlessViewer viewer;
   CommandContext context(&viewer.GetViewer());
   bool failed = false;
+  bool tookFile = false;
   {
     const LogRecorder log(console, file_.empty() ? command_ : file_);
     const DialogAnswer dialog(file_);
@@ -81,12 +82,17 @@ ExitCode RunVerb::Run(Console& console) {
     }
     const bool done = command->Execute(&context);
     failed = log.GetFailureCount() > 0;
+    tookFile = dialog.WasAsked() && !file_.empty();
     if (!done && !failed) {
       const bool needsFile = dialog.WasAsked() && file_.empty();
       console.Error(command_,
                     needsFile ? "called off: it asks for a file, which --file gives" : "called off");
       return ExitCode::kCalledOff;
     }
+  }
+  if (!failed && tookFile && viewer.IsEmpty()) {
+    console.Error(file_, "is not a model folder: its index has no types and items");
+    failed = true;
   }
   if (failed && viewer.IsEmpty()) {
     return ExitCode::kInputUnread;

@@ -33,7 +33,7 @@ void LoadPackages(LiteModel& model, const std::string& folder, unsigned int coun
       return;
     }
     if (!PackageReader(model, name).Load(buffer->GetData(), static_cast<unsigned int>(buffer->GetSize()))) {
-      Logger::Instance().Message(1, "%s: not a package, or its table is cut short", name.c_str());
+      MIREL_FAILURE("%s: not a package, or its table is cut short", name.c_str());
     }
   }
 }

@@ -1,5 +1,6 @@
 #include <Viewer/Kernel/Host/Core/FileIO.h>
 
+#include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/ObjectId.h>
 
 #include <cerrno>
@@ -7,11 +8,14 @@
 #include <cstring>
 #include <exception>
 #include <filesystem>
+#include <string_view>
 #include <system_error>
 
 #if defined(_WIN32)
 #include <io.h>
 #else
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -34,6 +38,51 @@ File Open(const fs::path& path, const char* mode) {
 #endif
 }
 
+std::string LastError() {
+  return std::generic_category().message(errno);
+}
+
+/// Opens a regular file for reading and tells its size. An empty pointer, with the reason, when it is none.
+File OpenRegular(const fs::path& path, std::uint64_t& size, std::string& reason) {
+  std::error_code error;
+  const fs::file_status status = fs::status(path, error);
+  if (!fs::exists(status)) {
+    reason = error ? error.message() : std::make_error_code(std::errc::no_such_file_or_directory).message();
+    return nullptr;
+  }
+  constexpr const char* kNotRegular = "not a regular file";
+  if (!fs::is_regular_file(status)) {
+    reason = kNotRegular;
+    return nullptr;
+  }
+#if defined(_WIN32)
+  size = fs::file_size(path, error);
+  File file = error ? File() : Open(path, "rb");
+  if (!file) reason = error ? error.message() : LastError();
+  return file;
+#else
+  // It may have become something else by now: a pipe must not make this wait.
+  const int descriptor = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+  if (descriptor < 0) {
+    reason = LastError();
+    return nullptr;
+  }
+  File file(fdopen(descriptor, "rb"));
+  struct stat now = {};
+  if (!file || fstat(descriptor, &now) != 0) {
+    reason = LastError();
+    if (!file) close(descriptor);
+    return nullptr;
+  }
+  if (!S_ISREG(now.st_mode)) {
+    reason = kNotRegular;
+    return nullptr;
+  }
+  size = static_cast<std::uint64_t>(now.st_size);
+  return file;
+#endif
+}
+
 bool FlushToDisk(std::FILE* file) {
   if (std::fflush(file) != 0) return false;
 #if defined(_WIN32)
@@ -42,10 +91,6 @@ bool FlushToDisk(std::FILE* file) {
   // Some file systems have nothing to flush and say so.
   return fsync(fileno(file)) == 0 || errno == EINVAL || errno == ENOTSUP;
 #endif
-}
-
-std::string LastError() {
-  return std::generic_category().message(errno);
 }
 
 bool WriteAside(const fs::path& path, const char* data, std::size_t size, std::string& reason) {
@@ -68,37 +113,36 @@ bool WriteAside(const fs::path& path, const char* data, std::size_t size, std::s
 
 }  // namespace
 
-bool ReadWholeFile(const std::string& path, MallocBytes& bytes, std::size_t& size, std::string& reason) {
+bool ReadGzipFile(const std::string& path, MallocBytes& bytes, std::size_t& size, std::string& reason) {
   try {
-    const fs::path name = fs::u8path(path);
-    std::error_code error;
-    const fs::file_status status = fs::status(name, error);
-    if (status.type() == fs::file_type::not_found || status.type() == fs::file_type::none) {
-      reason = error ? error.message() : std::make_error_code(std::errc::no_such_file_or_directory).message();
+    std::uint64_t fileSize = 0;
+    const File file = OpenRegular(fs::u8path(path), fileSize, reason);
+    if (!file) return false;
+    if (fileSize > kMaxPackedBytes) {
+      reason = "the file is too large";
       return false;
     }
-    if (!fs::is_regular_file(status)) {
-      reason = "not a regular file";
+    // A file may say that it is long and take no place on the disk: its beginning comes before the room for it.
+    constexpr std::string_view kMagic = "\x1f\x8b";
+    char begin[kMagic.size()];
+    if (fileSize < kMagic.size() || std::fread(begin, 1, kMagic.size(), file.get()) != kMagic.size() ||
+        std::string_view(begin, kMagic.size()) != kMagic) {
+      reason = std::ferror(file.get()) ? LastError() : "not a gzip file";
       return false;
     }
-    const std::uintmax_t fileSize = fs::file_size(name, error);
-    const File file = error ? File() : Open(name, "rb");
-    if (!file) {
-      reason = error ? error.message() : LastError();
-      return false;
-    }
-    MallocBytes content(static_cast<char*>(std::malloc(fileSize > 0 ? fileSize : 1)));
+    MallocBytes content(static_cast<char*>(std::malloc(static_cast<std::size_t>(fileSize))));
     if (!content) {
       reason = "out of memory";
       return false;
     }
-    const std::size_t got = std::fread(content.get(), 1, fileSize, file.get());
-    if (got != fileSize) {
+    std::memcpy(content.get(), begin, kMagic.size());
+    const std::size_t rest = static_cast<std::size_t>(fileSize) - kMagic.size();
+    if (std::fread(content.get() + kMagic.size(), 1, rest, file.get()) != rest) {
       reason = std::ferror(file.get()) ? LastError() : "the file became shorter while it was read";
       return false;
     }
     bytes = std::move(content);
-    size = got;
+    size = static_cast<std::size_t>(fileSize);
     return true;
   } catch (const std::exception& e) {  // text that is no path in the system's encoding
     reason = e.what();

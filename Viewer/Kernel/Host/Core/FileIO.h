@@ -13,9 +13,11 @@ struct FreeDeleter {
 };
 using MallocBytes = std::unique_ptr<char, FreeDeleter>;
 
-/// Reads a regular file whole into `bytes` and `size`. False with the reason in words when it is not a regular file
-/// (a folder, a device, a pipe) or cannot be read; the outputs are then as they were.
-bool ReadWholeFile(const std::string& path, MallocBytes& bytes, std::size_t& size, std::string& reason);
+/// Reads a gzip file, or one that a link leads to, whole and as it is into `bytes` and `size`. Never waits for what is no
+/// regular file (a folder, a device, a pipe) and reads nothing of it. False with the reason in words when it is none, does
+/// not begin as gzip files do, is larger than `kMaxPackedBytes` or cannot be read; the outputs are then as they were.
+/// Takes as much memory as the file says it is long, once its beginning is right.
+bool ReadGzipFile(const std::string& path, MallocBytes& bytes, std::size_t& size, std::string& reason);
 
 /// Puts a file in place of whatever file has the name now: writes the bytes to a hidden file beside it, flushes it to
 /// the disk and renames it. A reader, and a crash at any moment, finds the old file or the new one. False with the

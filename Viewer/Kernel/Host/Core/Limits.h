@@ -10,6 +10,9 @@ namespace mirel {
 /// Inflated content of one gzip file: sizes are handed on as unsigned 32-bit numbers.
 constexpr std::uint64_t kMaxInflatedBytes = 0xFFFFFFFFu;
 
+/// Bytes of one gzip file: what the largest content takes when it does not compress.
+constexpr std::uint64_t kMaxPackedBytes = kMaxInflatedBytes + (1u << 20);
+
 /// Coordinates of a mesh, in mm: a thousand kilometres times a thousand. Bodies that reach farther count as unbounded.
 constexpr double kMaxMeshCoordinate = 1e12;
 

@@ -118,7 +118,7 @@ std::shared_ptr<RawBuffer> GzBuffer::FromFile(const std::string& path) {
   MallocBytes file;
   std::size_t fileSize = 0;
   std::string reason;
-  if (!ReadWholeFile(path, file, fileSize, reason)) {
+  if (!ReadGzipFile(path, file, fileSize, reason)) {
     LogReason(path, reason);
     return nullptr;
   }
