@@ -135,11 +135,12 @@ void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {
   fs::directory_iterator entry(folder, failure);
   for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
     const std::string file = NameOfPath(entry->path());
+    const std::string path = (fs::u8path(name) / fs::u8path(file)).generic_u8string();
     const std::uint32_t number = PackageSet::GetNumber(file);
     if (number == 0) {
-      findings_.Add(CheckCode::kForeignFile, name + "/" + file, WhyForeign(file));
+      findings_.Add(CheckCode::kForeignFile, path, WhyForeign(file));
     } else if (contents_.opens && number > count) {
-      findings_.Add(CheckCode::kPackageBeyondCount, name + "/" + file,
+      findings_.Add(CheckCode::kPackageBeyondCount, path,
                     "is not opened: the index counts " + std::to_string(count));
     }
   }
@@ -250,7 +251,7 @@ void FolderCheck::CheckUses() {
     const auto grep = goodGReps_.find(use.body);
     const auto missing = [&](const PackageSet& packages) {
       return packages.GetPlaces().count(use.body) > 0 ? id + " is damaged"
-                                                      : "there is none with the id " + id;
+                                                      : "no package that can be read holds " + id;
     };
     if (body == goodBodies_.end()) {
       findings_.Add(CheckCode::kItemWithoutBody, indexName_,
@@ -264,12 +265,13 @@ void FolderCheck::CheckUses() {
       continue;
     }
     const std::size_t faces = body != goodBodies_.end() ? body->second : grep->second->GetMesh().faces.size();
-    for (const std::uint32_t face : use.faces) {
-      if (face >= faces) {
-        findings_.Add(CheckCode::kFaceColorBeyond, indexName_,
-                      use.item + " has a colour for face " + std::to_string(face) + ", but only " +
-                          std::to_string(faces) + " faces");
-      }
+    const auto isBeyond = [&](std::uint32_t face) { return face >= faces; };
+    const auto beyond = std::count_if(use.faces.begin(), use.faces.end(), isBeyond);
+    if (beyond > 0) {
+      findings_.Add(CheckCode::kFaceColorBeyond, indexName_,
+                    use.item + " has " + std::to_string(faces) + " faces and " + std::to_string(beyond) +
+                        " colours for others: the first is for face " +
+                        std::to_string(*std::find_if(use.faces.begin(), use.faces.end(), isBeyond)));
     }
   }
   CheckUnused(bodies_, CheckCode::kBodyUnused, "body");
@@ -284,7 +286,7 @@ void FolderCheck::CheckUnused(const PackageSet& packages, CheckCode code, const 
   std::vector<std::pair<ObjectId, PackageSet::Place>> unused;
   for (const auto& place : packages.GetPlaces()) {
     if (used.count(place.first) == 0) {
-      unused.push_back(place);
+      unused.emplace_back(place);
     }
   }
   std::sort(unused.begin(), unused.end(), [](const auto& a, const auto& b) {

@@ -13,9 +13,8 @@ class PackageTable {
  public:
   struct Entry {
     ObjectId id;
-    std::uint32_t
-        offset;  ///< in the data behind the table, as the entry says; items follow each other in any case
-    std::uint32_t size;
+    std::uint32_t offset = 0;  ///< in the data, as the table says; items follow each other all the same
+    std::uint32_t size = 0;
   };
 
   /// `data` stays the caller's and must outlive the table.

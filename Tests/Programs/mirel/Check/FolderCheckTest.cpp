@@ -88,6 +88,10 @@ std::string Record11() {
   return ToRecord(MakeGRep(MakeBox(4, 4, 4)));
 }
 
+std::string Json(const std::unique_ptr<LiteModelItem>& item) {
+  return WriteItem(*item, LiteModel());
+}
+
 // The record of a body of 6 faces and 12 edges of which nothing could be drawn.
 std::string EmptyRecord() {
   std::string record = Record11().substr(0, 132);
@@ -203,28 +207,25 @@ const std::vector<Case>& Cases() {
        f.Change("index.gz", [](std::string& text) {
          // Types in each other: the text is flat, what it unfolds into is not.
          std::string types;
-         for (int i = 1000; i < 1000 + kMaxNesting; ++i) {
-           types += R"({"Type":"Instance","Id":")" + std::to_string(i) + R"(","Name":"","TId":")" +
-                    std::to_string(i == 1000 ? 100 : i - 1) + "\"},";
+         for (unsigned long long i = 1000; i < 1000 + kMaxNesting; ++i) {
+           types += Json(MakeInstance(i, "", i == 1000 ? 100 : i - 1)) + ",";
          }
          text.insert(text.find("\"Types\":[") + 9, types);
-         text.insert(text.find("\"Items\":[") + 9, R"({"Type":"Instance","Id":"9","Name":"","TId":")" +
-                                                       std::to_string(1000 + kMaxNesting - 1) + "\"},");
+         text.insert(text.find("\"Items\":[") + 9, Json(MakeInstance(9, "", 1000 + kMaxNesting - 1)) + ",");
        });
      }},
     {"I021",
      [](Folder& f) {
        f.Change("index.gz", [](std::string& text) {
          std::string types;
-         for (int i = 1000; i < 1070; ++i) {
-           const std::string inner =
-               R"(","Name":"","TId":")" + std::to_string(i == 1000 ? 100 : i - 1) + "\"}";
-           types += R"({"Type":"Group","Id":")" + std::to_string(i) +
-                    R"(","Name":"","Children":[{"Type":"Instance","Id":")" + std::to_string(2 * i) + inner +
-                    R"(,{"Type":"Instance","Id":")" + std::to_string(2 * i + 1) + inner + "]},";
+         for (unsigned long long i = 1000; i < 1070; ++i) {
+           const unsigned long long inner = i == 1000 ? 100 : i - 1;
+           types +=
+               Json(MakeGroup(i, "", MakeInstance(2 * i, "", inner), MakeInstance(2 * i + 1, "", inner))) +
+               ",";
          }
          text.insert(text.find("\"Types\":[") + 9, types);
-         text.insert(text.find("\"Items\":[") + 9, R"({"Type":"Instance","Id":"9","Name":"","TId":"1069"},)");
+         text.insert(text.find("\"Items\":[") + 9, Json(MakeInstance(9, "", 1069)) + ",");
        });
      }},
     {"I022", edit("\"Name\":\"Bolt\"", "\"Name\":\"Bolt\",\"Weight\":7")},
