@@ -60,6 +60,14 @@ run_one() { # TARGET SECONDS: goes on after a finding until the time is over or 
     left=$((begin + $2 - SECONDS))
   done
   local seconds=$((SECONDS - begin))
+  # Inputs that others make superfluous go.
+  rm -rf "$corpus.new" && mkdir "$corpus.new"
+  if "$build/bin/$target" -merge=1 "$corpus.new" $(source_inputs "$target") "$corpus" "${limits[@]}" >>"$log.merge" 2>&1; then
+    rm -rf "$corpus"
+    mv "$corpus.new" "$corpus"
+  else
+    rm -rf "$corpus.new"
+  fi
   local runs
   runs=$(awk '/^stat::number_of_executed_units:/ { sum += $2 } END { print sum + 0 }' "$log")
   printf '%s %s %d %d %d\n' "$(date +%F)" "$target" "$seconds" "$runs" "$found" >>"$build/history"
@@ -68,7 +76,36 @@ run_one() { # TARGET SECONDS: goes on after a finding until the time is over or 
   [[ $found -eq 0 ]]
 }
 
+# What reads: the module's readers, the JSON of its items, and the host layer's decoders.
+decoders() {
+  printf '%s\n' Viewer/Kernel/Reader/*.{h,cpp} Viewer/Kernel/Model/{LiteModelItem,GroupItem,InstanceItem,ShapeItem}.cpp \
+    Viewer/Kernel/Model/Item*.cpp Viewer/Kernel/Host/Gzip/GzBuffer.cpp Viewer/Kernel/Host/Geometry/BRepText* \
+    Viewer/Kernel/Host/Geometry/TopoShape.cpp Viewer/Kernel/Host/GeometryView/GRepRecord.cpp
+}
+
+coverage() { # TARGET...
+  local profiles=$build-coverage/profiles
+  make_build fuzz-coverage "$build-coverage"
+  make_scratch
+  rm -rf "$profiles"
+  for target in "$@"; do
+    LLVM_PROFILE_FILE=$PWD/$profiles/$target-%m.profraw "$build-coverage/bin/$target" $(source_inputs "$target") \
+      "$build/corpus/$target" 2>/dev/null | tail -1 | sed "s/^/$target: /"
+  done
+  llvm-profdata-14 merge -o "$profiles/all.profdata" "$profiles"/*.profraw
+  # shellcheck disable=SC2046
+  llvm-cov-14 report "$build-coverage/lib/libMirelHost.so" -object "$build-coverage/lib/libMirelViewerKernel.so" \
+    -instr-profile="$profiles/all.profdata" -show-region-summary=false -show-branch-summary=false $(decoders)
+  echo "Line by line: llvm-cov-14 show with the same arguments"
+}
+
 case ${1:-60} in
+  coverage)
+    shift
+    scripts/setup.sh fuzz
+    [[ $# -gt 0 ]] || set -- $(list_targets)
+    coverage "$@"
+    ;;
   build)
     make_build fuzz "$build"
     ;;

@@ -25,6 +25,9 @@ namespace {
 /// Models that unfold into more are not drawn, for want of time.
 constexpr std::size_t kMaxUnfolded = 10000;
 
+/// Deeper models lose something, with a message, and less when types stand in the place of their instances.
+constexpr std::size_t kMaxDepth = 240;
+
 /// The index as the writer saves it. The file is left out for most inputs: it takes a hundred times as long as the text.
 std::string SaveIndex(LiteModel& model, bool asFile) {
   if (asFile) {
@@ -149,7 +152,7 @@ void CountUses(LiteModel& model) {
 
 /// Types used once in the place of their instance: the same bodies at the same places.
 void CheckDrawn(LiteModel& model) {
-  if (CountUnfolded(model, kMaxUnfolded) >= kMaxUnfolded) return;
+  if (CountUnfolded(model, kMaxUnfolded, kMaxDepth) >= kMaxUnfolded) return;
   const std::vector<Leaf> before = CollectLeaves(model);
   CountUses(model);
   std::string text;

@@ -7,15 +7,14 @@
 #include <Viewer/Kernel/Model/LiteModel.h>
 #include <Viewer/Kernel/Model/ShapeItem.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
+#include <vector>
 
 namespace mirel::fuzz {
 
 namespace {
-
-/// Walks that count items go no deeper.
-constexpr int kMaxDepth = 240;
 
 void Append(std::string& out, double number) {
   char text[40];
@@ -63,18 +62,39 @@ void Describe(const LiteModelItem& item, int depth, std::string& out) {
   }
 }
 
-void Count(const LiteModel& model, const LiteModelItem* item, int depth, std::size_t limit,
-           std::size_t& count) {
-  if (depth > kMaxDepth) count = limit;
-  if (!item || count >= limit) return;
-  ++count;
-  if (const auto* const group = dynamic_cast<const GroupItem*>(item)) {
-    for (const auto& child : group->GetChildren())
-      Count(model, child.get(), depth + 1, limit, count);
+class UnfoldedCount {
+ public:
+  UnfoldedCount(const LiteModel& model, std::size_t limit, std::size_t maxDepth)
+      : model_(model), limit_(limit), maxDepth_(maxDepth) {}
+
+  void Add(const LiteModelItem* item) {
+    if (types_.size() + groups_ >= maxDepth_) count_ = limit_;
+    if (!item || count_ >= limit_) return;
+    ++count_;
+    if (const auto* const group = dynamic_cast<const GroupItem*>(item)) {
+      ++groups_;
+      for (const auto& child : group->GetChildren())
+        Add(child.get());
+      --groups_;
+    }
+    if (const auto* const instance = dynamic_cast<const InstanceItem*>(item)) {
+      const LiteModelItem* const type = model_.FindType(instance->GetTypeId());
+      if (std::find(types_.begin(), types_.end(), type) != types_.end()) return;
+      types_.push_back(type);
+      Add(type);
+      types_.pop_back();
+    }
   }
-  if (const auto* const instance = dynamic_cast<const InstanceItem*>(item))
-    Count(model, model.FindType(instance->GetTypeId()), depth + 1, limit, count);
-}
+  std::size_t Get() const { return count_; }
+
+ private:
+  const LiteModel& model_;
+  std::size_t limit_;
+  std::size_t maxDepth_;
+  std::size_t count_ = 0;
+  std::size_t groups_ = 0;                   // that the walk is in
+  std::vector<const LiteModelItem*> types_;  // likewise
+};
 
 void Describe(const SceneNode& node, int depth, std::string& out) {
   const auto* const body = dynamic_cast<const BrepSceneNode*>(&node);
@@ -106,11 +126,11 @@ std::string DescribeItems(const LiteModel& model) {
   return out;
 }
 
-std::size_t CountUnfolded(const LiteModel& model, std::size_t limit) {
-  std::size_t count = 0;
+std::size_t CountUnfolded(const LiteModel& model, std::size_t limit, std::size_t maxDepth) {
+  UnfoldedCount count(model, limit, maxDepth);
   for (const auto& item : model.GetItems())
-    Count(model, item.get(), 1, limit, count);
-  return count;
+    count.Add(item.get());
+  return count.Get();
 }
 
 std::string DescribeNodes(const SceneNode& node) {
