@@ -61,7 +61,10 @@ std::string SaveIndex(LiteModel& model, bool asFile) {
 
 void Read(LiteModel& model, const std::string& text) {
   const QuietLog log;
-  MIREL_FUZZ_CHECK(LiteModelReader(model).Load(text), "An index that was written does not load");
+  LiteModelReader reader(model);
+  MIREL_FUZZ_CHECK(reader.Load(text), "An index that was written does not load");
+  MIREL_FUZZ_CHECK(reader.GetPkgShape() == 0 && reader.GetPkgGRep() == 0,
+                   "It names packages, and there are no bodies");
   MIREL_FUZZ_CHECK(log.CountFailures() == 0, "An index that was written loads with failures");
 }
 

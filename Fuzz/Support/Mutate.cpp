@@ -97,7 +97,7 @@ std::size_t ReturnInput(const std::string& input, std::uint8_t* data, std::size_
 std::string MutateBodyText(const std::string& text, Random& random, std::size_t maxSize) {
   const bool byLine = random() % 3 == 0;
   const std::vector<Range> tokens = FindTokens(text, byLine ? "\n" : " \n\t\r");
-  const std::size_t kind = Pick(random, 8);
+  const std::size_t kind = Pick(random, 10);
   if (tokens.empty() || kind == 0) return MutateBytes(text, maxSize);
   const Range token = tokens[Pick(random, tokens.size())];
   const Range other = tokens[Pick(random, tokens.size())];
@@ -117,6 +117,9 @@ std::string MutateBodyText(const std::string& text, Random& random, std::size_t 
       out.replace(other.begin, other.end - other.begin, Cut(text, token));
       out.replace(token.begin, token.end - token.begin, Cut(text, other));
     }
+    break;
+  case 5:  // a long row of blanks or digits
+    out.insert(token.end, 50 + Pick(random, 400), " \n0"[Pick(random, 3)]);
     break;
   default: {
     const std::vector<Range> words = FindTokens(text, " \n\t\r");
