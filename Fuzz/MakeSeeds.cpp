@@ -42,18 +42,21 @@ std::vector<std::string> MakeIndexes() {
   FillAssembly(model);
   const TestFolder folder;
   LiteModelWriter(model).Save(folder.GetPath());
-  return {
-      Inflate(folder.GetPath() + "index.gz"), R"({"Types":[],"Items":[]})",
+  const std::string sharedTypes =
       R"({"Version":1,"Metadata":{"PkgShape":2,"PkgGRep":2},"Types":[)"
       R"({"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"2"},{"Type":"Instance","TId":"2"}]},)"
       R"({"Type":"Group","Id":"2","Children":[{"Type":"Instance","TId":"3"},{"Type":"Instance","TId":"3"}]},)"
       R"({"Type":"Shape","Id":"3","SId":"7","Transform":[0,1,0,0,-1,0,0,0,0,0,1,0,5,6,7.5,1]}],)"
-      R"("Items":[{"Type":"Instance","TId":"1","Color":[0.5,0.5,0.5]}]})",
+      R"("Items":[{"Type":"Instance","TId":"1","Color":[0.5,0.5,0.5]}]})";
+  const std::string faults =
       R"({"Types":[{"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"1"}]}],"Items":[)"
       R"({"Type":"Instance","TId":"1"},{"Type":"Instance","TId":"9"},{"Type":"Shape","Id":5,"SId":null},)"
-      R"({"Type":"Cone"},{"Type":"Group"},7,{"Type":"Shape","FColor":[{"FId":-1,"Color":[1]},{"FId":2}]}]})",
+      R"({"Type":"Cone"},{"Type":"Group"},7,{"Type":"Shape","FColor":[{"FId":-1,"Color":[1]},{"FId":2}]}]})";
+  const std::string whiteSpace =
       R"( { "Items" : [ { "Type" : "Shape" , "Name" : "a\u0000b\u4f8b" , "Color" : [ 1e-3, 2E2, -0.0 ] } ] ,)"
-      R"( "Types" : [ { "Type" : "Shape", "Id" : "18446744073709551615" } ], "Other" : { "x" : [ ] } } )"};
+      R"( "Types" : [ { "Type" : "Shape", "Id" : "18446744073709551615" } ], "Other" : { "x" : [ ] } } )";
+  return {Inflate(folder.GetPath() + "index.gz"), R"({"Types":[],"Items":[]})", sharedTypes, faults,
+          whiteSpace};
 }
 
 void MakeIndexSeeds(const std::string& folder) {

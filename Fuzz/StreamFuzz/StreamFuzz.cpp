@@ -116,7 +116,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     std::swap(piece, pieces[Pick(random, pieces.size())]);
     break;
   case 2:
-    pieces.push_back(Piece(piece));
+    pieces.insert(pieces.end(), Piece(piece));
     break;
   case 3:
     pieces.erase(pieces.begin() + (&piece - pieces.data()));

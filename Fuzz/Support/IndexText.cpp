@@ -93,15 +93,13 @@ class Mutator {
   void Change() {
     Value& value = *values_[Pick(random_, values_.size())];
     const std::size_t kind = Pick(random_, 8);
-    if (kind == 0) {
-      value = PickValue();
-    } else if (kind == 1) {
+    if (kind == 1) {
       Nest(value);
-    } else if (value.IsObject()) {
+    } else if (value.IsObject() && kind != 0) {
       ChangeObject(value);
-    } else if (value.IsArray()) {
+    } else if (value.IsArray() && kind != 0) {
       ChangeArray(value);
-    } else if (value.IsString() && kind < 4) {
+    } else if (value.IsString() && (kind == 2 || kind == 3)) {
       const std::string text = MutateBytes(value.GetString(), 40);
       value.SetString(text.data(), static_cast<rapidjson::SizeType>(text.size()), allocator_);
     } else {

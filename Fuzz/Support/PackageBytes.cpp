@@ -136,7 +136,7 @@ std::string MutatePackage(const std::string& package, Random& random, std::size_
     item.id = random() % 2 == 0 ? items[Pick(random, items.size())].id : PickInteger(random);
     break;
   case 4:
-    items.push_back(PackageItem(item));
+    items.insert(items.end(), PackageItem(item));
     break;
   case 5:
     std::swap(item, items[Pick(random, items.size())]);
