@@ -65,7 +65,7 @@ class FolderCheck {
   const Figures& GetFigures() const { return figures_; }
 
  private:
-  using IdSet = std::unordered_set<ObjectId, ObjectIdHash>;
+  using IdSet = std::unordered_set<ObjectId, SecretIdHash>;
 
   void CheckIndex();
   void CheckFiles();
@@ -91,8 +91,8 @@ class FolderCheck {
   PackageSet bodies_;
   PackageSet greps_;
   bool compares_ = false;
-  std::unordered_map<ObjectId, std::shared_ptr<GRepShape>, ObjectIdHash> goodGReps_;
-  std::unordered_map<ObjectId, std::uint32_t, ObjectIdHash> goodBodies_;  // and the number of their faces
+  std::unordered_map<ObjectId, std::shared_ptr<GRepShape>, SecretIdHash> goodGReps_;
+  std::unordered_map<ObjectId, std::uint32_t, SecretIdHash> goodBodies_;  // and the number of their faces
 };
 
 }  // namespace mirel

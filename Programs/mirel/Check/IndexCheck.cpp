@@ -13,9 +13,9 @@
 #include <algorithm>
 #include <cmath>
 #include <initializer_list>
+#include <set>
 #include <string_view>
 #include <unordered_map>
-#include <unordered_set>
 
 namespace mirel {
 
@@ -103,7 +103,7 @@ class Checker {
   void CheckMembers(const Value& object, const std::string& where,
                     std::initializer_list<std::string_view> known) {
     // Of the few members that items have, a list is searched faster than a set.
-    std::unordered_set<std::string_view> set;
+    std::set<std::string_view> set;
     std::vector<std::string_view> list;
     const bool isSmall = object.MemberCount() <= 2 * known.size();
     for (const auto& member : object.GetObject()) {
@@ -405,7 +405,7 @@ class Checker {
   }
 
   void CheckFaceColors(const Value& colors, const std::string& name, std::vector<std::uint32_t>& faces) {
-    std::unordered_set<std::uint32_t> seen;
+    std::set<std::uint32_t> seen;
     for (rapidjson::SizeType i = 0; i < colors.Size(); ++i) {
       const Value& entry = colors[i];
       const std::string place = name + ": face colour " + std::to_string(i + 1);
@@ -523,8 +523,8 @@ class Checker {
   FindingList& findings_;
   Content* content_ = nullptr;  // of the item that is being read
   std::vector<Content> roots_;
-  std::unordered_map<ObjectId, Type, ObjectIdHash> types_;
-  std::unordered_map<ObjectId, std::string, ObjectIdHash> names_;
+  std::unordered_map<ObjectId, Type, SecretIdHash> types_;
+  std::unordered_map<ObjectId, std::string, SecretIdHash> names_;
   std::vector<Instance> instances_;
 };
 

@@ -42,7 +42,7 @@ class PackageSet {
   void CheckFound(FindingList& findings);
 
   /// All ids that the tables hold, each with the item that counts.
-  const std::unordered_map<ObjectId, Place, ObjectIdHash>& GetPlaces() const { return places_; }
+  const std::unordered_map<ObjectId, Place, SecretIdHash>& GetPlaces() const { return places_; }
 
   /// How many packages could be read.
   std::size_t GetPackageCount() const { return packages_.size(); }
@@ -65,7 +65,7 @@ class PackageSet {
   std::string folder_;
   std::string kind_;
   std::vector<std::uint32_t> packages_;
-  std::unordered_map<ObjectId, Place, ObjectIdHash> places_;
+  std::unordered_map<ObjectId, Place, SecretIdHash> places_;
   std::uint64_t lastDataSize_ = 0;  // of the package looked at last
 };
 

@@ -9,6 +9,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <set>
 
 namespace mirel {
 
@@ -97,8 +98,8 @@ class Surveyor : public LiteModelVisitor {
   const LiteModel& model_;
   ModelFigures& figures_;
   Seen result_;
-  std::unordered_map<ObjectId, Seen, ObjectIdHash> done_;
-  std::unordered_map<ObjectId, std::unordered_set<std::uint32_t>, ObjectIdHash> coloredFaces_;
+  std::unordered_map<ObjectId, Seen, SecretIdHash> done_;
+  std::unordered_map<ObjectId, std::set<std::uint32_t>, SecretIdHash> coloredFaces_;
 };
 
 // The types that an item's instances name.
@@ -121,8 +122,8 @@ class TypeLister : public LiteModelVisitor {
 
 // Every type of the model behind the types that it is made of. Of types that contain themselves, any order.
 std::vector<ObjectId> Order(const LiteModel& model,
-                            std::unordered_map<ObjectId, std::uint64_t, ObjectIdHash>& uses) {
-  std::unordered_map<ObjectId, std::vector<ObjectId>, ObjectIdHash> needs;
+                            std::unordered_map<ObjectId, std::uint64_t, SecretIdHash>& uses) {
+  std::unordered_map<ObjectId, std::vector<ObjectId>, SecretIdHash> needs;
   std::vector<ObjectId> all;
   for (const auto& type : model.GetTypes()) {
     TypeLister lister(needs[type.first]);
@@ -134,7 +135,7 @@ std::vector<ObjectId> Order(const LiteModel& model,
   }
   std::sort(all.begin(), all.end(),
             [](const ObjectId& a, const ObjectId& b) { return a.GetInteger() < b.GetInteger(); });
-  std::unordered_set<ObjectId, ObjectIdHash> entered;
+  std::unordered_set<ObjectId, SecretIdHash> entered;
   std::vector<ObjectId> ordered;
   std::vector<std::pair<ObjectId, std::size_t>> open;
   for (const ObjectId& start : all) {
@@ -162,7 +163,7 @@ std::vector<ObjectId> Order(const LiteModel& model,
 }  // namespace
 
 ModelFigures::ModelFigures(const LiteModel& model) {
-  std::unordered_map<ObjectId, std::uint64_t, ObjectIdHash> uses;
+  std::unordered_map<ObjectId, std::uint64_t, SecretIdHash> uses;
   Surveyor surveyor(model, *this);
   const std::vector<ObjectId> ordered = Order(model, uses);
   for (const ObjectId& type : ordered) {

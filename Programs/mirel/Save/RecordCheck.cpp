@@ -43,7 +43,7 @@ class ItemIndex : public LiteModelVisitor {
   }
 
  private:
-  std::unordered_map<ObjectId, const LiteModelItem*, ObjectIdHash> items_;
+  std::unordered_map<ObjectId, const LiteModelItem*, SecretIdHash> items_;
 };
 
 // Adds what is there of one list of entries; returns how many entries have all their items.

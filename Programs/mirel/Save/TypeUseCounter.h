@@ -32,7 +32,7 @@ class TypeUseCounter : public LiteModelVisitor {
   explicit TypeUseCounter(const LiteModel& model) : model_(model) {}
 
   const LiteModel& model_;
-  std::unordered_map<ObjectId, std::uint32_t, ObjectIdHash> uses_;
+  std::unordered_map<ObjectId, std::uint32_t, SecretIdHash> uses_;
   std::vector<LiteModelItem*>
       open_;  // still to be visited; a list, not recursion, as nesting comes from files
 };

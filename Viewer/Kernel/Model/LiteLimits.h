@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 namespace mirel {
 
 // What the module accepts at most. Each limit keeps a hostile or mistaken model from exhausting the stack, time or
@@ -19,6 +21,17 @@ constexpr unsigned int kMaxWalkItems = 10000000;
 
 /// Missing packages of one kind after which a reader looks for no further ones: the count comes from the file.
 constexpr unsigned int kMaxMissingPackages = 100;
+
+/// Ids of a table in one bucket before the table changes to a secret hash. With ids that nobody chose, 20 in a bucket
+/// are less likely than a hit by a meteorite.
+constexpr std::size_t kMaxIdsPerBucket = 64;
+
+/// Face colours of one item in one bucket. Their hash map is a standard one, whose hash is the number itself: it gets more
+/// buckets, up to some for each colour, from the first number on, and what exceeds the second one even then is left out.
+/// Faces in a pattern may reach the first; the second takes 16 million faces.
+constexpr std::size_t kCrowdedFaceColors = 64;
+constexpr std::size_t kMaxFaceColorsPerBucket = 1024;
+constexpr std::size_t kMaxBucketsPerFaceColor = 16;
 
 /// Bytes of item data after which a package is closed.
 constexpr int kPkgSizeLimit = 4194304;

@@ -1,8 +1,12 @@
 #include <Viewer/Kernel/Model/LiteModel.h>
 
+#include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LiteModelVisitor.h>
+
+#include <utility>
 
 namespace mirel {
 
@@ -12,6 +16,20 @@ template <class Table>
 typename Table::mapped_type Find(const Table& table, const ObjectId& id) {
   const auto found = table.find(id);
   return found == table.end() ? typename Table::mapped_type() : found->second;
+}
+
+/// Stores a value under an id, and sees to it that finding it stays a matter of few comparisons whatever the ids are.
+template <class Table>
+void Store(Table& table, const ObjectId& id, typename Table::mapped_type value) {
+  const bool isNew = table.insert_or_assign(id, std::move(value)).second;
+  if (!isNew || table.hash_function().IsSecret() || table.bucket_size(table.bucket(id)) <= kMaxIdsPerBucket)
+    return;
+  Logger::Instance().Message(
+      1, "Many ids of the model fall together, as if they were chosen to: their order will differ");
+  Table spread(table.bucket_count(), ObjectIdHash::MakeSecret());
+  while (!table.empty())
+    spread.insert(table.extract(table.begin()));
+  table = std::move(spread);
 }
 
 }  // namespace
@@ -27,7 +45,7 @@ void LiteModel::AddItem(std::unique_ptr<LiteModelItem>&& item) {
 void LiteModel::AddType(std::unique_ptr<LiteModelItem>&& item) {
   if (!item) return;
   const ObjectId id = item->GetId();
-  types_[id] = std::move(item);
+  Store(types_, id, std::move(item));
 }
 
 ObjectId LiteModel::AddShape(const std::shared_ptr<TopoShape>& shape) {
@@ -37,11 +55,11 @@ ObjectId LiteModel::AddShape(const std::shared_ptr<TopoShape>& shape) {
 }
 
 void LiteModel::AddShape(ObjectId id, const std::shared_ptr<TopoShape>& shape) {
-  shapes_[id] = shape;
+  Store(shapes_, id, shape);
 }
 
 void LiteModel::AddShape(ObjectId id, const std::shared_ptr<GRepShape>& grep) {
-  greps_[id] = grep;
+  Store(greps_, id, grep);
 }
 
 std::shared_ptr<TopoShape> LiteModel::FindShape(const ObjectId& id) const {

@@ -8,7 +8,9 @@
 #include <thread>
 
 #if defined(_WIN32)
+#if !defined(NOMINMAX)
 #define NOMINMAX
+#endif
 #include <windows.h>
 #elif defined(__linux__)
 #include <pthread.h>
