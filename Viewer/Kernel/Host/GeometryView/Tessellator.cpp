@@ -10,6 +10,7 @@
 #include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_Copy.hxx>
 #include <BRepLib.hxx>
+#include <BRep_Builder.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <GeomAdaptor_Surface.hxx>
@@ -22,6 +23,7 @@
 #include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS.hxx>
+#include <TopoDS_Iterator.hxx>
 
 #include <meshoptimizer.h>
 
@@ -212,6 +214,11 @@ class Builder {
       for (int i = 1; i <= edges.Extent() && Proceed(); ++i) {
         const TopoDS_Edge& edge = TopoDS::Edge(edges(i));
         double first, last;
+        // An edge without vertices loses its ends when it is copied.
+        if (!TopoDS_Iterator(edge).More() && BRep_Tool::IsGeometric(edge)) {
+          BRep_Tool::Range(TopoDS::Edge(originalEdges_(i)), first, last);
+          BRep_Builder().Range(edge, first, last);
+        }
         // The mesher crashes on the seam of a cone that has its curve on the surface alone.
         if (!BRep_Tool::Degenerated(edge) && BRep_Tool::Curve(edge, first, last).IsNull())
           Guarded("Curve of edge", i - 1, [&] { BRepLib::BuildCurve3d(edge); });
