@@ -163,6 +163,28 @@ class CheckedAlgoFactory : public IMeshTools_MeshAlgoFactory {
   WorkState& state_;
 };
 
+// A model's edges without its faces.
+class EdgesOf : public IMeshData_Model {
+ public:
+  explicit EdgesOf(const Handle(IMeshData_Model) & model)
+      : IMeshData_Model(model->GetShape()), model_(model) {}
+
+  Standard_Real GetMaxSize() const override { return model_->GetMaxSize(); }
+  Standard_Integer FacesNb() const override { return 0; }
+  const IMeshData::IFaceHandle& AddFace(const TopoDS_Face& face) override { return model_->AddFace(face); }
+  const IMeshData::IFaceHandle& GetFace(const Standard_Integer index) const override {
+    return model_->GetFace(index);
+  }
+  Standard_Integer EdgesNb() const override { return model_->EdgesNb(); }
+  const IMeshData::IEdgeHandle& AddEdge(const TopoDS_Edge& edge) override { return model_->AddEdge(edge); }
+  const IMeshData::IEdgeHandle& GetEdge(const Standard_Integer index) const override {
+    return model_->GetEdge(index);
+  }
+
+ private:
+  Handle(IMeshData_Model) model_;
+};
+
 // Counts the faces that were to be meshed, the ones that the mesher gives up before their turn included.
 class Context : public BRepMesh_Context {
  public:
@@ -177,7 +199,12 @@ class Context : public BRepMesh_Context {
     if (!Proceed()) return Standard_False;
     return BRepMesh_Context::DiscretizeFaces(range);
   }
-  Standard_Boolean PostProcessModel() override { return Proceed() && BRepMesh_Context::PostProcessModel(); }
+  // The last step gives edges their polygons, which is wanted, and then measures how far the triangles of each face
+  // deviate, which is not.
+  Standard_Boolean PostProcessModel() override {
+    return Proceed() && !GetModel().IsNull() &&
+           GetPostProcessor()->Perform(new EdgesOf(GetModel()), GetParameters(), Message_ProgressRange());
+  }
   int CountUnproved() const { return faces_ - proved_; }
 
  private:
