@@ -3,6 +3,7 @@
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Core/WatchedWork.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/EarlyTessellation.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepRecord.h>
 #include <Viewer/Kernel/Host/GeometryView/Tessellator.h>
 
@@ -23,7 +24,9 @@ std::shared_ptr<GRepShape> GRepShape::Create(const std::shared_ptr<TopoShape>& s
     Logger::Instance().Message(1, "No graphics representation is made of an empty shape");
     return nullptr;
   }
-  return std::shared_ptr<GRepShape>(new GRepShape(shape, deflection, withEdges));
+  std::shared_ptr<GRepShape> grep(new GRepShape(shape, deflection, withEdges));
+  grep->early_ = std::make_unique<EarlyTessellation>(shape, deflection, withEdges);
+  return grep;
 }
 
 std::shared_ptr<GRepShape> GRepShape::FromStream(std::istream& stream) {
@@ -35,7 +38,10 @@ std::shared_ptr<GRepShape> GRepShape::FromStream(std::istream& stream) {
 }
 
 void GRepShape::Compute() {
-  if (shape_) mesh_ = Tessellate(shape_->GetImpl(), deflection_, withEdges_);
+  if (const std::unique_ptr<EarlyTessellation> early = std::move(early_))
+    mesh_ = early->Take();
+  else if (shape_)
+    mesh_ = Tessellate(shape_->GetImpl(), deflection_, withEdges_);
 }
 
 void GRepShape::SetPatience(double seconds) {
@@ -57,6 +63,7 @@ bool GRepShape::ToStream(std::ostream& stream) const {
 bool GRepShape::SetShape(const std::shared_ptr<TopoShape>& shape, bool recompute) {
   if (!shape) return false;
   shape_ = shape;
+  early_.reset();
   if (recompute) Compute();
   return true;
 }

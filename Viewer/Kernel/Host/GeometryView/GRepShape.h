@@ -9,6 +9,7 @@
 
 namespace mirel {
 
+class EarlyTessellation;
 class MaterialInstance;
 class TopoShape;
 
@@ -27,6 +28,11 @@ class MIREL_HOST_API GRepShape {
   /// The materials (of faces and of edges) are accepted for the viewer's sake and not used here; null is
   /// fine. `deflection` is the largest distance in mm between a triangle and its face; 0 chooses 0.001 of the
   /// diagonal of the exact body's box. `withEdges` asks for the polylines of the edges too.
+  ///
+  /// When several GReps wait for `Compute`, idle processor cores begin with them: whoever makes GReps of many
+  /// bodies and does something else before it computes them finds part of the work done. Nothing else shows
+  /// it but the time, and notices that come before `Compute` is called. The last such GRep waits, when it is
+  /// destroyed, for what the threads are at.
   static std::shared_ptr<GRepShape> Create(const std::shared_ptr<TopoShape>& shape,
                                            MaterialInstance* faceMaterial, MaterialInstance* edgeMaterial,
                                            double deflection, bool withEdges);
@@ -94,6 +100,7 @@ class MIREL_HOST_API GRepShape {
   std::shared_ptr<TopoShape> shape_;
   double deflection_;
   bool withEdges_;
+  std::unique_ptr<EarlyTessellation> early_;  // from Create to the first Compute
   GRepMesh mesh_;
 };
 

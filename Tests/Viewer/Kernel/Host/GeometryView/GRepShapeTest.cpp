@@ -3,6 +3,7 @@
 #include <Tests/Viewer/Kernel/Host/Geometry/BodySamples.h>
 #include <Tests/Viewer/Kernel/Host/GeometryView/MeshCheck.h>
 #include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
@@ -38,6 +39,7 @@
 #include <gp_Circ.hxx>
 #include <gp_Pln.hxx>
 
+#include <atomic>
 #include <cmath>
 #include <sstream>
 #include <thread>
@@ -299,6 +301,57 @@ TEST(GRepShapeTest, ThreadsGiveTheSameBytesAndLeaveTheBodiesAlone) {
       EXPECT_TRUE(BRep_Tool::Polygon3D(TopoDS::Edge(edge.Current()), location).IsNull());
     }
   }
+}
+
+// GReps that wait together may be tessellated before anybody asks, which nobody must notice.
+TEST(GRepShapeTest, WhatIsDoneAheadIsTheSame) {
+  std::vector<std::shared_ptr<TopoShape>> bodies;
+  std::vector<std::string> expected;
+  for (const auto& sample : Solids()) {
+    bodies.push_back(std::make_shared<TopoShape>(sample.shape));
+    expected.push_back(Record(*Compute(sample.shape)));
+  }
+  const auto create = [](const std::shared_ptr<TopoShape>& body) {
+    return GRepShape::Create(body, nullptr, nullptr, 0.0, true);
+  };
+  for (int round = 0; round < 3; ++round) {
+    std::vector<std::shared_ptr<GRepShape>> greps;
+    for (const auto& body : bodies)
+      greps.push_back(create(body));
+    for (std::size_t i = 0; i < greps.size(); ++i)
+      EXPECT_TRUE(greps[i]->GetBoundingBox().IsEmpty()) << "drawn before it was asked for";
+    ASSERT_TRUE(greps[0]->SetShape(bodies[1], false));
+    greps[2].reset();  // nobody asks for this one
+    // From the end, so that threads that work ahead are met in the middle.
+    for (std::size_t i = greps.size(); i-- > 0;) {
+      if (!greps[i]) continue;
+      greps[i]->Compute();
+      EXPECT_EQ(Record(*greps[i]), expected[i == 0 ? 1 : i]) << i;
+      greps[i]->Compute();
+      EXPECT_EQ(Record(*greps[i]), expected[i == 0 ? 1 : i]) << i << " again";
+    }
+  }
+}
+
+TEST(GRepShapeTest, BodiesThatWaitAreDoneAhead) {
+  if (std::thread::hardware_concurrency() < 2) GTEST_SKIP() << "on a processor that has a core to spare";
+  std::atomic<int> notices{0};
+  const Logger::Sink before = Logger::Instance().SetSink([&notices](int, const std::string& text) {
+    if (text == "A body without bounds is not drawn") ++notices;
+  });
+  const auto endless = std::make_shared<TopoShape>(
+      BRepPrimAPI_MakeHalfSpace(BRepBuilderAPI_MakeFace(gp_Pln()).Face(), gp_Pnt(0, 0, 1)).Solid());
+  {
+    const auto first = GRepShape::Create(endless, nullptr, nullptr, 0.0, true);
+    const auto second = GRepShape::Create(endless, nullptr, nullptr, 0.0, true);
+    while (notices < 2)
+      std::this_thread::yield();
+    second->Compute();
+    first->Compute();
+    EXPECT_EQ(first->GetBoundingBox().GetState(), AABoxT<double>::kInfinite);
+  }
+  EXPECT_EQ(notices, 2) << "done twice";
+  Logger::Instance().SetSink(before);
 }
 
 TEST(GRepShapeTest, GivesUpABodyThatNeverEnds) {
