@@ -5,17 +5,22 @@
 #include <BRepMesh_Context.hxx>
 #include <BRepMesh_DelabellaMeshAlgoFactory.hxx>
 #include <BRepMesh_FaceDiscret.hxx>
+#include <BRepMesh_GeomTool.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepMesh_MeshAlgoFactory.hxx>
 #include <BRepMesh_ShapeTool.hxx>
 #include <BRep_Tool.hxx>
+#include <Bnd_Box2d.hxx>
 #include <IMeshData_Edge.hxx>
 #include <IMeshData_Face.hxx>
 #include <IMeshData_Model.hxx>
 #include <IMeshData_PCurve.hxx>
 #include <IMeshData_Wire.hxx>
 #include <Message_ProgressIndicator.hxx>
+#include <NCollection_UBTree.hxx>
+#include <NCollection_UBTreeFiller.hxx>
 #include <Poly_Triangulation.hxx>
+#include <Precision.hxx>
 #include <TopoDS_Face.hxx>
 
 #include <algorithm>
@@ -29,6 +34,10 @@ namespace {
 
 // The share of a face's area that triangles of the wrong orientation may have: rounding turns slivers over.
 constexpr double kMaxTurnedShare = 1e-9;
+
+// Wires of a face from which on the time that it takes to compare each with each shows.
+constexpr int kManyWires = 16;
+constexpr double kNotJoined = -1.0;  // no deflection: it is set last when a face's edges are joined
 
 // A set of directed segments between nodes in which opposite segments cancel each other.
 class Chain {
@@ -163,6 +172,63 @@ class CheckedAlgoFactory : public IMeshTools_MeshAlgoFactory {
   WorkState& state_;
 };
 
+// Looks for two segments of a face's boundary that cross each other, in the face's (u, v) plane.
+class CrossingFinder : public NCollection_UBTree<int, Bnd_Box2d>::Selector {
+ public:
+  explicit CrossingFinder(const IMeshData::IFaceHandle& face) {
+    for (int w = 0; w < face->WiresNb(); ++w) {
+      const IMeshData::IWireHandle& wire = face->GetWire(w);
+      for (int e = 0; e < wire->EdgesNb(); ++e) {
+        const IMeshData::IPCurveHandle& curve =
+            wire->GetEdge(e)->GetPCurve(face.get(), wire->GetEdgeOrientation(e));
+        for (int i = 1; i < curve->ParametersNb(); ++i)
+          segments_.push_back({curve->GetPoint(i - 1).XY(), curve->GetPoint(i).XY()});
+      }
+    }
+  }
+
+  bool Find() {
+    NCollection_UBTree<int, Bnd_Box2d> tree;
+    NCollection_UBTreeFiller<int, Bnd_Box2d> filler(tree);
+    for (std::size_t i = 0; i < segments_.size(); ++i)
+      filler.Add(static_cast<int>(i), BoxOf(segments_[i]));
+    filler.Fill();
+    for (current_ = 0; current_ < segments_.size(); ++current_) {
+      box_ = BoxOf(segments_[current_]);
+      if (tree.Select(*this) != 0) return true;
+    }
+    return false;
+  }
+
+  Standard_Boolean Reject(const Bnd_Box2d& box) const override { return box_.IsOut(box); }
+  Standard_Boolean Accept(const int& index) override {
+    const auto other = static_cast<std::size_t>(index);
+    if (other <= current_) return Standard_False;
+    const Segment &a = segments_[current_], &b = segments_[other];
+    gp_Pnt2d point;
+    myStop = BRepMesh_GeomTool::IntSegSeg(a.start, a.end, b.start, b.end, Standard_False, Standard_False,
+                                          point) == BRepMesh_GeomTool::Cross;
+    return myStop;
+  }
+
+ private:
+  struct Segment {
+    gp_XY start, end;
+  };
+
+  static Bnd_Box2d BoxOf(const Segment& segment) {
+    Bnd_Box2d box;
+    box.Add(gp_Pnt2d(segment.start));
+    box.Add(gp_Pnt2d(segment.end));
+    box.Enlarge(Precision::Confusion());
+    return box;
+  }
+
+  std::vector<Segment> segments_;
+  std::size_t current_ = 0;
+  Bnd_Box2d box_;
+};
+
 // A model's edges without its faces.
 class EdgesOf : public IMeshData_Model {
  public:
@@ -192,7 +258,28 @@ class Context : public BRepMesh_Context {
     SetFaceDiscret(new BRepMesh_FaceDiscret(new CheckedAlgoFactory(proved_, state)));
   }
   Standard_Boolean DiscretizeEdges() override { return Proceed() && BRepMesh_Context::DiscretizeEdges(); }
-  Standard_Boolean HealModel() override { return Proceed() && BRepMesh_Context::HealModel(); }
+  // The mesher's healer joins the ends of the edges of each wire and then compares each wire of a face with each other,
+  // which takes long on a plate with hundreds of holes. A face that is said to have failed is joined but not compared;
+  // that is done here, and left to the healer if there is anything to heal.
+  Standard_Boolean HealModel() override {
+    if (!Proceed() || GetModel().IsNull()) return Standard_False;
+    std::vector<IMeshData::IFaceHandle> spared;
+    for (int i = 0; i < GetModel()->FacesNb(); ++i) {
+      const IMeshData::IFaceHandle& face = GetModel()->GetFace(i);
+      if (face->WiresNb() < kManyWires || face->IsSet(IMeshData_Failure)) continue;
+      face->SetStatus(IMeshData_Failure);
+      face->SetDeflection(kNotJoined);
+      spared.push_back(face);
+    }
+    if (!BRepMesh_Context::HealModel()) return Standard_False;
+    bool isSound = true;
+    for (const IMeshData::IFaceHandle& face : spared) {
+      face->UnsetStatus(IMeshData_Failure);
+      isSound = isSound && face->GetDeflection() != kNotJoined && !CrossingFinder(face).Find();
+      if (!Proceed()) return Standard_False;
+    }
+    return isSound || BRepMesh_Context::HealModel();
+  }
   Standard_Boolean PreProcessModel() override { return Proceed() && BRepMesh_Context::PreProcessModel(); }
   Standard_Boolean DiscretizeFaces(const Message_ProgressRange& range) override {
     faces_ = GetModel().IsNull() ? 0 : GetModel()->FacesNb();

@@ -83,6 +83,19 @@ TopoDS_Shape Perforated(int rows) {
   return BRepPrimAPI_MakePrism(face.Face(), gp_Vec(0, 0, 0.5)).Shape();
 }
 
+// A disc with a ring of holes near its rim, of thickness 1.
+TopoDS_Shape RingOfHoles(int count, double discRadius, double ringRadius, double holeRadius) {
+  const TopoDS_Edge rim = BRepBuilderAPI_MakeEdge(gp_Circ(gp_Ax2(), discRadius)).Edge();
+  BRepBuilderAPI_MakeFace face(gp_Pln(), BRepBuilderAPI_MakeWire(rim).Wire());
+  for (int i = 0; i < count; ++i) {
+    const double angle = 2.0 * M_PI * i / count;
+    const gp_Ax2 axes(gp_Pnt(ringRadius * std::cos(angle), ringRadius * std::sin(angle), 0), gp::DZ());
+    const TopoDS_Edge circle = BRepBuilderAPI_MakeEdge(gp_Circ(axes, holeRadius)).Edge();
+    face.Add(TopoDS::Wire(BRepBuilderAPI_MakeWire(circle).Wire().Reversed()));
+  }
+  return BRepPrimAPI_MakePrism(face.Face(), gp_Vec(0, 0, 1)).Shape();
+}
+
 TopoDS_Compound Compound(const std::vector<TopoDS_Shape>& parts) {
   TopoDS_Compound whole;
   BRep_Builder builder;
@@ -153,6 +166,19 @@ TEST(GRepShapeTest, SolidsAreClosedAndFaceOutwards) {
       EXPECT_LE(test::MeasureDeviation(mesh, shape), mesh.linearDeflection);
     }
   }
+}
+
+TEST(GRepShapeTest, HolesThatCrossTheRimAreHealedOrReported) {
+  LogCapture log;
+  // Chords of the rim would cut into the holes, which are 0.01 from it, if it were not divided further.
+  const auto healed = Compute(RingOfHoles(40, 10, 9.79, 0.2), 0.5);
+  EXPECT_TRUE(test::IsClosed(healed->GetMesh()));
+  EXPECT_NEAR(test::MeasureVolume(healed->GetMesh()), M_PI * (100 - 40 * 0.2 * 0.2), 3.0);
+  EXPECT_TRUE(log.GetEntries().empty());
+  // Here nothing helps: the holes cut through the rim.
+  const auto broken = Compute(RingOfHoles(40, 10, 9.95, 0.2), 0.5);
+  EXPECT_TRUE(test::IsConsistent(broken->GetMesh()));
+  EXPECT_TRUE(log.Contains("faces may be drawn with holes or overlaps"));
 }
 
 TEST(GRepShapeTest, DeflectionIsKeptWhateverItIs) {
