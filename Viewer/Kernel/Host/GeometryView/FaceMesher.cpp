@@ -1,14 +1,24 @@
 #include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
 
+#include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/WatchedWork.h>
+#include <Viewer/Kernel/Host/GeometryView/Delaunay.h>
 
+#include <BRepMesh_BoundaryParamsRangeSplitter.hxx>
+#include <BRepMesh_ConeRangeSplitter.hxx>
 #include <BRepMesh_Context.hxx>
-#include <BRepMesh_DelabellaMeshAlgoFactory.hxx>
+#include <BRepMesh_CustomBaseMeshAlgo.hxx>
+#include <BRepMesh_CustomDelaunayBaseMeshAlgo.hxx>
+#include <BRepMesh_DelaunayDeflectionControlMeshAlgo.hxx>
+#include <BRepMesh_DelaunayNodeInsertionMeshAlgo.hxx>
 #include <BRepMesh_FaceDiscret.hxx>
 #include <BRepMesh_GeomTool.hxx>
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepMesh_MeshAlgoFactory.hxx>
+#include <BRepMesh_NURBSRangeSplitter.hxx>
 #include <BRepMesh_ShapeTool.hxx>
+#include <BRepMesh_SphereRangeSplitter.hxx>
+#include <BRepMesh_TorusRangeSplitter.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box2d.hxx>
 #include <IMeshData_Edge.hxx>
@@ -24,6 +34,7 @@
 #include <TopoDS_Face.hxx>
 
 #include <algorithm>
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <cstdint>
@@ -124,6 +135,97 @@ class Indicator : public Message_ProgressIndicator {
   WorkState& state_;
 };
 
+// Triangulates all nodes of a face at once and adds the boundary afterwards. OpenCASCADE's own way to do so (Delabella)
+// reads beside its arrays on some faces, ordinary ones among them.
+class AtOnceAlgo : public BRepMesh_CustomBaseMeshAlgo {
+ public:
+  void SetState(WorkState& state) { state_ = &state; }
+
+ protected:
+  void buildBaseTriangulation() override {
+    const Handle(BRepMesh_DataStructureOfDelaun)& structure = getStructure();
+    std::vector<std::array<double, 2>> points;
+    gp_XY low(HUGE_VAL, HUGE_VAL), high(-HUGE_VAL, -HUGE_VAL);
+    for (int i = 1; i <= structure->NbNodes(); ++i) {
+      const gp_XY& point = structure->GetNode(i).Coord();
+      points.push_back({point.X(), point.Y()});
+      low = gp_XY(std::min(low.X(), point.X()), std::min(low.Y(), point.Y()));
+      high = gp_XY(std::max(high.X(), point.X()), std::max(high.Y(), point.Y()));
+    }
+    const double margin = 0.1 * (high - low).Modulus();
+    low -= gp_XY(margin, margin);
+    high += gp_XY(margin, margin);
+    for (const auto& corner : {low, gp_XY(high.X(), low.Y()), high, gp_XY(low.X(), high.Y())}) {
+      points.push_back({corner.X(), corner.Y()});
+      structure->AddNode(BRepMesh_Vertex(corner.X(), corner.Y(), BRepMesh_Free));
+    }
+    const auto triangles = TriangulateDelaunay(points, *state_);
+    if (triangles.empty()) throw Standard_Failure("no triangulation of the nodes");
+    for (const auto& corners : triangles) {
+      int links[3];
+      Standard_Boolean forward[3];
+      for (std::size_t k = 0; k < 3; ++k) {
+        const int link =
+            structure->AddLink(BRepMesh_Edge(corners[k] + 1, corners[(k + 1) % 3] + 1, BRepMesh_Free));
+        links[k] = std::abs(link);
+        forward[k] = link > 0;
+      }
+      structure->AddElement(BRepMesh_Triangle(links, forward, BRepMesh_Free));
+    }
+  }
+
+ private:
+  WorkState* state_ = nullptr;
+};
+
+template <typename Splitter>
+using InsertionAlgo =
+    BRepMesh_DelaunayNodeInsertionMeshAlgo<Splitter, BRepMesh_CustomDelaunayBaseMeshAlgo<AtOnceAlgo>>;
+template <typename Splitter>
+using DeflectionAlgo =
+    BRepMesh_DelaunayDeflectionControlMeshAlgo<Splitter, BRepMesh_CustomDelaunayBaseMeshAlgo<AtOnceAlgo>>;
+
+// Chooses as BRepMesh_DelabellaMeshAlgoFactory does.
+class FastAlgoFactory {
+ public:
+  explicit FastAlgoFactory(WorkState& state) : state_(state) {}
+
+  Handle(IMeshTools_MeshAlgo)
+      GetAlgo(const GeomAbs_SurfaceType surface, const IMeshTools_Parameters& parameters) const {
+    switch (surface) {
+    case GeomAbs_Plane:
+      if (parameters.InternalVerticesMode) return Make<InsertionAlgo<BRepMesh_DefaultRangeSplitter>>(false);
+      break;
+    case GeomAbs_Sphere:
+      return Make<InsertionAlgo<BRepMesh_SphereRangeSplitter>>(true);
+    case GeomAbs_Cylinder:
+      return nullptr;
+    case GeomAbs_Cone:
+      return Make<InsertionAlgo<BRepMesh_ConeRangeSplitter>>(true);
+    case GeomAbs_Torus:
+      return Make<InsertionAlgo<BRepMesh_TorusRangeSplitter>>(true);
+    case GeomAbs_SurfaceOfRevolution:
+      return Make<DeflectionAlgo<BRepMesh_BoundaryParamsRangeSplitter>>(true);
+    default:
+      return Make<DeflectionAlgo<BRepMesh_NURBSRangeSplitter>>(true);
+    }
+    AtOnceAlgo* const algo = new AtOnceAlgo;
+    algo->SetState(state_);
+    return algo;
+  }
+
+ private:
+  template <typename Algo>
+  Handle(IMeshTools_MeshAlgo) Make(bool surfaceNodesFirst) const {
+    Algo* const algo = new Algo;
+    algo->SetState(state_);
+    if (surfaceNodesFirst) algo->SetPreProcessSurfaceNodes(Standard_True);
+    return algo;
+  }
+
+  WorkState& state_;
+};
+
 // Meshes one face with the fast algorithm, and again with the thorough one if the proof fails.
 class CheckedAlgo : public IMeshTools_MeshAlgo {
  public:
@@ -137,7 +239,7 @@ class CheckedAlgo : public IMeshTools_MeshAlgo {
     fast_->Perform(face, parameters, range);
     state_.Step();
     bool proper = IsProperTiling(face);
-    if (!proper && !state_.IsStopped()) {
+    if (!proper && fast_ != thorough_ && !state_.IsStopped()) {
       // The first run has left the deviation that it reached in place of the one that was asked for.
       face->SetDeflection(deflection);
       face->UnsetStatus(IMeshData_Failure);
@@ -157,16 +259,18 @@ class CheckedAlgo : public IMeshTools_MeshAlgo {
 
 class CheckedAlgoFactory : public IMeshTools_MeshAlgoFactory {
  public:
-  CheckedAlgoFactory(std::atomic<int>& proved, WorkState& state) : proved_(proved), state_(state) {}
+  CheckedAlgoFactory(std::atomic<int>& proved, WorkState& state)
+      : fast_(state), proved_(proved), state_(state) {}
 
   Handle(IMeshTools_MeshAlgo)
       GetAlgo(const GeomAbs_SurfaceType surface, const IMeshTools_Parameters& parameters) const override {
-    return new CheckedAlgo(fast_.GetAlgo(surface, parameters), thorough_.GetAlgo(surface, parameters),
-                           proved_, state_);
+    const Handle(IMeshTools_MeshAlgo) fast = fast_.GetAlgo(surface, parameters);
+    const Handle(IMeshTools_MeshAlgo) thorough = thorough_.GetAlgo(surface, parameters);
+    return new CheckedAlgo(fast.IsNull() ? thorough : fast, thorough, proved_, state_);
   }
 
  private:
-  BRepMesh_DelabellaMeshAlgoFactory fast_;
+  FastAlgoFactory fast_;
   BRepMesh_MeshAlgoFactory thorough_;
   std::atomic<int>& proved_;
   WorkState& state_;

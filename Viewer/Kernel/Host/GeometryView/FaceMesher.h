@@ -9,9 +9,9 @@ namespace mirel {
 class WorkState;
 
 /// Gives every face of `body` a triangulation and every edge the polygons that go with it, as
-/// `BRepMesh_IncrementalMesh` does, but several times faster on faces with many holes: the Delabella
-/// triangulation is tried first, and OpenCASCADE's default (Watson) only on faces where the first result is
-/// not a proper tiling of the face.
+/// `BRepMesh_IncrementalMesh` does, but several times faster on faces with many holes: first all nodes of a face are
+/// triangulated at once (`TriangulateDelaunay`) and its boundary is put in afterwards; OpenCASCADE's default (Watson), which
+/// adds one node after the other, follows only on faces where the result is not a proper tiling of the face.
 ///
 /// The proof is made for every face in the face's (u, v) plane, where the mesher works: each triangle is
 /// oriented like the face, and the triangle sides that no second triangle shares are exactly the segments of
