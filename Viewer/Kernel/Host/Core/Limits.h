@@ -35,6 +35,12 @@ constexpr double kMeshSecondsPerPart = 1.0;
 /// Seconds that a body which is given up has to end by itself, before its thread is abandoned.
 constexpr double kMeshGrace = 5.0;
 
+/// Points of one edge: a circle takes some fifty, so this is hundreds of turns; and for each span of a B-spline, of which a
+/// long spring needs several to a turn. The mesher sorts and refines the points of a face many times over, and took
+/// gigabytes for 36,000 of them.
+constexpr int kMaxEdgePoints = 20000;
+constexpr int kMaxSpanPoints = 256;
+
 /// Threads that may be abandoned and still run. Each keeps its memory, which may grow, and takes what processor time
 /// others leave. Once there are so many, no further body is tessellated.
 constexpr unsigned kMaxAbandonedBodies = 64;

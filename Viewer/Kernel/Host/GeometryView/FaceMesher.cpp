@@ -4,6 +4,7 @@
 #include <Viewer/Kernel/Host/Core/WatchedWork.h>
 #include <Viewer/Kernel/Host/GeometryView/Delaunay.h>
 
+#include <BRepAdaptor_Curve.hxx>
 #include <BRepMesh_BoundaryParamsRangeSplitter.hxx>
 #include <BRepMesh_ConeRangeSplitter.hxx>
 #include <BRepMesh_Context.hxx>
@@ -367,6 +368,7 @@ class Context : public BRepMesh_Context {
   // that is done here, and left to the healer if there is anything to heal.
   Standard_Boolean HealModel() override {
     if (!Proceed() || GetModel().IsNull()) return Standard_False;
+    LeaveOutEndlessEdges();
     std::vector<IMeshData::IFaceHandle> spared;
     for (int i = 0; i < GetModel()->FacesNb(); ++i) {
       const IMeshData::IFaceHandle& face = GetModel()->GetFace(i);
@@ -402,6 +404,26 @@ class Context : public BRepMesh_Context {
   bool Proceed() {
     state_.Step();
     return !state_.IsStopped();
+  }
+
+  // The faces of an edge that runs round itself hundreds of times are not meshed: memory for them would have no bounds.
+  void LeaveOutEndlessEdges() {
+    const Handle(IMeshData_Model)& model = GetModel();
+    for (int i = 0; i < model->EdgesNb(); ++i) {
+      const IMeshData::IEdgeHandle& edge = model->GetEdge(i);
+      const int count = edge->GetCurve()->ParametersNb();
+      if (count <= kMaxEdgePoints || count <= kMaxEdgePoints + kMaxSpanPoints * CountSpans(edge->GetEdge()))
+        continue;
+      for (int p = 0; p < edge->PCurvesNb(); ++p)
+        edge->GetPCurve(p)->GetFace()->SetStatus(IMeshData_Failure);
+      edge->SetStatus(IMeshData_Failure);
+      edge->Clear(Standard_True);
+    }
+  }
+
+  static int CountSpans(const TopoDS_Edge& edge) {
+    const BRepAdaptor_Curve curve(edge);
+    return curve.GetType() == GeomAbs_BSplineCurve ? curve.NbKnots() - 1 : 1;
   }
 
   WorkState& state_;

@@ -23,6 +23,7 @@
 #include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS.hxx>
+#include <TopoDS_Compound.hxx>
 #include <TopoDS_Iterator.hxx>
 
 #include <meshoptimizer.h>
@@ -228,7 +229,7 @@ class Builder {
       parameters.Angle = kAngularDeflection;
       int doubtful = faces.Extent() + 1;
       Guarded("Mesh of a body with faces", faces.Extent(),
-              [&] { doubtful = MeshFaces(copy, parameters, *state_); });
+              [&] { doubtful = MeshFaces(WithoutBadFaces(copy, faces, edges), parameters, *state_); });
       if (doubtful < fewest) {
         fewest = doubtful;
         faces_ = faces;
@@ -241,6 +242,45 @@ class Builder {
     Logger::Instance().Message(1, "%d of %d faces may be drawn with holes or overlaps", fewest,
                                faces_.Extent());
     return true;
+  }
+
+  // The mesher crashes on an edge that has no curve on the surface of its face, or a vertex at one end at most.
+  TopoDS_Shape WithoutBadFaces(const TopoDS_Shape& copy, const TopTools_IndexedMapOfShape& faces,
+                               const TopTools_IndexedMapOfShape& edges) {
+    std::vector<int> bad;
+    for (int i = 1; i <= faces.Extent(); ++i)
+      if (!HasSoundEdges(TopoDS::Face(faces(i)))) bad.push_back(i);
+    if (bad.empty()) return copy;
+    BRep_Builder builder;
+    TopoDS_Compound rest;
+    builder.MakeCompound(rest);
+    TopTools_IndexedMapOfShape used;
+    for (int i = 1; i <= faces.Extent(); ++i) {
+      TopExp::MapShapes(faces(i), TopAbs_EDGE, used);
+      if (std::binary_search(bad.begin(), bad.end(), i))
+        Notice("Face", i - 1, "an edge has no curve on its surface, or no ends");
+      else
+        builder.Add(rest, faces(i));
+    }
+    for (int i = 1; i <= edges.Extent(); ++i)
+      if (!used.Contains(edges(i))) builder.Add(rest, edges(i));
+    return rest;
+  }
+
+  bool HasSoundEdges(const TopoDS_Face& face) {
+    TopLoc_Location location;
+    if (BRep_Tool::Surface(face, location).IsNull()) return true;  // triangles only, which are not meshed
+    bool sound = true;
+    Guarded("Edges of a face of orientation", face.Orientation(), [&] {
+      for (TopExp_Explorer explorer(face, TopAbs_EDGE); explorer.More() && sound; explorer.Next()) {
+        const TopoDS_Edge& edge = TopoDS::Edge(explorer.Current());
+        if (edge.Orientation() == TopAbs_EXTERNAL) continue;
+        double first, last;
+        sound = !TopExp::FirstVertex(edge).IsNull() && !TopExp::LastVertex(edge).IsNull() &&
+                !BRep_Tool::CurveOnSurface(edge, face, first, last).IsNull();
+      }
+    });
+    return sound;
   }
 
   void AddToBox(const gp_Pnt& point) {
