@@ -9,6 +9,7 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
+#include <TopExp_Explorer.hxx>
 #include <libdeflate.h>
 
 #include <algorithm>
@@ -109,14 +110,18 @@ void MakeGzipSeeds(const std::string& folder) {
 /// Larger bodies would only slow the fuzzer down: they have nothing that the small ones do not have.
 constexpr std::size_t kMaxBodyText = 4000;
 
-void MakeBodyTextSeeds(const std::string& folder) {
+void MakeBodySeeds(const std::string& textFolder, const std::string& meshFolder) {
   std::map<std::string, int> names;
   for (const test::BodySample& sample : test::MakeBodySamples()) {
     const std::string text = test::WriteBRepText(sample.shape);
     std::string name = sample.name;
     std::replace(name.begin(), name.end(), ' ', '-');
     if (const int count = ++names[name]; count > 1) name += "-" + std::to_string(count);
-    if (text.size() <= kMaxBodyText) WriteFile(folder + name, text);
+    if (text.size() > kMaxBodyText) continue;
+    WriteFile(textFolder + name, text);
+    // Triangles are read, and left behind when the body is meshed.
+    const bool isMeshed = name.rfind("meshed", 0) == 0;
+    if (!isMeshed && TopExp_Explorer(sample.shape, TopAbs_FACE).More()) WriteFile(meshFolder + name, text);
   }
 }
 
@@ -164,7 +169,7 @@ int main(int argc, char** argv) {
   const std::string folder = argv[1];
   MakeIndexSeeds(SeedFolder(folder, "IndexFuzz"));
   MakeStreamSeeds(SeedFolder(folder, "StreamFuzz"));
-  MakeBodyTextSeeds(SeedFolder(folder, "BodyTextFuzz"));
+  MakeBodySeeds(SeedFolder(folder, "BodyTextFuzz"), SeedFolder(folder, "BodyMeshFuzz"));
   MakePackageSeeds(SeedFolder(folder, "ShapePackageFuzz"), SeedFolder(folder, "GRepPackageFuzz"));
   MakeGzipSeeds(SeedFolder(folder, "GzipFuzz"));
   return 0;

@@ -1,6 +1,7 @@
 // BRep text. Text that passes the check is decoded without harm, or fails with one message; a body that it gives is
 // written, twice with the same bytes, and what was written passes the check and is the same body.
 
+#include <Fuzz/Support/BodyGrammar.h>
 #include <Fuzz/Support/FuzzCheck.h>
 #include <Fuzz/Support/Mutate.h>
 #include <Fuzz/Support/SameBody.h>
@@ -30,7 +31,10 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
                                                unsigned int seed) {
   Random random(seed);
   const std::string text(reinterpret_cast<const char*>(data), size);
-  return ReturnInput(MutateBodyText(text, random, maxSize), data, size, maxSize);
+  const bool asText = Pick(random, 2) == 0;
+  return ReturnInput(asText ? MutateBodyText(text, random, maxSize)
+                            : MutateBodyGrammar(text, random, maxSize),
+                     data, size, maxSize);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

@@ -24,7 +24,8 @@ class SceneNode;
 /// ("Type is null!"), an instance inside its own type, what is nested deeper than `kMaxNesting` levels, and everything
 /// beyond `kMaxWalkItems` items.
 ///
-/// Thread safety: one walk on one thread, where scene nodes may be built; it writes the items' tags.
+/// Thread safety: one walk on one thread, where scene nodes may be built. It writes the items' tags, so it must be the
+/// only one of its kind at a time; boxes of the same model may be measured meanwhile.
 class MIREL_VIEWER_KERNEL_API LiteVisualVisitor : public LiteModelVisitor {
  public:
   /// Nodes go under `parent`; without one, into `scene`. With neither, nodes are made and dropped, which is logged once

@@ -1,5 +1,6 @@
 #include <Viewer/Kernel/App/LiteVisualVisitor.h>
 
+#include <Viewer/Kernel/App/LiteBBoxVisitor.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
@@ -12,6 +13,7 @@
 #include <gtest/gtest.h>
 
 #include <map>
+#include <thread>
 
 namespace mirel {
 namespace {
@@ -189,6 +191,33 @@ TEST(LiteVisualVisitor, GoesAsDeepAsTheLimit) {
   log.Clear();
   EXPECT_FALSE(DescribeModel(chain).empty());
   EXPECT_EQ(log.GetTexts(3).size(), 1U);
+}
+
+// Making nodes writes the tags of items, which nobody else reads meanwhile.
+TEST(LiteVisualVisitor, BoxesMayBeMeasuredMeanwhile) {
+  LiteModel model;
+  FillWithGReps(model);
+  const auto measure = [&model] {
+    LiteBBoxVisitor visitor(model);
+    for (const auto& item : model.GetItems())
+      item->Apply(&visitor);
+    return visitor.GetBox();
+  };
+  const AABoxT<double> expected = measure();
+  const std::string tree = DescribeModel(model);
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 3; ++i)
+    threads.emplace_back([&] {
+      for (int k = 0; k < 20; ++k) {
+        const AABoxT<double> box = measure();
+        EXPECT_EQ(box.GetMin(), expected.GetMin());
+        EXPECT_EQ(box.GetMax(), expected.GetMax());
+      }
+    });
+  for (int k = 0; k < 20; ++k)
+    EXPECT_EQ(DescribeModel(model), tree);
+  for (std::thread& thread : threads)
+    thread.join();
 }
 
 }  // namespace

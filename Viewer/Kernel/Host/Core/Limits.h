@@ -25,12 +25,13 @@ constexpr std::uint64_t kMaxMeshElements = 0x7FFFFFFFu;
 /// hardest single part of a real body that was met took 8 seconds. With eight bodies at once on a slow machine of two
 /// cores that may become half a minute.
 constexpr double kMeshPatience = 60.0;
-/// Seconds more for each face and edge: some steps go over all of them without a sign.
-constexpr double kMeshPatiencePerPart = 0.002;
+/// By what share of itself that grows with each face and edge, because some steps go over all of them without a sign: 2 ms.
+constexpr double kMeshPatiencePerPart = 1.0 / 30000.0;
 
-/// What a body may take in all, even if it gets on: this many times the patience, and seconds for each face and edge.
+/// What a body may take in all, even if it gets on: this many times the patience, and for each face and edge a sixtieth of
+/// it, a second.
 constexpr double kMeshPatienceInAll = 10.0;
-constexpr double kMeshSecondsPerPart = 1.0;
+constexpr double kMeshTotalPerPart = 1.0 / 60.0;
 
 /// Seconds that a body which is given up has to end by itself, before its thread is abandoned.
 constexpr double kMeshGrace = 5.0;

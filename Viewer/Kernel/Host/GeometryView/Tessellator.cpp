@@ -592,8 +592,8 @@ GRepMesh Tessellate(const TopoDS_Shape& body, double deflection, bool withEdges)
   const auto milliseconds = [](double value) {
     return std::chrono::milliseconds(static_cast<std::int64_t>(1000.0 * value));
   };
-  const WorkLimits limits = {milliseconds(seconds + kMeshPatiencePerPart * parts),
-                             milliseconds(kMeshPatienceInAll * seconds + kMeshSecondsPerPart * parts),
+  const WorkLimits limits = {milliseconds(seconds * (1.0 + kMeshPatiencePerPart * parts)),
+                             milliseconds(seconds * (kMeshPatienceInAll + kMeshTotalPerPart * parts)),
                              milliseconds(std::min(seconds, kMeshGrace))};
   const bool isBegun = CountAbandonedWork() < kMaxAbandonedBodies;
   if (isBegun && RunWatched([builder](WorkState& state) { builder->Build(state); }, limits) == WorkEnd::kDone)
