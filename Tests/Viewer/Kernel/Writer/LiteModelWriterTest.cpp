@@ -281,7 +281,7 @@ TEST(LiteModelWriter, ABodyThatCannotBeDrawnDoesNotStopTheOthers) {
       model.AddShape(Id(id), id == 7 ? ReadEndlessBody() : MakeBox(1, 2, static_cast<double>(id)));
       model.AddItem(MakeShape(100 + id, "body", id));
     }
-    GRepShape::SetPatience(0.5);
+    GRepShape::SetPatience(3.0);
     Save(model, folder);
     EXPECT_EQ(log.GetTexts(3).size(), 1u);
     EXPECT_TRUE(log.Contains("does not come to an end"));

@@ -386,7 +386,7 @@ TEST(GRepShapeTest, GivesUpABodyThatNeverEnds) {
     const auto body = ReadEndlessBody();
     ASSERT_TRUE(body);
     const auto grep = GRepShape::Create(body, nullptr, nullptr, 0.0, true);
-    GRepShape::SetPatience(0.3);
+    GRepShape::SetPatience(3.0);
     grep->Compute();
     EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"A solid with 1 faces and 2 edges is not drawn: its "
                                                          "tessellation does not come to an end."}));
