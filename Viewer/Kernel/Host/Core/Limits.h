@@ -42,6 +42,9 @@ constexpr double kMeshGrace = 5.0;
 constexpr int kMaxEdgePoints = 20000;
 constexpr int kMaxSpanPoints = 256;
 
+/// Nodes of one face, which take some 500 bytes each; a sphere meshed as finely as a mesh can be has a million.
+constexpr int kMaxFaceNodes = 2000000;
+
 /// Threads that may be abandoned and still run. Each keeps its memory, which may grow, and takes what processor time
 /// others leave. Once there are so many, no further body is tessellated.
 constexpr unsigned kMaxAbandonedBodies = 64;

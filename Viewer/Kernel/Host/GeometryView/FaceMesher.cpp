@@ -145,6 +145,7 @@ class AtOnceAlgo : public BRepMesh_CustomBaseMeshAlgo {
  protected:
   void buildBaseTriangulation() override {
     const Handle(BRepMesh_DataStructureOfDelaun)& structure = getStructure();
+    if (structure->NbNodes() > kMaxFaceNodes) throw Standard_Failure("too many nodes");
     std::vector<std::array<double, 2>> points;
     gp_XY low(HUGE_VAL, HUGE_VAL), high(-HUGE_VAL, -HUGE_VAL);
     for (int i = 1; i <= structure->NbNodes(); ++i) {

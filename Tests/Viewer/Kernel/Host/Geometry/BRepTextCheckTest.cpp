@@ -4,6 +4,19 @@
 
 #include <gtest/gtest.h>
 
+#include <BRepTools.hxx>
+#include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
+#include <Geom_BSplineCurve.hxx>
+#include <Geom_OffsetCurve.hxx>
+#include <Geom_Plane.hxx>
+#include <Poly_Triangulation.hxx>
+#include <Standard_Failure.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Edge.hxx>
+#include <TopoDS_Face.hxx>
+
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -290,6 +303,38 @@ TEST(BRepTextCheck, TakesWhatWritersMayWrite) {
     const std::string text = Replace(kText, variant.part, variant.by);
     EXPECT_STREQ(Check(text).reason, nullptr) << variant.by;
   }
+}
+
+// Two things that OpenCASCADE writes and cannot read: it throws at the one and loses the other without a word.
+TEST(BRepTextCheck, RefusesWhatOpenCascadeCannotReadBack) {
+  BRep_Builder builder;
+  TopoDS_Face face;
+  builder.MakeFace(face, Handle(Geom_Surface)(new Geom_Plane(gp_Ax3())), 1e-7);
+  builder.UpdateFace(face, Handle(Poly_Triangulation)(new Poly_Triangulation));
+  const std::string empty = WriteBRepText(face);
+  EXPECT_STREQ(Check(empty).reason, "A triangulation is empty");
+  std::istringstream emptyStream(empty);
+  TopoDS_Shape shape;
+  EXPECT_THROW(BRepTools::Read(shape, emptyStream, builder), Standard_Failure);
+
+  TColgp_Array1OfPnt poles(1, 3);
+  poles(2) = gp_Pnt(1, 0, 0);
+  poles(3) = gp_Pnt(1, 1, 0);
+  TColStd_Array1OfReal knots(1, 3);
+  TColStd_Array1OfInteger multiplicities(1, 3);
+  for (int i = 1; i <= 3; ++i) {
+    knots(i) = i;
+    multiplicities(i) = i == 2 ? 1 : 2;
+  }
+  const Handle(Geom_Curve) bent = new Geom_BSplineCurve(poles, knots, multiplicities, 1);
+  TopoDS_Edge edge;
+  builder.MakeEdge(edge, new Geom_OffsetCurve(bent, 0.5, gp::DZ(), true), 1e-7);
+  const std::string corner = WriteBRepText(edge);
+  EXPECT_STREQ(Check(corner).reason, "A curve with a corner is offset");
+  std::istringstream cornerStream(corner);
+  BRepTools::Read(shape, cornerStream, builder);
+  double first, last;
+  EXPECT_TRUE(BRep_Tool::Curve(TopoDS::Edge(shape), first, last).IsNull());
 }
 
 TEST(BRepTextCheck, RefusesEveryTruncation) {
