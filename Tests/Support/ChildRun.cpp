@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
+#include <filesystem>
 #include <linux/capability.h>
 #include <sched.h>
 #include <sys/mount.h>
@@ -30,6 +31,7 @@ namespace {
 /// What the program prints goes to the descriptor.
 [[noreturn]] void Execute(const std::vector<std::string>& command, int output) {
   std::vector<char*> arguments;
+  arguments.reserve(command.size() + 1);
   for (const std::string& argument : command)
     arguments.push_back(const_cast<char*>(argument.c_str()));
   arguments.push_back(nullptr);
@@ -39,8 +41,16 @@ namespace {
   _exit(127);
 }
 
-/// Whether a system call, seen at its entry, changes the file system or a file other than the standard streams.
-bool IsStep(const __ptrace_syscall_info& call) {
+/// Whether an open file of a process lies in a folder: it may be a pipe as well, which sanitizers use among themselves.
+bool IsFile(pid_t process, std::uint64_t descriptor) {
+  std::error_code ignored;
+  const std::string target = std::filesystem::read_symlink(
+      "/proc/" + std::to_string(process) + "/fd/" + std::to_string(descriptor), ignored);
+  return target.rfind('/', 0) == 0 && target.rfind("/dev/", 0) != 0;
+}
+
+/// Whether a system call, seen at its entry, changes the file system or a file.
+bool IsStep(pid_t process, const __ptrace_syscall_info& call) {
   const auto* const arguments = call.entry.args;
   switch (call.entry.nr) {
   case SYS_openat:
@@ -48,7 +58,7 @@ bool IsStep(const __ptrace_syscall_info& call) {
   case SYS_write:
   case SYS_writev:
   case SYS_pwrite64:
-    return arguments[0] > STDERR_FILENO;
+    return IsFile(process, arguments[0]);
   case SYS_fsync:
   case SYS_ftruncate:
   case SYS_mkdirat:
@@ -145,7 +155,7 @@ ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command) {
     if (WSTOPSIG(status) == (SIGTRAP | 0x80)) {
       __ptrace_syscall_info call = {};
       ptrace(PTRACE_GET_SYSCALL_INFO, thread, sizeof call, &call);
-      if (call.op == PTRACE_SYSCALL_INFO_ENTRY && IsStep(call) && steps++ == step) {
+      if (call.op == PTRACE_SYSCALL_INFO_ENTRY && IsStep(thread, call) && steps++ == step) {
         kill(child, SIGKILL);
         run.killed = true;
       }
@@ -154,6 +164,10 @@ ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command) {
     }
     ptrace(PTRACE_SYSCALL, thread, nullptr, signal);
   }
+}
+
+bool CanTrace() {
+  return RunInChild([] { _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : 1); });
 }
 
 bool RunInChild(const std::function<void()>& checks) {

@@ -28,6 +28,9 @@ ChildRun WaitFor(int process);
 /// such calls put there, all steps together are all moments at which the program can be killed.
 ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command);
 
+/// Whether the system lets a process watch another one as `RunUntil` does; some containers do not.
+bool CanTrace();
+
 /// Runs a test's checks in a child process, which may change what belongs to the whole process: limits, users, mounts.
 /// True when none failed; what failed is printed. The child must not use OpenMP unless the test has not.
 bool RunInChild(const std::function<void()>& checks);

@@ -69,7 +69,9 @@ std::string FindForeign(const fs::path& folder, std::error_code& failure) {
     }
     for (const auto& [file, fileType] : List(folder / name, failure)) {
       if (!IsLeftover(file) && (!IsPackageName(file) || fileType != fs::file_type::regular)) {
-        return name + "/" + file;
+        std::string path = name;
+        path += "/" + file;
+        return path;
       }
     }
     if (failure) {

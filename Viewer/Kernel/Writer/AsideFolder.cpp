@@ -73,7 +73,7 @@ bool AsideFolder::PutInPlace(unsigned int shapePackages, unsigned int grepPackag
       names.push_back(PackageName(kShapes, n));
     for (unsigned int n = 1; n <= grepPackages; ++n)
       names.push_back(PackageName(kGReps, n));
-    names.push_back(kIndex);
+    names.emplace_back(kIndex);
     if (!CheckFiles(names) || !RemoveOthers()) return false;
     for (const char* const kind : {kShapes, kGReps}) {
       if (Exists(path_ + kind) && !PathUtil::CreateFolders(folder_ + kind)) return false;

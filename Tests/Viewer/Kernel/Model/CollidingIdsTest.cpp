@@ -114,6 +114,7 @@ TEST(CollidingIds, InAFileLoadLikeOthers) {
 
   const std::string record = ToRecord(MakeGRep(MakePoints(1)));
   std::vector<std::pair<unsigned long long, std::string>> package;
+  package.reserve(ids.size());
   for (const unsigned long long id : ids)
     package.emplace_back(id, record);
   const std::string content = MakePackage(package);
