@@ -63,7 +63,7 @@ bool ModelFolder::Load(const std::string& path) {
       const std::string name = kind + "/" + std::to_string(n) + ".gz";
       read(name, folder + name, [&](const RawBuffer& buffer) {
         const bool whole = buffer.GetSize() <= std::numeric_limits<unsigned int>::max() &&
-                          load(folder + name, buffer.GetData(), static_cast<unsigned int>(buffer.GetSize()));
+                           load(folder + name, buffer.GetData(), static_cast<unsigned int>(buffer.GetSize()));
         if (!whole) {
           Logger::Instance().Message(3, "%s is not a package, or its table is cut short", name.c_str());
         }
