@@ -7,25 +7,12 @@
 #include <Fuzz/Support/SameBody.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 
-#include <BRepTools.hxx>
-#include <TopTools_FormatVersion.hxx>
 #include <TopoDS_Shape.hxx>
 
 #include <memory>
-#include <sstream>
 
 using namespace mirel;
 using namespace mirel::fuzz;
-
-namespace {
-
-std::string WriteText(const TopoShape& body) {
-  std::ostringstream stream;
-  BRepTools::Write(body.GetImpl(), stream, true, false, TopTools_FormatVersion_VERSION_3);
-  return stream.str();
-}
-
-}  // namespace
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize,
                                                unsigned int seed) {
@@ -47,11 +34,11 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     return 0;
   }
   MIREL_FUZZ_CHECK(log.CountFailures() == 0, "A body that was decoded is reported");
-  const std::string text = WriteText(*body);
-  MIREL_FUZZ_CHECK(WriteText(*body) == text, "Written twice, the texts differ");
+  const std::string text = WriteBody(*body);
+  MIREL_FUZZ_CHECK(WriteBody(*body) == text, "Written twice, the texts differ");
   const std::shared_ptr<TopoShape> again = TopoShape::Read(text);
   MIREL_FUZZ_CHECK(again, "What was written does not pass the check");
   MIREL_FUZZ_CHECK(!again->GetImpl().IsNull(), "What was written cannot be decoded");
-  MIREL_FUZZ_CHECK(IsSameBody(WriteText(*again), text), "What was written reads as something else");
+  MIREL_FUZZ_CHECK(IsSameBody(WriteBody(*again), text), "What was written reads as something else");
   return 0;
 }

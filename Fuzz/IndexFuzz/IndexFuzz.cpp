@@ -5,16 +5,14 @@
 #include <Fuzz/Support/FuzzFolder.h>
 #include <Fuzz/Support/IndexText.h>
 #include <Fuzz/Support/ModelText.h>
+#include <Programs/mirel/Save/TypeUseCounter.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
-#include <Viewer/Kernel/Model/GroupItem.h>
-#include <Viewer/Kernel/Model/InstanceItem.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
-#include <Viewer/Kernel/Model/ShapeItem.h>
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
-#include <algorithm>
 #include <cmath>
+#include <optional>
 #include <vector>
 
 using namespace mirel;
@@ -84,44 +82,6 @@ void CheckSaved(LiteModel& model, bool asFile) {
   MIREL_FUZZ_CHECK(DescribeItems(again) == DescribeItems(model), "What was saved loads as something else");
 }
 
-/// A body where it is drawn.
-struct Leaf {
-  ObjectId id;
-  glm::dmat4 place;
-  double scale;  // what a rounding error in one of the matrices can grow to
-};
-
-void CollectLeaves(const LiteModel& model, const LiteModelItem* item, const glm::dmat4& outer, double scale,
-                   std::vector<const LiteModelItem*>& types, std::vector<Leaf>& leaves) {
-  if (!item) return;
-  double norm = 0.0;
-  for (int i = 0; i < 16; ++i)
-    norm = std::max(norm, std::fabs(item->GetTransform()[i / 4][i % 4]));
-  const glm::dmat4 place = outer * item->GetTransform();
-  scale *= std::max(1.0, 4.0 * norm);
-  if (const auto* const shape = dynamic_cast<const ShapeItem*>(item))
-    leaves.push_back({shape->GetShapeId(), place, scale});
-  if (const auto* const group = dynamic_cast<const GroupItem*>(item)) {
-    for (const auto& child : group->GetChildren())
-      CollectLeaves(model, child.get(), place, scale, types, leaves);
-  }
-  if (const auto* const instance = dynamic_cast<const InstanceItem*>(item)) {
-    const LiteModelItem* const type = model.FindType(instance->GetTypeId());
-    if (std::find(types.begin(), types.end(), type) != types.end()) return;
-    types.push_back(type);
-    CollectLeaves(model, type, place, scale, types, leaves);
-    types.pop_back();
-  }
-}
-
-std::vector<Leaf> CollectLeaves(const LiteModel& model) {
-  std::vector<Leaf> leaves;
-  std::vector<const LiteModelItem*> types;
-  for (const auto& item : model.GetItems())
-    CollectLeaves(model, item.get(), glm::dmat4(1.0), 1.0, types, leaves);
-  return leaves;
-}
-
 bool IsSamePlace(const Leaf& a, const Leaf& b) {
   if (a.scale > 1e100) return true;  // nearly infinite: nobody knows
   for (int i = 0; i < 16; ++i) {
@@ -130,34 +90,11 @@ bool IsSamePlace(const Leaf& a, const Leaf& b) {
   return true;
 }
 
-/// Sets the tags of types as a program does before it saves: the number of instances that lead to each.
-void CountUses(LiteModel& model) {
-  std::vector<const LiteModelItem*> open;
-  for (const auto& item : model.GetItems())
-    open.push_back(item.get());
-  for (const auto& [id, type] : model.GetTypes())
-    type->SetTag(0);
-  while (!open.empty()) {
-    const LiteModelItem* const item = open.back();
-    open.pop_back();
-    if (const auto* const group = dynamic_cast<const GroupItem*>(item)) {
-      for (const auto& child : group->GetChildren())
-        open.push_back(child.get());
-    }
-    if (const auto* const instance = dynamic_cast<const InstanceItem*>(item)) {
-      LiteModelItem* const type = model.FindType(instance->GetTypeId());
-      if (!type) continue;
-      type->SetTag(type->GetTag() + 1);
-      if (type->GetTag() == 1) open.push_back(type);
-    }
-  }
-}
-
 /// Types used once in the place of their instance: the same bodies at the same places.
 void CheckDrawn(LiteModel& model) {
-  if (CountUnfolded(model, kMaxUnfolded, kMaxDepth) >= kMaxUnfolded) return;
-  const std::vector<Leaf> before = CollectLeaves(model);
-  CountUses(model);
+  const std::optional<std::vector<Leaf>> before = CollectLeaves(model, kMaxUnfolded, kMaxDepth);
+  if (!before) return;
+  TypeUseCounter::Count(model);
   std::string text;
   {
     const QuietLog log;
@@ -167,11 +104,11 @@ void CheckDrawn(LiteModel& model) {
   }
   LiteModel again;
   Read(again, text);
-  const std::vector<Leaf> after = CollectLeaves(again);
-  MIREL_FUZZ_CHECK(before.size() == after.size(), "Another number of bodies is drawn");
-  for (std::size_t i = 0; i < before.size(); ++i) {
-    MIREL_FUZZ_CHECK(before[i].id == after[i].id, "Another body is drawn");
-    MIREL_FUZZ_CHECK(IsSamePlace(before[i], after[i]), "A body is drawn at another place");
+  const std::optional<std::vector<Leaf>> after = CollectLeaves(again, kMaxUnfolded, kMaxDepth);
+  MIREL_FUZZ_CHECK(after && before->size() == after->size(), "Another number of bodies is drawn");
+  for (std::size_t i = 0; i < before->size(); ++i) {
+    MIREL_FUZZ_CHECK((*before)[i].id == (*after)[i].id, "Another body is drawn");
+    MIREL_FUZZ_CHECK(IsSamePlace((*before)[i], (*after)[i]), "A body is drawn at another place");
   }
 }
 

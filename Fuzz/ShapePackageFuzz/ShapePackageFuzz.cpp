@@ -6,11 +6,7 @@
 #include <Viewer/Kernel/Reader/PkgShapeReader.h>
 #include <Viewer/Kernel/Writer/PkgShapeWriter.h>
 
-#include <BRepTools.hxx>
-#include <TopTools_FormatVersion.hxx>
 #include <TopoDS_Shape.hxx>
-
-#include <sstream>
 
 using namespace mirel;
 using namespace mirel::fuzz;
@@ -23,11 +19,7 @@ struct ShapePolicy {
   using Item = TopoShape;
   static const LiteModel::ShapeTable& GetTable(const LiteModel& model) { return model.GetShape(); }
   static bool CheckItem(const TopoShape& body) { return !body.GetImpl().IsNull(); }
-  static std::string GetBytes(const TopoShape& body) {
-    std::ostringstream stream;
-    BRepTools::Write(body.GetImpl(), stream, true, false, TopTools_FormatVersion_VERSION_3);
-    return stream.str();
-  }
+  static std::string GetBytes(const TopoShape& body) { return WriteBody(body); }
   static bool IsSame(const std::string& a, const std::string& b) { return IsSameBody(a, b); }
 };
 

@@ -138,7 +138,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   loader.Begin();
   for (const Piece& piece : ParsePieces(std::string(reinterpret_cast<const char*>(data), size)))
     Load(loader, model, piece);
-  if (CountUnfolded(model, kMaxUnfolded, kMaxDepth) >= kMaxUnfolded) return 0;
+  if (!CollectLeaves(model, kMaxUnfolded, kMaxDepth)) return 0;
 
   const QuietLog log;
   MIREL_FUZZ_CHECK(loader.End() && loader.End(), "The model is not shown");

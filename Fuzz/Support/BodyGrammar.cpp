@@ -4,7 +4,6 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -12,36 +11,20 @@ namespace mirel::fuzz {
 namespace {
 
 enum class Role : std::uint8_t {
-  kFixed,      // names of sections, letters
-  kKind,       // of a curve, a surface, a representation: says what follows
-  kReal,       // a coordinate, a radius, a weight, a knot ..
-  kDirection,  // component of a unit vector
-  kParameter,  // of a trim or the range of an edge
-  kIndex,      // into a table that lies before
-  kCount,      // how much follows
-  kInteger,    // a degree, a multiplicity, a power
-  kFlag,
-  kFlags,      // seven flags in one word
-  kReference,  // "+12": a shape with its orientation
+  kOther,      // names, kinds, counts, indices, flags
+  kReal,       // a coordinate, a radius, a weight, a knot, a parameter ..
+  kDirection,  // component of a unit vector: changed with its system only
+  kReference,  // "+12": a shape with its orientation; its placement follows
 };
 
 struct Token {
   std::string text;
   std::string blank;  // what stands behind it
-  Role role = Role::kFixed;
+  Role role = Role::kOther;
 };
 
-enum Table {
-  kPlacements,
-  kCurves2d,
-  kCurves3d,
-  kSurfaces,
-  kPolygons3d,
-  kPolygons2d,
-  kTriangulations,
-  kShapes,
-  kTables
-};
+enum Section { kCurves2d, kCurves3d, kSurfaces, kSections };
+constexpr const char* kSectionNames[kSections] = {"Curve2ds", "Curves", "Surfaces"};
 
 // Tokens from `first` to before `end`.
 struct Entry {
@@ -49,11 +32,20 @@ struct Entry {
   std::size_t end = 0;
 };
 
+// Unit vectors that are perpendicular to each other.
+struct Axes {
+  std::size_t first = 0;
+  std::size_t count = 0;
+  std::size_t dimension = 0;
+};
+
 struct Body {
   std::vector<Token> tokens;
-  std::vector<Entry> entries[kTables];
-  std::vector<Entry> vectors;     // unit vectors; axes of one system follow each other
+  std::size_t placements = 0;  // the token that counts them
+  std::vector<Entry> entries[kSections];
+  std::vector<Axes> axes;
   std::vector<Entry> edgeRanges;  // two parameters each
+  std::vector<Entry> subShapes;   // of one shape: pairs of reference and placement
 };
 
 // Curves and surfaces of every kind, to be put in the place of others.
@@ -92,246 +84,182 @@ const char* const kSurfaceKinds[] = {
     "11 0.25 7 -5 0 0 0 1 0 6 0 3 0 0 0 1 2 0 3 2 0.25 4 0 0"};
 const char* const kSweeps[] = {"6 0 0 1", "7 0 0 0 0 0 1", "7 -5 0 0 0 1 0"};
 
-// Gives every token its role; leaves at the first one that the grammar does not expect.
+// Finds what is changed as a whole: curves and surfaces, by their grammar, and the lists and ranges of shapes, by what
+// they look like.
 class Parser {
  public:
-  explicit Parser(Body& out) : out_(out) {}
+  explicit Parser(Body& body) : body_(body) {}
 
+  // False when a curve or surface is not what the grammar expects.
   bool Run() {
-    for (const char* word : {"CASCADE", "Topology", "V3,", "(c)", "Open", "Cascade"})
-      if (!Word(word)) return false;
-    return Section("Locations", kPlacements, [this] { return Placement(); }) &&
-           Section("Curve2ds", kCurves2d, [this] { return Curve(2); }) &&
-           Section("Curves", kCurves3d, [this] { return Curve(3); }) &&
-           Section("Polygon3D", kPolygons3d, [this] { return Polygon(); }) &&
-           Section("PolygonOnTriangulations", kPolygons2d, [this] { return PolygonOnTriangulation(); }) &&
-           Section("Surfaces", kSurfaces, [this] { return Surface(); }) &&
-           Section("Triangulations", kTriangulations, [this] { return Triangulation(); }) &&
-           Section("TShapes", kShapes, [this] { return Shape(); }) && Take(Role::kReference) &&
-           Take(Role::kIndex) && next_ == out_.tokens.size();
+    if (!GoTo("Locations")) return false;
+    body_.placements = next_;
+    for (const Section section : {kCurves2d, kCurves3d, kSurfaces}) {
+      if (!GoTo(kSectionNames[section])) return false;
+      for (long count = Integer(); count > 0 && good_; --count) {
+        const std::size_t first = next_;
+        section == kSurfaces ? Surface() : Curve(section == kCurves2d ? 2 : 3);
+        body_.entries[section].push_back({first, next_});
+      }
+    }
+    if (!good_ || !GoTo("TShapes")) return false;
+    FindEdgeRanges();
+    FindSubShapes();
+    return true;
   }
 
  private:
-  // Sets the role of the next tokens.
-  bool Take(Role role, long count = 1) {
-    if (count < 0 || static_cast<std::size_t>(count) > out_.tokens.size() - next_) return false;
-    for (; count > 0; --count)
-      out_.tokens[next_++].role = role;
-    return true;
+  // Behind the next token with this text.
+  bool GoTo(const char* text) {
+    while (next_ < body_.tokens.size() && body_.tokens[next_].text != text)
+      ++next_;
+    return next_++ < body_.tokens.size();
   }
-  bool Take(Role role, long& value, int) {
-    if (next_ >= out_.tokens.size()) return false;
-    value = std::strtol(out_.tokens[next_].text.c_str(), nullptr, 10);
-    return value >= 0 && value < 1000000 && Take(role);
+  bool Has(long count) {
+    good_ = good_ && count >= 0 && static_cast<std::size_t>(count) <= body_.tokens.size() - next_;
+    return good_;
   }
-  bool Word(const char* word) {
-    return next_ < out_.tokens.size() && out_.tokens[next_].text == word && Take(Role::kFixed);
+  long Integer() {
+    const long value = Has(1) ? std::strtol(body_.tokens[next_++].text.c_str(), nullptr, 10) : 0;
+    good_ = good_ && value >= 0 && value < 1000000;
+    return good_ ? value : 0;
   }
-  bool Vectors(int dimension, int count) {
-    for (int i = 0; i < count; ++i) {
-      out_.vectors.push_back({next_, next_ + static_cast<std::size_t>(dimension)});
-      if (!Take(Role::kDirection, dimension)) return false;
-    }
-    return true;
+  void Reals(long count, Role role = Role::kReal) {
+    for (long left = Has(count) ? count : 0; left > 0; --left)
+      body_.tokens[next_++].role = role;
   }
-
-  template <typename Read>
-  bool Section(const char* name, Table table, Read&& read) {
-    long count;
-    if (!Word(name) || !Take(Role::kCount, count, 0)) return false;
-    for (long i = 0; i < count; ++i) {
-      const std::size_t first = next_;
-      if (!read()) return false;
-      out_.entries[table].push_back({first, next_});
-    }
-    return true;
+  void ReadAxes(long dimension, long count) {
+    body_.axes.push_back({next_, static_cast<std::size_t>(count), static_cast<std::size_t>(dimension)});
+    Reals(dimension * count, Role::kDirection);
   }
-
-  bool Placement() {
-    long kind, index;
-    if (!Take(Role::kKind, kind, 0)) return false;
-    if (kind == 1) return Take(Role::kReal, 12);
-    for (;;) {
-      if (!Take(Role::kIndex, index, 0)) return false;
-      if (index == 0) return true;
-      if (!Take(Role::kInteger)) return false;
+  void Knots(long count) {
+    for (; count > 0 && good_; --count) {
+      Reals(1);
+      Integer();
     }
   }
 
-  bool Curve(int dimension) {
-    const int axes = dimension == 3 ? 3 : 2;
-    long kind;
-    if (!Take(Role::kKind, kind, 0)) return false;
-    long rational, periodic, degree, poles, knots;
-    switch (kind) {
+  void Curve(long dimension) {
+    switch (const long kind = Integer()) {
     case 1:
-      return Take(Role::kReal, dimension) && Vectors(dimension, 1);
+      Reals(dimension);
+      return ReadAxes(dimension, 1);
     case 2:
-    case 4:
-      return Take(Role::kReal, dimension) && Vectors(dimension, axes) && Take(Role::kReal);
     case 3:
+    case 4:
     case 5:
-      return Take(Role::kReal, dimension) && Vectors(dimension, axes) && Take(Role::kReal, 2);
-    case 6:
-      return Take(Role::kFlag, rational, 0) && Take(Role::kInteger, degree, 0) &&
-             Take(Role::kReal, (degree + 1) * (dimension + rational));
-    case 7:
-      return Take(Role::kFlag, rational, 0) && Take(Role::kFlag, periodic, 0) &&
-             Take(Role::kInteger, degree, 0) && Take(Role::kCount, poles, 0) &&
-             Take(Role::kCount, knots, 0) && Take(Role::kReal, poles * (dimension + rational)) &&
-             Knots(knots);
+      Reals(dimension);
+      ReadAxes(dimension, dimension);
+      return Reals(kind % 2 == 0 ? 1 : 2);
+    case 6: {
+      const long coordinates = dimension + Integer();
+      return Reals((Integer() + 1) * coordinates);
+    }
+    case 7: {
+      const long coordinates = dimension + Integer();
+      Integer();  // whether it is periodic
+      Integer();  // its degree
+      const long poles = Integer(), knots = Integer();
+      Reals(poles * coordinates);
+      return Knots(knots);
+    }
     case 8:
-      return Take(Role::kParameter, 2) && Curve(dimension);
+      Reals(2);
+      return Curve(dimension);
     case 9:
-      return Take(Role::kReal) && (dimension == 2 || Vectors(3, 1)) && Curve(dimension);
+      Reals(1);
+      if (dimension == 3) ReadAxes(3, 1);
+      return Curve(dimension);
     default:
-      return false;
+      good_ = false;
     }
   }
-  bool Knots(long count) {
-    for (long i = 0; i < count; ++i)
-      if (!Take(Role::kReal) || !Take(Role::kInteger)) return false;
-    return true;
-  }
 
-  bool Surface() {
-    long kind;
-    if (!Take(Role::kKind, kind, 0)) return false;
-    long uRational, vRational, uDegree, vDegree, uPoles, vPoles, uKnots, vKnots;
-    switch (kind) {
+  void Surface() {
+    switch (const long kind = Integer()) {
     case 1:
     case 2:
     case 3:
     case 4:
     case 5:
-      return Take(Role::kReal, 3) && Vectors(3, 3) &&
-             Take(Role::kReal, kind == 1                ? 0
-                               : kind == 2 || kind == 4 ? 1
-                                                        : 2);
+      Reals(3);
+      ReadAxes(3, 3);
+      return Reals(kind == 1 ? 0 : kind % 2 == 0 ? 1 : 2);
     case 6:
-      return Vectors(3, 1) && Curve(3);
+      ReadAxes(3, 1);
+      return Curve(3);
     case 7:
-      return Take(Role::kReal, 3) && Vectors(3, 1) && Curve(3);
-    case 8:
-      return Take(Role::kFlag, uRational, 0) && Take(Role::kFlag, vRational, 0) &&
-             Take(Role::kInteger, uDegree, 0) && Take(Role::kInteger, vDegree, 0) &&
-             Take(Role::kReal, (uDegree + 1) * (vDegree + 1) * (3 + (uRational | vRational)));
-    case 9:
-      return Take(Role::kFlag, uRational, 0) && Take(Role::kFlag, vRational, 0) && Take(Role::kFlag, 2) &&
-             Take(Role::kInteger, 2) && Take(Role::kCount, uPoles, 0) && Take(Role::kCount, vPoles, 0) &&
-             Take(Role::kCount, uKnots, 0) && Take(Role::kCount, vKnots, 0) &&
-             Take(Role::kReal, uPoles * vPoles * (3 + (uRational | vRational))) && Knots(uKnots) &&
-             Knots(vKnots);
+      Reals(3);
+      ReadAxes(3, 1);
+      return Curve(3);
+    case 8: {
+      const long u = Integer(), v = Integer(), uDegree = Integer(), vDegree = Integer();
+      return Reals((uDegree + 1) * (vDegree + 1) * (3 + (u | v)));
+    }
+    case 9: {
+      const long u = Integer(), v = Integer();
+      for (int i = 0; i < 4; ++i)
+        Integer();  // whether it is periodic, degrees
+      const long uPoles = Integer(), vPoles = Integer(), uKnots = Integer(), vKnots = Integer();
+      Reals(uPoles * vPoles * (3 + (u | v)));
+      return Knots(uKnots + vKnots);
+    }
     case 10:
-      return Take(Role::kParameter, 4) && Surface();
+      Reals(4);
+      return Surface();
     case 11:
-      return Take(Role::kReal) && Surface();
+      Reals(1);
+      return Surface();
     default:
-      return false;
+      good_ = false;
     }
   }
 
-  bool Polygon() {
-    long nodes, parameters;
-    return Take(Role::kCount, nodes, 0) && Take(Role::kFlag, parameters, 0) && Take(Role::kReal) &&
-           Take(Role::kReal, nodes * (3 + parameters));
-  }
-  bool PolygonOnTriangulation() {
-    long nodes, parameters;
-    return Take(Role::kCount, nodes, 0) && Take(Role::kIndex, nodes) && Word("p") && Take(Role::kReal) &&
-           Take(Role::kFlag, parameters, 0) && Take(Role::kReal, parameters * nodes);
-  }
-  bool Triangulation() {
-    long nodes, triangles, uv, normals;
-    return Take(Role::kCount, nodes, 0) && Take(Role::kCount, triangles, 0) && Take(Role::kFlag, uv, 0) &&
-           Take(Role::kFlag, normals, 0) && Take(Role::kReal) && Take(Role::kReal, nodes * (3 + 2 * uv)) &&
-           Take(Role::kIndex, 3 * triangles) && Take(Role::kReal, 3 * normals * nodes);
-  }
-
-  bool Range() {
-    out_.edgeRanges.push_back({next_, next_ + 2});
-    return Take(Role::kParameter, 2);
-  }
-  bool Representations() {
-    for (;;) {
-      long kind;
-      if (!Take(Role::kKind, kind, 0)) return false;
-      bool good = true;
-      switch (kind) {
-      case 0:
-        return true;
-      case 1:
-        good = Take(Role::kIndex, 2) && Range();
-        break;
-      case 2:
-        good = Take(Role::kIndex, 3) && Range();
-        break;
-      case 3:
-        good = Take(Role::kIndex, 4) && Range();
-        break;
-      case 4:
-        good = Take(Role::kFixed) && Take(Role::kIndex, 4);
-        break;
-      case 5:
-        good = Take(Role::kIndex, 2);
-        break;
-      default:
-        good = Take(Role::kIndex, kind == 6 ? 3 : 4);
+  // An edge has a line for each of its curves: 1 (in space), 2 (on a surface) or 3 (a seam), as many references as that
+  // and one more, and the range.
+  void FindEdgeRanges() {
+    for (std::size_t first = next_, i = next_; i < body_.tokens.size(); ++i) {
+      if (body_.tokens[i].blank.find('\n') == std::string::npos) continue;
+      const long kind = std::strtol(body_.tokens[first].text.c_str(), nullptr, 10);
+      if (kind >= 1 && kind <= 3 && i + 1 - first == static_cast<std::size_t>(kind) + 4) {
+        body_.edgeRanges.push_back({i - 1, i + 1});
+        body_.tokens[i - 1].role = body_.tokens[i].role = Role::kReal;
       }
-      if (!good) return false;
+      first = i + 1;
     }
-  }
-  bool Vertex() {
-    if (!Take(Role::kReal, 4)) return false;
-    for (;;) {
-      long kind;
-      if (!Take(Role::kReal) || !Take(Role::kKind, kind, 0)) return false;
-      if (kind == 0) return true;
-      if (kind == 3 && !Take(Role::kReal)) return false;
-      if (!Take(Role::kIndex, kind == 2 ? 3 : 2)) return false;
-    }
-  }
-  bool Shape() {
-    if (next_ >= out_.tokens.size()) return false;
-    const std::string kind = out_.tokens[next_].text;
-    if (!Take(Role::kFixed)) return false;
-    if (kind == "Ve" && !Vertex()) return false;
-    if (kind == "Ed" && !(Take(Role::kReal) && Take(Role::kFlag, 3) && Representations())) return false;
-    if (kind == "Fa") {
-      if (!Take(Role::kFlag) || !Take(Role::kReal) || !Take(Role::kIndex, 2)) return false;
-      if (next_ + 1 < out_.tokens.size() && out_.tokens[next_].text == "2" &&
-          (!Take(Role::kKind) || !Take(Role::kIndex)))
-        return false;
-    }
-    if (!Take(Role::kFlags)) return false;
-    while (next_ < out_.tokens.size() && out_.tokens[next_].text != "*")
-      if (!Take(Role::kReference) || !Take(Role::kIndex)) return false;
-    return Take(Role::kFixed);
   }
 
-  Body& out_;
+  // Each shape ends with its sub-shapes and "*".
+  void FindSubShapes() {
+    for (std::size_t i = next_; i < body_.tokens.size(); ++i) {
+      if (body_.tokens[i].text != "*") continue;
+      std::size_t first = i;
+      while (first >= next_ + 2 && IsReference(body_.tokens[first - 2].text)) {
+        first -= 2;
+        body_.tokens[first].role = Role::kReference;
+      }
+      if (first < i) body_.subShapes.push_back({first, i});
+    }
+  }
+  static bool IsReference(const std::string& text) {
+    return text.size() > 1 && std::string("+-ie").find(text[0]) != std::string::npos &&
+           text.find_first_not_of("0123456789", 1) == std::string::npos;
+  }
+
+  Body& body_;
   std::size_t next_ = 0;
+  bool good_ = true;
 };
 
 bool Parse(const std::string& text, Body& body) {
-  const auto isBlank = [](char c) { return c == ' ' || c == '\n'; };
-  std::size_t place = 0;
-  while (place < text.size() && isBlank(text[place]))
-    ++place;
-  const std::string before = text.substr(0, place);
-  while (place < text.size()) {
-    std::size_t end = place;
-    while (end < text.size() && !isBlank(text[end]))
-      ++end;
-    std::size_t next = end;
-    while (next < text.size() && isBlank(text[next]))
-      ++next;
-    body.tokens.push_back({text.substr(place, end - place), text.substr(end, next - end), Role::kFixed});
-    place = next;
+  const std::vector<Range> words = FindTokens(text, " \n");
+  for (std::size_t i = 0; i < words.size(); ++i) {
+    // A blank line at the beginning belongs to the first word.
+    const std::size_t begin = i == 0 ? 0 : words[i].begin;
+    const std::size_t next = i + 1 < words.size() ? words[i + 1].begin : text.size();
+    body.tokens.push_back({Cut(text, {begin, words[i].end}), Cut(text, {words[i].end, next})});
   }
-  if (!Parser(body).Run()) return false;
-  body.tokens.front().text.insert(0, before);
-  return true;
+  return Parser(body).Run();
 }
 
 std::string Join(const Body& body) {
@@ -344,9 +272,9 @@ std::string Join(const Body& body) {
 double ToReal(const std::string& text) {
   return std::strtod(text.c_str(), nullptr);
 }
-std::string ToText(double value, int digits = 15) {
+std::string ToText(double value) {
   char buffer[40];
-  std::snprintf(buffer, sizeof buffer, "%.*g", digits, value);
+  std::snprintf(buffer, sizeof buffer, "%.15g", value);
   return buffer;
 }
 
@@ -389,132 +317,49 @@ class Mutator {
     return body_.tokens.begin() + static_cast<std::ptrdiff_t>(token);
   }
 
-  std::string HurtfulReal(const std::string& old) {
-    static const char* const kValues[] = {"0",
-                                          "-0",
-                                          "1",
-                                          "-1",
-                                          "0.5",
-                                          "2",
-                                          "1e-07",
-                                          "-1e-07",
-                                          "1e-300",
-                                          "1e-05",
-                                          "1e-12",
-                                          "1e-17",
-                                          "100",
-                                          "1e+07",
-                                          "-1e+07",
-                                          "1e+09",
-                                          "1e+06",
-                                          "10000000000",
-                                          "1e-09",
-                                          "1e-100",
-                                          "1e+100",
-                                          "-1e+100",
-                                          "2e+100",
-                                          "-2e+100",
-                                          "1000",
-                                          "3.14159265358979",
-                                          "6.28318530717959",
-                                          "1.5707963267949",
-                                          "62.8318530717959",
-                                          "62831.8530717959"};
-    const double value = ToReal(old);
-    switch (Below(9)) {
-    case 0:
-    case 1:
-      return Any(kValues);
-    case 2:
-      return ToText(-value, 17);
-    case 3:
-      return ToText(std::nextafter(value, OneIn(2) ? 1e300 : -1e300), 17);
-    case 4:
-      return ToText(value * std::pow(10.0, static_cast<double>(Below(13)) - 6.0));
-    case 5:
-      return ToText(value * (1.0 + std::pow(10.0, -static_cast<double>(1 + Below(15)))), 17);
-    case 6:
-      return ToText(value + 6.283185307179586 * (static_cast<double>(Below(7)) - 3.0));
-    case 7:
-      return ToText(value + (static_cast<double>(Below(2001)) - 1000.0) / 100.0);
-    default:
-      for (int attempt = 0; attempt < 20; ++attempt) {
-        const Token& other = Any(body_.tokens);
-        if (other.role == Role::kReal || other.role == Role::kParameter || other.role == Role::kDirection)
-          return other.text;
-      }
-      return old;
-    }
+  // Another real, now and then one of the body.
+  std::string ChangeReal(const std::string& old) {
+    const Token& other = Any(body_.tokens);
+    return OneIn(5) && other.role == Role::kReal ? other.text : MutateNumber(old, random_);
   }
 
+  // Mostly a real: other changes seldom pass the check.
   void ChangeToken() {
-    for (int attempt = 0; attempt < 50; ++attempt)
-      if (ChangeWord(*At(Below(body_.tokens.size())))) return;
-  }
-
-  bool ChangeWord(Token& token) {
-    std::string& word = token.text;
-    const auto number = static_cast<long>(std::strtol(word.c_str(), nullptr, 10));
-    switch (token.role) {
-    case Role::kReal:
-    case Role::kParameter:
-      word = HurtfulReal(word);
-      return true;
-    case Role::kKind:
-      if (!OneIn(8)) return false;
-      word = std::to_string(Below(12));
-      return true;
-    case Role::kCount:
-      if (!OneIn(8)) return false;
-      word = std::to_string(std::max(0L, number + static_cast<long>(Below(3)) - 1));
-      return true;
-    case Role::kInteger:
-      word =
-          std::to_string(OneIn(4) ? static_cast<long>(Below(30)) : number + static_cast<long>(Below(3)) - 1);
-      return true;
-    case Role::kIndex: {
-      char* letters;  // of a continuity, glued to it
-      std::strtol(word.c_str(), &letters, 10);
-      std::string tail = letters;
-      if (!tail.empty() && OneIn(3)) tail = OneIn(2) ? "C0" : "CN";
-      word = std::to_string(OneIn(3) ? Below(3) : 1 + Below(1 + 2 * static_cast<std::size_t>(number))) + tail;
-      return true;
-    }
-    case Role::kFlag:
-      word = word == "0" ? "1" : "0";
-      return true;
-    case Role::kFlags:
-      if (word.size() == 7) word[Below(7)] ^= 1;
-      return true;
-    case Role::kReference: {
-      const long old = std::strtol(word.c_str() + 1, nullptr, 10);
+    std::size_t chosen = Below(body_.tokens.size());
+    while (At(chosen)->role == Role::kDirection || (At(chosen)->role == Role::kOther && !OneIn(4)))
+      chosen = Below(body_.tokens.size());
+    const Token& token = *At(chosen);
+    std::string& word = At(chosen)->text;
+    const bool isReference = token.role == Role::kReference;
+    char* letters;  // of a continuity, glued to an index
+    const long number = std::strtol(word.c_str() + isReference, &letters, 10);
+    const std::string tail = letters;
+    if (token.role == Role::kReal || word.find_first_of(".e") != std::string::npos) {
+      word = ChangeReal(word);
+    } else if (isReference) {
       if (OneIn(2))
         word[0] = "+-ie"[Below(4)];
       else
-        word = word.substr(0, 1) + std::to_string(std::max(1L, old + static_cast<long>(Below(5)) - 2));
-      return true;
-    }
-    default:
-      return false;
+        word = word[0] + std::to_string(std::max(1L, number + static_cast<long>(Below(5)) - 2));
+    } else if (word.size() == 7 && word.find_first_not_of("01") == std::string::npos) {
+      word[Below(7)] ^= 1;
+    } else if (letters != word.c_str() && number >= 0) {
+      word = std::to_string(OneIn(3) ? Below(3) : Below(2 + 2 * static_cast<std::size_t>(number)));
+      word += tail.empty() || OneIn(2) ? tail : OneIn(2) ? "C0" : "CN";
     }
   }
 
   // Turns one vector, or all axes of a system, which stay perpendicular; mirrors them now and then.
   void TurnAxes() {
-    if (body_.vectors.empty()) return;
-    const auto follows = [this](std::size_t i) { return body_.vectors[i].first == body_.vectors[i - 1].end; };
-    std::size_t first = Below(body_.vectors.size()), last = first;
-    while (first > 0 && follows(first))
-      --first;
-    while (last + 1 < body_.vectors.size() && follows(last + 1))
-      ++last;
+    if (body_.axes.empty()) return;
     static const double kAngles[] = {1e-9, 1e-6, 1e-3, 0.1, 1.0, 1.5707963267948966, 3.141592653589793};
     const double angle = Any(kAngles);
     const double mirror = OneIn(4) ? -1.0 : 1.0;
-    const std::size_t dimension = body_.vectors[first].end - body_.vectors[first].first;
-    const std::size_t a = Below(dimension), b = (a + 1) % dimension;
-    for (std::size_t i = first; i <= last; ++i) {
-      std::string &x = At(body_.vectors[i].first + a)->text, &y = At(body_.vectors[i].first + b)->text;
+    const Axes axes = Any(body_.axes);
+    const std::size_t a = Below(axes.dimension), b = (a + 1) % axes.dimension;
+    for (std::size_t i = 0; i < axes.count; ++i) {
+      const std::size_t vector = axes.first + i * axes.dimension;
+      std::string &x = At(vector + a)->text, &y = At(vector + b)->text;
       const double oldX = ToReal(x), oldY = ToReal(y);
       x = ToText(mirror * (std::cos(angle) * oldX - std::sin(angle) * oldY));
       y = ToText(std::sin(angle) * oldX + std::cos(angle) * oldY);
@@ -540,91 +385,83 @@ class Mutator {
       to = ToText(last + 6.283185307179586 * std::pow(10.0, static_cast<double>(Below(5))));
       return;
     default:
-      from = HurtfulReal(from);
+      from = ChangeReal(from);
     }
   }
 
   static std::vector<Token> Words(const std::string& words) {
     std::vector<Token> tokens;
-    for (std::size_t begin = 0; begin < words.size();) {
-      const std::size_t end = std::min(words.find(' ', begin), words.size());
-      tokens.push_back({words.substr(begin, end - begin), " ", Role::kFixed});
-      begin = end + 1;
-    }
+    for (const std::string& word : Split(words))
+      tokens.push_back({word, " "});
     return tokens;
   }
 
   // Puts something else in the place of a curve or surface.
   void ChangeGeometry() {
-    static constexpr Table kGeometry[] = {kCurves2d, kCurves3d, kSurfaces};
-    const Table table = kGeometry[Below(3)];
-    if (body_.entries[table].empty()) return;
-    const Entry old = Any(body_.entries[table]);
+    const auto section = static_cast<Section>(Below(kSections));
+    if (body_.entries[section].empty()) return;
+    const Entry old = Any(body_.entries[section]);
     std::vector<Token> by;
     const auto append = [&](const Entry& entry) { by.insert(by.end(), At(entry.first), At(entry.end)); };
     switch (Below(6)) {
     case 0:
-      by = Words(Wrap(table));
+      by = Words(Wrap(section));
       append(old);
       break;
     case 1: {
-      const std::size_t head = CountWrapping(table, At(old.first)->text);
+      const std::size_t head = CountWrapping(section, At(old.first)->text);
       if (head == 0 || head >= old.end - old.first) return;
       append({old.first + head, old.end});
       break;
     }
     case 2:
-      if (table != kSurfaces || body_.entries[kCurves3d].empty()) return;
+      if (section != kSurfaces || body_.entries[kCurves3d].empty()) return;
       by = Words(Any(kSweeps));
       append(Any(body_.entries[kCurves3d]));
       break;
     case 3:
-      append(Any(body_.entries[table]));
+      append(Any(body_.entries[section]));
       break;
     default:
-      by = Words(table == kCurves2d   ? Any(kPlaneCurves)
-                 : table == kCurves3d ? Any(kSpaceCurves)
-                                      : Any(kSurfaceKinds));
+      by = Words(section == kCurves2d   ? Any(kPlaneCurves)
+                 : section == kCurves3d ? Any(kSpaceCurves)
+                                        : Any(kSurfaceKinds));
     }
     by.back().blank = "\n";
     body_.tokens.erase(At(old.first), At(old.end));
     body_.tokens.insert(At(old.first), by.begin(), by.end());
   }
 
-  std::string Wrap(Table table) {
+  std::string Wrap(Section section) {
     static const char* const kTrims[] = {"8 0 1", "8 0.25 0.5", "8 0 6.28318530717959", "8 -1 1"};
     static const char* const kPatches[] = {"10 0 1 0 1", "10 0.5 0.75 0.25 0.5", "10 0 6.28318530717959 0 1",
                                            "10 -1 1 -1 1"};
-    if (OneIn(2)) return table == kSurfaces ? Any(kPatches) : Any(kTrims);
-    return (table == kSurfaces ? "11 " : "9 ") + HurtfulReal("0.5") + (table == kCurves3d ? " 0 0 1" : "");
+    if (OneIn(2)) return section == kSurfaces ? Any(kPatches) : Any(kTrims);
+    return (section == kSurfaces ? "11 " : "9 ") + ChangeReal("0.5") + (section == kCurves3d ? " 0 0 1" : "");
   }
 
   // The number of tokens before the basis of a trimmed or offset curve or surface.
-  static std::size_t CountWrapping(Table table, const std::string& kind) {
-    if (table == kSurfaces) return kind == "10" ? 5 : kind == "11" ? 2 : 0;
-    return kind == "8" ? 3 : kind != "9" ? 0 : table == kCurves3d ? 5 : 2;
+  static std::size_t CountWrapping(Section section, const std::string& kind) {
+    if (section == kSurfaces) return kind == "10" ? 5 : kind == "11" ? 2 : 0;
+    return kind == "8" ? 3 : kind != "9" ? 0 : section == kCurves3d ? 5 : 2;
   }
 
   // Lists a sub-shape twice, not at all, or in another place.
   void ChangeSubShapes() {
-    if (body_.entries[kShapes].empty()) return;
-    const Entry shape = Any(body_.entries[kShapes]);
-    std::size_t first = shape.first;
-    while (first + 1 < shape.end && At(first)->role != Role::kReference)
-      ++first;
-    const std::size_t count = (shape.end - 1 - first) / 2;
-    if (count == 0) return;
-    const std::size_t chosen = first + 2 * Below(count);
+    if (body_.subShapes.empty()) return;
+    const Entry list = Any(body_.subShapes);
+    const std::size_t count = (list.end - list.first) / 2;
+    const std::size_t chosen = list.first + 2 * Below(count);
     const std::vector<Token> pair(At(chosen), At(chosen + 2));
     switch (Below(3)) {
     case 0:
-      body_.tokens.insert(At(first + 2 * Below(count + 1)), pair.begin(), pair.end());
+      body_.tokens.insert(At(list.first + 2 * Below(count + 1)), pair.begin(), pair.end());
       break;
     case 1:
       body_.tokens.erase(At(chosen), At(chosen + 2));
       break;
     default:
-      std::swap_ranges(At(chosen), At(chosen + 2), At(first + 2 * Below(count)));
+      std::swap_ranges(At(chosen), At(chosen + 2), At(list.first + 2 * Below(count)));
     }
   }
 
@@ -633,19 +470,16 @@ class Mutator {
     static const char* const kMatrices[] = {
         "1 0 0 5 0 1 0 0 0 0 1 0", "-1 0 0 0 0 1 0 0 0 0 1 0", "1000 0 0 0 0 1000 0 0 0 0 1000 0",
         "1e-06 0 0 0 0 1e-06 0 0 0 0 1e-06 0", "0 -1 0 1e+09 1 0 0 0 0 0 1 0"};
-    std::size_t section = 0;
-    while (At(section)->text != "Locations")
-      ++section;
-    const std::size_t count = body_.entries[kPlacements].size();
-    const std::size_t end = count == 0 ? section + 2 : body_.entries[kPlacements].back().end;
-    for (int attempt = 0; attempt < 50; ++attempt) {
-      const std::size_t token = Below(body_.tokens.size() - 1);
-      if (At(token)->role != Role::kReference) continue;
-      At(token + 1)->text = std::to_string(count + 1);
-      break;
+    std::string& count = At(body_.placements)->text;
+    count = std::to_string(std::strtol(count.c_str(), nullptr, 10) + 1);
+    if (!body_.subShapes.empty()) {
+      const Entry list = Any(body_.subShapes);
+      At(list.first + 2 * Below((list.end - list.first) / 2) + 1)->text = count;
     }
-    At(section + 1)->text = std::to_string(count + 1);
-    body_.tokens.insert(At(end), Token{std::string("1\n") + Any(kMatrices), "\n", Role::kFixed});
+    std::size_t end = body_.placements;
+    while (At(end)->text != kSectionNames[kCurves2d])
+      ++end;
+    body_.tokens.insert(At(end), Token{std::string("1\n") + Any(kMatrices), "\n"});
   }
 
   Body& body_;

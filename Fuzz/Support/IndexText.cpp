@@ -22,40 +22,12 @@ constexpr int kMaxDepth = 2000;
 constexpr const char* kNames[] = {"Metadata", "PkgShape", "PkgGRep", "Types",    "Items",
                                   "Type",     "Id",       "Name",    "Color",    "Transform",
                                   "SId",      "FColor",   "FId",     "Children", "TId"};
-constexpr const char* kValues[] = {
-    "null",
-    "true",
-    "0",
-    "-1",
-    "1",
-    "0.5",
-    "-0.0",
-    "1e308",
-    "-1e308",
-    "1e39",
-    "1e-320",
-    "4294967295",
-    "4294967296",
-    "18446744073709551615",
-    "-9223372036854775808",
-    "\"\"",
-    "\"1\"",
-    "\"2\"",
-    "\"7\"",
-    "\"18446744073709551615\"",
-    "\"Shape\"",
-    "\"Group\"",
-    "\"Instance\"",
-    "\"a\\u0000b\"",
-    "[]",
-    "{}",
-    "[1,0,0]",
-    "[0.5,null,\"x\",4]",
-    "[1,0,0,0,0,1,0,0,0,0,1,0,0,0,0,1]",
-    "[2,0,0,0,0,2,0,0,0,0,2,0,5,6,7,1]",
-    "{\"Type\":\"Shape\",\"SId\":\"7\",\"FColor\":[{\"FId\":-1,\"Color\":[1]}]}",
-    "{\"Type\":\"Instance\",\"TId\":\"1\"}",
-    "{\"Type\":\"Group\",\"Id\":\"1\",\"Children\":[]}"};
+constexpr const char* kValues =
+    R"([null, true, 0, -1, 1, 0.5, -0.0, 1e308, -1e308, 1e39, 1e-320, 4294967295, 4294967296,)"
+    R"( 18446744073709551615, -9223372036854775808, "", "1", "2", "7", "18446744073709551615", "Shape", "Group",)"
+    R"( "Instance", "a\u0000b", [], {}, [1,0,0], [0.5,null,"x",4], [1,0,0,0,0,1,0,0,0,0,1,0,0,0,0,1],)"
+    R"( [2,0,0,0,0,2,0,0,0,0,2,0,5,6,7,1], {"Type":"Shape","SId":"7","FColor":[{"FId":-1,"Color":[1]}]},)"
+    R"( {"Type":"Instance","TId":"1"}, {"Type":"Group","Id":"1","Children":[]}])";
 
 int MeasureDepth(const std::string& text) {
   int depth = 0;
@@ -111,9 +83,9 @@ class Mutator {
   /// A copy of a value of the document, or one of those above.
   Value PickValue() {
     if (random_() % 2 == 0) return Value(*values_[Pick(random_, values_.size())], allocator_);
-    Document parsed;
-    parsed.Parse(kValues[Pick(random_, std::size(kValues))]);
-    return Value(parsed, allocator_);
+    Document others;
+    others.Parse(kValues);
+    return Value(others[static_cast<rapidjson::SizeType>(Pick(random_, others.Size()))], allocator_);
   }
 
   /// Puts groups around an item.

@@ -8,9 +8,10 @@
 #include <Viewer/Kernel/Model/ShapeItem.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <map>
-#include <vector>
+#include <utility>
 
 namespace mirel::fuzz {
 
@@ -62,34 +63,43 @@ void Describe(const LiteModelItem& item, int depth, std::string& out) {
   }
 }
 
-class UnfoldedCount {
+class LeafCollector {
  public:
-  UnfoldedCount(const LiteModel& model, std::size_t limit, std::size_t maxDepth)
-      : model_(model), limit_(limit), maxDepth_(maxDepth) {}
+  LeafCollector(const LiteModel& model, std::size_t maxItems, std::size_t maxDepth)
+      : model_(model), maxItems_(maxItems), maxDepth_(maxDepth) {}
 
-  void Add(const LiteModelItem* item) {
-    if (types_.size() + groups_ >= maxDepth_) count_ = limit_;
-    if (!item || count_ >= limit_) return;
+  void Add(const LiteModelItem* item, const glm::dmat4& outer, double scale) {
+    if (types_.size() + groups_ >= maxDepth_) count_ = maxItems_;
+    if (!item || IsTooMuch()) return;
     ++count_;
+    double norm = 0.0;
+    for (int i = 0; i < 16; ++i)
+      norm = std::max(norm, std::fabs(item->GetTransform()[i / 4][i % 4]));
+    const glm::dmat4 place = outer * item->GetTransform();
+    scale *= std::max(1.0, 4.0 * norm);
+    if (const auto* const shape = dynamic_cast<const ShapeItem*>(item))
+      leaves.push_back({shape->GetShapeId(), place, scale});
     if (const auto* const group = dynamic_cast<const GroupItem*>(item)) {
       ++groups_;
       for (const auto& child : group->GetChildren())
-        Add(child.get());
+        Add(child.get(), place, scale);
       --groups_;
     }
     if (const auto* const instance = dynamic_cast<const InstanceItem*>(item)) {
       const LiteModelItem* const type = model_.FindType(instance->GetTypeId());
       if (std::find(types_.begin(), types_.end(), type) != types_.end()) return;
       types_.push_back(type);
-      Add(type);
+      Add(type, place, scale);
       types_.pop_back();
     }
   }
-  std::size_t Get() const { return count_; }
+  bool IsTooMuch() const { return count_ >= maxItems_; }
+
+  std::vector<Leaf> leaves;
 
  private:
   const LiteModel& model_;
-  std::size_t limit_;
+  std::size_t maxItems_;
   std::size_t maxDepth_;
   std::size_t count_ = 0;
   std::size_t groups_ = 0;                   // that the walk is in
@@ -126,11 +136,13 @@ std::string DescribeItems(const LiteModel& model) {
   return out;
 }
 
-std::size_t CountUnfolded(const LiteModel& model, std::size_t limit, std::size_t maxDepth) {
-  UnfoldedCount count(model, limit, maxDepth);
+std::optional<std::vector<Leaf>> CollectLeaves(const LiteModel& model, std::size_t maxItems,
+                                               std::size_t maxDepth) {
+  LeafCollector collector(model, maxItems, maxDepth);
   for (const auto& item : model.GetItems())
-    count.Add(item.get());
-  return count.Get();
+    collector.Add(item.get(), glm::dmat4(1.0), 1.0);
+  if (collector.IsTooMuch()) return std::nullopt;
+  return std::move(collector.leaves);
 }
 
 std::string DescribeNodes(const SceneNode& node) {

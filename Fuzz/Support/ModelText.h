@@ -1,7 +1,13 @@
 #pragma once
 
+#include <Viewer/Kernel/Host/Core/ObjectId.h>
+
+#include <glm/mat4x4.hpp>
+
 #include <cstddef>
+#include <optional>
 #include <string>
+#include <vector>
 
 namespace mirel {
 class LiteModel;
@@ -13,9 +19,17 @@ namespace mirel::fuzz {
 /// A model's items in order and its types by id, with everything that an index keeps of them, numbers to the last bit.
 std::string DescribeItems(const LiteModel& model);
 
-/// How many items a walk visits, instances unfolded but for types inside themselves: up to a limit, which stands as well
-/// for a model with items at a greater depth than the one given.
-std::size_t CountUnfolded(const LiteModel& model, std::size_t limit, std::size_t maxDepth);
+/// A body where it is drawn.
+struct Leaf {
+  ObjectId id;
+  glm::dmat4 place;
+  double scale;  ///< what a rounding error in one of the matrices can grow to
+};
+
+/// All bodies of a model, instances unfolded but for types inside themselves. None when a walk visits so many items or
+/// more, or goes deeper: drawing such a model takes too long.
+std::optional<std::vector<Leaf>> CollectLeaves(const LiteModel& model, std::size_t maxItems,
+                                               std::size_t maxDepth);
 
 /// A line for each node below this one: kind, name, placement and colours.
 std::string DescribeNodes(const SceneNode& node);

@@ -3,74 +3,11 @@
 #include <Fuzz/Support/FuzzCheck.h>
 
 #include <algorithm>
-#include <vector>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
 
 namespace mirel::fuzz {
-
-namespace {
-
-/// Where the tokens of a text, or its lines, begin and end.
-struct Range {
-  std::size_t begin, end;
-};
-
-std::vector<Range> FindTokens(const std::string& text, const char* separators) {
-  std::vector<Range> tokens;
-  std::size_t end = 0;
-  for (;;) {
-    const std::size_t begin = text.find_first_not_of(separators, end);
-    if (begin == std::string::npos) return tokens;
-    end = std::min(text.find_first_of(separators, begin), text.size());
-    tokens.push_back({begin, end});
-  }
-}
-
-std::string Cut(const std::string& text, const Range& range) {
-  return text.substr(range.begin, range.end - range.begin);
-}
-
-/// A number to stand in for another one.
-std::string PickNumber(const std::string& old, Random& random) {
-  static const char* const kNumbers[] = {"0",
-                                         "1",
-                                         "2",
-                                         "3",
-                                         "7",
-                                         "25",
-                                         "26",
-                                         "-1",
-                                         "0.5",
-                                         "-0",
-                                         "1e-7",
-                                         "1e-300",
-                                         "10000000000",
-                                         "1e10",
-                                         "1.0001e10",
-                                         "-1e10",
-                                         "1e100",
-                                         "2e100",
-                                         "-2e100",
-                                         "1e308",
-                                         "1e999",
-                                         "nan",
-                                         "inf",
-                                         "4294967295",
-                                         "4294967296",
-                                         "2147483647",
-                                         "-2147483648",
-                                         "6.2831853071795862",
-                                         "3.1415926535897931",
-                                         "65536"};
-  const std::size_t kind = Pick(random, 4);
-  if (kind == 0 && old.size() < 9 && old.find_first_not_of("+-0123456789") == std::string::npos) {
-    const long value = std::strtol(old.c_str(), nullptr, 10) + (random() % 2 == 0 ? 1 : -1);
-    return (old[0] == '+' ? "+" : "") + std::to_string(value);
-  }
-  if (kind == 1) return std::to_string(std::strtod(old.c_str(), nullptr) * (random() % 2 == 0 ? 1.5 : -1.0));
-  return kNumbers[Pick(random, std::size(kNumbers))];
-}
-
-}  // namespace
 
 std::size_t Pick(Random& random, std::size_t count) {
   return count == 0 ? 0 : random() % count;
@@ -92,6 +29,66 @@ std::size_t ReturnInput(const std::string& input, std::uint8_t* data, std::size_
   if (input.size() > maxSize) return LLVMFuzzerMutate(data, size, maxSize);
   std::copy(input.begin(), input.end(), data);
   return input.size();
+}
+
+std::vector<Range> FindTokens(const std::string& text, const char* separators) {
+  std::vector<Range> tokens;
+  std::size_t end = 0;
+  for (;;) {
+    const std::size_t begin = text.find_first_not_of(separators, end);
+    if (begin == std::string::npos) return tokens;
+    end = std::min(text.find_first_of(separators, begin), text.size());
+    tokens.push_back({begin, end});
+  }
+}
+
+std::string Cut(const std::string& text, const Range& range) {
+  return text.substr(range.begin, range.end - range.begin);
+}
+
+std::vector<std::string> Split(const std::string& words) {
+  std::vector<std::string> split;
+  for (const Range& word : FindTokens(words, " "))
+    split.push_back(Cut(words, word));
+  return split;
+}
+
+std::string MutateNumber(const std::string& old, Random& random) {
+  static const std::vector<std::string> kNumbers =
+      Split("0 -0 1 -1 0.5 2 3 7 25 26 100 1000 65536 2147483647 -2147483648 4294967295 4294967296 "
+            "1e-300 1e-100 1e-17 1e-12 1e-09 1e-07 -1e-07 1e-05 1e+06 1e+07 -1e+07 1e+09 "
+            "10000000000 1.0001e10 -1e10 1e+100 -1e+100 2e+100 -2e+100 1e308 1e999 nan inf "
+            "1.5707963267949 3.1415926535897931 6.2831853071795862 62.8318530717959 62831.8530717959");
+  const double value = std::strtod(old.c_str(), nullptr);
+  const auto print = [](double number, int digits = 17) {
+    char text[40];
+    std::snprintf(text, sizeof text, "%.*g", digits, number);
+    return std::string(text);
+  };
+  const auto pickPower = [&](int least, std::size_t count) {
+    return std::pow(10.0, least + static_cast<int>(Pick(random, count)));
+  };
+  switch (Pick(random, 9)) {
+  case 0:
+    return print(-value);
+  case 1:
+    return print(std::nextafter(value, Pick(random, 2) == 0 ? 1e300 : -1e300));
+  case 2:
+    return print(value * pickPower(-6, 13), 15);
+  case 3:
+    return print(value * (1.0 + pickPower(-15, 15)));
+  case 4:
+    return print(value + 6.283185307179586 * (static_cast<double>(Pick(random, 7)) - 3.0), 15);
+  case 5:
+    return print(value + (static_cast<double>(Pick(random, 2001)) - 1000.0) / 100.0, 15);
+  case 6:  // one more or less, with its sign if that is "+"
+    if (old.size() < 9 && old.find_first_not_of("+-0123456789") == std::string::npos)
+      return (old[0] == '+' ? "+" : "") +
+             std::to_string(std::lround(value) + (Pick(random, 2) == 0 ? 1 : -1));
+    [[fallthrough]];
+  default:
+    return kNumbers[Pick(random, kNumbers.size())];
+  }
 }
 
 std::string MutateBodyText(const std::string& text, Random& random, std::size_t maxSize) {
@@ -125,7 +122,7 @@ std::string MutateBodyText(const std::string& text, Random& random, std::size_t 
     const std::vector<Range> words = FindTokens(text, " \n\t\r");
     if (words.empty()) return MutateBytes(text, maxSize);
     const Range word = words[Pick(random, words.size())];
-    out.replace(word.begin, word.end - word.begin, PickNumber(Cut(text, word), random));
+    out.replace(word.begin, word.end - word.begin, MutateNumber(Cut(text, word), random));
     break;
   }
   }

@@ -1,9 +1,16 @@
 #include <Fuzz/Support/SameBody.h>
 
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+
+#include <BRepTools.hxx>
+#include <TopTools_FormatVersion.hxx>
+#include <TopoDS_Shape.hxx>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
 #include <cstring>
+#include <sstream>
 
 namespace mirel::fuzz {
 
@@ -36,6 +43,12 @@ bool IsSameToken(std::string a, std::string b) {
 }
 
 }  // namespace
+
+std::string WriteBody(const TopoShape& body) {
+  std::ostringstream stream;
+  BRepTools::Write(body.GetImpl(), stream, true, false, TopTools_FormatVersion_VERSION_3);
+  return stream.str();
+}
 
 bool IsSameBody(const std::string& a, const std::string& b) {
   const char* nextOfA = a.c_str();
