@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace mirel {
 
 int Mirel(std::vector<std::string> arguments, std::string& out, std::string* err) {
@@ -21,6 +23,11 @@ int Mirel(std::vector<std::string> arguments, std::string& out, std::string* err
     *err = said;
   }
   return code;
+}
+
+int Mirel(std::vector<std::string> arguments) {
+  std::string out;
+  return Mirel(std::move(arguments), out);
 }
 
 }  // namespace mirel

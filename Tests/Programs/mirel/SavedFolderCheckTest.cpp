@@ -4,6 +4,7 @@
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
+#include <Tests/Programs/mirel/Damage.h>
 #include <Tests/Programs/mirel/RunMirel.h>
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Support/TestFolder.h>
@@ -11,13 +12,9 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <functional>
 #include <regex>
 #include <string>
 #include <vector>
-
-namespace fs = std::filesystem;
 
 namespace mirel {
 namespace {
@@ -25,25 +22,15 @@ namespace {
 struct Case {
   const char* what;
   const char* code;  // the one kind of finding; empty for none
-  std::function<void(const std::string& folder)> change;
+  Damage change;
 };
-
-std::function<void(const std::string&)> Edit(const char* from, const char* to,
-                                             const char* file = "index.gz") {
-  return [=](const std::string& folder) {
-    std::string content = Inflate(folder + file);
-    const std::size_t at = content.find(from);
-    ASSERT_NE(at, std::string::npos) << from << " in " << content;
-    WriteGzip(folder + file, content.replace(at, std::string(from).size(), to));
-  };
-}
 
 TEST(SavedFolderCheckTest, FindsWhatWasNotSavedAsItIs) {
   const std::string box10 = ToText(MakeBox(1, 2, 3));
   const std::string box11 = ToText(MakeBox(4, 4, 4));
   const std::string record11 = ToRecord(MakeGRep(MakeBox(4, 4, 4)));
   const std::vector<Case> cases = {
-      {"nothing", "", [](const std::string&) {}},
+      {"nothing", "", NoDamage()},
       {"white space", "", Edit(",\"Items\"", ", \n\"Items\"")},
       {"a name", "V001", Edit("Bolt", "Bold")},
       {"a colour", "V001", Edit("\"Color\":[0.5,", "\"Color\":[0.50000006,")},
@@ -58,27 +45,12 @@ TEST(SavedFolderCheckTest, FindsWhatWasNotSavedAsItIs) {
       {"a type more", "V004", Edit("\"Types\":[", R"("Types":[{"Type":"Group","Id":"7","Children":[]},)")},
       {"another type", "V004", Edit("\"Id\":\"100\"", "\"Id\":\"7\"")},
       {"a coordinate", "V002", Edit("\n1 0 0 0 ", "\n1 0 0 1 ", "model/1.gz")},
-      {"two bodies swapped", "V002",
-       [&](const std::string& f) {
-         WriteGzip(f + "model/1.gz", MakePackage({{10, box11}, {11, box10}}));
-       }},
-      {"a body less", "V004",
-       [&](const std::string& f) {
-         WriteGzip(f + "model/1.gz", MakePackage({{10, box10}}));
-       }},
-      {"a body more", "V004",
-       [&](const std::string& f) {
-         WriteGzip(f + "model/2.gz", MakePackage({{12, box10}}));
-       }},
-      {"all bodies less", "V004", [](const std::string& f) { fs::remove_all(fs::u8path(f + "model")); }},
-      {"graphics", "V003",
-       [&](const std::string& f) {
-         WriteGzip(f + "grep/1.gz", MakePackage({{10, record11}, {11, record11}}));
-       }},
-      {"graphics less", "V004",
-       [&](const std::string& f) {
-         WriteGzip(f + "grep/1.gz", MakePackage({{11, record11}}));
-       }},
+      {"two bodies swapped", "V002", Pack("model/1.gz", {{10, box11}, {11, box10}})},
+      {"a body less", "V004", Pack("model/1.gz", {{10, box10}})},
+      {"a body more", "V004", Pack("model/2.gz", {{12, box10}})},
+      {"all bodies less", "V004", Remove("model")},
+      {"graphics", "V003", Pack("grep/1.gz", {{10, record11}, {11, record11}})},
+      {"graphics less", "V004", Pack("grep/1.gz", {{11, record11}})},
   };
   for (const Case& each : cases) {
     SCOPED_TRACE(each.what);

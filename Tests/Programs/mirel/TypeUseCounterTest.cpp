@@ -15,18 +15,14 @@ std::unique_ptr<GroupItem> GroupOf(unsigned long long id, Types... types) {
 
 TEST(TypeUseCounterTest, CountsInstancesThatAreReached) {
   LiteModel model;
-  auto part = std::make_unique<ShapeItem>();
-  part->SetId(Id(1));
-  model.AddType(std::move(part));
+  model.AddType(MakeShape(1, "", 0));
   model.AddType(GroupOf(2, 1, 1));  // twice the part, counted once although the type itself is used twice
   model.AddType(GroupOf(3, 2, 1));  // reached by nothing: neither it nor its instances count
   model.AddType(GroupOf(4, 2));
   for (const auto& type : model.GetTypes()) {
     type.second->SetTag(77);
   }
-  auto outer = GroupOf(10, 2, 99);  // 99 names no type
-  outer->AddItem(GroupOf(11, 1, 4));
-  model.AddItem(std::move(outer));
+  model.AddItem(MakeGroup(10, "", GroupOf(11, 2, 99), GroupOf(12, 1, 4)));  // 99 names no type
   model.AddItem(nullptr);
 
   TypeUseCounter::Count(model);
@@ -40,13 +36,7 @@ TEST(TypeUseCounterTest, EndsWhateverTheNesting) {
   LiteModel model;
   model.AddType(GroupOf(1, 1, 2));
   model.AddType(GroupOf(2, 1));
-  std::unique_ptr<LiteModelItem> deep = MakeInstance(0, "", 1);
-  for (int i = 0; i < 200000; ++i) {
-    auto group = std::make_unique<GroupItem>();
-    group->AddItem(std::move(deep));
-    deep = std::move(group);
-  }
-  model.AddItem(std::move(deep));
+  model.AddItem(MakeChain(200000, MakeInstance(0, "", 1)));
   TypeUseCounter::Count(model);
   EXPECT_EQ(model.FindType(Id(1))->GetTag(), 3u);
   EXPECT_EQ(model.FindType(Id(2))->GetTag(), 1u);
