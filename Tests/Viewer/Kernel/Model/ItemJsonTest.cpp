@@ -29,7 +29,6 @@ std::unique_ptr<ShapeItem> ReadShape(const std::string& members) {
 }
 
 TEST(ItemJson, WritesExactlyTheseTexts) {
-  EXPECT_EQ(Write(*MakeShape(1, "", 2)), R"({"Type":"Shape","Id":"1","Name":"","SId":"2","FColor":[]})");
   EXPECT_EQ(Write(*MakeGroup(1, "G")), R"({"Type":"Group","Id":"1","Name":"G","Children":[]})");
   EXPECT_EQ(Write(*MakeInstance(18446744073709551615U, "I", 0)),
             R"({"Type":"Instance","Id":"18446744073709551615","Name":"I","TId":"0"})");
@@ -38,7 +37,6 @@ TEST(ItemJson, WritesExactlyTheseTexts) {
   shape->SetColor({1.0F, 0.0F, 0.0F});
   shape->SetTransform(Move(10.0, 20.0, 30.0));
   shape->SetFaceColor(-1, {0.1F, 0.5F, -2.5F});
-  shape->SetTag(9);
   const std::string text =
       R"({"Type":"Shape","Id":"3","Name":"S","Color":[1.0,0.0,0.0],"Transform":[1.0,0.0,0.0,0.0,0.0,1.0,0.0,0.0,)"
       R"(0.0,0.0,1.0,0.0,10.0,20.0,30.0,1.0],"SId":"4","FColor":[{"FId":-1,)"
@@ -61,19 +59,6 @@ TEST(ItemJson, WritesExactlyTheseTexts) {
   EXPECT_EQ(Write(*ReadItem(nested)), nested);
 }
 
-TEST(ItemJson, ColourIsWrittenWhenRedIsNotNegative) {
-  const auto colorOf = [](const glm::vec3& color) {
-    ShapeItem item;
-    item.SetColor(color);
-    const std::string text = Write(item);
-    const std::size_t begin = text.find("\"Color\"");
-    return begin == std::string::npos ? "" : text.substr(begin + 8, text.find(']') - begin - 7);
-  };
-  EXPECT_EQ(colorOf({-1.0F, 0.5F, 0.5F}), "");
-  EXPECT_EQ(colorOf({-0.0F, -1.0F, 2.0F}), "[-0.0,-1.0,2.0]");
-  EXPECT_EQ(colorOf({-std::numeric_limits<float>::denorm_min(), 1.0F, 1.0F}), "");
-}
-
 TEST(ItemJson, StringsAreEscapedAndOtherwiseKeptByteForByte) {
   const std::string names[][2] = {
       {"\"\\/\b\t\n\f\r", R"(\"\\/\b\t\n\f\r)"},
@@ -89,13 +74,10 @@ TEST(ItemJson, StringsAreEscapedAndOtherwiseKeptByteForByte) {
     EXPECT_EQ(back->GetName(), name);
   }
   EXPECT_EQ(ReadShape(R"("Name":"\u8bbe\ud83d\ude00")")->GetName(), "设\U0001F600");
-}
-
-TEST(ItemJson, ANulEndsAName) {
-  const std::string text = Write(*MakeInstance(1, std::string("a\0b", 3), 0));
-  EXPECT_EQ(text, R"({"Type":"Instance","Id":"1","Name":"a","TId":"0"})");
-  EXPECT_EQ(ReadShape(R"("Name":"a\u0000b","SId":"12\u00003")")->GetName(), "a");
-  EXPECT_EQ(ReadShape(R"("Name":"a\u0000b","SId":"12\u00003")")->GetShapeId(), Id(12));
+  // A NUL ends a name.
+  EXPECT_EQ(Write(*MakeInstance(1, std::string("a\0b", 3), 0)),
+            R"({"Type":"Instance","Id":"1","Name":"a","TId":"0"})");
+  EXPECT_EQ(ReadShape(R"("Name":"a\u0000b")")->GetName(), "a");
 }
 
 TEST(ItemJson, NumbersComeBack) {
@@ -112,24 +94,18 @@ TEST(ItemJson, NumbersComeBack) {
     const std::unique_ptr<LiteModelItem> back = ReadItem(Write(*item));
     ASSERT_TRUE(back);
     EXPECT_EQ(back->GetColor(), color);
-    for (int k = 0; k < 16; ++k) {
-      EXPECT_DOUBLE_EQ(back->GetTransform()[k / 4][k % 4], matrix[k / 4][k % 4])
-          << "up to the rounding of parsing";
-    }
+    for (int k = 0; k < 16; ++k)
+      EXPECT_DOUBLE_EQ(back->GetTransform()[k / 4][k % 4], matrix[k / 4][k % 4]) << "but for rounding";
   }
   // The ends of the range: still a number when it comes back.
-  for (const double value :
-       {DBL_MAX, -DBL_MAX, std::nextafter(DBL_MAX, 0.0), DBL_MIN, 4.9406564584124654e-324}) {
+  for (const double value : {DBL_MAX, -DBL_MAX, std::nextafter(DBL_MAX, 0.0), DBL_MIN}) {
     InstanceItem item;
     item.SetTransform(Move(value, 0.0, 0.0));
-    const std::unique_ptr<LiteModelItem> back = ReadItem(Write(item));
-    ASSERT_TRUE(back) << value;
-    EXPECT_DOUBLE_EQ(back->GetTransform()[3][0], value);
+    EXPECT_DOUBLE_EQ(ReadItem(Write(item))->GetTransform()[3][0], value);
   }
 }
 
 TEST(ItemJson, WhatIsNotFiniteIsLeftOutWithAMessage) {
-  const std::string plain = Write(*MakeShape(1, "", 2));
   for (const double bad : {kNan, kInf, -kInf}) {
     for (int k = 0; k < 16; ++k) {
       LogCapture log;
@@ -137,24 +113,15 @@ TEST(ItemJson, WhatIsNotFiniteIsLeftOutWithAMessage) {
       glm::dmat4 matrix(2.0);
       matrix[k / 4][k % 4] = bad;
       item->SetTransform(matrix);
-      EXPECT_EQ(Write(*item), plain);
-      EXPECT_EQ(log.GetTexts(3),
-                std::vector<std::string>{"The transform of item 1 is not finite and is left out"});
-      EXPECT_TRUE(log.HasLocations());
-    }
-    for (int k = 0; k < 3; ++k) {
-      LogCapture log;
-      auto item = MakeShape(1, "", 2);
       glm::vec3 color(0.5F);
-      color[k] = static_cast<float>(bad);
+      color[k % 3] = static_cast<float>(bad);
       item->SetFaceColor(3, color);
       item->SetColor(color);
-      EXPECT_EQ(Write(*item), plain);
-      const bool hasColor = color.r >= 0.0F;
-      EXPECT_EQ(log.GetTexts(3).size(), hasColor ? 2U : 1U)
-          << "a red that is no number, or negative, is no colour";
+      EXPECT_EQ(Write(*item), R"({"Type":"Shape","Id":"1","Name":"","SId":"2","FColor":[]})");
+      EXPECT_EQ(log.Count(3, "The transform of item 1 is not finite and is left out"), 1);
       EXPECT_TRUE(log.Contains("The colour of face 3 of item 1"));
-      EXPECT_TRUE(log.HasLocations());
+      EXPECT_EQ(log.GetTexts(3).size(), color.r >= 0.0F ? 3U : 2U)
+          << "a red that is no number, or negative, is no colour";
     }
   }
 }
@@ -165,7 +132,6 @@ TEST(ItemJson, ColoursTakeTheNumbersThatThereAre) {
       {"[0.25]", {0.25F, -1.0F, -1.0F}},
       {"[]", glm::vec3(-1.0F)},
       {"[1,0,18446744073709551615]", {1.0F, 0.0F, 18446744073709551616.0F}},
-      {"[-1,2.5e-1,-0]", {-1.0F, 0.25F, 0.0F}},
       {"[0.5,0.5,0.5,\"x\",9]", glm::vec3(0.5F)},
       {"[\"1\",0.5,null]", {-1.0F, 0.5F, -1.0F}},
       {"[1e39,-1e300,0.5]", {-1.0F, -1.0F, 0.5F}},
@@ -178,19 +144,24 @@ TEST(ItemJson, ColoursTakeTheNumbersThatThereAre) {
     EXPECT_EQ(item->GetColor(), expected) << json;
     // A face starts from white instead.
     glm::vec3 face = expected;
-    for (int k = 0; k < 3; ++k) {
-      if (face[k] == -1.0F && !(k == 0 && std::string(json).find("[-1,") == 0)) face[k] = 1.0F;
-    }
+    for (int k = 0; k < 3; ++k)
+      if (face[k] == -1.0F) face[k] = 1.0F;
     EXPECT_EQ(item->GetFaceColor().at(1), face) << json;
   }
-  // A partly set colour counts as one from then on.
+  // A colour is one, and written, when its red is not negative: also when only a part of it was set.
+  const auto isWritten = [](const char* color) {
+    return Write(*ReadShape(std::string("\"Color\":") + color)).find(std::string("\"Color\":") + color) !=
+           std::string::npos;
+  };
   EXPECT_NE(Write(*ReadShape(R"("Color":[0.25])")).find(R"("Color":[0.25,-1.0,-1.0])"), std::string::npos);
+  EXPECT_TRUE(isWritten("[-0.0,-1.0,2.0]"));
+  EXPECT_FALSE(isWritten("[-1.0,0.5,0.5]"));
 }
 
 TEST(ItemJson, FaceColoursNeedAnIntegerIndex) {
   const std::unique_ptr<ShapeItem> item = ReadShape(
       R"("FColor":[{"FId":1,"Color":[0.0]},{"Color":[0,0,0]},{"FId":2},{"FId":1.5,"Color":[0,0,0]},)"
-      R"({"FId":"3","Color":[0,0,0]},{"FId":null},7,null,[1],"x",{"FId":-1,"Color":[0,0,1]},)"
+      R"({"FId":"3","Color":[0,0,0]},{"FId":null},7,{"FId":-1,"Color":[0,0,1]},)"
       R"({"FId":4294967298,"Color":[0,1,0]},{"FId":-4294967291,"Color":[1,1,0]},)"
       R"({"FId":18446744073709551615,"Color":[0.5,0,0]},{"FId":36893488147419103232,"Color":[0,0,0]},)"
       R"({"FId":9,"Color":7},{"FId":10,"Color":[0,0,0]},{"FId":10,"Color":[0.5,0.5,0.5]}])");
@@ -207,14 +178,11 @@ TEST(ItemJson, FaceColoursNeedAnIntegerIndex) {
 
 TEST(ItemJson, ATransformNeedsSixteenNumbers) {
   const std::string fifteen = "2,0,0,0,0,2,0,0,0,0,2,0,5,6,7";
-  for (const std::string& json : {std::string("[]"), "[" + fifteen + "]", "[" + fifteen + ",null]",
-                                  "[" + fifteen + ",\"1\"]", std::string("{}"), std::string("1")}) {
+  for (const std::string& json : {"[" + fifteen + "]", "[" + fifteen + ",null]", std::string("{}")})
     EXPECT_EQ(ReadShape("\"Transform\":" + json)->GetTransform(), glm::dmat4(1.0)) << json;
-  }
   glm::dmat4 expected = Move(5.0, 6.0, 7.0);
   for (int k = 0; k < 3; ++k)
     expected[k][k] = 2.0;
-  EXPECT_EQ(ReadShape("\"Transform\":[" + fifteen + ",1]")->GetTransform(), expected);
   EXPECT_EQ(ReadShape("\"Transform\":[" + fifteen + ",1,null,99]")->GetTransform(), expected);
 }
 
@@ -235,12 +203,11 @@ TEST(ItemJson, AnItemIsRejectedForThese) {
     const char* message;
   };
   for (const Case& c :
-       {Case{"[]", 3, "Not Object!"}, Case{"null", 3, "Not Object!"}, Case{"\"Shape\"", 3, "Not Object!"},
-        Case{"7", 3, "Not Object!"}, Case{"{}", 3, "Type is null"},
-        Case{R"({"type":"Shape"})", 3, "Type is null"}, Case{R"({"Type":null})", 3, "Type is null"},
-        Case{R"({"Type":["Shape"]})", 3, "Type is null"},
-        Case{R"({"Type":"shape"})", 1, "Invalid type shape"}, Case{R"({"Type":""})", 1, "Invalid type "},
-        Case{R"({"Type":"Group"})", 0, ""}, Case{R"({"Type":"Group","Children":{}})", 0, ""}}) {
+       {Case{"[]", 3, "Not Object!"}, Case{"\"Shape\"", 3, "Not Object!"}, Case{"{}", 3, "Type is null"},
+        Case{R"({"Type":null})", 3, "Type is null"}, Case{R"({"Type":"shape"})", 1, "Invalid type shape"},
+        Case{R"({"Type":"Groups"})", 1, "Invalid type Groups"}, Case{R"({"Type":""})", 1, "Invalid type "},
+        Case{R"({"Type":"%s%n"})", 1, "Invalid type %s%n"}, Case{R"({"Type":"Group"})", 0, ""},
+        Case{R"({"Type":"Group","Children":{}})", 0, ""}}) {
     LogCapture log;
     EXPECT_EQ(ReadItem(c.json), nullptr) << c.json;
     if (c.level == 0) {
@@ -248,14 +215,10 @@ TEST(ItemJson, AnItemIsRejectedForThese) {
     } else {
       ASSERT_EQ(log.GetEntries().size(), c.level == 3 ? 2U : 1U) << c.json;
       EXPECT_EQ(log.GetEntries()[0], LogCapture::Entry(c.level, c.message));
-      EXPECT_TRUE(log.HasLocations());
       EXPECT_EQ(log.Contains("LiteModelItem.cpp"), c.level == 3);
     }
   }
-  EXPECT_TRUE(ReadItem(R"({"Type":"Group","Children":[]})"));
-  const std::unique_ptr<LiteModelItem> instance = ReadItem(R"({"Type":"Instance"})");
-  ASSERT_TRUE(instance);
-  EXPECT_EQ(dynamic_cast<InstanceItem&>(*instance).GetTypeId(), ObjectId());
+  EXPECT_EQ(dynamic_cast<InstanceItem&>(*ReadItem(R"({"Type":"Instance"})")).GetTypeId(), ObjectId());
 }
 
 TEST(ItemJson, ChildrenThatCannotBeReadAreLeftOut) {
@@ -279,8 +242,6 @@ TEST(ItemJson, ReadAddsToWhatAnItemHolds) {
   document.Parse(R"({"Color":[0.5],"Children":[{"Type":"Shape","Id":"3"}]})");
   EXPECT_TRUE(group->Read(document));
   EXPECT_EQ(group->GetName(), "old");
-  EXPECT_EQ(group->GetId(), Id(1));
-  EXPECT_EQ(group->GetColor(), glm::vec3(0.5F, -1.0F, -1.0F));
   EXPECT_EQ(group->GetChildren().size(), 2U);
 
   auto shape = MakeShape(1, "", 7);
@@ -311,9 +272,8 @@ TEST(InstanceJson, AnInstanceOfASharedOrUnusedTypeNamesIt) {
   for (const unsigned int tag : {0U, 2U, 4294967295U}) {
     InstanceOfType sample(tag);
     const std::string text = WriteItem(*sample.instance, sample.model);
-    EXPECT_NE(text.find(R"("Type":"Instance","Id":"1","Name":"instance")"), std::string::npos) << text;
+    EXPECT_EQ(text.find(R"({"Type":"Instance","Id":"1","Name":"instance")"), 0U) << text;
     EXPECT_NE(text.find(R"("TId":"100")"), std::string::npos) << text;
-    EXPECT_EQ(sample.model.FindType(Id(100))->GetName(), "type");
   }
   LogCapture log;
   EXPECT_EQ(WriteItem(*MakeInstance(1, "", 99), LiteModel()),
@@ -361,52 +321,36 @@ TEST(InstanceJson, ATypeThatContainsItselfIsNamedAndReported) {
     const std::string text = WriteItem(*MakeInstance(9, "use", type), model);
     ASSERT_EQ(log.GetTexts(3).size(), 1U) << text;
     EXPECT_TRUE(log.Contains("contains itself"));
-    EXPECT_TRUE(log.HasLocations());
     EXPECT_NE(text.find("\"TId\":\"" + std::to_string(type) + "\""), std::string::npos) << text;
     ASSERT_TRUE(ReadItem(text)) << text;
     EXPECT_TRUE(log.GetTexts(1).empty());
   }
 }
 
-TEST(ItemNesting, TheDeepestAllowedItemIsWrittenAndRead) {
-  auto leaf = MakeShape(7, "leaf", 8);
-  leaf->SetFaceColor(1, glm::vec3(0.5F));
-  const std::unique_ptr<LiteModelItem> chains[] = {MakeChain(kMaxNesting, std::move(leaf)),
-                                                   MakeChain(kMaxNesting, MakeGroup(7, "empty"))};
-  for (const std::unique_ptr<LiteModelItem>& chain : chains) {
-    LogCapture log;
-    const std::string text = Write(*chain);
-    const std::unique_ptr<LiteModelItem> back = ReadItem(text);
-    ASSERT_TRUE(back);
-    EXPECT_EQ(Write(*back), text);
-    EXPECT_NE(text.find("\"Id\":\"7\""), std::string::npos);
-    EXPECT_TRUE(log.GetEntries().empty());
-  }
-}
-
-TEST(ItemNesting, WhatIsDeeperIsLeftOutWithAMessage) {
+TEST(ItemNesting, WhatIsDeeperThanTheLimitIsLeftOutWithAMessage) {
   LogCapture log;
-  const std::string text = Write(*MakeChain(kMaxNesting + 1, MakeShape(7777, "leaf", 8)));
-  EXPECT_EQ(log.GetTexts(3).size(), 1U);
-  EXPECT_EQ(text.find("\"7777\""), std::string::npos);
-  EXPECT_TRUE(ReadItem(text));
-  EXPECT_EQ(log.GetTexts(3).size(), 1U) << "what is written can be read";
+  auto leaf = MakeShape(7777, "leaf", 8);
+  leaf->SetFaceColor(1, glm::vec3(0.5F));
+  const std::string deepest = Write(*MakeChain(kMaxNesting, std::move(leaf)));
+  EXPECT_NE(deepest.find("\"7777\""), std::string::npos);
+  EXPECT_EQ(Write(*ReadItem(deepest)), deepest);
+  EXPECT_TRUE(log.GetEntries().empty());
+
+  for (const int level : {kMaxNesting + 1, 100000}) {
+    log.Clear();
+    const std::string text = Write(*MakeChain(level, MakeShape(7777, "leaf", 8)));
+    EXPECT_EQ(text.find("\"7777\""), std::string::npos);
+    EXPECT_TRUE(ReadItem(text)) << "what is written can be read";
+    EXPECT_EQ(log.GetTexts(3).size(), 1U);
+  }
 
   log.Clear();
-  std::string deep;
-  for (int i = 0; i < kMaxNesting; ++i)
-    deep += R"({"Type":"Group","Children":[)";
-  deep += R"({"Type":"Shape","Id":"7777"})";
-  for (int i = 0; i < kMaxNesting; ++i)
-    deep += "]}";
-  const std::unique_ptr<LiteModelItem> item = ReadItem(deep);
+  const std::unique_ptr<LiteModelItem> item =
+      ReadItem(R"({"Type":"Group","Children":[)" + deepest + R"(,{"Type":"Shape","Id":"9999"}]})");
   ASSERT_TRUE(item);
   EXPECT_EQ(log.GetTexts(3).size(), 1U);
   EXPECT_EQ(Write(*item).find("\"7777\""), std::string::npos);
-
-  log.Clear();
-  EXPECT_FALSE(Write(*MakeChain(100000, MakeShape(7777, "leaf", 8))).empty());
-  EXPECT_EQ(log.GetTexts(3).size(), 1U);
+  EXPECT_NE(Write(*item).find("\"9999\""), std::string::npos);
 }
 
 TEST(ItemNesting, AnEmptyChildIsNotWritten) {
@@ -418,7 +362,6 @@ TEST(ItemNesting, AnEmptyChildIsNotWritten) {
             R"({"Type":"Group","Id":"1","Name":"","Children":[{"Type":"Shape","Id":"2","Name":"",)"
             R"("SId":"3","FColor":[]},{"Type":"Instance","Id":"4","Name":"","TId":"5"}]})");
   EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"An empty item is not written"});
-  EXPECT_TRUE(log.HasLocations());
 }
 
 }  // namespace

@@ -37,88 +37,22 @@ class Mortal : public ShapeItem {
   int& alive_;
 };
 
-TEST(LiteModelItem, StartsWithTheDocumentedValues) {
-  const ShapeItem shape;
-  const ShapeItem next;
-  EXPECT_EQ(shape.GetType(), "Shape");
-  EXPECT_NE(shape.GetId(), next.GetId());
-  EXPECT_NE(shape.GetId(), ObjectId());
-  EXPECT_EQ(shape.GetName(), "");
-  EXPECT_EQ(shape.GetTransform(), glm::dmat4(1.0));
-  EXPECT_EQ(shape.GetColor(), glm::vec3(-1.0F));
-  EXPECT_EQ(shape.GetTag(), 0U);
-  EXPECT_EQ(shape.GetShapeId(), ObjectId());
-  EXPECT_TRUE(shape.GetFaceColor().empty());
-  const GroupItem group;
-  EXPECT_EQ(group.GetType(), "Group");
-  EXPECT_TRUE(group.GetChildren().empty());
-  const InstanceItem instance;
-  EXPECT_EQ(instance.GetType(), "Instance");
-  EXPECT_EQ(instance.GetTypeId(), ObjectId());
-}
-
-TEST(LiteModelItem, IsMadeByTheExactNameOfItsKind) {
-  LogCapture log;
-  EXPECT_TRUE(dynamic_cast<ShapeItem*>(LiteModelItem::CreateItem("Shape").get()));
-  EXPECT_TRUE(dynamic_cast<GroupItem*>(LiteModelItem::CreateItem("Group").get()));
-  EXPECT_TRUE(dynamic_cast<InstanceItem*>(LiteModelItem::CreateItem("Instance").get()));
-  EXPECT_TRUE(log.GetEntries().empty());
-  for (const std::string name : {"group", "Groups", "", "Inst", "Shape ", "%s%n"}) {
-    log.Clear();
-    EXPECT_EQ(LiteModelItem::CreateItem(name), nullptr);
-    EXPECT_EQ(log.GetEntries(), (std::vector<LogCapture::Entry>{{1, "Invalid type " + name}}))
-        << "and no location line";
-  }
-}
-
-TEST(LiteModelItem, IsVisitedByItsClassNotByItsTypeName) {
-  Recorder recorder;
-  auto shape = MakeShape(1, "", 0);
-  shape->SetType("Group");
-  shape->Apply(&recorder);
-  MakeInstance(2, "", 0)->Apply(&recorder);
-  MakeGroup(3, "", MakeShape(4, "", 0), MakeGroup(5, ""))->Apply(&recorder);
-  EXPECT_EQ(recorder.visits_, "Shape1 Instance2 Group3 ") << "each once, and no children";
-}
-
-TEST(ShapeItem, HoldsOneColourForEachFace) {
-  ShapeItem item;
-  item.SetFaceColor(7, glm::vec3(0.1F));
-  item.SetFaceColor(7, glm::vec3(0.2F));
-  item.SetFaceColor(-1, glm::vec3(0.3F));
-  EXPECT_EQ(item.GetFaceColor(),
-            (ShapeItem::FaceColorMap{{7U, glm::vec3(0.2F)}, {4294967295U, glm::vec3(0.3F)}}));
-  item.SetFaceColor(ShapeItem::FaceColorMap{});
-  EXPECT_TRUE(item.GetFaceColor().empty());
-}
-
 TEST(GroupItem, OwnsItsChildren) {
   int alive = 0;
   {
     GroupItem group;
-    for (int i = 0; i < 3; ++i)
-      group.AddItem(std::make_unique<Mortal>(alive));
-    EXPECT_EQ(alive, 3);
-
+    group.AddItem(std::make_unique<Mortal>(alive));
     std::vector<std::unique_ptr<LiteModelItem>> children;
     children.push_back(MakeShape(1, "", 0));
     children.push_back(std::make_unique<Mortal>(alive));
+    EXPECT_EQ(alive, 2);
     group.SetChildren(std::move(children));
     EXPECT_EQ(alive, 1);
     EXPECT_TRUE(children.empty());  // NOLINT(bugprone-use-after-move): left empty is part of the contract
-    ASSERT_EQ(group.GetChildren().size(), 2U);
-    EXPECT_EQ(group.GetChildren()[0]->GetId(), Id(1));
-
     group.SetChildren(
         std::move(const_cast<std::vector<std::unique_ptr<LiteModelItem>>&>(group.GetChildren())));
     EXPECT_EQ(group.GetChildren().size(), 2U) << "its own list changes nothing";
-
-    std::unique_ptr<LiteModelItem> child = MakeGroup(2, "", std::make_unique<Mortal>(alive));
-    group.AddItem(std::move(child));
-    EXPECT_FALSE(child);  // NOLINT(bugprone-use-after-move)
-    group.AddItem(nullptr);
-    EXPECT_EQ(group.GetChildren().size(), 4U);
-    EXPECT_EQ(alive, 2);
+    EXPECT_EQ(alive, 1);
   }
   EXPECT_EQ(alive, 0);
 }
@@ -137,12 +71,6 @@ TEST(GroupItem, DestroysASubtreeOfAnyDepthWithoutRecursion) {
 
 TEST(LiteModel, FindsWhatItStores) {
   LiteModel model;
-  Recorder recorder;
-  model.Apply(&recorder);
-  EXPECT_EQ(recorder.visits_, "");
-  EXPECT_EQ(model.GetName(), "");
-  EXPECT_TRUE(model.GetItems().empty() && model.GetTypes().empty() && model.GetShape().empty() &&
-              model.GetGRepShapes().empty());
   EXPECT_EQ(model.FindType(Id(1)), nullptr);
   EXPECT_EQ(model.FindShape(Id(1)), nullptr);
   EXPECT_EQ(model.FindGRepShape(Id(1)), nullptr);
@@ -152,31 +80,27 @@ TEST(LiteModel, FindsWhatItStores) {
   const ObjectId a = model.AddShape(first);
   const ObjectId b = model.AddShape(first);
   EXPECT_NE(a, b);
-  EXPECT_EQ(model.FindShape(a), first);
-  EXPECT_EQ(model.FindShape(b), first);
   model.AddShape(a, second);
   EXPECT_EQ(model.FindShape(a), second);
+  EXPECT_EQ(model.FindShape(b), first);
   model.AddShape(Id(7), std::shared_ptr<TopoShape>());
   EXPECT_EQ(model.FindShape(Id(7)), nullptr);
   EXPECT_EQ(model.GetShape().size(), 3U) << "an empty pointer makes an entry";
-  model.GetShapes().erase(Id(7));
-  EXPECT_EQ(model.GetShape().size(), 2U);
 
   model.AddType(MakeGroup(5, "old"));
   model.AddType(MakeShape(5, "new", 0));
   model.AddType(nullptr);
   EXPECT_EQ(model.GetTypes().size(), 1U);
-  ASSERT_TRUE(model.FindType(Id(5)));
   EXPECT_EQ(model.FindType(Id(5))->GetName(), "new");
 }
 
-TEST(LiteModel, AppliesAVisitorToTopLevelItemsInOrder) {
+TEST(LiteModel, AppliesAVisitorToTopLevelItemsByTheirClassInOrder) {
   LiteModel model;
   model.AddType(MakeShape(9, "", 0));
   model.AddItem(MakeInstance(3, "", 9));
   model.AddItem(nullptr);
   model.AddItem(MakeGroup(1, "", MakeShape(4, "", 0)));
-  model.AddItem(MakeShape(2, "", 0));
+  model.AddItem(With<ShapeItem>(MakeShape(2, "", 0), [](ShapeItem& item) { item.SetType("Group"); }));
   Recorder recorder;
   model.Apply(&recorder);
   EXPECT_EQ(recorder.visits_, "Instance3 Group1 Shape2 ");
@@ -224,7 +148,6 @@ TEST(ItemWalk, StopsOnceAtTheLimitOfItems) {
   for (int i = 0; i < 3; ++i)
     EXPECT_FALSE(walk.CountItem());
   EXPECT_EQ(log.GetTexts(3).size(), 1U);
-  EXPECT_TRUE(log.HasLocations());
 }
 
 }  // namespace

@@ -54,7 +54,6 @@ TEST(FailedSave, WhatIsInTheWayStaysAndIsNamed) {
     std::string message = c.message;
     message.replace(message.find("FOLDER"), 6, folder.GetPath());
     EXPECT_TRUE(log.Contains(message)) << ::testing::PrintToString(log.GetTexts(3));
-    EXPECT_TRUE(log.HasLocations());
     EXPECT_TRUE(ReadFiles(folder.GetPath()) == before);
   }
 }
@@ -62,14 +61,12 @@ TEST(FailedSave, WhatIsInTheWayStaysAndIsNamed) {
 TEST(FailedSave, WhereNothingWasNothingIsLeft) {
   const TestFolder folder;
   WriteFile(folder.GetPath() + "file", "x");
-  for (const std::string& name :
-       {std::string("file/"), std::string("file/below/"), std::string(300, 'n') + "/"}) {
+  for (const std::string& name : {std::string("file/below/"), std::string(300, 'n') + "/"}) {
     LogCapture log;
     LiteModel model;
     FillAssembly(model);
     LiteModelWriter(model).Save(folder.GetPath() + name);
     EXPECT_TRUE(log.Contains("Cannot create folder " + folder.GetPath() + name + ": "));
-    EXPECT_TRUE(log.HasLocations());
   }
   EXPECT_EQ(folder.ListFiles(), "file");
   EXPECT_EQ(ReadFile(folder.GetPath() + "file"), "x");

@@ -16,29 +16,13 @@
 
 #include <gtest/gtest.h>
 
-#include <BRep_Tool.hxx>
-#include <TopExp_Explorer.hxx>
-#include <TopLoc_Location.hxx>
-#include <TopoDS.hxx>
-#include <TopoDS_Face.hxx>
-
-#include <sstream>
+#include <TopoDS_Shape.hxx>
 
 namespace mirel {
 namespace {
 
 const char* const kEmptyIndex =
     R"({"Version":1,"Author":"Orvane","Metadata":{"PkgShape":0,"PkgGRep":0},"Types":[],"Items":[]})";
-
-/// All files of a folder, with their content.
-std::string Content(const TestFolder& folder) {
-  std::string content;
-  std::istringstream names(folder.ListFiles());
-  for (std::string name; std::getline(names, name, ' ');) {
-    content += name + "\n" + ReadFile(folder.GetPath() + name) + "\n";
-  }
-  return content;
-}
 
 void Save(LiteModel& model, const TestFolder& folder) {
   LiteModelWriter(model).Save(folder.GetPath());
@@ -48,19 +32,6 @@ std::string Index(const TestFolder& folder) {
   return Inflate(folder.GetPath() + "index.gz");
 }
 
-TEST(LiteModelWriter, AnEmptyModelIsOneFile) {
-  const TestFolder folder;
-  LogCapture log;
-  LiteModel model;
-  Save(model, folder);
-  EXPECT_EQ(folder.ListFiles(), "index.gz");
-  EXPECT_EQ(Index(folder), kEmptyIndex);
-  EXPECT_FALSE(std::filesystem::exists(folder.GetFsPath() / "model"));
-  EXPECT_FALSE(std::filesystem::exists(folder.GetFsPath() / "grep"));
-  EXPECT_TRUE(log.GetEntries().empty());
-  EXPECT_TRUE(LiteModelReader(model).Load(Index(folder)));
-}
-
 TEST(LiteModelWriter, TypesUsedTwiceOrMoreAreListed) {
   const TestFolder folder;
   LiteModel model;
@@ -68,17 +39,12 @@ TEST(LiteModelWriter, TypesUsedTwiceOrMoreAreListed) {
     model.AddType(
         With<ShapeItem>(MakeShape(100ULL + tag, "", 0), [&](ShapeItem& type) { type.SetTag(tag); }));
   }
-  model.AddItem(MakeShape(2, "first", 0));
-  model.AddItem(MakeShape(1, "second", 0));
   Save(model, folder);
   LiteModel back;
   ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
   EXPECT_EQ(back.GetTypes().size(), 2U);
   EXPECT_TRUE(back.FindType(Id(102)));
   EXPECT_TRUE(back.FindType(Id(100 + 4294967295ULL)));
-  ASSERT_EQ(back.GetItems().size(), 2U);
-  EXPECT_EQ(back.GetItems()[0]->GetName(), "first");
-  EXPECT_EQ(back.GetItems()[1]->GetName(), "second");
 }
 
 TEST(LiteModelWriter, TheSampleHasExactlyThisIndex) {
@@ -118,7 +84,7 @@ TEST(LiteModelWriter, SavingTwiceGivesTheSameBytes) {
       model.AddShape(Id(1000 + static_cast<unsigned>(i)), MakeBox(1 + i, 2, 3));
     Save(model, *folder);
   }
-  EXPECT_EQ(Content(first), Content(second));
+  EXPECT_TRUE(ReadFiles(first.GetPath()) == ReadFiles(second.GetPath()));
 
   // One writer, twice: the second time starts anew. (A type used once would be placed once more.)
   LiteModel model;
@@ -126,21 +92,19 @@ TEST(LiteModelWriter, SavingTwiceGivesTheSameBytes) {
   model.FindType(Id(200))->SetTag(0);
   LiteModelWriter writer(model);
   writer.Save(first.GetPath());
-  const std::string once = Content(first);
+  const FileContents once = ReadFiles(first.GetPath());
   writer.Save(first.GetPath());
-  EXPECT_EQ(Content(first), once);
-}
+  EXPECT_TRUE(ReadFiles(first.GetPath()) == once);
 
-TEST(LiteModelWriter, ASecondSaveCountsAnew) {
-  const TestFolder folder;
-  LiteModel model;
-  FillAssembly(model);
-  LiteModelWriter writer(model);
-  writer.Save(folder.GetPath() + "full/");
+  const TestFolder empty;
+  LogCapture log;
   model.Clear();
-  writer.Save(folder.GetPath() + "empty/");
-  EXPECT_EQ(Inflate(folder.GetPath() + "empty/index.gz"), kEmptyIndex);
-  EXPECT_EQ(folder.ListFiles(), "empty/index.gz full/grep/1.gz full/index.gz full/model/1.gz");
+  writer.Save(empty.GetPath());
+  EXPECT_EQ(empty.ListFiles(), "index.gz");
+  EXPECT_EQ(Index(empty), kEmptyIndex);
+  EXPECT_FALSE(std::filesystem::exists(empty.GetFsPath() / "model"));
+  EXPECT_FALSE(std::filesystem::exists(empty.GetFsPath() / "grep"));
+  EXPECT_TRUE(log.GetEntries().empty());
 }
 
 TEST(LiteModelWriter, SplitsPackagesAndCountsThoseWritten) {
@@ -181,40 +145,23 @@ TEST(LiteModelWriter, SplitsPackagesAndCountsThoseWritten) {
   }
 }
 
-TEST(LiteModelWriter, EmptyShapesAreLeftOutWithMessages) {
+TEST(LiteModelWriter, EmptyShapesAndItemsAreLeftOutWithMessages) {
   const TestFolder folder;
   LogCapture log;
   LiteModel model;
+  model.AddItem(nullptr);
   model.AddShape(Id(1), std::shared_ptr<TopoShape>());
   model.AddShape(Id(2), std::make_shared<TopoShape>(TopoDS_Shape()));
   Save(model, folder);
   EXPECT_EQ(Index(folder), kEmptyIndex) << "no package was written";
   EXPECT_TRUE(log.Contains("Shape 1 is not written: it is empty"));
   EXPECT_TRUE(log.Contains("Shape 2 is not written: it is empty"));
-  EXPECT_TRUE(log.HasLocations());
+  EXPECT_EQ(log.Count(3, "An empty item is not written"), 1);
 
   model.AddShape(Id(3), MakeBox(1, 1, 1));
-  log.Clear();
   Save(model, folder);
   EXPECT_EQ(folder.ListFiles(), "grep/1.gz index.gz model/1.gz");
   EXPECT_EQ(Inflate(folder.GetPath() + "model/1.gz"), MakePackage({{3, ToText(MakeBox(1, 1, 1))}}));
-  EXPECT_TRUE(log.Contains("Shape 1"));
-}
-
-TEST(LiteModelWriter, EmptyItemsAreLeftOut) {
-  const TestFolder folder;
-  LogCapture log;
-  LiteModel model;
-  model.AddItem(nullptr);
-  auto group = MakeGroup(1, "", MakeShape(2, "", 0));
-  group->AddItem(nullptr);
-  model.AddItem(std::move(group));
-  Save(model, folder);
-  EXPECT_EQ(log.Count(3, "An empty item is not written"), 2);
-  LiteModel back;
-  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
-  ASSERT_EQ(back.GetItems().size(), 1U);
-  EXPECT_EQ(dynamic_cast<GroupItem&>(*back.GetItems()[0]).GetChildren().size(), 1U);
 }
 
 TEST(LiteModelWriter, TheCallersShapesAreOnlyRead) {
@@ -226,49 +173,21 @@ TEST(LiteModelWriter, TheCallersShapesAreOnlyRead) {
   for (unsigned i = 1; i <= 8; ++i)
     model.AddShape(Id(i), box);
   Save(model, folder);
-  EXPECT_EQ(ToText(box), text);
-  int faces = 0;
-  for (TopExp_Explorer face(box->GetImpl(), TopAbs_FACE); face.More(); face.Next(), ++faces) {
-    TopLoc_Location location;
-    EXPECT_TRUE(BRep_Tool::Triangulation(TopoDS::Face(face.Current()), location).IsNull());
-  }
-  EXPECT_EQ(faces, 6);
-}
-
-TEST(LiteModelWriter, BodiesComeBackAsTheyWere) {
-  const TestFolder folder;
-  LiteModel model;
-  model.AddShape(Id(1), MakeBox(1, 2, 3));
-  model.AddShape(Id(2), MakePoints(3));
-  Save(model, folder);
-  LiteModel back;
-  const std::string package = Inflate(folder.GetPath() + "model/1.gz");
-  ASSERT_TRUE(PkgShapeReader(back).Load(package.data(), static_cast<unsigned int>(package.size())));
-  ASSERT_EQ(back.GetShape().size(), 2U);
-  for (const auto& [id, shape] : model.GetShape()) {
-    EXPECT_EQ(ToComparableText(back.FindShape(id)), ToComparableText(shape));
-  }
+  EXPECT_EQ(ToText(box), text) << "triangles would be part of it";
 }
 
 TEST(LiteModelWriter, WhatNestsTooDeepIsReportedAndTheFolderOpens) {
   const TestFolder folder;
   LogCapture log;
   LiteModel model;
-  auto leaf = MakeShape(7777, "leaf", 1);
-  leaf->SetFaceColor(1, glm::vec3(0.5F));
-  model.AddItem(MakeChain(kMaxNesting, std::move(leaf)));
-  Save(model, folder);
-  EXPECT_TRUE(log.GetEntries().empty());
-  LiteModel back;
-  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
-  EXPECT_EQ(WriteItem(*back.GetItems()[0], back), WriteItem(*model.GetItems()[0], model));
-
+  model.AddItem(MakeChain(kMaxNesting, MakeShape(7777, "leaf", 1)));
   model.AddItem(MakeChain(300000, MakeShape(8888, "leaf", 1)));
   Save(model, folder);
   EXPECT_EQ(log.GetTexts(3).size(), 1U);
-  LiteModel again;
-  ASSERT_TRUE(LiteModelReader(again).Load(Index(folder)));
-  EXPECT_EQ(again.GetItems().size(), 2U);
+  LiteModel back;
+  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
+  ASSERT_EQ(back.GetItems().size(), 2U);
+  EXPECT_EQ(WriteItem(*back.GetItems()[0], back), WriteItem(*model.GetItems()[0], model));
   EXPECT_EQ(log.GetTexts(3).size(), 1U);
 }
 
@@ -288,49 +207,14 @@ TEST(LiteModelWriter, ABodyThatCannotBeDrawnDoesNotStopTheOthers) {
     EXPECT_EQ(log.Count(1, "Nothing is drawn of shape " + Id(7).toString()), 1);
 
     const auto root = LiteSceneReader().Load(folder.GetPath() + "index.gz", nullptr);
-    ASSERT_TRUE(root);
-    const auto* group = dynamic_cast<const GroupSceneNode*>(root.get());
-    ASSERT_TRUE(group);
-    ASSERT_EQ(group->GetNodes().size(), 20u);
-    std::size_t i = 0;
-    for (const auto& node : group->GetNodes()) {
-      const auto* body = dynamic_cast<const BrepSceneNode*>(node.get());
-      ASSERT_TRUE(body);
-      EXPECT_EQ(body->GetGRep()->GetMesh().GetTriangleCount(), ++i == 7 ? 0u : 12u) << i;
-      EXPECT_FALSE(body->GetGRep()->GetShape()->GetImpl().IsNull());
+    const auto& nodes = dynamic_cast<const GroupSceneNode&>(*root).GetNodes();
+    ASSERT_EQ(nodes.size(), 20u);
+    for (std::size_t i = 0; i < nodes.size(); ++i) {
+      const auto grep = dynamic_cast<const BrepSceneNode&>(*nodes[i]).GetGRep();
+      EXPECT_EQ(grep->GetMesh().GetTriangleCount(), i == 6 ? 0u : 12u) << i;
+      EXPECT_FALSE(grep->GetShape()->GetImpl().IsNull());
     }
   });
-}
-
-TEST(LiteModelWriter, ValuesThatJsonCannotHoldDoNotSpoilTheIndex) {
-  const TestFolder folder;
-  LogCapture log;
-  LiteModel model;
-  auto item = MakeShape(1, "\xff\x01", 1);
-  item->SetColor(glm::vec3(std::numeric_limits<float>::infinity()));
-  item->SetTransform(glm::dmat4(std::numeric_limits<double>::quiet_NaN()));
-  item->SetFaceColor(1, glm::vec3(std::numeric_limits<float>::quiet_NaN()));
-  item->SetFaceColor(2, glm::vec3(0.25F));
-  model.AddItem(std::move(item));
-  Save(model, folder);
-  EXPECT_EQ(log.GetTexts(3).size(), 3U);
-  LiteModel back;
-  ASSERT_TRUE(LiteModelReader(back).Load(Index(folder)));
-  const auto& read = dynamic_cast<ShapeItem&>(*back.GetItems()[0]);
-  EXPECT_EQ(read.GetName(), "\xff\x01");
-  EXPECT_EQ(read.GetFaceColor(), (ShapeItem::FaceColorMap{{2U, glm::vec3(0.25F)}}));
-}
-
-TEST(LiteModelWriter, AFolderThatCannotBeWrittenIsReported) {
-  const TestFolder folder;
-  WriteFile(folder.GetPath() + "file", "x");
-  LogCapture log;
-  LiteModel model;
-  FillAssembly(model);
-  LiteModelWriter(model).Save(folder.GetPath() + "file/below/");
-  EXPECT_TRUE(log.Contains("Cannot create folder " + folder.GetPath() + "file/below/: "));
-  EXPECT_TRUE(log.HasLocations());
-  EXPECT_EQ(folder.ListFiles(), "file");
 }
 
 }  // namespace

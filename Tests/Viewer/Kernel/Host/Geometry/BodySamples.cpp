@@ -76,6 +76,7 @@
 #include <gp_Ax22d.hxx>
 #include <gp_Trsf.hxx>
 
+#include <algorithm>
 #include <cmath>
 #include <sstream>
 
@@ -84,53 +85,36 @@ namespace {
 
 const gp_Ax2 kTilted(gp_Pnt(1.5, -2, 3.25), gp_Dir(1, 2, 3), gp_Dir(2, -1, 0));
 
-TColgp_Array1OfPnt Points(std::initializer_list<gp_Pnt> points) {
-  TColgp_Array1OfPnt array(1, static_cast<int>(points.size()));
-  int i = 0;
-  for (const gp_Pnt& point : points)
-    array(++i) = point;
+template <class Item>
+NCollection_Array1<Item> MakeArray(std::initializer_list<Item> items) {
+  NCollection_Array1<Item> array(1, static_cast<int>(items.size()));
+  std::copy(items.begin(), items.end(), array.begin());
   return array;
 }
+const auto Points = MakeArray<gp_Pnt>;
+const auto Reals = MakeArray<double>;
+const auto Integers = MakeArray<int>;
+
 TColgp_Array1OfPnt2d Flat(const TColgp_Array1OfPnt& points) {
   TColgp_Array1OfPnt2d array(1, points.Length());
   for (int i = 1; i <= points.Length(); ++i)
     array(i) = gp_Pnt2d(points(i).X(), points(i).Y());
   return array;
 }
-TColStd_Array1OfReal Reals(std::initializer_list<double> values) {
-  TColStd_Array1OfReal array(1, static_cast<int>(values.size()));
-  int i = 0;
-  for (const double value : values)
-    array(++i) = value;
-  return array;
-}
-TColStd_Array1OfInteger Integers(std::initializer_list<int> values) {
-  TColStd_Array1OfInteger array(1, static_cast<int>(values.size()));
-  int i = 0;
-  for (const int value : values)
-    array(++i) = value;
-  return array;
-}
 
-const TColgp_Array1OfPnt& FourPoles() {
-  static const TColgp_Array1OfPnt poles =
-      Points({gp_Pnt(0, 0, 0), gp_Pnt(1, 2.125, 0), gp_Pnt(3, 2, 1. / 3.), gp_Pnt(4, 0, -1e-17)});
-  return poles;
-}
-const TColgp_Array1OfPnt& FivePoles() {
-  static const TColgp_Array1OfPnt poles =
-      Points({gp_Pnt(0, 0, 0), gp_Pnt(1, 1, 0), gp_Pnt(2, 2, 0), gp_Pnt(3, 3, 0), gp_Pnt(4, 1, 0)});
-  return poles;
-}
+const TColgp_Array1OfPnt kFourPoles =
+    Points({gp_Pnt(0, 0, 0), gp_Pnt(1, 2.125, 0), gp_Pnt(3, 2, 1. / 3.), gp_Pnt(4, 0, -1e-17)});
+const TColgp_Array1OfPnt kFivePoles =
+    Points({gp_Pnt(0, 0, 0), gp_Pnt(1, 1, 0), gp_Pnt(2, 2, 0), gp_Pnt(3, 3, 0), gp_Pnt(4, 1, 0)});
 const TColStd_Array1OfReal kWeights = Reals({1, std::sqrt(0.5), 2, 1});
 
 std::vector<std::pair<std::string, Handle(Geom_Curve)>> SpaceCurves() {
   const Handle(Geom_Curve) circle = new Geom_Circle(kTilted, 2.5);
   const Handle(Geom_Curve) periodic =
-      new Geom_BSplineCurve(FourPoles(), Reals({0, 1, 2.5, 3, 4}), Integers({1, 1, 1, 1, 1}), 3, true);
+      new Geom_BSplineCurve(kFourPoles, Reals({0, 1, 2.5, 3, 4}), Integers({1, 1, 1, 1, 1}), 3, true);
   // The knot 1 is as multiple as the degree, yet the legs on both sides of its pole have one direction.
   const Handle(Geom_Curve) smoothCorner =
-      new Geom_BSplineCurve(FivePoles(), Reals({0, 1, 2}), Integers({3, 2, 3}), 2, false);
+      new Geom_BSplineCurve(kFivePoles, Reals({0, 1, 2}), Integers({3, 2, 3}), 2, false);
   const Handle(Geom_Curve) offset = new Geom_OffsetCurve(circle, -0.5, gp_Dir(1, 2, 3));
   return {
       {"line", new Geom_Line(gp_Pnt(1, 2, 3), gp_Dir(1, 1, 1e-9))},
@@ -140,14 +124,13 @@ std::vector<std::pair<std::string, Handle(Geom_Curve)>> SpaceCurves() {
       {"round ellipse", new Geom_Ellipse(kTilted, 2.1, 2.1)},
       {"parabola", new Geom_Parabola(kTilted, 0.75)},
       {"hyperbola", new Geom_Hyperbola(kTilted, 1, 2)},
-      {"Bezier curve", new Geom_BezierCurve(FourPoles())},
-      {"rational Bezier curve", new Geom_BezierCurve(FourPoles(), kWeights)},
-      {"B-spline", new Geom_BSplineCurve(FourPoles(), Reals({-0.1, 0.7}), Integers({4, 4}), 3, false)},
-      {"unclamped B-spline", new Geom_BSplineCurve(FourPoles(), Reals({0, 1, 2, 3, 4, 5, 6}),
+      {"Bezier curve", new Geom_BezierCurve(kFourPoles)},
+      {"rational Bezier curve", new Geom_BezierCurve(kFourPoles, kWeights)},
+      {"B-spline", new Geom_BSplineCurve(kFourPoles, Reals({-0.1, 0.7}), Integers({4, 4}), 3, false)},
+      {"unclamped B-spline", new Geom_BSplineCurve(kFourPoles, Reals({0, 1, 2, 3, 4, 5, 6}),
                                                    Integers({1, 1, 1, 1, 1, 1, 1}), 2, false)},
-      {"rational B-spline",
-       new Geom_BSplineCurve(FourPoles(), kWeights, Reals({0, std::nextafter(1., 0.), 2}),
-                             Integers({3, 1, 3}), 2, false)},
+      {"rational B-spline", new Geom_BSplineCurve(kFourPoles, kWeights, Reals({0, std::nextafter(1., 0.), 2}),
+                                                  Integers({3, 1, 3}), 2, false)},
       {"periodic B-spline", periodic},
       {"circle as B-spline", GeomConvert::CurveToBSplineCurve(circle)},
       {"trimmed circle", new Geom_TrimmedCurve(circle, 6, 7)},
@@ -159,14 +142,14 @@ std::vector<std::pair<std::string, Handle(Geom_Curve)>> SpaceCurves() {
        new Geom_OffsetCurve(new Geom_TrimmedCurve(circle, 0, 1), 1, gp_Dir(1, 2, 3))},
       {"offset of a smooth corner", new Geom_OffsetCurve(smoothCorner, 0.25, gp_Dir(0, 0, 1))},
       {"B-spline with a corner",
-       new Geom_BSplineCurve(FourPoles(), Reals({0, 1, 2, 3}), Integers({2, 1, 1, 2}), 1, false)},
+       new Geom_BSplineCurve(kFourPoles, Reals({0, 1, 2, 3}), Integers({2, 1, 1, 2}), 1, false)},
   };
 }
 
 std::vector<std::pair<std::string, Handle(Geom2d_Curve)>> PlaneCurves() {
   const gp_Ax22d axes(gp_Pnt2d(0.1, 0.2), gp_Dir2d(3, 4), gp_Dir2d(4, -3));
   const Handle(Geom2d_Curve) circle = new Geom2d_Circle(axes, 2);
-  const TColgp_Array1OfPnt2d poles = Flat(FourPoles());
+  const TColgp_Array1OfPnt2d poles = Flat(kFourPoles);
   const Handle(Geom2d_Curve) periodic =
       new Geom2d_BSplineCurve(poles, kWeights, Reals({0, 1, 2, 3, 4}), Integers({1, 1, 1, 1, 1}), 2, true);
   const Handle(Geom2d_Curve) offset = new Geom2d_OffsetCurve(circle, 0.5);
@@ -185,8 +168,7 @@ std::vector<std::pair<std::string, Handle(Geom2d_Curve)>> PlaneCurves() {
       {"trimmed offset curve", new Geom2d_TrimmedCurve(offset, 0.5, 1)},
       {"offset of a smooth corner",
        new Geom2d_OffsetCurve(
-           new Geom2d_BSplineCurve(Flat(FivePoles()), Reals({0, 1, 2}), Integers({3, 2, 3}), 2, false),
-           0.25)},
+           new Geom2d_BSplineCurve(Flat(kFivePoles), Reals({0, 1, 2}), Integers({3, 2, 3}), 2, false), 0.25)},
   };
 }
 
@@ -209,7 +191,7 @@ std::vector<std::pair<std::string, Handle(Geom_Surface)>> SurfaceSamples() {
                               Integers({3, 3}), 2, 2, true);
   const Handle(Geom_Curve) arc = new Geom_TrimmedCurve(new Geom_Circle(kTilted, 2), 0, 1);
   const Handle(Geom_Surface) revolution = new Geom_SurfaceOfRevolution(
-      new Geom_BezierCurve(FourPoles()), gp_Ax1(gp_Pnt(-5, 0, 0), gp_Dir(0, 1, 0)));
+      new Geom_BezierCurve(kFourPoles), gp_Ax1(gp_Pnt(-5, 0, 0), gp_Dir(0, 1, 0)));
   return {
       {"plane", new Geom_Plane(leftHanded)},
       {"cylinder", cylinder},
@@ -236,6 +218,10 @@ std::vector<std::pair<std::string, Handle(Geom_Surface)>> SurfaceSamples() {
        new Geom_RectangularTrimmedSurface(new Geom_OffsetSurface(bspline, 0.25), 0.5, 1.5, 0.25, 0.75)},
   };
 }
+
+struct Samples : std::vector<BodySample> {
+  void Add(const std::string& name, const TopoDS_Shape& shape) { push_back({name, shape}); }
+};
 
 TopoDS_Edge MakeEdge(const Handle(Geom_Curve) & curve) {
   BRep_Builder builder;
@@ -294,25 +280,25 @@ Handle(Poly_Triangulation) Triangle(bool withUv, bool withNormals) {
   return mesh;
 }
 
-void AddSolids(std::vector<BodySample>& samples) {
+void AddSolids(Samples& samples) {
   const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
   const TopoDS_Shape cylinder =
       BRepPrimAPI_MakeCylinder(gp_Ax2(gp_Pnt(5, 5, -5), gp_Dir(0, 0, 1)), 3, 50).Shape();
   const TopoDS_Shape sphere = BRepPrimAPI_MakeSphere(gp_Pnt(10, 20, 30), 8).Shape();
   const TopoDS_Shape cone = BRepPrimAPI_MakeCone(5, 0, 12).Shape();
-  samples.push_back({"box", box});
-  samples.push_back({"cylinder", cylinder});
-  samples.push_back({"sphere", sphere});
-  samples.push_back({"cone", cone});
-  samples.push_back({"torus", BRepPrimAPI_MakeTorus(10, 3, 1, 2, 3).Shape()});
-  samples.push_back({"wedge", BRepPrimAPI_MakeWedge(10, 10, 10, 2).Shape()});
-  samples.push_back({"cut", BRepAlgoAPI_Cut(box, cylinder).Shape()});
-  samples.push_back({"fuse", BRepAlgoAPI_Fuse(box, sphere).Shape()});
-  samples.push_back({"common", BRepAlgoAPI_Common(box, sphere).Shape()});
-  samples.push_back(
-      {"half space", BRepPrimAPI_MakeHalfSpace(TopoDS::Face(TopExp_Explorer(box, TopAbs_FACE).Current()),
-                                               gp_Pnt(100, 100, 100))
-                         .Solid()});
+  samples.Add("box", box);
+  samples.Add("cylinder", cylinder);
+  samples.Add("sphere", sphere);
+  samples.Add("cone", cone);
+  samples.Add("torus", BRepPrimAPI_MakeTorus(10, 3, 1, 2, 3).Shape());
+  samples.Add("wedge", BRepPrimAPI_MakeWedge(10, 10, 10, 2).Shape());
+  samples.Add("cut", BRepAlgoAPI_Cut(box, cylinder).Shape());
+  samples.Add("fuse", BRepAlgoAPI_Fuse(box, sphere).Shape());
+  samples.Add("common", BRepAlgoAPI_Common(box, sphere).Shape());
+  samples.Add("half space",
+              BRepPrimAPI_MakeHalfSpace(TopoDS::Face(TopExp_Explorer(box, TopAbs_FACE).Current()),
+                                        gp_Pnt(100, 100, 100))
+                  .Solid());
 
   BRepFilletAPI_MakeFillet fillet(box);
   BRepFilletAPI_MakeChamfer chamfer(cylinder);
@@ -320,40 +306,39 @@ void AddSolids(std::vector<BodySample>& samples) {
   TopExp::MapShapes(box, TopAbs_EDGE, edges);
   for (int i = 1; i <= edges.Extent(); ++i)
     fillet.Add(1 + 0.1 * i, TopoDS::Edge(edges(i)));
-  samples.push_back({"fillets", fillet.Shape()});
+  samples.Add("fillets", fillet.Shape());
   chamfer.Add(0.5, TopoDS::Edge(TopExp_Explorer(cylinder, TopAbs_EDGE).Current()));
-  samples.push_back({"chamfer", chamfer.Shape()});
+  samples.Add("chamfer", chamfer.Shape());
 
   TopTools_ListOfShape open;
   open.Append(TopExp_Explorer(box, TopAbs_FACE).Current());
   BRepOffsetAPI_MakeThickSolid thick;
   thick.MakeThickSolidByJoin(box, open, 1, 1e-3);
-  samples.push_back({"thick solid", thick.Shape()});
+  samples.Add("thick solid", thick.Shape());
 
   const TopoDS_Wire profile = BRepBuilderAPI_MakeWire(
-      BRepBuilderAPI_MakeEdge(Handle(Geom_Curve)(new Geom_BezierCurve(FourPoles()))).Edge(),
+      BRepBuilderAPI_MakeEdge(Handle(Geom_Curve)(new Geom_BezierCurve(kFourPoles))).Edge(),
       BRepBuilderAPI_MakeEdge(gp_Pnt(4, 0, -1e-17), gp_Pnt(0, 0, 0)).Edge());
   const TopoDS_Wire ellipse =
       BRepBuilderAPI_MakeWire(BRepBuilderAPI_MakeEdge(gp_Elips(kTilted, 3, 2)).Edge());
   const TopoDS_Wire circle = BRepBuilderAPI_MakeWire(
       BRepBuilderAPI_MakeEdge(gp_Circ(gp_Ax2(gp_Pnt(1, 1, 20), gp_Dir(0, 0, 1)), 2)).Edge());
-  samples.push_back(
-      {"revolved spline", BRepPrimAPI_MakeRevol(profile, gp_Ax1(gp_Pnt(0, -3, 0), gp_Dir(1, 0, 0)), 2.)});
-  samples.push_back({"extruded spline", BRepPrimAPI_MakePrism(profile, gp_Vec(0, 1, 5)).Shape()});
-  samples.push_back(
-      {"extruded ellipse",
-       BRepPrimAPI_MakePrism(BRepBuilderAPI_MakeFace(ellipse).Face(), gp_Vec(5, 1, 1)).Shape()});
+  samples.Add("revolved spline",
+              BRepPrimAPI_MakeRevol(profile, gp_Ax1(gp_Pnt(0, -3, 0), gp_Dir(1, 0, 0)), 2.));
+  samples.Add("extruded spline", BRepPrimAPI_MakePrism(profile, gp_Vec(0, 1, 5)).Shape());
+  samples.Add("extruded ellipse",
+              BRepPrimAPI_MakePrism(BRepBuilderAPI_MakeFace(ellipse).Face(), gp_Vec(5, 1, 1)).Shape());
   BRepOffsetAPI_ThruSections loft(true);
   loft.AddWire(ellipse);
   loft.AddWire(circle);
-  samples.push_back({"loft", loft.Shape()});
-  samples.push_back({"pipe", BRepOffsetAPI_MakePipe(profile, ellipse).Shape()});
+  samples.Add("loft", loft.Shape());
+  samples.Add("pipe", BRepOffsetAPI_MakePipe(profile, ellipse).Shape());
   BRepOffsetAPI_MakeOffsetShape offset;
   offset.PerformByJoin(BRepBuilderAPI_MakeFace(SurfaceSamples()[10].second, 1e-7).Face(), 0.05, 1e-3);
-  samples.push_back({"offset B-spline face", offset.Shape()});
-  samples.push_back({"box as B-splines", BRepBuilderAPI_NurbsConvert(box).Shape()});
-  samples.push_back(
-      {"torus as B-splines", BRepBuilderAPI_NurbsConvert(BRepPrimAPI_MakeTorus(10, 3).Shape()).Shape()});
+  samples.Add("offset B-spline face", offset.Shape());
+  samples.Add("box as B-splines", BRepBuilderAPI_NurbsConvert(box).Shape());
+  samples.Add("torus as B-splines",
+              BRepBuilderAPI_NurbsConvert(BRepPrimAPI_MakeTorus(10, 3).Shape()).Shape());
 
   BRepBuilderAPI_Sewing sewing;
   int faces = 0;
@@ -361,17 +346,17 @@ void AddSolids(std::vector<BodySample>& samples) {
        i.More() && faces < 5; i.Next(), ++faces)
     sewing.Add(i.Current());
   sewing.Perform();
-  samples.push_back({"sewn open shell", sewing.SewedShape()});
+  samples.Add("sewn open shell", sewing.SewedShape());
 
   const std::size_t solids = samples.size();
   for (std::size_t i = 0; i < solids; ++i) {
     if (samples[i].name != "half space")
-      samples.push_back(
-          {"meshed " + samples[i].name, Meshed(BRepBuilderAPI_Transform(samples[i].shape, gp_Trsf(), true))});
+      samples.Add("meshed " + samples[i].name,
+                  Meshed(BRepBuilderAPI_Transform(samples[i].shape, gp_Trsf(), true)));
   }
 }
 
-void AddTopology(std::vector<BodySample>& samples) {
+void AddTopology(Samples& samples) {
   BRep_Builder builder;
   const TopoDS_Shape box = BRepPrimAPI_MakeBox(1, 2, 3).Shape();
   const TopoDS_Shape ball = BRepPrimAPI_MakeSphere(1).Shape();
@@ -383,48 +368,44 @@ void AddTopology(std::vector<BodySample>& samples) {
   far.SetTranslation(gp_Vec(5e8, -4e9, 1e5));
   const TopLoc_Location moved(move), turned(turn);
 
-  samples.push_back({"empty compound", Compound()});
-  samples.push_back({"nested compounds", Compound(Compound(), Compound(box, Compound(ball)))});
-  samples.push_back({"placed root", box.Located(moved * turned)});
-  samples.push_back(
-      {"placed sub-shapes",
-       Compound(box, box.Located(moved), box.Located(turned * moved), ball.Located(moved.Powered(2)),
-                Compound(ball.Located(moved.Inverted() * turned.Powered(-3))).Located(turned))});
-  samples.push_back(
-      {"mirrored and scaled placements",
-       Compound(box.Located(TopLoc_Location(mirror), false), ball.Located(TopLoc_Location(scale), false))});
-  samples.push_back({"mirrored geometry", BRepBuilderAPI_Transform(samples[0].shape, mirror, true).Shape()});
-  samples.push_back({"far away", BRepBuilderAPI_Transform(box, far, true).Shape()});
-  samples.push_back(
-      {"all orientations", Compound(box.Oriented(TopAbs_REVERSED), box.Oriented(TopAbs_INTERNAL),
-                                    box.Oriented(TopAbs_EXTERNAL))});
-  samples.push_back({"shell", TopExp_Explorer(box, TopAbs_SHELL).Current()});
-  samples.push_back({"face", TopExp_Explorer(box, TopAbs_FACE).Current()});
-  samples.push_back({"wire", TopExp_Explorer(box, TopAbs_WIRE).Current()});
-  samples.push_back({"edge", TopExp_Explorer(ball, TopAbs_EDGE).Current()});
-  samples.push_back({"vertex", BRepBuilderAPI_MakeVertex(gp_Pnt(1e-300, -0.0, 12345678.901234567)).Vertex()});
-  samples.push_back({"composite solid",
-                     Assemble<TopoDS_CompSolid>(&TopoDS_Builder::MakeCompSolid, box, box.Located(moved))});
+  samples.Add("empty compound", Compound());
+  samples.Add("nested compounds", Compound(Compound(), Compound(box, Compound(ball))));
+  samples.Add("placed root", box.Located(moved * turned));
+  samples.Add("placed sub-shapes",
+              Compound(box, box.Located(moved), box.Located(turned * moved), ball.Located(moved.Powered(2)),
+                       Compound(ball.Located(moved.Inverted() * turned.Powered(-3))).Located(turned)));
+  samples.Add("mirrored and scaled placements", Compound(box.Located(TopLoc_Location(mirror), false),
+                                                         ball.Located(TopLoc_Location(scale), false)));
+  samples.Add("mirrored geometry", BRepBuilderAPI_Transform(samples[0].shape, mirror, true).Shape());
+  samples.Add("far away", BRepBuilderAPI_Transform(box, far, true).Shape());
+  samples.Add("all orientations", Compound(box.Oriented(TopAbs_REVERSED), box.Oriented(TopAbs_INTERNAL),
+                                           box.Oriented(TopAbs_EXTERNAL)));
+  samples.Add("shell", TopExp_Explorer(box, TopAbs_SHELL).Current());
+  samples.Add("face", TopExp_Explorer(box, TopAbs_FACE).Current());
+  samples.Add("wire", TopExp_Explorer(box, TopAbs_WIRE).Current());
+  samples.Add("edge", TopExp_Explorer(ball, TopAbs_EDGE).Current());
+  samples.Add("vertex", BRepBuilderAPI_MakeVertex(gp_Pnt(1e-300, -0.0, 12345678.901234567)).Vertex());
+  samples.Add("composite solid",
+              Assemble<TopoDS_CompSolid>(&TopoDS_Builder::MakeCompSolid, box, box.Located(moved)));
   TopoDS_Solid solid = Assemble<TopoDS_Solid>(&TopoDS_Builder::MakeSolid);
   builder.Add(solid, TopExp_Explorer(box, TopAbs_SHELL).Current());
   builder.Add(
       solid,
       BRepBuilderAPI_MakeEdge(gp_Pnt(0.1, 0.1, 0.1), gp_Pnt(0.2, 0.2, 0.2)).Edge().Oriented(TopAbs_INTERNAL));
   builder.Add(solid, BRepBuilderAPI_MakeVertex(gp_Pnt(0.5, 0.5, 0.5)).Vertex().Oriented(TopAbs_INTERNAL));
-  samples.push_back({"solid with an edge and a vertex inside", solid});
-  samples.push_back({"unbounded face", BRepBuilderAPI_MakeFace(gp_Pln()).Face()});
-  samples.push_back({"unbounded edge", BRepBuilderAPI_MakeEdge(gp_Lin(gp_Pnt(), gp_Dir(1, 0, 0))).Edge()});
-  samples.push_back(
-      {"polygon", BRepBuilderAPI_MakePolygon(gp_Pnt(), gp_Pnt(1, 0, 0), gp_Pnt(1, 1, 0), true).Wire()});
+  samples.Add("solid with an edge and a vertex inside", solid);
+  samples.Add("unbounded face", BRepBuilderAPI_MakeFace(gp_Pln()).Face());
+  samples.Add("unbounded edge", BRepBuilderAPI_MakeEdge(gp_Lin(gp_Pnt(), gp_Dir(1, 0, 0))).Edge());
+  samples.Add("polygon", BRepBuilderAPI_MakePolygon(gp_Pnt(), gp_Pnt(1, 0, 0), gp_Pnt(1, 1, 0), true).Wire());
 
   TopoDS_Face bare;
   builder.MakeFace(bare);
-  samples.push_back({"face without a surface", bare});
+  samples.Add("face without a surface", bare);
   for (const bool uv : {false, true}) {
     for (const bool normals : {false, true}) {
       TopoDS_Face mesh;
       builder.MakeFace(mesh, Triangle(uv, normals));
-      samples.push_back({"face of triangles only", mesh});
+      samples.Add("face of triangles only", mesh);
     }
   }
   for (const bool parameters : {false, true}) {
@@ -432,7 +413,7 @@ void AddTopology(std::vector<BodySample>& samples) {
     TopoDS_Edge edge;
     builder.MakeEdge(edge,
                      parameters ? new Poly_Polygon3D(nodes, Reals({0, 1, 2})) : new Poly_Polygon3D(nodes));
-    samples.push_back({"edge of a polyline only", edge});
+    samples.Add("edge of a polyline only", edge);
   }
 
   // A vertex knows points on a curve, on a plane curve and on a surface.
@@ -446,24 +427,24 @@ void AddTopology(std::vector<BodySample>& samples) {
   builder.UpdateVertex(vertex, 0.5, edge, 1e-7);
   builder.UpdateVertex(vertex, 0.5, edge, plane, 1e-7);
   builder.UpdateVertex(vertex, 0.25, 0.75, plane, 1e-7);
-  samples.push_back({"vertex on curve and surface", Compound(edge, plane)});
+  samples.Add("vertex on curve and surface", Compound(edge, plane));
 }
 
 }  // namespace
 
 std::vector<BodySample> MakeBodySamples() {
-  std::vector<BodySample> samples;
+  Samples samples;
   AddSolids(samples);
   AddTopology(samples);
   for (const auto& [name, curve] : SpaceCurves())
-    samples.push_back({"edge on a " + name, MakeEdge(curve)});
+    samples.Add("edge on a " + name, MakeEdge(curve));
   for (const auto& [name, curve] : PlaneCurves()) {
-    samples.push_back({"edge on a plane " + name, MakeEdge(curve, true)});
-    samples.push_back({"edge on a plane " + name + " only", MakeEdge(curve, false)});
+    samples.Add("edge on a plane " + name, MakeEdge(curve, true));
+    samples.Add("edge on a plane " + name + " only", MakeEdge(curve, false));
   }
   for (const auto& [name, surface] : SurfaceSamples()) {
-    samples.push_back({"face on a " + name, MakeFace(surface)});
-    samples.push_back({"meshed face on a " + name, Meshed(MakeFace(surface))});
+    samples.Add("face on a " + name, MakeFace(surface));
+    samples.Add("meshed face on a " + name, Meshed(MakeFace(surface)));
   }
   return samples;
 }

@@ -23,8 +23,8 @@ std::string Compress(const std::string& content) {
   return file;
 }
 
-void WriteGzip(const std::string& path, const std::string& content, int mode = kOut) {
-  ogzstream stream(path.c_str(), mode);
+void WriteGzip(const std::string& path, const std::string& content) {
+  ogzstream stream(path.c_str(), kOut);
   stream.write_str(content);
 }
 
@@ -65,6 +65,7 @@ class GzipTest : public ::testing::Test {
 };
 
 TEST_F(GzipTest, ContentComesBackWithAZeroByteBehindIt) {
+  WriteFile(path_, "something older and longer than the new file");
   for (const std::string& content :
        {std::string(), std::string("{}"), std::string("a\0b", 3), std::string(1 << 20, 'x'), Noise(200000)}) {
     WriteGzip(path_, content);
@@ -73,6 +74,7 @@ TEST_F(GzipTest, ContentComesBackWithAZeroByteBehindIt) {
     EXPECT_EQ(std::string(buffer->GetData(), buffer->GetSize()), content);
     EXPECT_EQ(buffer->GetData()[buffer->GetSize()], '\0');
   }
+  EXPECT_EQ(folder_.ListFiles(), "Größe.gz");
   EXPECT_TRUE(log_.GetEntries().empty());
 }
 
@@ -90,14 +92,10 @@ TEST_F(GzipTest, SeveralMembersAreOneContent) {
 
 TEST_F(GzipTest, ATruncatedFileIsNoContent) {
   const std::string file = Compress("{\"Version\":1,\"Author\":\"Orvane\"}" + Noise(50));
-  for (std::size_t length = 0; length < file.size(); ++length) {
-    EXPECT_EQ(Load(file.substr(0, length)), nullptr) << length;
-  }
-  EXPECT_EQ(log_.GetTexts(1).size(), file.size());
-  ASSERT_TRUE(Load(file));
-  // After a whole member too.
-  for (std::size_t length = 1; length < file.size(); ++length) {
-    EXPECT_EQ(Load(file + file.substr(0, length)), nullptr) << length;
+  for (const std::string& before : {std::string(), file}) {
+    ASSERT_TRUE(Load(before + file));
+    for (std::size_t length = before.empty() ? 0 : 1; length < file.size(); ++length)
+      ExpectRefused(before + file.substr(0, length), "gzip");
   }
 }
 
@@ -125,18 +123,14 @@ TEST_F(GzipTest, DamageIsNoContent) {
 }
 
 TEST_F(GzipTest, WhatIsNoGzipFileIsNoContent) {
-  ExpectRefused("", "not a gzip file");
   ExpectRefused("{\"Types\":[],\"Items\":[]}", "not a gzip file");
   ExpectRefused(std::string(100, '\0'), "not a gzip file");
 
   log_.Clear();
-  EXPECT_EQ(GzBuffer::FromFile(folder_.GetPath()), nullptr) << "a folder";
-  EXPECT_EQ(GzBuffer::FromFile(folder_.GetPath() + "missing.gz"), nullptr);
   EXPECT_EQ(GzBuffer::FromFile(path_ + "/below.gz"), nullptr) << "below a file";
   EXPECT_EQ(GzBuffer::FromFile(""), nullptr);
   EXPECT_EQ(GzBuffer::FromFile("\xff\xfe.gz"), nullptr) << "not UTF-8";
-  EXPECT_EQ(log_.GetTexts(1).size(), 5U);
-  EXPECT_TRUE(log_.Contains("not a regular file"));
+  EXPECT_EQ(log_.GetTexts(1).size(), 3U);
 }
 
 TEST_F(GzipTest, MemoryIsReadAsAFileIs) {
@@ -165,23 +159,6 @@ TEST_F(GzipTest, StreamWritesTheSameBytesForTheSameContent) {
   EXPECT_EQ(ReadFile(folder_.GetPath() + "2.gz"), first);
   ASSERT_GE(first.size(), 10U);
   EXPECT_EQ(first.substr(3, 5), std::string(5, '\0')) << "no name, no comment, no time";
-  {
-    ogzstream stream((folder_.GetPath() + "3.gz").c_str(), kOut);
-    stream << 12 << ' ' << "text";
-  }
-  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(folder_.GetPath() + "3.gz");
-  ASSERT_TRUE(buffer);
-  EXPECT_STREQ(buffer->GetData(), "12 text");
-}
-
-TEST_F(GzipTest, StreamReplacesAFileAndLeavesNothingElse) {
-  WriteFile(path_, "something older and longer than the new file");
-  WriteGzip(path_, "new");
-  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path_);
-  ASSERT_TRUE(buffer);
-  EXPECT_STREQ(buffer->GetData(), "new");
-  EXPECT_EQ(folder_.ListFiles(), "Größe.gz");
-  EXPECT_TRUE(log_.GetEntries().empty());
 }
 
 TEST_F(GzipTest, StreamSaysWhyAFileCannotBeWritten) {
@@ -191,24 +168,14 @@ TEST_F(GzipTest, StreamSaysWhyAFileCannotBeWritten) {
     log_.Clear();
     WriteGzip(folder_.GetPath() + name, "content");
     ASSERT_EQ(log_.GetTexts(3).size(), 1U) << name;
-    const std::string message = log_.GetTexts(3)[0];
-    const std::string prefix = "Cannot write " + folder_.GetPath() + name + ": ";
-    EXPECT_EQ(message.find(prefix), 0U) << message;
-    EXPECT_GT(message.size(), prefix.size()) << "a reason";
-    EXPECT_TRUE(log_.HasLocations());
+    EXPECT_EQ(log_.GetTexts(3)[0].find("Cannot write " + folder_.GetPath() + name + ": "), 0U);
   }
+  // Nor in another mode than for writing.
+  ogzstream stream((folder_.GetPath() + "file").c_str(), static_cast<int>(std::ios_base::in));
+  EXPECT_TRUE(stream.bad());
+  stream.write_str("new");
   EXPECT_EQ(folder_.ListFiles(), "file");
   EXPECT_EQ(ReadFile(folder_.GetPath() + "file"), "x");
-}
-
-TEST_F(GzipTest, StreamTakesNoOtherMode) {
-  WriteFile(path_, "old");
-  {
-    ogzstream stream(path_.c_str(), static_cast<int>(std::ios_base::in));
-    EXPECT_TRUE(stream.bad());
-    stream.write_str("new");
-  }
-  EXPECT_EQ(ReadFile(path_), "old");
 }
 
 }  // namespace
