@@ -1,35 +1,114 @@
 #include <Viewer/Kernel/Reader/PkgContainerReader.h>
 
+#include <Viewer/Kernel/Host/Core/HeldMessages.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Reader/PackageTable.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cstddef>
+#include <future>
+#include <system_error>
+#include <thread>
+#include <utility>
+#include <vector>
 
 namespace mirel {
 
-bool ReadPackage(
-    const char* data, unsigned int size, const std::string& source, const char* file, int line,
-    const std::function<bool(const ObjectId& id, const char* bytes, unsigned int size)>& decode) {
+namespace {
+
+// With fewer bytes the work is done before another thread is up and running.
+constexpr std::size_t kParallelBytes = 256 << 10;
+constexpr std::size_t kMaxThreads = 8;
+// How many items are decoded before they are added: a table may name millions, of no byte each.
+constexpr std::size_t kBatch = 1024;
+
+struct Item {
+  std::size_t number = 0;  // in the table, from 1
+  ObjectId id;
+  const char* bytes = nullptr;
+  unsigned int size = 0;
+  bool whole = false;
+  std::shared_ptr<void> decoded;
+  HeldMessages messages;
+};
+
+// The next items of the table, whose bytes begin at `bytes`, which is moved behind them.
+std::vector<Item> NextBatch(const PackageTable& table, std::size_t first, const char*& bytes,
+                            const char* end) {
+  std::vector<Item> items(std::min(kBatch, table.GetCount() - first));
+  for (std::size_t i = 0; i < items.size(); ++i) {
+    Item& item = items[i];
+    const PackageTable::Entry entry = table.GetEntry(first + i);
+    const std::size_t present = std::min<std::size_t>(entry.size, static_cast<std::size_t>(end - bytes));
+    item.number = first + i + 1;
+    item.id = entry.id;
+    item.bytes = bytes;
+    item.size = entry.size;
+    item.whole = present == entry.size;
+    bytes += present;
+  }
+  return items;
+}
+
+void DecodeAll(std::vector<Item>& items, const DecodeItem& decode) {
+  // The largest first, so that no thread is left alone with it at the end.
+  std::vector<Item*> order;
+  std::size_t bytes = 0;
+  for (Item& item : items) {
+    if (!item.whole) continue;
+    order.push_back(&item);
+    bytes += item.size;
+  }
+  std::stable_sort(order.begin(), order.end(),
+                   [](const Item* a, const Item* b) { return a->size > b->size; });
+  std::atomic<std::size_t> next{0};
+  const auto share = [&] {
+    for (std::size_t i = next++; i < order.size(); i = next++) {
+      Item& item = *order[i];
+      item.messages.Collect([&] { item.decoded = decode(item.bytes, item.size); });
+    }
+  };
+  std::vector<std::future<void>> others;
+  if (bytes >= kParallelBytes) {
+    const std::size_t cores = std::thread::hardware_concurrency();
+    const std::size_t threads = std::min({cores, kMaxThreads, order.size()});
+    try {
+      while (others.size() + 1 < threads)
+        others.push_back(std::async(std::launch::async, share));
+    } catch (const std::system_error&) {  // the system has no thread left: those that there are do it
+    }
+  }
+  share();
+  for (std::future<void>& other : others)
+    other.get();
+}
+
+}  // namespace
+
+bool ReadPackage(const char* data, unsigned int size, const std::string& source, const char* file, int line,
+                 const DecodeItem& decode, const AddItem& add) {
   const PackageTable table(data, size);
   const std::size_t count = table.GetCount();
   if (count == 0) return false;
 
   const char* bytes = table.GetData();
-  const char* const end = data + size;
-  for (std::size_t i = 0; i < count; ++i) {
-    const auto [id, offset, itemSize] = table.GetEntry(i);
-    const std::size_t present = std::min<std::size_t>(itemSize, static_cast<std::size_t>(end - bytes));
-    const bool whole = present == itemSize;
-    if (!whole || !decode(id, bytes, itemSize)) {
+  for (std::size_t first = 0; first < count; first += kBatch) {
+    std::vector<Item> items = NextBatch(table, first, bytes, data + size);
+    DecodeAll(items, decode);
+    for (Item& item : items) {
+      item.messages.Log();
+      if (item.decoded) {
+        add(item.id, std::move(item.decoded));
+        continue;
+      }
       Logger& logger = Logger::Instance();
       logger.Message(1, "%s: item %llu of %llu, id %s, %u bytes%s", source.c_str(),
-                     static_cast<unsigned long long>(i + 1), static_cast<unsigned long long>(count),
-                     id.toString().c_str(), itemSize, whole ? "" : ", is cut short");
+                     static_cast<unsigned long long>(item.number), static_cast<unsigned long long>(count),
+                     item.id.toString().c_str(), item.size, item.whole ? "" : ", is cut short");
       logger.Message(3, "Shape is null!");
       logger.Message(1, "\t#%d, %s", line, Logger::GetFileName(file));
     }
-    bytes += present;
   }
   return true;
 }

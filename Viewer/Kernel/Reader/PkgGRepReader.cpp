@@ -13,13 +13,14 @@ PkgGRepReader::PkgGRepReader(LiteModel& model, std::string source)
     : model_(model), source_(std::move(source)) {}
 
 bool PkgGRepReader::Load(const char* data, unsigned int size) {
-  return ReadPackage(data, size, source_, __FILE__, __LINE__,
-                     [&](const ObjectId& id, const char* bytes, unsigned int itemSize) {
-                       MemoryStream stream(bytes, itemSize);
-                       const std::shared_ptr<GRepShape> grep = GRepShape::FromStream(stream);
-                       if (grep) model_.AddShape(id, grep);
-                       return grep != nullptr;
-                     });
+  const auto decode = [](const char* bytes, unsigned int itemSize) -> std::shared_ptr<void> {
+    MemoryStream stream(bytes, itemSize);
+    return GRepShape::FromStream(stream);
+  };
+  const auto add = [this](const ObjectId& id, const std::shared_ptr<void>& item) {
+    model_.AddShape(id, std::static_pointer_cast<GRepShape>(item));
+  };
+  return ReadPackage(data, size, source_, __FILE__, __LINE__, decode, add);
 }
 
 }  // namespace mirel

@@ -12,12 +12,13 @@ PkgShapeReader::PkgShapeReader(LiteModel& model, std::string source)
     : model_(model), source_(std::move(source)) {}
 
 bool PkgShapeReader::Load(const char* data, unsigned int size) {
-  return ReadPackage(data, size, source_, __FILE__, __LINE__,
-                     [&](const ObjectId& id, const char* bytes, unsigned int itemSize) {
-                       const std::shared_ptr<TopoShape> shape = TopoShape::Read(std::string(bytes, itemSize));
-                       if (shape) model_.AddShape(id, shape);
-                       return shape != nullptr;
-                     });
+  const auto decode = [](const char* bytes, unsigned int itemSize) -> std::shared_ptr<void> {
+    return TopoShape::Read(std::string(bytes, itemSize));
+  };
+  const auto add = [this](const ObjectId& id, const std::shared_ptr<void>& item) {
+    model_.AddShape(id, std::static_pointer_cast<TopoShape>(item));
+  };
+  return ReadPackage(data, size, source_, __FILE__, __LINE__, decode, add);
 }
 
 }  // namespace mirel

@@ -96,6 +96,23 @@ TYPED_TEST(PkgReaderTest, LeavesOutWhatDoesNotDecode) {
   EXPECT_TRUE(this->log_.Contains("item 3 of 5, id 3, 0 bytes"));
 }
 
+TYPED_TEST(PkgReaderTest, TellsOfEachItemInItsTurnHoweverManyThreadsDecode) {
+  const std::string good = TypeParam::Bytes(1);
+  std::vector<std::pair<unsigned long long, std::string>> items;
+  for (unsigned long long id = 1; id <= 2500; ++id)
+    items.emplace_back(id, id % 10 == 0 ? good.substr(0, good.size() - id / 10 % good.size()) + "." : good);
+  EXPECT_TRUE(this->Load(MakePackage(items)));
+  EXPECT_EQ(this->Count(), 2250U);
+  const auto& entries = this->log_.GetEntries();
+  ASSERT_EQ(entries.size(), 4U * 250U) << "reason, item, failure, place";
+  for (std::size_t i = 0; i < 250; ++i) {
+    EXPECT_EQ(entries[4 * i].second.find("item"), std::string::npos) << entries[4 * i].second;
+    EXPECT_NE(entries[4 * i + 1].second.find("item " + std::to_string(10 * (i + 1)) + " of 2500"),
+              std::string::npos);
+    EXPECT_EQ(entries[4 * i + 2].second, "Shape is null!");
+  }
+}
+
 TYPED_TEST(PkgReaderTest, CutAnywhereItAddsTheWholeItemsAndNamesTheOthers) {
   const std::string first = TypeParam::Bytes(1);
   const std::string package = MakePackage({{1, first}, {2, TypeParam::Bytes(2)}});

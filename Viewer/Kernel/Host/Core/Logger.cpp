@@ -1,11 +1,19 @@
 #include <Viewer/Kernel/Host/Core/Logger.h>
 
+#include <Viewer/Kernel/Host/Core/HeldMessages.h>
+
 #include <cstdarg>
 #include <cstdio>
 #include <mutex>
 #include <utility>
 
 namespace mirel {
+
+namespace {
+
+thread_local HeldMessages* heldOfThread = nullptr;
+
+}  // namespace
 
 struct Logger::State {
   std::mutex mutex;
@@ -35,6 +43,10 @@ void Logger::Message(int level, const char* format, ...) {
   }
   va_end(again);
 
+  if (heldOfThread) {
+    heldOfThread->messages_.emplace_back(level, std::move(text));
+    return;
+  }
   const std::lock_guard<std::mutex> lock(state_->mutex);
   if (state_->sink) state_->sink(level, text);
 }
@@ -43,6 +55,11 @@ Logger::Sink Logger::SetSink(Sink sink) {
   const std::lock_guard<std::mutex> lock(state_->mutex);
   std::swap(sink, state_->sink);
   return sink;
+}
+
+HeldMessages* Logger::HoldThread(HeldMessages* held) {
+  std::swap(held, heldOfThread);
+  return held;
 }
 
 const char* Logger::GetFileName(const char* path) {

@@ -13,6 +13,8 @@
 
 namespace mirel {
 
+class HeldMessages;
+
 /// The process-wide message log of the host.
 ///
 /// Levels: 3 marks a failure, 2 a progress message, 1 a minor notice or the detail of another message. A failure is
@@ -38,6 +40,12 @@ class MIREL_HOST_API Logger {
   static const char* GetFileName(const char* path);
 
  private:
+  friend class HeldMessages;
+
+  /// From now on the calling thread's messages go into `held`, or to the sink again when it is null. Gives back what
+  /// was in force.
+  static HeldMessages* HoldThread(HeldMessages* held);
+
   Logger();
   ~Logger() = delete;  // lives as long as the process, so that late messages still find it
   Logger(const Logger&) = delete;

@@ -7,12 +7,9 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
-#include <future>
 #include <limits>
 #include <map>
 #include <set>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -133,58 +130,12 @@ class Checker {
 
   BRepTextResult Run() { return Tables() && Shapes() && Root() ? BRepTextResult() : Refusal(); }
 
-  // The same with the shapes checked on another thread meanwhile. They are half of the work and need next to nothing
-  // of the tables but how long they are, which the tables' headings say.
-  BRepTextResult RunOnTwoThreads() {
-    Checker other(lexer_);
-    std::future<bool> guess;
-    try {
-      guess = std::async(std::launch::async,
-                         [&other] { return other.GuessTables() && other.Shapes() && other.Root(); });
-    } catch (const std::system_error&) {  // the system has no thread left
-      return Run();
-    }
-    const bool good = Tables();
-    const bool otherGood = guess.get();
-    unsigned lines;
-    if (!good || !lexer_.SkipBlank(lines)) return Refusal();
-    if (!other.HasGuessed(*this)) return Shapes() && Root() ? BRepTextResult() : Refusal();
-    return otherGood ? BRepTextResult() : other.Refusal();
-  }
-
  private:
-  explicit Checker(const BRepTextLexer& lexer) : lexer_(lexer) {}
-
   BRepTextResult Refusal() const { return {lexer_.Reason(), lexer_.Offset()}; }
 
   bool Tables() {
     return Header() && Locations() && Curves(2) && Curves(3) && Polygons3D() && PolygonsOnTriangulation() &&
            Surfaces() && Triangulations();
-  }
-
-  // Goes to the section of shapes and takes the tables on the way for what their headings say. False when a heading is
-  // not where it should be, which says nothing about the text.
-  bool GuessTables() {
-    std::uint32_t polygons, triangulations;
-    if (!Header() || !Locations() || !GuessTable("Curve2ds", curves2d_.count) ||
-        !GuessTable("Curves", curves3d_.count) || !GuessTable("Polygon3D", polygons3d_) ||
-        !GuessTable("PolygonOnTriangulations", polygons) || !GuessTable("Surfaces", surfaces_) ||
-        !GuessTable("Triangulations", triangulations) || !lexer_.GoTo('T'))
-      return false;
-    triangulationNodes_.resize(triangulations);
-    guessed_ = lexer_.Position();
-    return polygons == 0;
-  }
-  bool GuessTable(const char* heading, std::uint32_t& count) {
-    return lexer_.GoTo(heading[0]) && lexer_.Word(heading, "") && lexer_.Count(1, count);
-  }
-
-  // Whether the other checker, which has read the tables, found what this one took for granted.
-  bool HasGuessed(const Checker& other) const {
-    return guessed_ == other.lexer_.Position() && other.curves2d_.count == curves2d_.count &&
-           other.curves2d_.loops.empty() && other.curves3d_.count == curves3d_.count &&
-           other.curves3d_.loops.empty() && other.polygons3d_ == polygons3d_ && other.polygonNodes_.empty() &&
-           other.surfaces_ == surfaces_ && other.triangulationNodes_.size() == triangulationNodes_.size();
   }
 
   bool Fail(const char* reason) { return lexer_.Fail(reason); }
@@ -969,7 +920,6 @@ class Checker {
   std::vector<std::uint32_t> triangulationNodes_;  // how many each triangulation has
   std::uint32_t shapeCount_ = 0;
   std::vector<ShapeInfo> shapes_;
-  std::size_t guessed_ = 0;      // where the section of shapes starts, by guess
   std::vector<KnotSum> knots_;   // of the B-spline read last: those as multiple as its degree
   std::vector<Vector> poles_;    // of the B-spline under an offset
   std::vector<double> corners_;  // its parameters where it bends
@@ -977,10 +927,8 @@ class Checker {
 
 }  // namespace
 
-BRepTextResult CheckBRepText(const char* data, std::size_t size, std::size_t parallelSize) {
-  Checker checker(data, size);
-  static const bool kHasCores = std::thread::hardware_concurrency() > 1;
-  return size >= parallelSize && kHasCores ? checker.RunOnTwoThreads() : checker.Run();
+BRepTextResult CheckBRepText(const char* data, std::size_t size) {
+  return Checker(data, size).Run();
 }
 
 }  // namespace mirel

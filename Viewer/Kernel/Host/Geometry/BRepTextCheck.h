@@ -12,30 +12,22 @@ struct BRepTextResult {
   bool IsGood() const { return reason == nullptr; }
 };
 
-/// Text below this size is checked before a second thread would be up and running.
-constexpr std::size_t kParallelBRepBytes = 256 << 10;
-
 /// Checks that BRep text is safe to hand to OpenCASCADE's reader.
 ///
-/// One pass over the grammar of format version 3, with or without triangles and normals. It builds no shapes:
-/// all it keeps are a few numbers per location, curve, surface, polygon, triangulation and shape. Good text
-/// - has all its sections in order, in blanks and line ends only as the writer leaves them, with counts that
-/// the
+/// One pass over the grammar of format version 3, with or without triangles and normals. It builds no shapes: all it
+/// keeps are a few numbers per location, curve, surface, polygon, triangulation and shape. Good text
+/// - has all its sections in order, in blanks and line ends only as the writer leaves them, with counts that the
 ///   remaining bytes can hold and nothing behind the shape but white space;
-/// - refers only to entries that exist, are of the right kind and come before their use; every shape is part
-/// of the
-///   one root shape, whose nesting and unfolded size stay within `Limits.h`;
-/// - has numbers that OpenCASCADE's constructors accept (unit and perpendicular axes, radii, weights, knots
-/// and
-///   multiplicities, trims within their basis), finite and within `Limits.h`, so that the reader neither
-///   throws away an entry in silence nor follows a null pointer.
+/// - refers only to entries that exist, are of the right kind and come before their use; every shape is part of the one
+///   root shape, whose nesting and unfolded size stay within `Limits.h`;
+/// - has numbers that OpenCASCADE's constructors accept (unit and perpendicular axes, radii, weights, knots and
+///   multiplicities, trims within their basis), finite and within `Limits.h`, so that the reader neither throws away an
+///   entry in silence nor follows a null pointer.
 ///
-/// Whatever `BRepTools::Write` writes is good, short of bodies that OpenCASCADE itself cannot read back. Good
-/// text is not yet a sensible body: a number may still be wrong without breaking a rule.
+/// Whatever `BRepTools::Write` writes is good, short of bodies that OpenCASCADE itself cannot read back. Good text is not
+/// yet a sensible body: a number may still be wrong without breaking a rule.
 ///
-/// Thread safety: a pure function. `data` need not end in a zero byte. Text of `parallelSize` and more is checked by two
-/// threads, this one and one that has ended when the function returns; the result is the same.
-BRepTextResult CheckBRepText(const char* data, std::size_t size,
-                             std::size_t parallelSize = kParallelBRepBytes);
+/// Thread safety: a pure function. `data` need not end in a zero byte.
+BRepTextResult CheckBRepText(const char* data, std::size_t size);
 
 }  // namespace mirel

@@ -66,15 +66,6 @@ class BRepTextLexer {
   }
   bool AtEnd() const { return next_ == end_; }
 
-  /// Goes to the next `letter`, whatever lies between; false, where it is, when there is none behind white space.
-  bool GoTo(char letter) {
-    const void* const place = std::memchr(next_, letter, static_cast<std::size_t>(end_ - next_));
-    if (!place || place == base_ || !IsBlank(static_cast<const char*>(place)[-1])) return false;
-    next_ = static_cast<const char*>(place);
-    spaces_ = 0;
-    return true;
-  }
-
   /// A fault of the token read last, or of the entry that it ends.
   MIREL_NEVER_INLINE bool Fail(const char* reason) {
     const char* place = next_;

@@ -38,8 +38,7 @@ class MIREL_HOST_API TopoShape {
   /// The text is checked against the whole grammar, its tables, references and numeric rules in one pass that
   /// builds nothing, because OpenCASCADE's own reader may crash, hang or invent a shape on text that breaks
   /// them. Text that fails gives an empty pointer and a notice (level 1) with byte position and reason. Bytes
-  /// behind the shape other than white space fail the check too. A second thread helps with large text and has
-  /// ended when this returns.
+  /// behind the shape other than white space fail the check too.
   static std::shared_ptr<TopoShape> Read(const std::string& text);
   /// The same, but good text is taken over instead of copied: bodies are most of what a model folder holds.
   static std::shared_ptr<TopoShape> Read(std::string&& text);

@@ -23,13 +23,8 @@
 namespace mirel::test {
 namespace {
 
-// Checks the text on one thread and on two, which must come to the same result.
 BRepTextResult Check(const std::string& text) {
-  const BRepTextResult result = CheckBRepText(text.data(), text.size(), text.size() + 1);
-  const BRepTextResult other = CheckBRepText(text.data(), text.size(), 0);
-  EXPECT_STREQ(other.reason, result.reason) << text.substr(0, 10000);
-  EXPECT_EQ(other.offset, result.offset) << text.substr(0, 10000);
-  return result;
+  return CheckBRepText(text.data(), text.size());
 }
 
 std::string Replace(std::string text, const std::string& part, const std::string& by) {
@@ -106,15 +101,6 @@ const std::string kText = "\nCASCADE Topology V3, (c) Open Cascade\n"
                           "0111000\n"
                           "+2 0 *\n\n"
                           "+1 0 ";
-
-// The same without what makes shapes depend on more than the length of the tables: a closed curve and polygons on
-// triangulations.
-std::string MakePlainText() {
-  std::string text = Replace(kText, "7 1 1  2 3 4  0 0 0  1 1 0 0  0.5 1 1 0  2\n 0 1 1 1 2 1 3 1\n",
-                             "7 1 0  2 3 2  0 0 0  1 1 0 0  0.5 1 1 0  2\n 0 3 2 3\n");
-  text = Replace(text, "PolygonOnTriangulations 1\n2 1 3 \np 0.01 1 0 1 \n", "PolygonOnTriangulations 0\n");
-  return Replace(text, "6  1 1 2\n", "");
-}
 
 struct Fault {
   std::string part;  // of kText
@@ -268,26 +254,6 @@ TEST(BRepTextCheck, FollowsEveryRule) {
   }
 }
 
-TEST(BRepTextCheck, ComesToTheSameResultOnTwoThreads) {
-  const std::string plain = MakePlainText();
-  ASSERT_STREQ(Check(plain).reason, nullptr) << plain.substr(Check(plain).offset);
-  for (const Fault& fault : kFaults) {
-    if (plain.find(fault.part) != std::string::npos) Check(Replace(plain, fault.part, fault.by));
-  }
-  // A heading where none should be, and one that the first look may take for another.
-  for (const char* const heading :
-       {"Curves 1\n", "Surfaces 0\n", "TShapes 4\n", "\nTShapes 1\nTriangulations 0\n"}) {
-    for (std::size_t line = plain.find('\n', 1); line != std::string::npos; line = plain.find('\n', line + 1))
-      Check(plain.substr(0, line + 1) + heading + plain.substr(line + 1));
-  }
-  for (const BodySample& sample : MakeBodySamples()) {
-    const std::string text = WriteBRepText(sample.shape);
-    EXPECT_STREQ(Check(text).reason, nullptr) << sample.name;
-    for (std::size_t part = 1; part < 8; ++part)
-      Check(text.substr(0, text.size() * part / 8) + "1 " + text.substr(text.size() * part / 8));
-  }
-}
-
 TEST(BRepTextCheck, SaysWhere) {
   const std::string text = Replace(kText, "2.5 1.5", "2.5 -1.5");
   EXPECT_EQ(Check(text).offset, text.find("-1.5"));
@@ -348,7 +314,7 @@ TEST(BRepTextCheck, RefusesEveryTruncation) {
   for (std::size_t size = 0; size < kText.size(); ++size) {
     // A copy of exactly this size, so that a sanitizer sees what is read behind it.
     const std::vector<char> text(kText.begin(), kText.begin() + static_cast<std::ptrdiff_t>(size));
-    EXPECT_FALSE(CheckBRepText(text.data(), text.size(), size % 2 * text.size() * 2).IsGood()) << size;
+    EXPECT_FALSE(CheckBRepText(text.data(), text.size()).IsGood()) << size;
   }
   EXPECT_TRUE(Check(kText + "\n \n").IsGood());
 }
