@@ -538,7 +538,7 @@ void IndexCheck::Run(const std::string& content, const std::string& file, Findin
                      " bytes from a NUL character on, which are not read");
   }
   ShallowDocument document;
-  if (!document.ParseText(content.c_str())) {
+  if (!document.ParseText(content)) {
     findings.Add(CheckCode::kIndexNoJson, file,
                  document.IsTooDeep()
                      ? "nests deeper than " + std::to_string(kMaxIndexDepth) + " levels of objects and arrays"

@@ -6,6 +6,8 @@
 #include <Viewer/Kernel/Model/LogFailure.h>
 #include <Viewer/Kernel/Reader/ShallowDocument.h>
 
+#include <utility>
+
 namespace mirel {
 
 namespace {
@@ -20,12 +22,16 @@ void ReadCount(rapidjson::Value& metadata, const char* name, unsigned int& count
 LiteModelReader::LiteModelReader(LiteModel& model) : model_(model) {}
 
 bool LiteModelReader::Load(const std::string& text) {
-  return LoadIndex(text);
+  return LoadIndex(std::string(text));
 }
 
-bool LiteModelReader::LoadIndex(const std::string& text) {
+bool LiteModelReader::Load(std::string&& text) {
+  return LoadIndex(std::move(text));
+}
+
+bool LiteModelReader::LoadIndex(std::string&& text) {
   ShallowDocument document;
-  if (!document.ParseText(text.c_str())) {
+  if (!document.ParseText(std::move(text))) {
     if (document.IsTooDeep()) {
       MIREL_FAILURE("The index nests deeper than %d levels of objects and arrays", kMaxIndexDepth);
     } else {

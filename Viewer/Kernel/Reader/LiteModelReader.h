@@ -23,6 +23,8 @@ class MIREL_VIEWER_KERNEL_API LiteModelReader {
   /// cannot be read are left out, after messages of their own. A count that is no unsigned 32-bit integer counts as
   /// absent, and an absent one keeps its value. Loading twice adds every item twice.
   bool Load(const std::string& text);
+  /// The same, but the text is taken over instead of copied: parsing works in it.
+  bool Load(std::string&& text);
 
   unsigned int GetPkgShape() const { return pkgShape_; }
   void SetPkgShape(unsigned int count) { pkgShape_ = count; }
@@ -30,7 +32,7 @@ class MIREL_VIEWER_KERNEL_API LiteModelReader {
   void SetPkgGRep(unsigned int count) { pkgGRep_ = count; }
 
  private:
-  bool LoadIndex(const std::string& text);
+  bool LoadIndex(std::string&& text);
 
   unsigned int pkgGRep_ = 0;
   unsigned int pkgShape_ = 0;

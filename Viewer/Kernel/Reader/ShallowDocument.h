@@ -9,6 +9,8 @@
 #include <charconv>
 #include <cstddef>
 #include <cstdint>
+#include <string>
+#include <utility>
 
 namespace mirel {
 
@@ -18,12 +20,14 @@ namespace mirel {
 /// and saved. The parser's own conversion to full precision makes large numbers of some zeros (0e-30).
 class ShallowDocument : public rapidjson::Document {
  public:
-  /// Parses text up to its first NUL character. False when it is no JSON, or nests too deep.
-  bool ParseText(const char* text) {
+  /// Parses text up to its first NUL character. False when it is no JSON, or nests too deep. The document keeps the
+  /// text, because its strings stay where they stand there.
+  bool ParseText(std::string text) {
+    text_ = std::move(text);
     rapidjson::ParseResult result;
     auto parse = [&](rapidjson::Document&) {
-      rapidjson::StringStream stream(text);
-      constexpr unsigned int kFlags = rapidjson::kParseDefaultFlags | rapidjson::kParseNumbersAsStringsFlag;
+      rapidjson::InsituStringStream stream(text_.data());
+      constexpr unsigned int kFlags = rapidjson::kParseInsituFlag | rapidjson::kParseNumbersAsStringsFlag;
       result = rapidjson::Reader().Parse<kFlags>(stream, *this);
       return !result.IsError();
     };
@@ -111,6 +115,7 @@ class ShallowDocument : public rapidjson::Document {
     return true;
   }
 
+  std::string text_;
   int depth_ = 0;
   std::size_t errorOffset_ = 0;
 };
