@@ -10,8 +10,14 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 build=${MIREL_FUZZ_BUILD:-build/fuzz}
-# Inputs are small, so these are bounds on what an input may cost in proportion to its size.
-limits=(-max_len=65536 -timeout=10 -rss_limit_mb=2048 -malloc_limit_mb=256)
+# Inputs are small, so these are bounds on what an input may cost in proportion to its size. The seconds are those of the
+# clock, of which other programs take some.
+limits() { # TARGET
+  printf '%s\n' -max_len=65536 -timeout=25 -malloc_limit_mb=256
+  # What watches the memory is a thread. A target that forks must have none: the child inherits the locks that it holds. Its
+  # children have limits of their own.
+  if [[ $1 == BodyMeshFuzz ]]; then echo -rss_limit_mb=0; else echo -rss_limit_mb=2048; fi
+}
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_stack_use_after_return=0}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
 export ASAN_SYMBOLIZER_PATH=${ASAN_SYMBOLIZER_PATH:-$(command -v llvm-symbolizer-14 || true)}
@@ -43,7 +49,7 @@ make_scratch() {
 quick() { # TARGET
   make_scratch
   mkdir "$scratch/corpus"
-  "$build/bin/$1" "$scratch/corpus" $(source_inputs "$1") $(dictionary "$1") "${limits[@]}" \
+  "$build/bin/$1" "$scratch/corpus" $(source_inputs "$1") $(dictionary "$1") $(limits "$1") \
     -max_total_time=4 -seed=1 -artifact_prefix="$build/" -print_final_stats=1 -verbosity=0
 }
 
@@ -53,7 +59,7 @@ run_one() { # TARGET SECONDS: goes on after a finding until the time is over or 
   : >"$log"
   local begin=$SECONDS left=$2 found=0
   while [[ $left -gt 0 && $found -lt 10 ]]; do
-    if ! "$build/bin/$target" "$corpus" $(source_inputs "$target") $(dictionary "$target") "${limits[@]}" \
+    if ! "$build/bin/$target" "$corpus" $(source_inputs "$target") $(dictionary "$target") $(limits "$target") \
       -max_total_time="$left" -artifact_prefix="$findings/" -print_final_stats=1 -reload=0 >>"$log" 2>&1; then
       found=$((found + 1))
     fi
@@ -62,7 +68,7 @@ run_one() { # TARGET SECONDS: goes on after a finding until the time is over or 
   local seconds=$((SECONDS - begin))
   # Inputs that others make superfluous go.
   rm -rf "$corpus.new" && mkdir "$corpus.new"
-  if "$build/bin/$target" -merge=1 "$corpus.new" $(source_inputs "$target") "$corpus" "${limits[@]}" >>"$log.merge" 2>&1; then
+  if "$build/bin/$target" -merge=1 "$corpus.new" $(source_inputs "$target") "$corpus" $(limits "$target") >>"$log.merge" 2>&1; then
     rm -rf "$corpus"
     mv "$corpus.new" "$corpus"
   else
@@ -122,9 +128,8 @@ case ${1:-60} in
     scripts/setup.sh fuzz
     make_build fuzz "$build"
     make_scratch
-    export -f run_one source_inputs dictionary
-    export build limits_text="${limits[*]}"
-    printf '%s\n' "${@:-$(list_targets)}" | xargs -P "$(nproc)" -I{} bash -c '
-      limits=($limits_text); run_one {} '"$seconds"
+    export -f run_one source_inputs dictionary limits
+    export build
+    printf '%s\n' "${@:-$(list_targets)}" | xargs -P "$(nproc)" -I{} bash -c "run_one {} $seconds"
     ;;
 esac
