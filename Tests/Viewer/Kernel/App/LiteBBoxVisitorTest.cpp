@@ -1,6 +1,5 @@
 #include <Viewer/Kernel/App/LiteBBoxVisitor.h>
 
-#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Model/LiteLimits.h>
 
 #include <Tests/Support/LogCapture.h>

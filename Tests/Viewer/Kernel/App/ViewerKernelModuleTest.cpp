@@ -3,7 +3,6 @@
 #include <Viewer/Kernel/App/LiteModelLoader.h>
 #include <Viewer/Kernel/Host/Application/StreamModelLoaderFactory.h>
 #include <Viewer/Kernel/Host/Core/DialogUtil.h>
-#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/Host/Renderer/Scene.h>
 #include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
 #include <Viewer/Kernel/Host/View/Command.h>
@@ -14,51 +13,27 @@
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
 #include <Tests/Support/LogCapture.h>
+#include <Tests/Support/RunThreads.h>
 #include <Tests/Support/TestFolder.h>
 #include <Tests/Support/TestModel.h>
 
 #include <gtest/gtest.h>
 
-#include <thread>
-
 namespace mirel {
 namespace {
 
-TEST(ViewerKernelModule, RegistersEachThingOnce) {
-  const auto check = [] {
-    EXPECT_EQ(StreamModelLoaderFactory::Instance().GetKeys(), std::vector<std::string>{"Lite"});
-    EXPECT_TRUE(dynamic_cast<LiteModelLoader*>(StreamModelLoaderFactory::Instance().Create("Lite").get()));
-
-    const std::vector<std::shared_ptr<Command>> commands = CommandManager::Instance().GetCommands();
-    ASSERT_EQ(commands.size(), 1U);
-    EXPECT_EQ(commands[0]->GetName(), "ImportLiteModel");
-
-    const std::vector<std::shared_ptr<SceneReader>> readers = SceneExchangeManager::Instance().GetReaders();
-    ASSERT_EQ(readers.size(), 1U);
-    EXPECT_TRUE(dynamic_cast<LiteSceneReader*>(readers[0].get()));
-    EXPECT_EQ(SceneExchangeManager::Instance().FindReader("a/index.gz"), readers[0]);
-  };
-  check();
-  std::vector<std::thread> threads;
-  for (int i = 0; i < 8; ++i) {
-    threads.emplace_back([] {
-      RegisterViewerKernelModule();
-      EXPECT_TRUE(StreamModelLoaderFactory::Instance().Create("Lite"));
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
-  RegisterViewerKernelModule();
-  check();
-}
-
-TEST(ViewerKernelModule, RegistersTheLoaderOnItsFirstCallOnly) {
-  struct Other : LiteModelLoader {};
-  RegisterViewerKernelModule();
+TEST(ViewerKernelModule, RegistersOnItsFirstCallOnly) {
   StreamModelLoaderFactory& factory = StreamModelLoaderFactory::Instance();
-  factory.AddFactoryT<Other>("Lite");
+  EXPECT_TRUE(dynamic_cast<LiteModelLoader*>(factory.Create("Lite").get())) << "when it is loaded";
+  const auto reader = SceneExchangeManager::Instance().FindReader("a/index.gz");
+  EXPECT_TRUE(dynamic_cast<LiteSceneReader*>(reader.get()));
   RegisterViewerKernelModule();
-  EXPECT_TRUE(dynamic_cast<Other*>(factory.Create("Lite").get())) << "later calls do nothing";
+  struct Other : LiteModelLoader {};
+  factory.AddFactoryT<Other>("Lite");
+  RunThreads(8, [](std::size_t) { RegisterViewerKernelModule(); });
+  EXPECT_TRUE(dynamic_cast<Other*>(factory.Create("Lite").get()));
+  EXPECT_EQ(SceneExchangeManager::Instance().GetReaders().size(), 1U);
+  EXPECT_EQ(CommandManager::Instance().GetCommands().size(), 1U);
   factory.AddFactoryT<LiteModelLoader>("Lite");
 }
 

@@ -29,10 +29,8 @@ std::unique_ptr<ShapeItem> ReadShape(const std::string& members) {
 }
 
 TEST(ItemJson, WritesExactlyTheseTexts) {
-  EXPECT_EQ(Write(*MakeGroup(1, "G")), R"({"Type":"Group","Id":"1","Name":"G","Children":[]})");
-  EXPECT_EQ(Write(*MakeInstance(18446744073709551615U, "I", 0)),
-            R"({"Type":"Instance","Id":"18446744073709551615","Name":"I","TId":"0"})");
-
+  EXPECT_EQ(Write(*MakeGroup(18446744073709551615U, "G")),
+            R"({"Type":"Group","Id":"18446744073709551615","Name":"G","Children":[]})");
   auto shape = MakeShape(3, "S", 4);
   shape->SetColor({1.0F, 0.0F, 0.0F});
   shape->SetTransform(Move(10.0, 20.0, 30.0));
@@ -83,25 +81,16 @@ TEST(ItemJson, StringsAreEscapedAndOtherwiseKeptByteForByte) {
 TEST(ItemJson, NumbersComeBack) {
   std::mt19937_64 random(1);
   std::uniform_real_distribution<double> length(-1e4, 1e4);
-  for (int i = 0; i < 1000; ++i) {
-    auto item = MakeShape(1, "", 2);
-    glm::dmat4 matrix;
-    for (int k = 0; k < 16; ++k)
-      matrix[k / 4][k % 4] = length(random);
-    item->SetTransform(matrix);
-    const glm::vec3 color(std::abs(matrix[0][0]), matrix[0][1], matrix[0][2]);
-    item->SetColor(color);
-    const std::unique_ptr<LiteModelItem> back = ReadItem(Write(*item));
-    ASSERT_TRUE(back);
-    EXPECT_EQ(back->GetColor(), color);
-    for (int k = 0; k < 16; ++k)
-      EXPECT_DOUBLE_EQ(back->GetTransform()[k / 4][k % 4], matrix[k / 4][k % 4]) << "but for rounding";
-  }
-  // The ends of the range: still a number when it comes back.
-  for (const double value : {DBL_MAX, -DBL_MAX, std::nextafter(DBL_MAX, 0.0), DBL_MIN}) {
+  std::vector<double> values{DBL_MAX, -DBL_MAX, std::nextafter(DBL_MAX, 0.0), DBL_MIN, DBL_TRUE_MIN};
+  for (int i = 0; i < 10000; ++i)
+    values.push_back(length(random));
+  for (const double value : values) {
     InstanceItem item;
     item.SetTransform(Move(value, 0.0, 0.0));
-    EXPECT_DOUBLE_EQ(ReadItem(Write(item))->GetTransform()[3][0], value);
+    item.SetColor(glm::vec3(std::fmod(std::abs(value), 1e4), 0.0, 0.0));
+    const std::unique_ptr<LiteModelItem> back = ReadItem(Write(item));
+    EXPECT_DOUBLE_EQ(back->GetTransform()[3][0], value) << "but for rounding";
+    EXPECT_EQ(back->GetColor(), item.GetColor());
   }
 }
 
@@ -221,21 +210,6 @@ TEST(ItemJson, AnItemIsRejectedForThese) {
   EXPECT_EQ(dynamic_cast<InstanceItem&>(*ReadItem(R"({"Type":"Instance"})")).GetTypeId(), ObjectId());
 }
 
-TEST(ItemJson, ChildrenThatCannotBeReadAreLeftOut) {
-  LogCapture log;
-  const std::unique_ptr<LiteModelItem> item =
-      ReadItem(R"({"Type":"Group","Children":[{"Type":"Shape","Id":"1"},7,{},{"Type":"X"},{"Type":"Group"},)"
-               R"({"Type":"Group","Children":[null,{"Type":"Shape","Id":"3"}]},{"Id":"9","Type":"Shape"}]})");
-  ASSERT_TRUE(item);
-  const auto& children = dynamic_cast<GroupItem&>(*item).GetChildren();
-  ASSERT_EQ(children.size(), 3U);
-  EXPECT_EQ(children[0]->GetId(), Id(1));
-  EXPECT_EQ(dynamic_cast<GroupItem&>(*children[1]).GetChildren().size(), 1U);
-  EXPECT_EQ(children[2]->GetId(), Id(9));
-  EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"Not Object!", "Type is null", "Not Object!"}));
-  EXPECT_EQ(log.GetTexts(1), std::vector<std::string>{"Invalid type X"});
-}
-
 TEST(ItemJson, ReadAddsToWhatAnItemHolds) {
   auto group = MakeGroup(1, "old", MakeShape(2, "", 0));
   rapidjson::Document document;
@@ -243,13 +217,6 @@ TEST(ItemJson, ReadAddsToWhatAnItemHolds) {
   EXPECT_TRUE(group->Read(document));
   EXPECT_EQ(group->GetName(), "old");
   EXPECT_EQ(group->GetChildren().size(), 2U);
-
-  auto shape = MakeShape(1, "", 7);
-  shape->SetFaceColor(1, glm::vec3(0.0F));
-  document.Parse(R"({"FColor":[{"FId":2}]})");
-  EXPECT_TRUE(shape->Read(document));
-  EXPECT_EQ(shape->GetFaceColor().size(), 2U);
-  EXPECT_EQ(shape->GetShapeId(), Id(7));
 }
 
 /// An instance with this placement, of type 100 with another placement and this tag.
@@ -271,13 +238,12 @@ struct InstanceOfType {
 TEST(InstanceJson, AnInstanceOfASharedOrUnusedTypeNamesIt) {
   for (const unsigned int tag : {0U, 2U, 4294967295U}) {
     InstanceOfType sample(tag);
-    const std::string text = WriteItem(*sample.instance, sample.model);
-    EXPECT_EQ(text.find(R"({"Type":"Instance","Id":"1","Name":"instance")"), 0U) << text;
-    EXPECT_NE(text.find(R"("TId":"100")"), std::string::npos) << text;
+    sample.instance->SetTransform(glm::dmat4(1.0));
+    EXPECT_EQ(WriteItem(*sample.instance, sample.model),
+              R"({"Type":"Instance","Id":"1","Name":"instance","TId":"100"})");
   }
   LogCapture log;
-  EXPECT_EQ(WriteItem(*MakeInstance(1, "", 99), LiteModel()),
-            R"({"Type":"Instance","Id":"1","Name":"","TId":"99"})");
+  EXPECT_EQ(Write(*MakeInstance(1, "", 99)), R"({"Type":"Instance","Id":"1","Name":"","TId":"99"})");
   EXPECT_TRUE(log.GetEntries().empty());
 }
 
@@ -351,17 +317,6 @@ TEST(ItemNesting, WhatIsDeeperThanTheLimitIsLeftOutWithAMessage) {
   EXPECT_EQ(log.GetTexts(3).size(), 1U);
   EXPECT_EQ(Write(*item).find("\"7777\""), std::string::npos);
   EXPECT_NE(Write(*item).find("\"9999\""), std::string::npos);
-}
-
-TEST(ItemNesting, AnEmptyChildIsNotWritten) {
-  LogCapture log;
-  auto group = MakeGroup(1, "", MakeShape(2, "", 3));
-  group->AddItem(nullptr);
-  group->AddItem(MakeInstance(4, "", 5));
-  EXPECT_EQ(Write(*group),
-            R"({"Type":"Group","Id":"1","Name":"","Children":[{"Type":"Shape","Id":"2","Name":"",)"
-            R"("SId":"3","FColor":[]},{"Type":"Instance","Id":"4","Name":"","TId":"5"}]})");
-  EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"An empty item is not written"});
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
-#include <Viewer/Kernel/Host/Core/ObjectId.h>
-
 #include <Tests/Support/ChildRun.h>
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Support/TestFolder.h>
@@ -15,46 +13,30 @@ namespace {
 namespace fs = std::filesystem;
 
 TEST(FailedSave, WhatIsInTheWayStaysAndIsNamed) {
-  struct Case {
-    const char* name;
-    std::function<void(const std::string& folder)> prepare;
-    std::string message;  // with the folder's path in place of FOLDER
+  const struct {
+    std::string place;
+    bool isFolder;
+    std::string before, after;  // of its path in the message
+  } cases[] = {
+      {"model/1.gz", true, "", " is in the way: it is not a file"},
+      {"index.gz", true, "", " is in the way: it is not a file"},
+      {"grep", false, "Cannot create folder ", "/: "},
   };
-  const auto makeFolder = [](const char* name) {
-    return [=](const std::string& folder) {
-      fs::remove(fs::u8path(folder + name));
-      fs::create_directories(fs::u8path(folder + name));
-      WriteFile(folder + name + "/notes.txt", "precious");
-    };
-  };
-  const auto makeFile = [](const char* name) {
-    return [=](const std::string& folder) {
-      fs::remove_all(fs::u8path(folder + name));
-      WriteFile(folder + name, "precious");
-    };
-  };
-  const Case cases[] = {
-      {"a folder for a package", makeFolder("model/1.gz"),
-       "FOLDERmodel/1.gz is in the way: it is not a file"},
-      {"a folder for graphics", makeFolder("grep/1.gz"), "FOLDERgrep/1.gz is in the way: it is not a file"},
-      {"a folder for the index", makeFolder("index.gz"), "FOLDERindex.gz is in the way: it is not a file"},
-      {"a file for a folder", makeFile("model"), "Cannot create folder FOLDERmodel/: "},
-      {"a file for the other folder", makeFile("grep"), "Cannot create folder FOLDERgrep/: "},
-  };
-  for (const Case& c : cases) {
-    SCOPED_TRACE(c.name);
+  for (const auto& [place, isFolder, before, after] : cases) {
+    SCOPED_TRACE(place);
     const TestFolder folder;
+    const std::string path = folder.GetPath() + place;
     LiteModel model;
     FillAssembly(model);
     LiteModelWriter(model).Save(folder.GetPath());
-    c.prepare(folder.GetPath());
-    const FileContents before = ReadFiles(folder.GetPath());
+    fs::remove_all(fs::u8path(path));
+    if (isFolder) fs::create_directories(fs::u8path(path));
+    WriteFile(path + (isFolder ? "/notes.txt" : ""), "precious");
+    const FileContents files = ReadFiles(folder.GetPath());
     LogCapture log;
     LiteModelWriter(model).Save(folder.GetPath());
-    std::string message = c.message;
-    message.replace(message.find("FOLDER"), 6, folder.GetPath());
-    EXPECT_TRUE(log.Contains(message)) << ::testing::PrintToString(log.GetTexts(3));
-    EXPECT_TRUE(ReadFiles(folder.GetPath()) == before);
+    EXPECT_TRUE(log.Contains(before + path + after)) << ::testing::PrintToString(log.GetTexts(3));
+    EXPECT_TRUE(ReadFiles(folder.GetPath()) == files);
   }
 }
 

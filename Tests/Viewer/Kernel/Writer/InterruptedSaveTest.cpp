@@ -1,12 +1,8 @@
-#include <Viewer/Kernel/Writer/LiteModelWriter.h>
-
-#include <Viewer/Kernel/Host/Renderer/SceneNode.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 
 #include <Tests/Support/ChildRun.h>
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Support/TestFolder.h>
-#include <Tests/Support/TestModel.h>
 
 #include <gtest/gtest.h>
 
@@ -74,19 +70,6 @@ TEST_F(InterruptedSave, KilledAnywhereItLeavesTheOldModelTheNewOneOrNone) {
   EXPECT_GE(asOld, 10) << "all the time until every file is there";
   EXPECT_GE(asNew, 1);
   EXPECT_GE(refused, 5) << "while five files are moved";
-}
-
-TEST_F(InterruptedSave, KilledWhereThereWasNothingItLeavesNoModelOrAWholeOne) {
-  if (!CanTrace()) GTEST_SKIP() << "skipped: cannot watch a process here";
-  for (unsigned int step = 0;; ++step) {
-    SCOPED_TRACE(step);
-    fs::remove_all(folder_.GetFsPath());
-    if (!RunUntil(step, Command(3, path_)).killed) break;
-    ASSERT_LT(step, 200U);
-    LogCapture log;
-    const std::shared_ptr<SceneNode> root = LiteSceneReader().Load(path_ + "index.gz", nullptr);
-    EXPECT_EQ(log.GetTexts(3).size(), root ? 0U : 1U);
-  }
 }
 
 // A model whose packages are someone else's would be missing some, or hold boxes of two sizes.

@@ -7,6 +7,7 @@
 #include <Viewer/Kernel/Host/Core/StringUtil.h>
 
 #include <Tests/Support/LogCapture.h>
+#include <Tests/Support/RunThreads.h>
 #include <Tests/Support/TestFolder.h>
 
 #include <gtest/gtest.h>
@@ -14,7 +15,6 @@
 #include <cmath>
 #include <filesystem>
 #include <limits>
-#include <thread>
 #include <unordered_set>
 #include <vector>
 
@@ -37,24 +37,17 @@ TEST(ObjectId, TextFormIsTheDecimalInteger) {
 }
 
 TEST(ObjectId, NewIdsDifferAcrossThreads) {
-  constexpr std::size_t kThreads = 8;
-  constexpr std::size_t kIds = 20000;
-  std::vector<std::vector<ObjectId>> drawn(kThreads);
-  std::vector<std::thread> threads;
-  for (std::vector<ObjectId>& ids : drawn) {
-    threads.emplace_back([&ids] {
-      for (std::size_t i = 0; i < kIds; ++i)
-        ids.push_back(ObjectId::NewId());
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
+  std::vector<std::vector<ObjectId>> drawn(8);
+  RunThreads(8, [&](std::size_t t) {
+    for (int i = 0; i < 20000; ++i)
+      drawn[t].push_back(ObjectId::NewId());
+  });
   std::unordered_set<unsigned long long> distinct{0};
   for (const std::vector<ObjectId>& ids : drawn) {
     for (const ObjectId& id : ids)
       distinct.insert(id.GetInteger());
   }
-  EXPECT_EQ(distinct.size(), kThreads * kIds + 1);
+  EXPECT_EQ(distinct.size(), 160001U);
 }
 
 TEST(Logger, FormatsAndKeepsLongTextWhole) {
@@ -83,15 +76,10 @@ TEST(Logger, SinkCanBeTakenAwayAndPutBack) {
 
 TEST(Logger, TakesMessagesFromManyThreads) {
   LogCapture log;
-  std::vector<std::thread> threads;
-  for (int t = 0; t < 8; ++t) {
-    threads.emplace_back([] {
-      for (int i = 0; i < 500; ++i)
-        Logger::Instance().Message(2, "message %d", i);
-    });
-  }
-  for (std::thread& thread : threads)
-    thread.join();
+  RunThreads(8, [](std::size_t) {
+    for (int i = 0; i < 500; ++i)
+      Logger::Instance().Message(2, "message %d", i);
+  });
   EXPECT_EQ(log.GetEntries().size(), 4000U);
   EXPECT_EQ(log.Count(2, "message 499"), 8);
 }

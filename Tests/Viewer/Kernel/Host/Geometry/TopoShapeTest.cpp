@@ -3,6 +3,7 @@
 #include <Tests/Viewer/Kernel/Host/Geometry/BodySamples.h>
 
 #include <Tests/Support/LogCapture.h>
+#include <Tests/Support/RunThreads.h>
 
 #include <TopExp.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
@@ -11,7 +12,6 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
 namespace mirel::test {
@@ -67,11 +67,7 @@ TEST(TopoShape, DecodesOnceForAllThreads) {
   for (int round = 0; round < 20; ++round) {
     const std::shared_ptr<TopoShape> body = TopoShape::Read(WriteBRepText(Samples()[0].shape));
     std::vector<TopoDS_Shape> shapes(8);
-    std::vector<std::thread> threads;
-    for (TopoDS_Shape& shape : shapes)
-      threads.emplace_back([&body, &shape] { shape = body->GetImpl(); });
-    for (std::thread& thread : threads)
-      thread.join();
+    RunThreads(8, [&](std::size_t t) { shapes[t] = body->GetImpl(); });
     for (const TopoDS_Shape& shape : shapes) {
       ASSERT_FALSE(shape.IsNull());
       EXPECT_TRUE(shape.IsSame(shapes[0]));

@@ -30,6 +30,12 @@ double Distance(const glm::dvec3& point, const TopoDS_Shape& shape) {
   return distance.IsDone() ? distance.Value() : INFINITY;
 }
 
+// The corners of the triangle that begins at an index.
+std::array<glm::dvec3, 3> Corners(const GRepMesh& mesh, std::size_t index) {
+  return {mesh.GetPosition(mesh.triangles[index]), mesh.GetPosition(mesh.triangles[index + 1]),
+          mesh.GetPosition(mesh.triangles[index + 2])};
+}
+
 // Projecting on the surface is quick, but finds no point or a wrong one at borders; then the face itself is
 // asked.
 double FaceDistance(const glm::dvec3& point, GeomAPI_ProjectPointOnSurf& surface, const TopoDS_Face& face,
@@ -85,19 +91,18 @@ testing::AssertionResult IsConsistent(const GRepMesh& mesh) {
 }
 
 testing::AssertionResult IsSame(const GRepMesh& a, const GRepMesh& b) {
-  if (a.box.GetState() != b.box.GetState()) return AssertionFailure() << "box states";
-  if (a.box.IsFinite() && (a.box.GetMin() != b.box.GetMin() || a.box.GetMax() != b.box.GetMax()))
-    return AssertionFailure() << "boxes";
-  if (a.gridOrigin != b.gridOrigin || a.gridStep != b.gridStep) return AssertionFailure() << "grids";
-  if (a.linearDeflection != b.linearDeflection || a.angularDeflection != b.angularDeflection)
-    return AssertionFailure() << "deflections";
-  if (!SameBytes(a.vertices, b.vertices) || !SameBytes(a.fineVertices, b.fineVertices))
-    return AssertionFailure() << "vertices";
-  if (!SameBytes(a.faces, b.faces) || !SameBytes(a.triangles, b.triangles))
-    return AssertionFailure() << "triangles";
-  if (!SameBytes(a.edges, b.edges) || !SameBytes(a.polylines, b.polylines))
-    return AssertionFailure() << "polylines";
-  return AssertionSuccess();
+  const bool sameBox =
+      a.box.GetState() == b.box.GetState() &&
+      (!a.box.IsFinite() || (a.box.GetMin() == b.box.GetMin() && a.box.GetMax() == b.box.GetMax()));
+  const bool sameNumbers = a.gridOrigin == b.gridOrigin && a.gridStep == b.gridStep &&
+                           a.linearDeflection == b.linearDeflection &&
+                           a.angularDeflection == b.angularDeflection;
+  const bool sameArrays = SameBytes(a.vertices, b.vertices) && SameBytes(a.fineVertices, b.fineVertices) &&
+                          SameBytes(a.faces, b.faces) && SameBytes(a.triangles, b.triangles) &&
+                          SameBytes(a.edges, b.edges) && SameBytes(a.polylines, b.polylines);
+  if (sameBox && sameNumbers && sameArrays) return AssertionSuccess();
+  return AssertionFailure() << "same box: " << sameBox << ", numbers: " << sameNumbers
+                            << ", arrays: " << sameArrays;
 }
 
 double MeasureDeviation(const GRepMesh& mesh, const TopoDS_Shape& body) {
@@ -116,9 +121,7 @@ double MeasureDeviation(const GRepMesh& mesh, const TopoDS_Shape& body) {
     projection.Init(surface, u0, u1, v0, v1);
     const std::uint32_t stride = 3 * (1 + range.indexCount / 3 / 150);
     for (std::uint32_t i = 0; i < range.indexCount; i += stride) {
-      glm::dvec3 p[3];
-      for (std::uint32_t k = 0; k < 3; ++k)
-        p[k] = mesh.GetPosition(mesh.triangles[range.firstIndex + i + k]);
+      const auto p = Corners(mesh, range.firstIndex + i);
       for (const glm::dvec3& weight : {glm::dvec3(1, 0, 0), glm::dvec3(0.5, 0.5, 0), glm::dvec3(0, 0.5, 0.5),
                                        glm::dvec3(0.5, 0, 0.5), glm::dvec3(1.0 / 3)})
         worst = std::max(worst, FaceDistance(weight.x * p[0] + weight.y * p[1] + weight.z * p[2], projection,
@@ -141,10 +144,8 @@ double MeasureVolume(const GRepMesh& mesh) {
   const glm::dvec3 origin = mesh.box.GetMin();
   double volume = 0.0;
   for (std::size_t i = 0; i < mesh.triangles.size(); i += 3) {
-    glm::dvec3 p[3];
-    for (std::size_t k = 0; k < 3; ++k)
-      p[k] = mesh.GetPosition(mesh.triangles[i + k]) - origin;
-    volume += glm::dot(p[0], glm::cross(p[1], p[2])) / 6.0;
+    const auto p = Corners(mesh, i);
+    volume += glm::dot(p[0] - origin, glm::cross(p[1] - origin, p[2] - origin)) / 6.0;
   }
   return volume;
 }
@@ -152,13 +153,11 @@ double MeasureVolume(const GRepMesh& mesh) {
 bool IsClosed(const GRepMesh& mesh) {
   using Place = std::array<double, 3>;
   std::map<std::pair<Place, Place>, int> sides;
-  const auto place = [&](std::uint32_t vertex) {
-    const glm::dvec3 p = mesh.GetPosition(vertex);
-    return Place{p.x, p.y, p.z};
-  };
   for (std::size_t i = 0; i < mesh.triangles.size(); i += 3)
     for (std::size_t k = 0; k < 3; ++k) {
-      const Place a = place(mesh.triangles[i + k]), b = place(mesh.triangles[i + (k + 1) % 3]);
+      const auto p = Corners(mesh, i);
+      const glm::dvec3 &from = p[k], &to = p[(k + 1) % 3];
+      const Place a{from.x, from.y, from.z}, b{to.x, to.y, to.z};
       if (a < b) ++sides[{a, b}];
       if (b < a) --sides[{b, a}];
     }
@@ -170,9 +169,7 @@ bool IsClosed(const GRepMesh& mesh) {
 double SmallestNormalCosine(const GRepMesh& mesh) {
   double smallest = 1.0;
   for (std::size_t i = 0; i < mesh.triangles.size(); i += 3) {
-    glm::dvec3 p[3];
-    for (std::size_t k = 0; k < 3; ++k)
-      p[k] = mesh.GetPosition(mesh.triangles[i + k]);
+    const auto p = Corners(mesh, i);
     const glm::dvec3 area = glm::cross(p[1] - p[0], p[2] - p[0]);
     const double longest =
         std::max({glm::length(p[1] - p[0]), glm::length(p[2] - p[1]), glm::length(p[0] - p[2])});
