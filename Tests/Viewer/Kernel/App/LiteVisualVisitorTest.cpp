@@ -68,6 +68,7 @@ TEST(LiteVisualVisitor, TagsBecomeTheUuidsOfTheLastNodes) {
   const auto boltNode = [&](std::size_t instance) { return nodesOf(nodesOf(nodes[instance])[0])[0]; };
   EXPECT_EQ(bolt->GetTag(), boltNode(1)->GetUuid());
   EXPECT_NE(bolt->GetTag(), boltNode(0)->GetUuid());
+  EXPECT_EQ(model.FindType(Id(100))->GetTag(), nodesOf(nodes[1])[0]->GetUuid());
   EXPECT_EQ(model.FindType(Id(300))->GetTag(), 77U);
   EXPECT_EQ(model.GetItems()[2]->GetTag(), 88U);
   EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"Shape is null!"});

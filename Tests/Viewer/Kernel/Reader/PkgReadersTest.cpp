@@ -125,6 +125,14 @@ TYPED_TEST(PkgReaderTest, RefusesATableThatDoesNotFit) {
   EXPECT_TRUE(this->log_.GetEntries().empty());
 }
 
+TYPED_TEST(PkgReaderTest, BelievesNoSizeBeyondTheBytes) {
+  std::string package = MakePackage({{1, TypeParam::Bytes(1)}, {2, TypeParam::Bytes(2)}});
+  std::memset(&package[4 + 12], 0xFF, 4);
+  EXPECT_TRUE(this->Load(package));
+  EXPECT_EQ(this->Count(), 0U) << "the first item is cut short and takes the second one's bytes";
+  EXPECT_EQ(this->log_.Count(3, "Shape is null!"), 2);
+}
+
 TEST(PkgGRepReader, ARecordMayBeShorterThanItsItem) {
   LiteModel model;
   const std::string record = GRepKind::Bytes(1);
