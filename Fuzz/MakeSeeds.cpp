@@ -16,6 +16,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <string>
 
 using namespace mirel;
@@ -37,34 +38,36 @@ std::string Gzip(const std::string& content, int level) {
   return file;
 }
 
-/// The index of a model with everything in it, others by hand.
-std::vector<std::string> MakeIndexes() {
+/// Indexes by the names of their seeds: that of a model with everything in it, others by hand.
+std::map<std::string, std::string> MakeIndexes() {
   LiteModel model;
   FillAssembly(model);
   const TestFolder folder;
   LiteModelWriter(model).Save(folder.GetPath());
-  const std::string sharedTypes =
-      R"({"Version":1,"Metadata":{"PkgShape":2,"PkgGRep":2},"Types":[)"
-      R"({"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"2"},{"Type":"Instance","TId":"2"}]},)"
-      R"({"Type":"Group","Id":"2","Children":[{"Type":"Instance","TId":"3"},{"Type":"Instance","TId":"3"}]},)"
-      R"({"Type":"Shape","Id":"3","SId":"7","Transform":[0,1,0,0,-1,0,0,0,0,0,1,0,5,6,7.5,1]}],)"
-      R"("Items":[{"Type":"Instance","TId":"1","Color":[0.5,0.5,0.5]}]})";
-  const std::string faults =
-      R"({"Types":[{"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"1"}]}],"Items":[)"
-      R"({"Type":"Instance","TId":"1"},{"Type":"Instance","TId":"9"},{"Type":"Shape","Id":5,"SId":null},)"
-      R"({"Type":"Cone"},{"Type":"Group"},7,{"Type":"Shape","FColor":[{"FId":-1,"Color":[1]},{"FId":2}]}]})";
-  const std::string whiteSpace =
-      R"( { "Items" : [ { "Type" : "Shape" , "Name" : "a\u0000b\u4f8b" , "Color" : [ 1e-3, 2E2, -0.0 ] } ] ,)"
-      R"( "Types" : [ { "Type" : "Shape", "Id" : "18446744073709551615" } ], "Other" : { "x" : [ ] } } )";
-  return {Inflate(folder.GetPath() + "index.gz"), R"({"Types":[],"Items":[]})", sharedTypes, faults,
-          whiteSpace};
+  return {
+      {"assembly", Inflate(folder.GetPath() + "index.gz")},
+      {"empty", R"({"Types":[],"Items":[]})"},
+      {"shared-types",
+       R"({"Version":1,"Metadata":{"PkgShape":2,"PkgGRep":2},"Types":[)"
+       R"({"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"2"},{"Type":"Instance","TId":"2"}]},)"
+       R"({"Type":"Group","Id":"2","Children":[{"Type":"Instance","TId":"3"},{"Type":"Instance","TId":"3"}]},)"
+       R"({"Type":"Shape","Id":"3","SId":"7","Transform":[0,1,0,0,-1,0,0,0,0,0,1,0,5,6,7.5,1]}],)"
+       R"("Items":[{"Type":"Instance","TId":"1","Color":[0.5,0.5,0.5]}]})"},
+      {"faults",
+       R"({"Types":[{"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"1"}]}],"Items":[)"
+       R"({"Type":"Instance","TId":"1"},{"Type":"Instance","TId":"9"},{"Type":"Shape","Id":5,"SId":null},)"
+       R"({"Type":"Cone"},{"Type":"Group"},7,{"Type":"Shape","FColor":[{"FId":-1,"Color":[1]},{"FId":2}]}]})"},
+      {"type-used-once",
+       R"({"Types":[{"Type":"Shape","Id":"3","SId":"7","Transform":[0,1,0,0,-1,0,0,0,0,0,1,0,5,6,7.5,1]}],)"
+       R"("Items":[{"Type":"Instance","TId":"3","Transform":[2,0,0,0,0,2,0,0,0,0,2,0,1,0,0,1]}]})"},
+      {"white-space",
+       R"( { "Items" : [ { "Type" : "Shape" , "Name" : "a\u0000b\u4f8b" , "Color" : [ 1e-3, 2E2, -0.0 ] } ] ,)"
+       R"( "Types" : [ { "Type" : "Shape", "Id" : "18446744073709551615" } ], "Other" : { "x" : [ ] } } )"}};
 }
 
 void MakeIndexSeeds(const std::string& folder) {
-  static const char* const kNames[] = {"assembly", "empty", "shared-types", "faults", "white-space"};
-  const std::vector<std::string> indexes = MakeIndexes();
-  for (std::size_t i = 0; i < indexes.size(); ++i)
-    WriteFile(folder + kNames[i], indexes[i]);
+  for (const auto& [name, index] : MakeIndexes())
+    WriteFile(folder + name, index);
 }
 
 /// A piece of a stream: kind (0 index, 1 bodies, 2 GReps, 3 neither), size and bytes.
@@ -82,13 +85,14 @@ void MakeStreamSeeds(const std::string& folder) {
       MakePiece(1, MakePackage({{7, ToText(box)}, {10, ToText(box)}, {11, ToText(plane)}}));
   const std::string greps =
       MakePiece(2, MakePackage({{7, ToRecord(MakeGRep(box))}, {10, ToRecord(MakeGRep(box))}}));
-  const std::vector<std::string> indexes = MakeIndexes();
-  WriteFile(folder + "assembly", MakePiece(0, indexes[0]) + greps + bodies);
-  WriteFile(folder + "index-last", bodies + greps + MakePiece(0, indexes[2]));
-  WriteFile(folder + "two-indexes", MakePiece(0, indexes[3]) + greps + MakePiece(0, indexes[2]));
-  WriteFile(folder + "no-bodies", MakePiece(3, "") + MakePiece(0, indexes[2]) + greps);
-  WriteFile(folder + "infinite-box",
-            MakePiece(2, MakePackage({{7, ToRecord(MakeGRep(plane))}})) + MakePiece(0, indexes[2]));
+  std::map<std::string, std::string> indexes = MakeIndexes();
+  WriteFile(folder + "assembly", MakePiece(0, indexes["assembly"]) + greps + bodies);
+  WriteFile(folder + "index-last", bodies + greps + MakePiece(0, indexes["shared-types"]));
+  WriteFile(folder + "two-indexes",
+            MakePiece(0, indexes["faults"]) + greps + MakePiece(0, indexes["shared-types"]));
+  WriteFile(folder + "no-bodies", MakePiece(3, "") + MakePiece(0, indexes["shared-types"]) + greps);
+  WriteFile(folder + "infinite-box", MakePiece(2, MakePackage({{7, ToRecord(MakeGRep(plane))}})) +
+                                         MakePiece(0, indexes["shared-types"]));
 }
 
 void MakeGzipSeeds(const std::string& folder) {
@@ -125,21 +129,15 @@ void MakeBodySeeds(const std::string& textFolder, const std::string& meshFolder)
   }
 }
 
-/// Bodies with little text and few triangles.
-std::vector<test::BodySample> FindSamples(const std::vector<std::string>& names) {
-  std::vector<test::BodySample> found;
-  for (const test::BodySample& sample : test::MakeBodySamples()) {
-    if (std::find(names.begin(), names.end(), sample.name) != names.end()) found.push_back(sample);
-  }
-  return found;
-}
-
 void MakePackageSeeds(const std::string& shapeFolder, const std::string& grepFolder) {
+  // Bodies with little text and few triangles.
+  const std::set<std::string> small = {
+      "vertex",           "empty compound",         "polygon",        "wire",  "face",    "box", "cylinder",
+      "edge on a circle", "face of triangles only", "unbounded face", "wedge", "far away"};
   std::vector<std::pair<unsigned long long, std::string>> bodies;
   std::vector<std::pair<unsigned long long, std::string>> greps;
-  for (const test::BodySample& sample :
-       FindSamples({"vertex", "empty compound", "polygon", "wire", "face", "box", "cylinder",
-                    "edge on a circle", "face of triangles only", "unbounded face", "wedge", "far away"})) {
+  for (const test::BodySample& sample : test::MakeBodySamples()) {
+    if (small.count(sample.name) == 0) continue;
     const auto shape = std::make_shared<TopoShape>(sample.shape);
     bodies.emplace_back(bodies.size() + 1, ToText(shape));
     greps.emplace_back(greps.size() + 1, ToRecord(MakeGRep(shape)));

@@ -4,6 +4,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -41,7 +42,7 @@ struct Axes {
 
 struct Body {
   std::vector<Token> tokens;
-  std::size_t placements = 0;  // the token that counts them
+  Entry placements;  // begins with their number
   std::vector<Entry> entries[kSections];
   std::vector<Axes> axes;
   std::vector<Entry> edgeRanges;  // two parameters each
@@ -49,40 +50,52 @@ struct Body {
 };
 
 // Curves and surfaces of every kind, to be put in the place of others.
-const char* const kPlaneCurves[] = {"1 1 2 -1 0",
-                                    "2 0.1 0.2 0.6 0.8 0.8 -0.6 2",
-                                    "3 0.1 0.2 0.6 0.8 0.8 -0.6 3 1",
-                                    "4 0.1 0.2 0.6 0.8 0.8 -0.6 1",
-                                    "5 0.1 0.2 0.6 0.8 0.8 -0.6 1 2",
-                                    "6 0 3 0 0 1 2 3 2 4 0",
-                                    "7 0 0 2 4 3 0 0 1 2 3 2 4 0 0 3 0.5 1 1 3",
-                                    "7 1 1 2 4 5 0 0 1 1 2 0.5 3 2 2 4 0 1 0 1 1 1 2 1 3 1 4 1",
-                                    "8 -1 1 2 0 0 1 0 0 1 2",
-                                    "9 0.5 2 0 0 1 0 0 1 2"};
-const char* const kSpaceCurves[] = {"1 1 2 3 0 0.6 0.8",
-                                    "2 0 0 0 0 0 1 1 0 0 0 1 0 2.5",
-                                    "3 0 0 0 0 0 1 1 0 0 0 1 0 3 0.5",
-                                    "4 0 0 0 0 0 1 1 0 0 0 1 0 0.75",
-                                    "5 0 0 0 0 0 1 1 0 0 0 1 0 1 2",
-                                    "6 1 3 0 0 0 1 1 2 0 0.5 3 2 0.25 2 4 0 0 1",
-                                    "7 0 0 2 4 7 0 0 0 1 2 0 3 2 0.25 4 0 0 0 1 1 1 2 1 3 1 4 1 5 1 6 1",
-                                    "7 0 1 3 4 5 0 0 0 1 2 0 3 2 0.25 4 0 0 0 1 1 1 2.5 1 3 1 4 1",
-                                    "7 0 0 1 4 4 0 0 0 1 2 0 3 2 0.25 4 0 0 0 2 1 1 2 1 3 2",
-                                    "8 6 7 2 0 0 0 0 0 1 1 0 0 0 1 0 2.5",
-                                    "9 -0.5 0 0 1 2 0 0 0 0 0 1 1 0 0 0 1 0 2.5"};
-const char* const kSurfaceKinds[] = {
-    "1 0 0 0 0 0 1 1 0 0 0 1 0",
-    "2 0 0 0 0 0 1 1 0 0 0 1 0 2",
-    "3 0 0 0 0 0 1 1 0 0 0 1 0 1 -0.5",
-    "4 0 0 0 0 0 1 1 0 0 0 1 0 3",
-    "5 0 0 0 0 0 1 1 0 0 0 1 0 1 2",
-    "6 0 0.6 0.8 3 0 0 0 0 0 1 1 0 0 0 1 0 3 2",
-    "7 -5 0 0 0 1 0 6 0 3 0 0 0 1 2 0 3 2 0.25 4 0 0",
-    "8 1 0 1 2 0 0 0 1 0 1 1 2 0 2 0 1 1 0 0 1 1 1 1 0.5 1 2 0 1",
-    "9 0 0 0 0 2 1 3 2 2 2 0 0 0 0 1 1 1 0 1 1 1 2 2 0 0 2 1 1 0 3 1 3 0 2 1 2",
-    "10 6 7 -1 1 2 0 0 0 0 0 1 1 0 0 0 1 0 2",
-    "11 0.25 7 -5 0 0 0 1 0 6 0 3 0 0 0 1 2 0 3 2 0.25 4 0 0"};
-const char* const kSweeps[] = {"6 0 0 1", "7 0 0 0 0 0 1", "7 -5 0 0 0 1 0"};
+const std::vector<std::string> kKinds[kSections] = {
+    {
+        "1 1 2 -1 0",
+        "2 0.1 0.2 0.6 0.8 0.8 -0.6 2",
+        "3 0.1 0.2 0.6 0.8 0.8 -0.6 3 1",
+        "4 0.1 0.2 0.6 0.8 0.8 -0.6 1",
+        "5 0.1 0.2 0.6 0.8 0.8 -0.6 1 2",
+        "6 0 3 0 0 1 2 3 2 4 0",
+        "7 0 0 2 4 3 0 0 1 2 3 2 4 0 0 3 0.5 1 1 3",
+        "7 1 1 2 4 5 0 0 1 1 2 0.5 3 2 2 4 0 1 0 1 1 1 2 1 3 1 4 1",
+        "8 -1 1 2 0 0 1 0 0 1 2",
+        "9 0.5 2 0 0 1 0 0 1 2",
+    },
+    {
+        "1 1 2 3 0 0.6 0.8",
+        "2 0 0 0 0 0 1 1 0 0 0 1 0 2.5",
+        "3 0 0 0 0 0 1 1 0 0 0 1 0 3 0.5",
+        "4 0 0 0 0 0 1 1 0 0 0 1 0 0.75",
+        "5 0 0 0 0 0 1 1 0 0 0 1 0 1 2",
+        "6 1 3 0 0 0 1 1 2 0 0.5 3 2 0.25 2 4 0 0 1",
+        "7 0 0 2 4 7 0 0 0 1 2 0 3 2 0.25 4 0 0 0 1 1 1 2 1 3 1 4 1 5 1 6 1",
+        "7 0 1 3 4 5 0 0 0 1 2 0 3 2 0.25 4 0 0 0 1 1 1 2.5 1 3 1 4 1",
+        "7 0 0 1 4 4 0 0 0 1 2 0 3 2 0.25 4 0 0 0 2 1 1 2 1 3 2",
+        "8 6 7 2 0 0 0 0 0 1 1 0 0 0 1 0 2.5",
+        "9 -0.5 0 0 1 2 0 0 0 0 0 1 1 0 0 0 1 0 2.5",
+    },
+    {
+        "1 0 0 0 0 0 1 1 0 0 0 1 0",
+        "2 0 0 0 0 0 1 1 0 0 0 1 0 2",
+        "3 0 0 0 0 0 1 1 0 0 0 1 0 1 -0.5",
+        "4 0 0 0 0 0 1 1 0 0 0 1 0 3",
+        "5 0 0 0 0 0 1 1 0 0 0 1 0 1 2",
+        "6 0 0.6 0.8 3 0 0 0 0 0 1 1 0 0 0 1 0 3 2",
+        "7 -5 0 0 0 1 0 6 0 3 0 0 0 1 2 0 3 2 0.25 4 0 0",
+        "8 1 0 1 2 0 0 0 1 0 1 1 2 0 2 0 1 1 0 0 1 1 1 1 0.5 1 2 0 1",
+        "9 0 0 0 0 2 1 3 2 2 2 0 0 0 0 1 1 1 0 1 1 1 2 2 0 0 2 1 1 0 3 1 3 0 2 1 2",
+        "10 6 7 -1 1 2 0 0 0 0 0 1 1 0 0 0 1 0 2",
+        "11 0.25 7 -5 0 0 0 1 0 6 0 3 0 0 0 1 2 0 3 2 0.25 4 0 0",
+    }};
+const std::vector<std::string> kSweeps = {"6 0 0 1", "7 0 0 0 0 0 1", "7 -5 0 0 0 1 0"};
+
+// What follows the kind of a curve or surface: p a point, r a real, v a unit vector, a all axes of a system, o the unit
+// vector of an offset (in space only), b what makes a Bezier one, k one with knots, c a curve, s a surface.
+constexpr std::string_view kCurveParts[] = {"", "pv", "par", "parr", "par", "parr", "b", "k", "rrc", "roc"};
+constexpr std::string_view kSurfaceParts[] = {"",   "pa",  "par", "parr", "par",   "parr",
+                                              "vc", "pvc", "b",   "k",    "rrrrs", "rs"};
 
 // Finds what is changed as a whole: curves and surfaces, by their grammar, and the lists and ranges of shapes, by what
 // they look like.
@@ -93,12 +106,14 @@ class Parser {
   // False when a curve or surface is not what the grammar expects.
   bool Run() {
     if (!GoTo("Locations")) return false;
-    body_.placements = next_;
+    body_.placements.first = next_;
+    Integer();
     for (const Section section : {kCurves2d, kCurves3d, kSurfaces}) {
       if (!GoTo(kSectionNames[section])) return false;
+      if (section == kCurves2d) body_.placements.end = next_ - 1;
       for (long count = Integer(); count > 0 && good_; --count) {
         const std::size_t first = next_;
-        section == kSurfaces ? Surface() : Curve(section == kCurves2d ? 2 : 3);
+        Geometry(section == kSurfaces, section == kCurves2d ? 2 : 3);
         body_.entries[section].push_back({first, next_});
       }
     }
@@ -132,86 +147,56 @@ class Parser {
     body_.axes.push_back({next_, static_cast<std::size_t>(count), static_cast<std::size_t>(dimension)});
     Reals(dimension * count, Role::kDirection);
   }
-  void Knots(long count) {
-    for (; count > 0 && good_; --count) {
+  // A Bezier or B-spline curve or surface.
+  void Spline(bool hasKnots, int parameters, long dimension) {
+    const auto sum = [&](int count) {
+      long all = 0;
+      for (; count > 0; --count)
+        all += Integer();
+      return all;
+    };
+    const bool isRational = sum(parameters) > 0;
+    if (hasKnots) sum(2 * parameters);  // whether it is periodic, degrees
+    long poles = 1;
+    for (int i = 0; i < parameters; ++i)
+      poles *= hasKnots ? Integer() : Integer() + 1;
+    const long knots = hasKnots ? sum(parameters) : 0;
+    Reals(poles * (dimension + isRational));
+    for (long i = 0; i < knots && good_; ++i) {
       Reals(1);
       Integer();
     }
   }
 
-  void Curve(long dimension) {
-    switch (const long kind = Integer()) {
-    case 1:
-      Reals(dimension);
-      return ReadAxes(dimension, 1);
-    case 2:
-    case 3:
-    case 4:
-    case 5:
-      Reals(dimension);
-      ReadAxes(dimension, dimension);
-      return Reals(kind % 2 == 0 ? 1 : 2);
-    case 6: {
-      const long coordinates = dimension + Integer();
-      return Reals((Integer() + 1) * coordinates);
-    }
-    case 7: {
-      const long coordinates = dimension + Integer();
-      Integer();  // whether it is periodic
-      Integer();  // its degree
-      const long poles = Integer(), knots = Integer();
-      Reals(poles * coordinates);
-      return Knots(knots);
-    }
-    case 8:
-      Reals(2);
-      return Curve(dimension);
-    case 9:
-      Reals(1);
-      if (dimension == 3) ReadAxes(3, 1);
-      return Curve(dimension);
-    default:
-      good_ = false;
-    }
-  }
-
-  void Surface() {
-    switch (const long kind = Integer()) {
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-    case 5:
-      Reals(3);
-      ReadAxes(3, 3);
-      return Reals(kind == 1 ? 0 : kind % 2 == 0 ? 1 : 2);
-    case 6:
-      ReadAxes(3, 1);
-      return Curve(3);
-    case 7:
-      Reals(3);
-      ReadAxes(3, 1);
-      return Curve(3);
-    case 8: {
-      const long u = Integer(), v = Integer(), uDegree = Integer(), vDegree = Integer();
-      return Reals((uDegree + 1) * (vDegree + 1) * (3 + (u | v)));
-    }
-    case 9: {
-      const long u = Integer(), v = Integer();
-      for (int i = 0; i < 4; ++i)
-        Integer();  // whether it is periodic, degrees
-      const long uPoles = Integer(), vPoles = Integer(), uKnots = Integer(), vKnots = Integer();
-      Reals(uPoles * vPoles * (3 + (u | v)));
-      return Knots(uKnots + vKnots);
-    }
-    case 10:
-      Reals(4);
-      return Surface();
-    case 11:
-      Reals(1);
-      return Surface();
-    default:
-      good_ = false;
+  void Geometry(bool isSurface, long dimension) {
+    const auto kind = static_cast<std::size_t>(Integer());
+    const std::size_t kinds = isSurface ? std::size(kSurfaceParts) : std::size(kCurveParts);
+    good_ = good_ && kind > 0 && kind < kinds;
+    if (!good_) return;
+    for (const char part : isSurface ? kSurfaceParts[kind] : kCurveParts[kind]) {
+      switch (part) {
+      case 'p':
+        Reals(dimension);
+        break;
+      case 'r':
+        Reals(1);
+        break;
+      case 'v':
+        ReadAxes(dimension, 1);
+        break;
+      case 'a':
+        ReadAxes(dimension, dimension);
+        break;
+      case 'o':
+        if (dimension == 3) ReadAxes(3, 1);
+        break;
+      case 'c':
+      case 's':
+        Geometry(part == 's', dimension);
+        break;
+      default:
+        Spline(part == 'k', isSurface ? 2 : 1, dimension);
+      }
     }
   }
 
@@ -305,10 +290,6 @@ class Mutator {
  private:
   std::size_t Below(std::size_t count) { return Pick(random_, count); }
   bool OneIn(std::size_t count) { return Below(count) == 0; }
-  template <typename Value, std::size_t count>
-  Value Any(Value (&values)[count]) {
-    return values[Below(count)];
-  }
   template <typename Value>
   const Value& Any(const std::vector<Value>& values) {
     return values[Below(values.size())];
@@ -352,7 +333,8 @@ class Mutator {
   // Turns one vector, or all axes of a system, which stay perpendicular; mirrors them now and then.
   void TurnAxes() {
     if (body_.axes.empty()) return;
-    static const double kAngles[] = {1e-9, 1e-6, 1e-3, 0.1, 1.0, 1.5707963267948966, 3.141592653589793};
+    static const std::vector<double> kAngles = {
+        1e-9, 1e-6, 1e-3, 0.1, 1.0, 1.5707963267948966, 3.141592653589793};
     const double angle = Any(kAngles);
     const double mirror = OneIn(4) ? -1.0 : 1.0;
     const Axes axes = Any(body_.axes);
@@ -372,7 +354,7 @@ class Mutator {
     const Entry range = Any(body_.edgeRanges);
     std::string &from = At(range.first)->text, &to = At(range.first + 1)->text;
     const double first = ToReal(from), last = ToReal(to);
-    switch (Below(5)) {
+    switch (Below(4)) {
     case 0:
       return from.swap(to);
     case 1:
@@ -381,11 +363,8 @@ class Mutator {
     case 2:
       to = ToText(first + (last - first) * std::pow(10.0, static_cast<double>(Below(19)) - 9.0));
       return;
-    case 3:
-      to = ToText(last + 6.283185307179586 * std::pow(10.0, static_cast<double>(Below(5))));
-      return;
     default:
-      from = ChangeReal(from);
+      to = ToText(last + 6.283185307179586 * std::pow(10.0, static_cast<double>(Below(5))));
     }
   }
 
@@ -423,9 +402,7 @@ class Mutator {
       append(Any(body_.entries[section]));
       break;
     default:
-      by = Words(section == kCurves2d   ? Any(kPlaneCurves)
-                 : section == kCurves3d ? Any(kSpaceCurves)
-                                        : Any(kSurfaceKinds));
+      by = Words(Any(kKinds[section]));
     }
     by.back().blank = "\n";
     body_.tokens.erase(At(old.first), At(old.end));
@@ -433,9 +410,9 @@ class Mutator {
   }
 
   std::string Wrap(Section section) {
-    static const char* const kTrims[] = {"8 0 1", "8 0.25 0.5", "8 0 6.28318530717959", "8 -1 1"};
-    static const char* const kPatches[] = {"10 0 1 0 1", "10 0.5 0.75 0.25 0.5", "10 0 6.28318530717959 0 1",
-                                           "10 -1 1 -1 1"};
+    static const std::vector<std::string> kTrims = {"8 0 1", "8 0.25 0.5", "8 0 6.28318530717959", "8 -1 1"};
+    static const std::vector<std::string> kPatches = {"10 0 1 0 1", "10 0.5 0.75 0.25 0.5",
+                                                      "10 0 6.28318530717959 0 1", "10 -1 1 -1 1"};
     if (OneIn(2)) return section == kSurfaces ? Any(kPatches) : Any(kTrims);
     return (section == kSurfaces ? "11 " : "9 ") + ChangeReal("0.5") + (section == kCurves3d ? " 0 0 1" : "");
   }
@@ -467,19 +444,16 @@ class Mutator {
 
   // Adds a placement and gives it to a sub-shape.
   void AddPlacement() {
-    static const char* const kMatrices[] = {
+    static const std::vector<std::string> kMatrices = {
         "1 0 0 5 0 1 0 0 0 0 1 0", "-1 0 0 0 0 1 0 0 0 0 1 0", "1000 0 0 0 0 1000 0 0 0 0 1000 0",
         "1e-06 0 0 0 0 1e-06 0 0 0 0 1e-06 0", "0 -1 0 1e+09 1 0 0 0 0 0 1 0"};
-    std::string& count = At(body_.placements)->text;
+    std::string& count = At(body_.placements.first)->text;
     count = std::to_string(std::strtol(count.c_str(), nullptr, 10) + 1);
     if (!body_.subShapes.empty()) {
       const Entry list = Any(body_.subShapes);
       At(list.first + 2 * Below((list.end - list.first) / 2) + 1)->text = count;
     }
-    std::size_t end = body_.placements;
-    while (At(end)->text != kSectionNames[kCurves2d])
-      ++end;
-    body_.tokens.insert(At(end), Token{std::string("1\n") + Any(kMatrices), "\n"});
+    body_.tokens.insert(At(body_.placements.end), Token{"1\n" + Any(kMatrices), "\n"});
   }
 
   Body& body_;

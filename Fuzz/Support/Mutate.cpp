@@ -68,7 +68,7 @@ std::string MutateNumber(const std::string& old, Random& random) {
   const auto pickPower = [&](int least, std::size_t count) {
     return std::pow(10.0, least + static_cast<int>(Pick(random, count)));
   };
-  switch (Pick(random, 9)) {
+  switch (Pick(random, 10)) {
   case 0:
     return print(-value);
   case 1:
@@ -81,7 +81,8 @@ std::string MutateNumber(const std::string& old, Random& random) {
     return print(value + 6.283185307179586 * (static_cast<double>(Pick(random, 7)) - 3.0), 15);
   case 5:
     return print(value + (static_cast<double>(Pick(random, 2001)) - 1000.0) / 100.0, 15);
-  case 6:  // one more or less, with its sign if that is "+"
+  case 6:
+  case 7:  // one more or less, with its sign if that is "+"
     if (old.size() < 9 && old.find_first_not_of("+-0123456789") == std::string::npos)
       return (old[0] == '+' ? "+" : "") +
              std::to_string(std::lround(value) + (Pick(random, 2) == 0 ? 1 : -1));

@@ -52,20 +52,10 @@ void MutateNumber(std::string& record, Random& random) {
   while (end + 1 < record.size() && static_cast<unsigned char>(record[end]) > 127)
     ++end;
   ++end;
-  switch (Pick(random, 4)) {
-  case 0:
-    record.erase(begin, end - begin);
-    break;
-  case 1:
-    record.insert(begin, FormatNumber(static_cast<std::uint32_t>(Pick(random, 8))));
-    break;
-  case 2:
-    record.replace(begin, end - begin, FormatNumber(static_cast<std::uint32_t>(Pick(random, 16))));
-    break;
-  default:
-    record.replace(begin, end - begin, FormatNumber(static_cast<std::uint32_t>(PickInteger(random))));
-    break;
-  }
+  const std::size_t kind = Pick(random, 4);
+  const std::uint64_t number = kind == 1 ? PickInteger(random) : Pick(random, 16);
+  record.replace(begin, kind == 2 ? 0 : end - begin,
+                 kind == 3 ? "" : FormatNumber(static_cast<std::uint32_t>(number)));
 }
 
 }  // namespace

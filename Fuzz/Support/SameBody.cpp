@@ -1,5 +1,6 @@
 #include <Fuzz/Support/SameBody.h>
 
+#include <Fuzz/Support/Mutate.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 
 #include <BRepTools.hxx>
@@ -9,21 +10,12 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdlib>
-#include <cstring>
 #include <sstream>
+#include <vector>
 
 namespace mirel::fuzz {
 
 namespace {
-
-/// The next token of a text, which `next` is moved behind; empty at the end.
-std::string NextToken(const char*& next) {
-  static const char* const kBlank = " \t\r\n";
-  next += std::strspn(next, kBlank);
-  const std::size_t length = std::strcspn(next, kBlank);
-  next += length;
-  return std::string(next - length, length);
-}
 
 bool IsFlags(const std::string& token) {
   return token.size() == 7 && token.find_first_not_of("01") == std::string::npos;
@@ -51,14 +43,10 @@ std::string WriteBody(const TopoShape& body) {
 }
 
 bool IsSameBody(const std::string& a, const std::string& b) {
-  const char* nextOfA = a.c_str();
-  const char* nextOfB = b.c_str();
-  for (;;) {
-    const std::string tokenOfA = NextToken(nextOfA);
-    const std::string tokenOfB = NextToken(nextOfB);
-    if (!IsSameToken(tokenOfA, tokenOfB)) return false;
-    if (tokenOfA.empty()) return true;
-  }
+  const char* const blank = " \t\r\n";
+  const std::vector<Range> wordsOfA = FindTokens(a, blank), wordsOfB = FindTokens(b, blank);
+  return std::equal(wordsOfA.begin(), wordsOfA.end(), wordsOfB.begin(), wordsOfB.end(),
+                    [&](const Range& x, const Range& y) { return IsSameToken(Cut(a, x), Cut(b, y)); });
 }
 
 }  // namespace mirel::fuzz

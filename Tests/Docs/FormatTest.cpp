@@ -2,7 +2,6 @@
 #include <Tests/Support/TestFolder.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
-#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Model/GroupItem.h>
 #include <Viewer/Kernel/Model/InstanceItem.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
@@ -55,11 +54,6 @@ void FillModel(LiteModel& model) {
   }
   model.AddType(std::move(type));
   model.AddItem(std::move(group));
-}
-
-std::string Inflate(const std::string& path) {
-  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path);
-  return buffer ? std::string(buffer->GetData(), buffer->GetSize()) : "";
 }
 
 // Sixteen bytes a line: position, hexadecimal values, and the characters among them.

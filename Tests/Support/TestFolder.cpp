@@ -1,6 +1,8 @@
 #include <Tests/Support/TestFolder.h>
 
 #include <Viewer/Kernel/Host/Core/ObjectId.h>
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Host/Gzip/ogzstream.h>
 
 #include <fstream>
 #include <iterator>
@@ -41,6 +43,16 @@ std::string ReadFile(const std::string& path) {
 void WriteFile(const std::string& path, const std::string& content) {
   std::ofstream file(fs::u8path(path), std::ios::binary);
   file.write(content.data(), static_cast<std::streamsize>(content.size()));
+}
+
+std::string Inflate(const std::string& path) {
+  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path);
+  return buffer ? std::string(buffer->GetData(), buffer->GetSize()) : "<none>";
+}
+
+void WriteGzip(const std::string& path, const std::string& content) {
+  ogzstream stream(path.c_str(), static_cast<int>(std::ios_base::out));
+  stream.write_str(content);
 }
 
 FileContents ReadFiles(const std::string& folder) {

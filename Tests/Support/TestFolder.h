@@ -29,6 +29,11 @@ class TestFolder {
 std::string ReadFile(const std::string& path);
 void WriteFile(const std::string& path, const std::string& content);
 
+/// The inflated content of a gzip file; "<none>" when there is none.
+std::string Inflate(const std::string& path);
+/// Writes a gzip file, the way the host does.
+void WriteGzip(const std::string& path, const std::string& content);
+
 /// All files below a folder by their names relative to it, with their content.
 using FileContents = std::map<std::string, std::string>;
 FileContents ReadFiles(const std::string& folder);

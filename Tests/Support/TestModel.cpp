@@ -4,8 +4,6 @@
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
-#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
-#include <Viewer/Kernel/Host/Gzip/ogzstream.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 
 #include <BRepBuilderAPI_MakeFace.hxx>
@@ -206,16 +204,6 @@ std::string ToRecord(const std::shared_ptr<GRepShape>& grep) {
   std::ostringstream stream;
   grep->ToStream(stream);
   return stream.str();
-}
-
-std::string Inflate(const std::string& path) {
-  const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path);
-  return buffer ? std::string(buffer->GetData(), buffer->GetSize()) : "<none>";
-}
-
-void WriteGzip(const std::string& path, const std::string& content) {
-  ogzstream stream(path.c_str(), static_cast<int>(std::ios_base::out));
-  stream.write_str(content);
 }
 
 }  // namespace mirel

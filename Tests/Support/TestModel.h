@@ -76,9 +76,4 @@ std::string ToText(const std::shared_ptr<TopoShape>& shape);
 std::string ToComparableText(const std::shared_ptr<TopoShape>& shape);
 std::string ToRecord(const std::shared_ptr<GRepShape>& grep);
 
-/// The inflated content of a gzip file; "<none>" when there is none.
-std::string Inflate(const std::string& path);
-/// Writes a gzip file, the way the host does.
-void WriteGzip(const std::string& path, const std::string& content);
-
 }  // namespace mirel

@@ -23,11 +23,6 @@ std::string Compress(const std::string& content) {
   return file;
 }
 
-void WriteGzip(const std::string& path, const std::string& content) {
-  ogzstream stream(path.c_str(), kOut);
-  stream.write_str(content);
-}
-
 /// Bytes that do not compress.
 std::string Noise(std::size_t size) {
   std::string bytes;
