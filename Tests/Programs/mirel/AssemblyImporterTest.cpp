@@ -26,6 +26,7 @@ namespace {
 const glm::vec3 kRed(1, 0, 0);
 const glm::vec3 kGreen(0, 1, 0);
 const glm::vec3 kBlue(0, 0, 1);
+const glm::vec3 kBrown(0.8F, 0.5F, 0.1F);
 const glm::vec3 kNone(-1);
 
 // An XCAF document to be imported.
@@ -91,7 +92,7 @@ TopoDS_Shape MakeBox() {
 TEST_F(ImportTest, SharedProductsBecomeTypes) {
   const TDF_Label top = Assembly("top");
   const TDF_Label part = Part("part", MakeBox());
-  Color(part, kRed);
+  Color(part, kBrown);
   Place(top, part, "left 左", 5);
   Place(top, part, nullptr, -5);
   Import();
@@ -107,7 +108,7 @@ TEST_F(ImportTest, SharedProductsBecomeTypes) {
   const auto& type = TypeOf<ShapeItem>(left);
   EXPECT_EQ(type.GetId(), left.GetTypeId());
   EXPECT_EQ(type.GetName(), "part");
-  EXPECT_EQ(type.GetColor(), kRed);
+  EXPECT_LT(glm::distance(type.GetColor(), kBrown), 1e-6F);  // as in the file, in no other colour space
   ASSERT_TRUE(model_.FindShape(type.GetShapeId()));
   EXPECT_TRUE(model_.FindShape(type.GetShapeId())->GetImpl().Location().IsIdentity());
   EXPECT_EQ(importer_->GetRecord().colorVariants, 0u);
@@ -227,15 +228,6 @@ TEST_F(ImportTest, ABodyIsStoredOnceAndUnplaced) {
     for (int row = 0; row < 3; ++row) {
       EXPECT_EQ(matrix[column][row], turn.Value(row + 1, column + 1));
     }
-  }
-}
-
-TEST_F(ImportTest, ColorsAreThoseOfTheFile) {
-  const TDF_Label part = Part("part", MakeBox());
-  Color(part, glm::vec3(0.8F, 0.5F, 0.1F));
-  Import();
-  for (int i = 0; i < 3; ++i) {
-    EXPECT_NEAR(model_.GetItems()[0]->GetColor()[i], glm::vec3(0.8F, 0.5F, 0.1F)[i], 1e-6) << i;
   }
 }
 

@@ -17,20 +17,6 @@ void MakeModelFolder(const std::string& folder, const std::string& content) {
   }
 }
 
-TEST(FolderReplacementTest, RefusesWhatIsNoModelFolder) {
-  const TestFolder scratch;
-  const std::string path = scratch.GetPath();
-  EXPECT_EQ(FolderReplacement(path + "new", false).Check(), "");
-  EXPECT_EQ(FolderReplacement(path + "a/b/c/", false).Check(), "");
-  EXPECT_NE(FolderReplacement(path, true).Check(), "");  // a folder, though an empty one
-  WriteFile(path + "file", "x");
-  EXPECT_EQ(FolderReplacement(path + "file", true).Check(), "is a file, not a folder");
-  MakeModelFolder(path + "model/", "old");
-  EXPECT_NE(FolderReplacement(path + "model", false).Check(), "");
-  EXPECT_EQ(FolderReplacement(path + "model", true).Check(), "");
-  EXPECT_NE(FolderReplacement("/", true).Check(), "");
-}
-
 // Replacing a folder deletes it: nothing may be in it that the program did not put there.
 TEST(FolderReplacementTest, NeverDeletesForeignFiles) {
   const char* const foreign[] = {"notes.txt", "model/old.brep", "grep/1.gz.bak", "model/sub/1.gz", ".git"};
@@ -43,38 +29,9 @@ TEST(FolderReplacementTest, NeverDeletesForeignFiles) {
     WriteFile(file.u8string(), "precious");
     EXPECT_NE(FolderReplacement(model, true).Check(), "") << name;
   }
-}
-
-TEST(FolderReplacementTest, ReplacesWholeOrNotAtAll) {
-  const TestFolder scratch;
-  const std::string target = scratch.GetPath() + "设计/Größe";
-  std::string reason;
-  {
-    FolderReplacement replacement(target + "/", true);
-    ASSERT_TRUE(replacement.Begin(reason)) << reason;
-    MakeModelFolder(replacement.GetFolder(), "first");
-    EXPECT_FALSE(fs::exists(fs::u8path(target)));
-    ASSERT_TRUE(replacement.Commit(reason)) << reason;
-  }
-  const std::string asSaved = scratch.ListFiles();
-  EXPECT_EQ(ReadFile(target + "/grep/12.gz"), "first");
-  {
-    FolderReplacement replacement(target, true);
-    ASSERT_TRUE(replacement.Begin(reason)) << reason;
-    MakeModelFolder(replacement.GetFolder(), "given up");
-  }
-  EXPECT_EQ(ReadFile(target + "/index.gz"), "first");
-  EXPECT_EQ(scratch.ListFiles(), asSaved);  // nothing is left lying about
-  {
-    FolderReplacement replacement(target, true);
-    ASSERT_TRUE(replacement.Begin(reason)) << reason;
-    WriteFile(replacement.GetFolder() + "index.gz", "second");
-    ASSERT_TRUE(replacement.Commit(reason)) << reason;
-  }
-  EXPECT_EQ(ReadFile(target + "/index.gz"), "second");
-  EXPECT_FALSE(fs::exists(fs::u8path(target + "/model")));  // not a mixture
-  EXPECT_EQ(std::distance(fs::directory_iterator(fs::u8path(target).parent_path()), fs::directory_iterator()),
-            1);
+  const TestFolder empty;
+  EXPECT_NE(FolderReplacement(empty.GetPath(), true).Check(), "");
+  EXPECT_NE(FolderReplacement("/", true).Check(), "");
 }
 
 // A folder that a killed save of another program left, and what no save leaves.

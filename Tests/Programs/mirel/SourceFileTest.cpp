@@ -6,7 +6,6 @@
 #include <Tests/Support/TestFolder.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
-#include <Viewer/Kernel/Host/Gzip/ogzstream.h>
 
 #include <BRepMesh_IncrementalMesh.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
@@ -63,7 +62,7 @@ TEST(SourceFileTest, TellsTheFormat) {
 TEST(SourceFileTest, InflatesIntoAFileThatGoesAway) {
   const TestFolder scratch;
   const std::string path = scratch.GetPath() + "设计.stp.gz";
-  { ogzstream(path.c_str(), std::ios_base::out).write_str("ISO-10303-21;\nDATA;\n"); }
+  WriteGzip(path, "ISO-10303-21;\nDATA;\n");
   WriteFile(scratch.GetPath() + "plain.stp", "ISO-10303-21;\nDATA;\n");
   std::string readPath;
   {

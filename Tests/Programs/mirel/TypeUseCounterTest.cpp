@@ -13,25 +13,7 @@ std::unique_ptr<GroupItem> GroupOf(unsigned long long id, Types... types) {
   return MakeGroup(id, "", MakeInstance(0, "", static_cast<unsigned long long>(types))...);
 }
 
-TEST(TypeUseCounterTest, CountsInstancesThatAreReached) {
-  LiteModel model;
-  model.AddType(MakeShape(1, "", 0));
-  model.AddType(GroupOf(2, 1, 1));  // twice the part, counted once although the type itself is used twice
-  model.AddType(GroupOf(3, 2, 1));  // reached by nothing: neither it nor its instances count
-  model.AddType(GroupOf(4, 2));
-  for (const auto& type : model.GetTypes()) {
-    type.second->SetTag(77);
-  }
-  model.AddItem(MakeGroup(10, "", GroupOf(11, 2, 99), GroupOf(12, 1, 4)));  // 99 names no type
-  model.AddItem(nullptr);
-
-  TypeUseCounter::Count(model);
-  EXPECT_EQ(model.FindType(Id(1))->GetTag(), 3u);
-  EXPECT_EQ(model.FindType(Id(2))->GetTag(), 2u);
-  EXPECT_EQ(model.FindType(Id(3))->GetTag(), 0u);
-  EXPECT_EQ(model.FindType(Id(4))->GetTag(), 1u);
-}
-
+// What it counts in a sound model decides which types are saved: GuideTest.
 TEST(TypeUseCounterTest, EndsWhateverTheNesting) {
   LiteModel model;
   model.AddType(GroupOf(1, 1, 2));

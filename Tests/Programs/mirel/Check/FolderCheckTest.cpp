@@ -135,6 +135,10 @@ const std::vector<Case>& Cases() {
     {"I002", Change("index.gz", [](std::string& text) { text = std::string(100000, '['); })},
     {"I003", Change("index.gz", [](std::string& text) { text = "[]"; })},
     {"I003 I022", Edit("\"Types\"", "\"types\"")},
+    {"I003", Change("index.gz",
+                    [](std::string& text) {
+                      text = R"({"Version":1,"Author":"Orvane","Types":[],"Items":{}})";
+                    })},
     {"I004", Edit("\"Version\":1,", "\"Version\":2,")},
     {"I005 P009 A001", Edit("\"PkgShape\":1", "\"PkgShape\":-1")},
     {"I008 P009 A001 A002", Edit("{\"PkgShape\":1,\"PkgGRep\":1}", "[1,1]")},
@@ -147,6 +151,7 @@ const std::vector<Case>& Cases() {
     {"I009 I022", Edit("\"TId\":\"100\"", "\"Tag\":\"100\"")},
     {"I010", Edit("\"Id\":\"5\",", "")},
     {"I011", Edit(",2.0,1.0]", ",2.0]")},
+    {"I011", Edit(",2.0,1.0]", ",2.0,1.0,0]")},
     {"I011", Edit(",2.0,1.0]", ",2.0,null]")},
     {"I012", Edit(",2.0,1.0]", ",2.0,2.0]")},
     {"I012", Edit(",2.0,1.0]", ",1e300,1.0]")},
