@@ -21,13 +21,17 @@ class InterruptedSave : public ::testing::Test {
   }
   /// An older model with more packages than the new one, and files of somebody else.
   void MakeOld() {
+    if (older_.ListFiles().empty()) {
+      ASSERT_TRUE(RunProgram(Command(2, older_.GetPath())).Succeeded());
+      for (const char* const name : {"model/2.gz", "model/10.gz", "grep/2.gz", "notes.txt", "model/02.gz"})
+        WriteFile(older_.GetPath() + name, name);
+    }
     fs::remove_all(folder_.GetFsPath());
-    ASSERT_TRUE(RunProgram(Command(2, path_)).Succeeded());
-    for (const char* const name : {"model/2.gz", "model/10.gz", "grep/2.gz", "notes.txt", "model/02.gz"})
-      WriteFile(path_ + name, name);
+    fs::copy(older_.GetFsPath(), folder_.GetFsPath(), fs::copy_options::recursive);
   }
   const std::vector<std::string> foreign_{"model/02.gz", "notes.txt"};
 
+  const TestFolder older_;
   const TestFolder folder_;
   const std::string path_ = folder_.GetPath();
 };
@@ -42,10 +46,10 @@ TEST_F(InterruptedSave, KilledAnywhereItLeavesTheOldModelTheNewOneOrNone) {
   for (const std::string& name : foreign_)
     saved[name] = old.at(name);
 
-  int asOld = 0;
-  int asNew = 0;
-  int refused = 0;
-  for (unsigned int step = 0;; ++step) {
+  unsigned int asOld = 0;
+  unsigned int asNew = 0;
+  unsigned int refused = 0;
+  for (unsigned int step = 0;; step += kStepsApart) {
     SCOPED_TRACE(step);
     MakeOld();
     const ChildRun run = RunUntil(step, Command(3, path_));
@@ -67,9 +71,9 @@ TEST_F(InterruptedSave, KilledAnywhereItLeavesTheOldModelTheNewOneOrNone) {
     ASSERT_TRUE(RunProgram(Command(3, path_)).Succeeded());
     EXPECT_TRUE(ReadFiles(path_) == saved) << "the next save is whole, and nothing is left lying about";
   }
-  EXPECT_GE(asOld, 10) << "all the time until every file is there";
-  EXPECT_GE(asNew, 1);
-  EXPECT_GE(refused, 5) << "while five files are moved";
+  EXPECT_GE(asOld * kStepsApart, 10U) << "all the time until every file is there";
+  EXPECT_GE(asNew, 1U);
+  EXPECT_GE(refused * kStepsApart, 5U) << "while five files are moved";
 }
 
 // A model whose packages are someone else's would be missing some, or hold boxes of two sizes.
