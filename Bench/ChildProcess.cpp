@@ -14,7 +14,7 @@ namespace {
 std::string ReadAll(int descriptor) {
   std::string text;
   char block[4096];
-  for (ssize_t count; (count = read(descriptor, block, sizeof block)) > 0;)
+  for (ssize_t count = 0; (count = read(descriptor, block, sizeof block)) > 0;)
     text.append(block, static_cast<std::size_t>(count));
   return text;
 }

@@ -50,7 +50,7 @@ double GzipBytes(const std::string& path) {
   if (!pipe) throw std::runtime_error("cannot run gzip");
   std::vector<char> block(1 << 16);
   double bytes = 0.0;
-  for (std::size_t count; (count = std::fread(block.data(), 1, block.size(), pipe)) > 0;) {
+  for (std::size_t count = 0; (count = std::fread(block.data(), 1, block.size(), pipe)) > 0;) {
     bytes += static_cast<double>(count);
   }
   if (pclose(pipe) != 0) throw std::runtime_error("gzip failed on " + path);

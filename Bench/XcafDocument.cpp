@@ -28,7 +28,7 @@ namespace {
 
 Handle(XCAFApp_Application) GetApplication() {
   static const Handle(XCAFApp_Application) application = [] {
-    const Handle(XCAFApp_Application) made = XCAFApp_Application::GetApplication();
+    Handle(XCAFApp_Application) made = XCAFApp_Application::GetApplication();
     BinXCAFDrivers::DefineFormat(made);
     return made;
   }();

@@ -79,7 +79,7 @@ int RunTask(const std::string& name, const TaskInput& input) {
 
 }  // namespace
 
-int main(int argc, char** argv) {
+int main(int argc, char** argv) try {
   CLI::App app("Measures model folders against other ways of opening the same assembly, each in a process of "
                "its own.");
   app.require_subcommand(1);
@@ -121,16 +121,15 @@ int main(int argc, char** argv) {
   mirel::Logger::Instance().SetSink([](int level, const std::string& text) {
     if (level == 3) std::fprintf(stderr, "%s\n", text.c_str());
   });
-  try {
-    if (*run) return RunAll(options, jsonFile, argc, argv);
-    if (*task) return RunTask(taskName, input);
-    Prepare(source, input.work);
-    std::puts("{}");
-    return 0;
-  } catch (const Standard_Failure& failure) {
-    std::fprintf(stderr, "mirel-bench: OpenCASCADE failed: %s\n", failure.GetMessageString());
-  } catch (const std::exception& failure) {
-    std::fprintf(stderr, "mirel-bench: %s\n", failure.what());
-  }
+  if (*run) return RunAll(options, jsonFile, argc, argv);
+  if (*task) return RunTask(taskName, input);
+  Prepare(source, input.work);
+  std::puts("{}");
+  return 0;
+} catch (const Standard_Failure& failure) {
+  std::fprintf(stderr, "mirel-bench: OpenCASCADE failed: %s\n", failure.GetMessageString());
+  return 2;
+} catch (const std::exception& failure) {
+  std::fprintf(stderr, "mirel-bench: %s\n", failure.what());
   return 2;
 }

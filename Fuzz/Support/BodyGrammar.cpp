@@ -312,7 +312,7 @@ class Mutator {
     const Token& token = *At(chosen);
     std::string& word = At(chosen)->text;
     const bool isReference = token.role == Role::kReference;
-    char* letters;  // of a continuity, glued to an index
+    char* letters = nullptr;  // of a continuity, glued to an index
     const long number = std::strtol(word.c_str() + isReference, &letters, 10);
     const std::string tail = letters;
     if (token.role == Role::kReal || word.find_first_of(".e") != std::string::npos) {

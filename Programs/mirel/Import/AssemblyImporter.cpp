@@ -12,7 +12,7 @@
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 
-#include <algorithm>
+#include <list>
 
 namespace mirel {
 
@@ -102,18 +102,20 @@ void AssemblyImporter::ReadComponents(const TDF_Label& label, Product& product) 
 void AssemblyImporter::ReadFaceColors(const TDF_Label& label, Product& product) {
   struct Part {
     TopoDS_Shape shape;
-    glm::vec3 color;
+    glm::vec3 color{0.0F};
     TopTools_IndexedMapOfShape faces;
   };
   TDF_LabelSequence labels;
   XCAFDoc_ShapeTool::GetSubShapes(label, labels);
-  std::vector<Part> parts;
+  std::list<Part> parts;  // sorting moves no map
   for (const TDF_Label& part : labels) {
     const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
     const Color color = XcafLabel::GetColor(colors_, part);
     if (color && !shape.IsNull() && shape.ShapeType() <= TopAbs_FACE) {
-      parts.push_back({shape, *color, {}});
-      TopExp::MapShapes(shape, TopAbs_FACE, parts.back().faces);
+      Part& added = parts.emplace_back();
+      added.shape = shape;
+      added.color = *color;
+      TopExp::MapShapes(shape, TopAbs_FACE, added.faces);
     }
   }
   if (parts.empty()) {
@@ -121,7 +123,7 @@ void AssemblyImporter::ReadFaceColors(const TDF_Label& label, Product& product) 
   }
   // From the outside in, so that what is closer to a face has the last word: a compound may hold another,
   // which then has fewer faces.
-  std::stable_sort(parts.begin(), parts.end(), [](const Part& a, const Part& b) {
+  parts.sort([](const Part& a, const Part& b) {
     return a.shape.ShapeType() != b.shape.ShapeType() ? a.shape.ShapeType() < b.shape.ShapeType()
                                                       : a.faces.Extent() > b.faces.Extent();
   });

@@ -27,7 +27,7 @@ std::string GetPieceName(const std::string& path) {
     return slash == std::string::npos ? 0 : slash + 1;
   };
   const std::size_t file = startOfLast(path.size());
-  const std::string name = path.substr(file);
+  std::string name = path.substr(file);
   if (name == "index.gz") {
     return name;
   }

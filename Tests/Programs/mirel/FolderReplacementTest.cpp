@@ -52,7 +52,7 @@ TEST(FolderReplacementTest, ReplacesAnIncompleteModelFolder) {
 
 TEST(FolderReplacementTest, RemovesWhatKilledProcessesLeftAndNothingElse) {
   const TestFolder scratch;
-  const std::string path = scratch.GetPath();
+  const std::string& path = scratch.GetPath();
   std::string reason;
   for (const char* const name :
        {".mirel-0123456789abcdef", ".mirel-0123456789ABCDEF", ".mirel-1", ".mirel-ffffffffffffffff"})

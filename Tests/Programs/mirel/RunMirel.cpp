@@ -11,6 +11,7 @@ namespace mirel {
 int Mirel(std::vector<std::string> arguments, std::string& out, std::string* err) {
   arguments.insert(arguments.begin(), "mirel");
   std::vector<char*> raw;
+  raw.reserve(arguments.size());
   for (std::string& argument : arguments) {
     raw.push_back(&argument[0]);
   }

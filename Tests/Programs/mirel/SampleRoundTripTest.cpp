@@ -199,7 +199,7 @@ TEST(SampleRoundTripTest, NamesInAnyScriptAreKept) {
 
 TEST(SampleRoundTripTest, SavingTwiceGivesTheSameBytes) {
   const TestFolder scratch;
-  const std::string path = scratch.GetPath();
+  const std::string& path = scratch.GetPath();
   ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, path + "a"}), 0);
   ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, path + "b"}), 0);
   const FileContents files = ReadFiles(path + "a");
