@@ -1,16 +1,166 @@
+#include <Programs/mirel/Import/DocumentReader.h>
+#include <Programs/mirel/ProgressBar.h>
+
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
 #include <Tests/Programs/mirel/RunMirel.h>
 #include <Tests/Support/TestFolder.h>
 #include <Tests/Support/TestModel.h>
 
+#include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_Copy.hxx>
+#include <BRepMesh_IncrementalMesh.hxx>
+#include <BRep_Tool.hxx>
+#include <Bnd_Box.hxx>
+#include <IMeshTools_Parameters.hxx>
+#include <Poly_Triangulation.hxx>
+#include <TDF_LabelSequence.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
+#include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
 #include <gtest/gtest.h>
+#include <rapidjson/document.h>
 
+#include <algorithm>
+#include <cstdlib>
+#include <limits>
 #include <regex>
 #include <string>
 
 namespace mirel {
 namespace {
+
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+struct Box {
+  glm::dvec3 min{kInfinity};
+  glm::dvec3 max{-kInfinity};
+
+  void Add(const glm::dvec3& point) {
+    min = glm::min(min, point);
+    max = glm::max(max, point);
+  }
+  void Add(const Box& box) {
+    min = glm::min(min, box.min);
+    max = glm::max(max, box.max);
+  }
+  bool IsEmpty() const { return !(min.x <= max.x); }
+};
+
+// The box around the moved corners of a box; the placement is rounded to single precision.
+Box Place(const Box& box, const glm::dmat4& placement) {
+  Box placed;
+  for (int corner = 0; corner < 8 && !box.IsEmpty(); ++corner) {
+    glm::dvec3 moved(0.0);
+    for (int row = 0; row < 3; ++row) {
+      moved[row] = static_cast<float>(placement[3][row]);
+      for (int axis = 0; axis < 3; ++axis) {
+        moved[row] +=
+            static_cast<float>(placement[axis][row]) * (corner >> axis & 1 ? box.max : box.min)[axis];
+      }
+    }
+    placed.Add(moved);
+  }
+  return placed;
+}
+
+// Of the source: what OpenCASCADE's mesher makes of each part, placed level by level. The parameters are those
+// that graphics are made with; a twentieth of the deflection is kept for the grid. `deflection` becomes the largest
+// of all.
+Box MeasureShape(const TopoDS_Shape& shape, double& deflection) {
+  Bnd_Box bounds;
+  BRepBndLib::Add(shape, bounds, false);
+  const TopoDS_Shape copy = BRepBuilderAPI_Copy(shape, true, false).Shape();
+  IMeshTools_Parameters parameters;
+  const double allowed = 0.001 * bounds.CornerMin().Distance(bounds.CornerMax());
+  deflection = std::max(deflection, allowed);
+  parameters.Deflection = 0.95 * allowed;
+  parameters.Angle = 0.35;
+  parameters.MeshAlgo = IMeshTools_MeshAlgoType_Delabella;
+  const BRepMesh_IncrementalMesh mesh(copy, parameters);
+  Box box;
+  for (TopExp_Explorer faces(copy, TopAbs_FACE); faces.More(); faces.Next()) {
+    TopLoc_Location location;
+    const auto triangles = BRep_Tool::Triangulation(TopoDS::Face(faces.Current()), location);
+    for (int i = 1; !triangles.IsNull() && i <= triangles->NbNodes(); ++i) {
+      const gp_Pnt point = triangles->Node(i).Transformed(location);
+      box.Add({point.X(), point.Y(), point.Z()});
+    }
+  }
+  return box;
+}
+
+Box MeasureLabel(const TDF_Label& label, double& deflection) {
+  TDF_Label product;
+  if (XCAFDoc_ShapeTool::GetReferredShape(label, product)) {
+    const gp_Trsf placement = XCAFDoc_ShapeTool::GetLocation(label).Transformation();
+    glm::dmat4 matrix(1.0);
+    for (int column = 0; column < 4; ++column) {
+      for (int row = 0; row < 3; ++row) {
+        matrix[column][row] = placement.Value(row + 1, column + 1);
+      }
+    }
+    return Place(MeasureLabel(product, deflection), matrix);
+  }
+  TDF_LabelSequence components;
+  if (!XCAFDoc_ShapeTool::GetComponents(label, components)) {
+    return MeasureShape(XCAFDoc_ShapeTool::GetShape(label), deflection);
+  }
+  Box all;
+  for (const TDF_Label& component : components) {
+    all.Add(MeasureLabel(component, deflection));
+  }
+  return all;
+}
+
+// The sample, or another STEP file to try: MIREL_TEST_STEP=file.step ProgramTests --gtest_filter='BoxVerb.*'
+std::string GetSource() {
+  const char* const other = std::getenv("MIREL_TEST_STEP");
+  return other ? other : MIREL_SAMPLE;
+}
+
+TEST(BoxVerb, IsThatOfOpenCascadesTrianglesPlacedLevelByLevel) {
+  const TestFolder scratch;
+  const std::string folder = scratch.GetPath() + "model";
+  std::string out;
+  ASSERT_EQ(Mirel({"--quiet", "save", GetSource(), folder}, out), 0);
+
+  ProgressBar progress(false);
+  DocumentReader reader(progress);
+  const SourceFile file(GetSource());
+  const Handle(TDocStd_Document) document = reader.Read(file);
+  ASSERT_FALSE(document.IsNull()) << reader.GetError();
+  TDF_LabelSequence roots;
+  XCAFDoc_DocumentTool::ShapeTool(document->Main())->GetFreeShapes(roots);
+  Box source;
+  double deflection = 0.0;
+  for (const TDF_Label& root : roots) {
+    source.Add(MeasureLabel(root, deflection));
+  }
+  ASSERT_EQ(Mirel({"box", folder, "--json"}, out), 0);
+  rapidjson::Document json;
+  json.Parse(out.c_str());
+  ASSERT_TRUE(json.IsObject());
+  EXPECT_STREQ(json["state"].GetString(), "finite");
+  Box box;
+  for (int axis = 0; axis < 3; ++axis) {
+    box.min[axis] = json["min"][static_cast<rapidjson::SizeType>(axis)].GetDouble();
+    box.max[axis] = json["max"][static_cast<rapidjson::SizeType>(axis)].GetDouble();
+  }
+  const double size = glm::length(box.max - box.min);
+  // Where OpenCASCADE's triangles miss their face by more than the deflection they are split, which can only reach
+  // farther out; elsewhere nothing but single precision lies between the two.
+  int equalSides = 0;
+  for (int axis = 0; axis < 3; ++axis) {
+    for (const double beyond : {source.min[axis] - box.min[axis], box.max[axis] - source.max[axis]}) {
+      EXPECT_GE(beyond, -1e-6 * size) << axis;
+      EXPECT_LE(beyond, deflection) << axis;
+      equalSides += std::abs(beyond) <= 1e-6 * size;
+    }
+  }
+  EXPECT_GE(equalSides, 5);
+}
 
 TEST(BoxVerb, FindsAnItemWhereverItStands) {
   const TestFolder folder;
