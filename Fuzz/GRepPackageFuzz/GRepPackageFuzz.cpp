@@ -7,6 +7,7 @@
 #include <Viewer/Kernel/Writer/PkgGRepWriter.h>
 
 #include <cmath>
+#include <cstring>
 #include <sstream>
 
 using namespace mirel;
@@ -49,6 +50,25 @@ void CheckMesh(const GRepMesh& mesh) {
     MIREL_FUZZ_CHECK(corner < vertexCount, "A polyline leaves the vertices");
 }
 
+/// A record that loads does so with its last byte: without it, and with a header that says so, it does not.
+void CheckSize(std::string record) {
+  const auto loads = [&record] {
+    const QuietLog log;
+    std::istringstream stream(record);
+    return GRepShape::FromStream(stream) != nullptr;
+  };
+  constexpr std::size_t kSizeAt = 8;
+  constexpr std::size_t kHeaderSize = 132;
+  if (record.size() <= kHeaderSize || !loads()) return;
+  std::uint32_t size = 0;
+  std::memcpy(&size, &record[kSizeAt], sizeof size);
+  if (size == 0) return;
+  --size;
+  std::memcpy(&record[kSizeAt], &size, sizeof size);
+  record.resize(kHeaderSize + size);
+  MIREL_FUZZ_CHECK(!loads(), "A record loads without its last byte");
+}
+
 struct GRepPolicy {
   using Reader = PkgGRepReader;
   using Writer = PkgGRepWriter;
@@ -76,6 +96,8 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+  for (const PackageItem& item : ParsePackage(std::string(reinterpret_cast<const char*>(data), size)))
+    CheckSize(item.bytes);
   CheckPackage<GRepPolicy>(reinterpret_cast<const char*>(data), size);
   return 0;
 }

@@ -122,7 +122,12 @@ std::string MutateBodyText(const std::string& text, Random& random, std::size_t 
   default: {
     const std::vector<Range> words = FindTokens(text, " \n\t\r");
     if (words.empty()) return MutateBytes(text, maxSize);
-    const Range word = words[Pick(random, words.size())];
+    std::size_t at = Pick(random, words.size());
+    if (random() % 4 == 0) {  // back to the count behind a heading
+      while (at > 1 && (words[at - 1].end - words[at - 1].begin < 6 || text[words[at - 1].begin] <= '9'))
+        --at;
+    }
+    const Range word = words[at];
     out.replace(word.begin, word.end - word.begin, MutateNumber(Cut(text, word), random));
     break;
   }

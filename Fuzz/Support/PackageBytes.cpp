@@ -67,8 +67,9 @@ std::vector<PackageItem> ParsePackage(const std::string& package) {
   std::vector<PackageItem> items;
   std::size_t data = kCountSize + kEntrySize * count;
   for (std::size_t entry = kCountSize; items.size() < count; entry += kEntrySize) {
-    const std::string bytes = package.substr(data, ReadInteger(package, entry + 12, 4));
-    items.push_back({ReadInteger(package, entry, 8), bytes});
+    const std::uint64_t size = ReadInteger(package, entry + 12, 4);
+    const std::string bytes = package.substr(data, size);
+    items.push_back({ReadInteger(package, entry, 8), bytes, bytes.size() == size});
     data += bytes.size();
   }
   return items;

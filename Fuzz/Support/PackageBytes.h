@@ -14,6 +14,7 @@ namespace mirel::fuzz {
 struct PackageItem {
   std::uint64_t id;
   std::string bytes;
+  bool isWhole = true;
 };
 
 /// The items of a package that are there, whole or in part; none when the table is cut short.
