@@ -5,6 +5,7 @@
 #include <Viewer/Kernel/Host/Core/WatchedWork.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceRefiner.h>
+#include <Viewer/Kernel/Host/GeometryView/UprightParabolas.h>
 
 #include <BRepAdaptor_Curve.hxx>
 #include <BRepBndLib.hxx>
@@ -96,7 +97,7 @@ class Builder {
  public:
   Builder(const TopoDS_Shape& body, double deflection, bool withEdges)
       : placement_(body.Location().Transformation()), deflection_(deflection), withEdges_(withEdges) {
-    original_ = body.Located(TopLoc_Location());
+    original_ = WithoutUprightParabolas(body.Located(TopLoc_Location()));
     TopExp::MapShapes(original_, TopAbs_FACE, originalFaces_);
     TopExp::MapShapes(original_, TopAbs_EDGE, originalEdges_);
     mesh_ = MakeEmptyMesh();
