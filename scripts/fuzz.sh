@@ -99,9 +99,12 @@ coverage() { # TARGET...
       "$build/corpus/$target" 2>/dev/null | tail -1 | sed "s/^/$target: /"
   done
   llvm-profdata-14 merge -o "$profiles/all.profdata" "$profiles"/*.profraw
-  # shellcheck disable=SC2046
   llvm-cov-14 report "$build-coverage/lib/libMirelHost.so" -object "$build-coverage/lib/libMirelViewerKernel.so" \
-    -instr-profile="$profiles/all.profdata" -show-region-summary=false -show-branch-summary=false $(decoders)
+    -instr-profile="$profiles/all.profdata" -show-region-summary=false -show-branch-summary=false |
+    awk -v files="$(decoders)" '
+      BEGIN { split(files, names, "\n"); for (i in names) wanted[names[i]] }
+      $1 in wanted { printf "%-60s %6d lines %5d missed\n", $1, $5, $6; lines += $5; missed += $6 }
+      END { printf "%.1f %% of %d lines\n", 100 * (lines - missed) / lines, lines }'
   echo "Line by line: llvm-cov-14 show with the same arguments"
 }
 
