@@ -35,9 +35,8 @@ std::unique_ptr<Item> MakeItem(std::size_t number, const char* kind) {
   item->SetName(kind + std::to_string(number));
   const double angle = 0.001 * static_cast<double>(number % 6283);
   glm::dmat4 transform = glm::rotate(glm::dmat4(1.0), angle, glm::dvec3(0.0, 0.0, 1.0));
-  const std::size_t row = number / 1000;
-  transform[3] =
-      glm::dvec4(20.0 * static_cast<double>(number % 1000), 20.0 * static_cast<double>(row), 0.25, 1);
+  transform[3] = glm::dvec4(20.0 * static_cast<double>(number % 1000),
+                            20.0 * static_cast<double>(number / 1000), 0.25, 1);
   item->SetTransform(transform);
   if (number % 4 == 0) item->SetColor(glm::vec3(static_cast<float>(number % 256) / 255.0F, 0.5F, 0.25F));
   return item;
@@ -98,9 +97,8 @@ TopoDS_Shape GeneratedModel::MakeBody(std::size_t faces) {
   TopoDS_Compound body;
   builder.MakeCompound(body);
   for (std::size_t i = 0; i < faces; ++i) {
-    const std::size_t row = i / columns;
     const double x = 12.5 * static_cast<double>(i % columns);
-    const double y = 12.5 * static_cast<double>(row);
+    const double y = 12.5 * static_cast<double>(i / columns);
     const gp_Pln plane(gp_Ax3(gp_Pnt(x, y, 0.0), gp_Dir(0.0, 0.0, 1.0)));
     builder.Add(body, BRepBuilderAPI_MakeFace(plane, 0.0, 10.0, 0.0, 10.0).Face());
   }

@@ -28,14 +28,6 @@ ChildRun WaitFor(int process);
 /// such calls put there, all steps together are all moments at which the program can be killed.
 ChildRun RunUntil(unsigned int step, const std::vector<std::string>& command);
 
-/// From one step that is tried to the next. Under a sanitizer a program takes some twenty times as long and ends at the same
-/// steps, so that trying all of them once more is not worth the time.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-constexpr unsigned int kStepsApart = 5;
-#else
-constexpr unsigned int kStepsApart = 1;
-#endif
-
 /// Whether the system lets a process watch another one as `RunUntil` does; some containers do not.
 bool CanTrace();
 

@@ -39,7 +39,7 @@ TEST(ViewerKernelModule, RegistersOnItsFirstCallOnly) {
 
 class ImportLiteModelCommandTest : public ::testing::Test {
  protected:
-  ~ImportLiteModelCommandTest() override { DialogUtil::SetOpenFileFunction(nullptr); }
+  void TearDown() override { DialogUtil::SetOpenFileFunction(nullptr); }
 
   /// Runs the command while the dialog answers with this path.
   bool Run(const std::string& answer) {

@@ -306,7 +306,7 @@ TEST(BRepTextCheck, RefusesWhatOpenCascadeCannotReadBack) {
   EXPECT_STREQ(Check(corner).reason, "A curve with a corner is offset");
   std::istringstream cornerStream(corner);
   BRepTools::Read(shape, cornerStream, builder);
-  double first, last;
+  double first = 0.0, last = 0.0;
   EXPECT_TRUE(BRep_Tool::Curve(TopoDS::Edge(shape), first, last).IsNull());
 }
 

@@ -242,7 +242,7 @@ TopoDS_Edge MakeEdge(const Handle(Geom2d_Curve) & curve, bool with3d) {
 }
 
 TopoDS_Shape MakeFace(const Handle(Geom_Surface) & surface) {
-  double u1, u2, v1, v2;
+  double u1 = 0.0, u2 = 0.0, v1 = 0.0, v2 = 0.0;
   surface->Bounds(u1, u2, v1, v2);
   return BRepBuilderAPI_MakeFace(surface, std::max(u1, -2.), std::min(u2, 5.), std::max(v1, -1.),
                                  std::min(v2, 2.), 1e-7)
@@ -263,7 +263,7 @@ TopoDS_Compound Compound(const Parts&... parts) {
 }
 
 TopoDS_Shape Meshed(TopoDS_Shape shape) {
-  BRepMesh_IncrementalMesh(shape, 0.1, false, 0.5, false);
+  const BRepMesh_IncrementalMesh mesh(shape, 0.1, false, 0.5, false);
   return shape;
 }
 

@@ -114,7 +114,7 @@ TEST(GRepRecordTest, DamagedBytesAreRefusedOrHarmless) {
 // Sizes that the bytes cannot hold, and numbers that are none, each with its reason.
 TEST(GRepRecordTest, EachRefusalSaysWhy) {
   const std::string record = Drilled();
-  const auto with = [&](std::size_t offset, std::string bytes) {
+  const auto with = [&](std::size_t offset, const std::string& bytes) {
     std::string changed = record;
     return changed.replace(offset, bytes.size(), bytes);
   };

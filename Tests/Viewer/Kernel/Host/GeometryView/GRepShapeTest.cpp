@@ -53,8 +53,7 @@ std::shared_ptr<GRepShape> Create(const std::shared_ptr<TopoShape>& body) {
 
 std::shared_ptr<GRepShape> Compute(const TopoDS_Shape& shape, double deflection = 0.0,
                                    bool withEdges = true) {
-  const auto grep =
-      GRepShape::Create(std::make_shared<TopoShape>(shape), nullptr, nullptr, deflection, withEdges);
+  auto grep = GRepShape::Create(std::make_shared<TopoShape>(shape), nullptr, nullptr, deflection, withEdges);
   if (grep) grep->Compute();
   return grep;
 }
@@ -317,10 +316,11 @@ TEST(GRepShapeTest, WhatIsDoneAheadIsTheSame) {
   }
   for (int round = 0; round < 3; ++round) {
     std::vector<std::shared_ptr<GRepShape>> greps;
+    greps.reserve(bodies.size());
     for (const auto& body : bodies)
       greps.push_back(Create(body));
-    for (std::size_t i = 0; i < greps.size(); ++i)
-      EXPECT_TRUE(greps[i]->GetBoundingBox().IsEmpty()) << "drawn before it was asked for";
+    for (const auto& grep : greps)
+      EXPECT_TRUE(grep->GetBoundingBox().IsEmpty()) << "drawn before it was asked for";
     ASSERT_TRUE(greps[0]->SetShape(bodies[1], false));
     greps[2].reset();  // nobody asks for this one
     // From the end, so that threads that work ahead are met in the middle.

@@ -116,7 +116,7 @@ double MeasureDeviation(const GRepMesh& mesh, const TopoDS_Shape& body) {
     const GRepFace& range = mesh.faces[static_cast<std::size_t>(f - 1)];
     if (surface.IsNull() || range.indexCount == 0) continue;
     GeomAPI_ProjectPointOnSurf projection;
-    double u0, u1, v0, v1;
+    double u0 = 0.0, u1 = 0.0, v0 = 0.0, v1 = 0.0;
     BRepTools::UVBounds(face, u0, u1, v0, v1);
     projection.Init(surface, u0, u1, v0, v1);
     const std::uint32_t stride = 3 * (1 + range.indexCount / 3 / 150);
