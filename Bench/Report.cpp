@@ -48,13 +48,11 @@ void Write(Writer& writer, const Spread& spread) {
 std::string Report::ToMarkdown() const {
   std::string text;
   for (const auto& [name, value] : facts_)
-    text.append("- ").append(name).append(": ").append(value).append("\n");
+    text += "- " + name + ": " + value + "\n";
   for (const Table& table : tables_) {
     text += "\n### " + table.title + "\n\n| |";
     for (const Column& column : table.columns) {
-      text += " " + column.name;
-      if (!column.unit.empty()) text += ", " + column.unit;
-      text += " |";
+      text += " " + column.name + (column.unit.empty() ? "" : ", " + column.unit) + " |";
     }
     text += "\n|---|";
     for (std::size_t i = 0; i < table.columns.size(); ++i)

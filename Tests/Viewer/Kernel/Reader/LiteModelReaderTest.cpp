@@ -328,7 +328,7 @@ void RunOnStack(std::size_t size, void* (*function)(void*), void* argument) {
   pthread_attr_t attributes;
   ASSERT_EQ(pthread_attr_init(&attributes), 0);
   ASSERT_EQ(pthread_attr_setstacksize(&attributes, size), 0);
-  pthread_t thread;
+  pthread_t thread{};
   ASSERT_EQ(pthread_create(&thread, &attributes, function, argument), 0);
   ASSERT_EQ(pthread_join(thread, nullptr), 0);
   pthread_attr_destroy(&attributes);

@@ -159,7 +159,7 @@ TEST(PkgGRepBuilder, SharesItsGRepsWithACopyAndHandsThemOverInAMove) {
   builder.SetPkgCount(4);
   const PkgGRepBuilder moved(std::move(builder));
   EXPECT_EQ(moved.GetPkgCount(), 4U);
-  EXPECT_EQ(builder.GetPkgCount(), 4U);  // NOLINT(bugprone-use-after-move): the old count stays
+  EXPECT_EQ(builder.GetPkgCount(), 4U);  // NOLINT(*-use-after-move,*.Move): the old count stays
   builder.Write(folder.GetPath() + "c/");
   EXPECT_EQ(builder.GetPkgCount(), 0U) << "no entries";
 }

@@ -854,7 +854,7 @@ class Checker {
       if (!lexer_.Next(token)) return false;
       if (token.text[0] == '*')
         return token.length == 1 || Fail("A list of sub-shapes does not end in a star");
-      std::uint32_t index, placement;
+      std::uint32_t index = 0, placement = 0;
       if (!Reference(token, index, placement)) return false;
       // Shapes are numbered from the last to the first.
       const std::uint32_t position = shapeCount_ - index;
@@ -889,7 +889,7 @@ class Checker {
 
   bool Root() {
     BRepTextLexer::Token token;
-    std::uint32_t index, placement;
+    std::uint32_t index = 0, placement = 0;
     if (!lexer_.Next(token) || !Reference(token, index, placement)) return false;
     if (index != 1) return Fail("The root is not the last shape");
     for (std::size_t i = 0; i + 1 < shapes_.size(); ++i) {

@@ -458,7 +458,7 @@ class BRepTextLexer {
   std::uint64_t digits_ = 0;  // bit i: next_[i] is a digit
   const char* reason_ = nullptr;
   std::size_t fault_ = 0;
-  char tail_[2 * kWindow + 2 * kMargin];
+  char tail_[2 * kWindow + 2 * kMargin] = {};
 };
 
 }  // namespace mirel

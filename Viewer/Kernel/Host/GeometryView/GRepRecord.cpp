@@ -479,7 +479,7 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
   const std::uint64_t flags = header.Fixed(1), state = header.Fixed(1);
   if (flags > kFlagFine || state > AABoxT<double>::kInfinite) return "its flags are unknown";
   const std::uint32_t payloadBytes = header.U32();
-  Counts counts;
+  Counts counts{};
   counts.vertices = header.U32();
   counts.places = header.U32();
   const std::uint32_t triangles = header.U32();
