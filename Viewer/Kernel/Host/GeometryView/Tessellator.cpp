@@ -491,7 +491,6 @@ class Builder {
     return false;
   }
 
-  // Puts triangles and vertices of each face into an order that a graphics card and the record's packing
   // Orders the triangles of each face as strips, which suits graphics cards and the record alike.
   void LayOut() {
     std::uint32_t nextVertex = 0, nextIndex = 0;
