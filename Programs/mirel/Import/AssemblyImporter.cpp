@@ -7,10 +7,12 @@
 #include <Viewer/Kernel/Model/InstanceItem.h>
 #include <Viewer/Kernel/Model/ShapeItem.h>
 
+#include <TDF_AttributeSequence.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <TopExp.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_GraphNode.hxx>
 
 #include <list>
 
@@ -19,6 +21,9 @@ namespace mirel {
 namespace {
 
 constexpr int kBeingRead = -1;
+
+// An occurrence in a colour of its own takes a copy of every assembly on the way to it, however large those are.
+constexpr std::size_t kMaxOccurrenceItems = 1'000'000;
 
 }  // namespace
 
@@ -78,7 +83,37 @@ std::optional<AssemblyImporter::Component> AssemblyImporter::ReadComponent(const
   component.transform = XcafLabel::GetMatrix(XCAFDoc_ShapeTool::GetLocation(place));
   component.color = XcafLabel::GetColor(colors_, place);
   component.product = *used;
+  ReadOccurrences(place, component);
   return component;
+}
+
+void AssemblyImporter::ReadOccurrences(const TDF_Label& place, Component& component) {
+  TDF_AttributeSequence attributes;
+  XCAFDoc_ShapeTool::GetAllComponentSHUO(place, attributes);
+  for (const Handle(TDF_Attribute) & attribute : attributes) {
+    auto node = Handle(XCAFDoc_GraphNode)::DownCast(attribute);
+    const Color color = XcafLabel::GetColor(colors_, node->Label());
+    if (node->NbFathers() > 0 || !color) {
+      continue;  // not the outermost component of its chain, which has the colour
+    }
+    record_.occurrences.push_back({{}, std::string(), color});
+    Way way;
+    std::size_t product = component.product;
+    while (node->NbChildren() == 1) {
+      node = node->GetChild(1);
+      const TDF_Label next = node->Label().Father();
+      const TDF_Label assembly = next.Father();
+      if (!componentPlaces_.IsBound(next) || places_.Find(assembly) != static_cast<int>(product)) {
+        way.clear();  // nothing is there
+        break;
+      }
+      way.push_back(static_cast<std::size_t>(componentPlaces_.Find(next)));
+      product = products_[product].components[way.back()].product;
+    }
+    if (!way.empty()) {
+      component.occurrences.push_back({way, {color->r, color->g, color->b}, record_.occurrences.size() - 1});
+    }
+  }
 }
 
 void AssemblyImporter::ReadComponents(const TDF_Label& label, Product& product) {
@@ -91,6 +126,7 @@ void AssemblyImporter::ReadComponents(const TDF_Label& label, Product& product) 
     }
     const Product& used = products_[component->product];
     product.showsParentColor |= !component->color && !used.color && used.showsParentColor;
+    componentPlaces_.Bind(place, static_cast<int>(product.components.size()));
     product.components.push_back(std::move(*component));
   }
   product.firstComponent = record_.components.size();
@@ -148,23 +184,38 @@ void AssemblyImporter::AddRoot(const TDF_Label& label) {
       return;
     }
     record_.components.push_back({{}, component->name, component->color});
-    model_.AddItem(BuildInstance(*component, record_.components.size() - 1, std::nullopt));
+    model_.AddItem(
+        BuildInstance(*component, record_.components.size() - 1, component->color, std::nullopt, {}));
     return;
   }
   if (const std::optional<std::size_t> product = ReadProduct(label)) {
-    model_.AddItem(BuildItem(*product, products_[*product].color));
+    model_.AddItem(BuildItem(*product, products_[*product].color, {}));
   }
 }
 
-std::unique_ptr<LiteModelItem> AssemblyImporter::BuildItem(std::size_t place, const Color& shown) {
+std::unique_ptr<LiteModelItem> AssemblyImporter::BuildItem(std::size_t place, const Color& shown,
+                                                           const OccurrenceColors& inside) {
   std::unique_ptr<LiteModelItem> item;
   const ObjectId id = ids_.Next();
   Color color;
   if (products_[place].isAssembly) {
     auto group = std::make_unique<GroupItem>();
     const Product& product = products_[place];
+    auto next = inside.begin();
     for (std::size_t i = 0; i < product.components.size(); ++i) {
-      group->AddItem(BuildInstance(product.components[i], product.firstComponent + i, shown));
+      const Component& component = product.components[i];
+      Color own = component.color;
+      OccurrenceColors insideComponent;
+      for (; next != inside.end() && next->first.front() == i; ++next) {
+        const auto& [way, rgb] = *next;
+        if (way.size() == 1) {
+          own = glm::vec3(rgb[0], rgb[1], rgb[2]);
+        } else {
+          insideComponent.emplace(Way(way.begin() + 1, way.end()), rgb);
+        }
+      }
+      group->AddItem(
+          BuildInstance(component, product.firstComponent + i, own, shown, std::move(insideComponent)));
     }
     color = product.color;
     item = std::move(group);
@@ -186,41 +237,69 @@ std::unique_ptr<LiteModelItem> AssemblyImporter::BuildItem(std::size_t place, co
   return item;
 }
 
-std::unique_ptr<LiteModelItem> AssemblyImporter::BuildInstance(const Component& component,
-                                                               std::size_t recorded, const Color& around) {
+std::unique_ptr<InstanceItem> AssemblyImporter::BuildInstance(const Component& component,
+                                                              std::size_t recorded, const Color& own,
+                                                              const Color& around, OccurrenceColors inside) {
   const Product& product = products_[component.product];
-  Color shown = component.color ? component.color : product.color ? product.color : around;
+  Color shown = own ? own : product.color ? product.color : around;
   if (product.isAssembly && !product.showsParentColor) {
     shown = product.color;  // nothing in it shows the difference, so it is one type
   }
-  const std::size_t type = BuildType(component.product, shown);
+  std::vector<const Component::Occurrence*> coloredHere;
+  for (const Component::Occurrence& occurrence : component.occurrences) {
+    if (inside.emplace(occurrence.way, occurrence.color).second) {  // otherwise an outer assembly's counts
+      coloredHere.push_back(&occurrence);
+    }
+  }
+  const std::size_t type = BuildType(component.product, shown, inside);
+  for (const Component::Occurrence* occurrence : coloredHere) {
+    occurrencesOf_.emplace(FindOccurrence(type, occurrence->way), occurrence->recorded);
+  }
   auto instance = std::make_unique<InstanceItem>();
   instance->SetId(ids_.Next());
   instance->SetName(component.name);
   instance->SetTransform(component.transform);
-  if (component.color) {
-    instance->SetColor(*component.color);
+  if (own) {
+    instance->SetColor(*own);
   }
   instance->SetTypeId(types_[type].item->GetId());
   types_[type].uses.push_back({instance.get(), recorded});
   return instance;
 }
 
-std::size_t AssemblyImporter::BuildType(std::size_t product, const Color& shown) {
-  const TypeKey key =
-      shown ? TypeKey(product, true, shown->r, shown->g, shown->b) : TypeKey(product, false, 0, 0, 0);
+std::size_t AssemblyImporter::BuildType(std::size_t product, const Color& shown,
+                                        const OccurrenceColors& inside) {
+  const TypeKey key(product, shown ? std::optional<Rgb>({shown->r, shown->g, shown->b}) : std::nullopt,
+                    inside);
   const auto found = typeOf_.find(key);
   if (found != typeOf_.end()) {
     return found->second;
   }
-  std::unique_ptr<LiteModelItem> item = BuildItem(product, shown);
+  if (!inside.empty()) {
+    occurrenceItems_ += products_[product].components.size();
+    if (occurrenceItems_ > kMaxOccurrenceItems) {
+      return BuildType(product, shown, {});
+    }
+  }
+  std::unique_ptr<LiteModelItem> item = BuildItem(product, shown, inside);
   if (record_.products[product].ids.size() > 1) {
     ++record_.colorVariants;
   }
   const std::size_t place = types_.size();
+  typeOfId_.emplace(item->GetId(), place);
   types_.push_back({std::move(item), {}});
   typeOf_.emplace(key, place);
   return place;
+}
+
+const InstanceItem* AssemblyImporter::FindOccurrence(std::size_t type, const Way& way) const {
+  const InstanceItem* instance = nullptr;
+  for (const std::size_t place : way) {
+    const auto& group = static_cast<const GroupItem&>(*types_[type].item);
+    instance = static_cast<const InstanceItem*>(group.GetChildren()[place].get());
+    type = typeOfId_.at(instance->GetTypeId());
+  }
+  return instance;
 }
 
 ObjectId AssemblyImporter::StoreBody(const TopoDS_Shape& shape) {
@@ -237,13 +316,13 @@ void AssemblyImporter::AddTypes() {
   for (Type& type : types_) {
     if (type.uses.size() != 1) {
       for (const Type::Use& use : type.uses) {
-        record_.components[use.component].ids.push_back(use.instance->GetId());
+        Record(use, use.instance->GetId());
       }
       model_.AddType(std::move(type.item));
       continue;
     }
-    InstanceItem& instance = *type.uses.front().instance;
-    std::vector<ObjectId>& recorded = record_.components[type.uses.front().component].ids;
+    const Type::Use& use = type.uses.front();
+    InstanceItem& instance = *use.instance;
     if (instance.GetName().empty()) {
       instance.SetName(type.item->GetName());
     }
@@ -251,16 +330,24 @@ void AssemblyImporter::AddTypes() {
     const bool losesColor = instance.GetColor().r >= 0.0F && type.item->GetColor().r >= 0.0F &&
                             instance.GetColor() != type.item->GetColor();
     if (!losesName && !losesColor) {
-      recorded.push_back(type.item->GetId());
+      Record(use, type.item->GetId());
       model_.AddType(std::move(type.item));
       continue;
     }
-    recorded.push_back(instance.GetId());
+    Record(use, instance.GetId());
     auto wrapper = std::make_unique<GroupItem>();
     wrapper->SetId(instance.GetId());
     wrapper->AddItem(std::move(type.item));
     instance.SetTypeId(wrapper->GetId());
     model_.AddType(std::move(wrapper));
+  }
+}
+
+void AssemblyImporter::Record(const Type::Use& use, const ObjectId& id) {
+  record_.components[use.component].ids.push_back(id);
+  const auto [first, last] = occurrencesOf_.equal_range(use.instance);
+  for (auto occurrence = first; occurrence != last; ++occurrence) {
+    record_.occurrences[occurrence->second].ids.push_back(id);
   }
 }
 

@@ -4,6 +4,7 @@
 #include <Programs/mirel/Import/ImportRecord.h>
 
 #include <Viewer/Kernel/Model/LiteModel.h>
+#include <Viewer/Kernel/Model/ObjectIdHash.h>
 
 #include <TDF_LabelIntegerMap.hxx>
 #include <TDocStd_Document.hxx>
@@ -14,6 +15,7 @@
 #include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
 
+#include <array>
 #include <map>
 #include <memory>
 #include <optional>
@@ -30,17 +32,17 @@ class InstanceItem;
 ///
 /// - A root of the document becomes a top-level item: a group for an assembly, a shape for a single part.
 /// - Any other product becomes a type: a shape, or a group of instances, one for each component, with the
-/// component's
-///   name, placement and colour.
+///   component's name, placement and colour.
 /// - A body is stored once, unplaced, however many products and components show it.
-/// - The colour of a shape item is the one that is seen: the component's before the product's before that of
-/// the
+/// - The colour of a shape item is the one that is seen: the component's before the product's before that of the
 ///   assembly around it. A product that is seen in several colours becomes several types that share one body.
-/// - The colour of a face is that of the face itself, or else of the innermost coloured part of the body
-/// around it.
-/// - Of a type that is used once, the module writes the type in place of the instance, with the instance's
-/// name. Where
-///   that would lose a name or a colour, the type is put into a group of its own which stands for the
+/// - An assembly may give a colour to a single occurrence of a component anywhere inside it (XCAF and STEP: specified
+///   higher usage occurrence), which counts before the component's own, and that of an outer assembly before that of
+///   an inner one. The assemblies on the way to it become types of their own. Occurrences beyond a million such items
+///   are left in their other colour, which the record shows.
+/// - The colour of a face is that of the face itself, or else of the innermost coloured part of the body around it.
+/// - Of a type that is used once, the module writes the type in place of the instance, with the instance's name.
+///   Where that would lose a name or a colour, the type is put into a group of its own which stands for the
 ///   instance: it has the instance's id, name and placement, and the product below it keeps its own.
 ///
 /// Ids follow from the seed and the document. Tags are not set: count the uses afterwards (`TypeUseCounter`).
@@ -60,12 +62,26 @@ class AssemblyImporter {
 
  private:
   using Color = std::optional<glm::vec3>;
+  using Rgb = std::array<float, 3>;  // a colour that has an order
+
+  // The way from a product to a component inside it: positions in the components of product after product.
+  using Way = std::vector<std::size_t>;
+  // Colours of single occurrences inside a product.
+  using OccurrenceColors = std::map<Way, Rgb>;
 
   struct Component {
+    // A colour that the assembly of this component gives to an occurrence inside it.
+    struct Occurrence {
+      Way way;  // from the product of this component
+      Rgb color;
+      std::size_t recorded;  // in the record
+    };
+
     std::string name;
     glm::dmat4 transform{1.0};
     Color color;
     std::size_t product = 0;
+    std::vector<Occurrence> occurrences;
   };
 
   struct Product {
@@ -88,21 +104,28 @@ class AssemblyImporter {
     std::vector<Use> uses;
   };
 
-  using TypeKey = std::tuple<std::size_t, bool, float, float, float>;  // product, and colour if it has one
+  // Product, its colour if it has one, and those of occurrences inside it.
+  using TypeKey = std::tuple<std::size_t, std::optional<Rgb>, OccurrenceColors>;
 
   std::optional<std::size_t> ReadProduct(const TDF_Label& label);
   // Nothing for a component without a product, or inside itself; it is counted as broken.
   std::optional<Component> ReadComponent(const TDF_Label& place);
+  void ReadOccurrences(const TDF_Label& place, Component& component);
   void ReadComponents(const TDF_Label& label, Product& product);
   void ReadFaceColors(const TDF_Label& label, Product& product);
 
   void AddRoot(const TDF_Label& label);
-  std::unique_ptr<LiteModelItem> BuildItem(std::size_t product, const Color& shown);
-  std::unique_ptr<LiteModelItem> BuildInstance(const Component& component, std::size_t recorded,
-                                               const Color& around);
-  std::size_t BuildType(std::size_t product, const Color& shown);
+  // `inside` are the colours that assemblies around the product give to occurrences inside it.
+  std::unique_ptr<LiteModelItem> BuildItem(std::size_t product, const Color& shown,
+                                           const OccurrenceColors& inside);
+  std::unique_ptr<InstanceItem> BuildInstance(const Component& component, std::size_t recorded,
+                                              const Color& own, const Color& around, OccurrenceColors inside);
+  std::size_t BuildType(std::size_t product, const Color& shown, const OccurrenceColors& inside);
+  const InstanceItem* FindOccurrence(std::size_t type, const Way& way) const;
   ObjectId StoreBody(const TopoDS_Shape& shape);
   void AddTypes();
+  // Says which item of the folder stands for a use of a type.
+  void Record(const Type::Use& use, const ObjectId& id);
 
   Handle(XCAFDoc_ShapeTool) shapes_;
   Handle(XCAFDoc_ColorTool) colors_;
@@ -111,8 +134,12 @@ class AssemblyImporter {
   ImportRecord record_;
   std::vector<Product> products_;
   TDF_LabelIntegerMap places_;  // label -> position in products_; kBeingRead while its components are read
+  TDF_LabelIntegerMap componentPlaces_;  // label -> position in the components of its product
   std::vector<Type> types_;
   std::map<TypeKey, std::size_t> typeOf_;
+  std::unordered_map<ObjectId, std::size_t, SecretIdHash> typeOfId_;
+  std::unordered_multimap<const InstanceItem*, std::size_t> occurrencesOf_;  // in the record
+  std::size_t occurrenceItems_ = 0;  // made only for occurrences in colours of their own
   std::map<std::pair<const void*, int>, ObjectId> bodies_;  // by TShape and orientation
 };
 

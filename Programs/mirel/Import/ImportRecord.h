@@ -20,8 +20,9 @@ struct ImportRecord {
     std::optional<glm::vec3> color;
   };
 
-  std::vector<Entry> products;    ///< in the order in which they were met
-  std::vector<Entry> components;  ///< the places of products in assemblies
+  std::vector<Entry> products;     ///< in the order in which they were met
+  std::vector<Entry> components;   ///< the places of products in assemblies
+  std::vector<Entry> occurrences;  ///< single occurrences of components that assemblies around them colour
 
   std::size_t colorVariants = 0;  ///< types that exist only because their product is shown in a second colour
   std::size_t brokenComponents = 0;  ///< components without a product, or inside themselves

@@ -63,13 +63,8 @@ class Counter {
     std::uint64_t curveColors = 0;
     std::uint64_t properties = 0;
     std::uint64_t partNames = 0;
-    std::uint64_t occurrenceStyles = 0;
     for (TDF_ChildIterator labels(shapes_->BaseLabel(), Standard_True); labels.More(); labels.Next()) {
       const TDF_Label label = labels.Value();
-      if (IsOccurrenceStyle(label)) {
-        ++occurrenceStyles;
-        continue;
-      }
       transparent += IsTransparent(label);
       hidden += !colors_->IsVisible(label);
       curveColors += HasCurveColor(label);
@@ -87,7 +82,6 @@ class Counter {
     return {
         {"transparency", "transparent colours", transparent},
         {"hiddenItems", "items marked as hidden", hidden},
-        {"occurrenceStyles", "colours of single occurrences deep in the assembly", occurrenceStyles},
         {"curveColors", "colours of edges and curves", curveColors},
         {"layers", "layers",
          count([&](TDF_LabelSequence& l) { XCAFDoc_DocumentTool::LayerTool(main_)->GetLayerLabels(l); })},
@@ -125,6 +119,11 @@ class Counter {
   void CountInstance(const TDF_Label& label) {
     ++counts_.instances;
     CountLabel(label);
+    TDF_AttributeSequence occurrences;
+    XCAFDoc_ShapeTool::GetAllComponentSHUO(label, occurrences);
+    for (const Handle(TDF_Attribute) & occurrence : occurrences) {
+      counts_.coloredItems += XcafLabel::GetColor(colors_, occurrence->Label()).has_value();
+    }
   }
 
   // How many parts are seen where the product is placed once. Each product is looked at once.
@@ -198,13 +197,6 @@ class Counter {
     const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(label);
     return !shape.IsNull() && shape.ShapeType() > TopAbs_FACE &&
            XcafLabel::GetColor(colors_, label).has_value();
-  }
-
-  bool IsOccurrenceStyle(const TDF_Label& label) const {
-    Handle(XCAFDoc_GraphNode) node;
-    return XCAFDoc_ShapeTool::GetSHUO(label, node) &&
-           (XcafLabel::GetColor(colors_, label) || colors_->IsSet(label, XCAFDoc_ColorCurv) ||
-            !colors_->IsVisible(label));
   }
 
   struct LabelOrder {

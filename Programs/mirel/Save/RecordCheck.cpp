@@ -79,6 +79,7 @@ ModelCounts RecordCheck::CountSaved(const ImportRecord& record, const LiteModel&
   ModelCounts counts;
   counts.products = CountEntries(record.products, index, counts);
   counts.instances = CountEntries(record.components, index, counts);
+  CountEntries(record.occurrences, index, counts);
   counts.placedShapes = figures.placedShapes;
   counts.shapes = figures.shapes;
   counts.faces = figures.faces;

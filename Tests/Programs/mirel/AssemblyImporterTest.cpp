@@ -1,5 +1,9 @@
 #include <Programs/mirel/Import/AssemblyImporter.h>
 #include <Programs/mirel/Import/SourceCensus.h>
+#include <Programs/mirel/Open/ModelFolder.h>
+
+#include <Tests/Programs/mirel/RunMirel.h>
+#include <Tests/Support/TestFolder.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Model/GroupItem.h>
@@ -9,16 +13,23 @@
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRep_Builder.hxx>
 #include <Quantity_ColorRGBA.hxx>
+#include <STEPCAFControl_Writer.hxx>
+#include <TDF_LabelSequence.hxx>
 #include <TDataStd_Name.hxx>
 #include <TopExp.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Compound.hxx>
 #include <XCAFApp_Application.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
+#include <XCAFDoc_GraphNode.hxx>
 #include <gp_Trsf.hxx>
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <initializer_list>
+#include <map>
+#include <memory>
+#include <string>
 
 namespace mirel {
 namespace {
@@ -179,6 +190,80 @@ TEST_F(ImportTest, AnInstanceShowsItsOwnColor) {
   EXPECT_EQ(model_.GetShape().size(), 2u);  // colours do not multiply bodies
   EXPECT_EQ(importer_->GetRecord().colorVariants,
             3u);  // a blue part, a green plain one, and the sub that holds it
+}
+
+// The colours of all shapes by the names of the instances around them, which have one letter.
+void AddSeen(const LiteModel& model, const LiteModelItem& item, std::string path,
+             std::map<std::string, glm::vec3>& seen) {
+  if (item.GetName().size() == 1) {
+    path += item.GetName();
+  }
+  if (const auto* instance = dynamic_cast<const InstanceItem*>(&item)) {
+    AddSeen(model, *model.FindType(instance->GetTypeId()), path, seen);
+  } else if (const auto* group = dynamic_cast<const GroupItem*>(&item)) {
+    for (const auto& child : group->GetChildren()) {
+      AddSeen(model, *child, path, seen);
+    }
+  } else {
+    seen[path] = item.GetColor();
+  }
+}
+
+std::map<std::string, glm::vec3> Seen(const LiteModel& model) {
+  std::map<std::string, glm::vec3> seen;
+  for (const auto& item : model.GetItems()) {
+    AddSeen(model, *item, "", seen);
+  }
+  return seen;
+}
+
+TEST_F(ImportTest, AnAssemblyColorsSingleOccurrencesInsideIt) {
+  const TDF_Label part = Part("part", MakeBox());
+  const TDF_Label sub = Assembly("sub");
+  const TDF_Label mid = Assembly("mid");
+  const TDF_Label top = Assembly("top");
+  Color(part, kGreen);
+  const TDF_Label p = Place(sub, part, "p", 0);
+  const TDF_Label q = Place(sub, part, "q", 20);
+  const TDF_Label r = Place(mid, sub, "r", 100);
+  const TDF_Label s = Place(mid, sub, "s", 200);
+  const TDF_Label m = Place(top, mid, "m", 1000);
+  const TDF_Label n = Place(top, mid, "n", 2000);
+  Place(top, sub, "t", 3000);
+  shapes_->UpdateAssemblies();
+  const auto colorOccurrence = [&](std::initializer_list<TDF_Label> way, const glm::vec3& color) {
+    TDF_LabelSequence labels;
+    for (const TDF_Label& label : way) {
+      labels.Append(label);
+    }
+    Handle(XCAFDoc_GraphNode) node;
+    ASSERT_TRUE(shapes_->SetSHUO(labels, node));
+    Color(node->Label(), color);
+  };
+  Color(q, kBrown);
+  colorOccurrence({r, q}, kRed);
+  colorOccurrence({n, s, p}, kBlue);
+  colorOccurrence({m, r, p}, kBlue);
+  colorOccurrence({m, r, q}, kBlue);  // before what mid says of it
+  Import();
+  const std::map<std::string, glm::vec3> expected = {
+      {"mrp", kBlue}, {"mrq", kBlue}, {"msp", kGreen}, {"msq", kBrown}, {"nrp", kGreen},
+      {"nrq", kRed},  {"nsp", kBlue}, {"nsq", kBrown}, {"tp", kGreen},  {"tq", kBrown}};
+  EXPECT_EQ(Seen(model_), expected);
+  EXPECT_EQ(model_.GetShape().size(), 1u);
+
+  // The same out of a STEP file, with all colours found again in the folder.
+  const TestFolder scratch;
+  const std::string step = scratch.GetPath() + "occurrences.step";
+  STEPCAFControl_Writer writer;
+  writer.SetSHUOMode(true);
+  ASSERT_TRUE(writer.Perform(document_, step.c_str()));
+  std::string report;
+  EXPECT_EQ(Mirel({"save", "--strict", "--json", step, scratch.GetPath() + "folder"}, report), 0) << report;
+  EXPECT_NE(report.find("\"coloredItems\": 6"), report.rfind("\"coloredItems\": 6")) << report;
+  ModelFolder folder;
+  ASSERT_TRUE(folder.Load(scratch.GetPath() + "folder"));
+  EXPECT_EQ(Seen(folder.GetModel()), expected);
 }
 
 TEST_F(ImportTest, TheInnermostColorOfAFaceCounts) {
