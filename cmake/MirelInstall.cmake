@@ -35,6 +35,8 @@ if(TARGET mirel)
   # The program finds the libraries beside it, wherever the installed tree lies.
   file(RELATIVE_PATH libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(mirel PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
+  set_target_properties(MirelReadSTEP MirelReadIGES PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+  install(TARGETS MirelReadSTEP MirelReadIGES LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT program)
   install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 endif()
 set_target_properties(MirelViewerKernel PROPERTIES INSTALL_RPATH "$ORIGIN")

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <Programs/mirel/StageProgress.h>
+
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -13,19 +15,17 @@ namespace mirel {
 ///
 /// Thread safety: every operation may be called from any thread. The line is redrawn by a thread of its own,
 /// so that it lives on while a library works without a word.
-class ProgressBar {
+class ProgressBar : public StageProgress {
  public:
   explicit ProgressBar(bool enabled);
-  ~ProgressBar();
+  ~ProgressBar() override;
 
   ProgressBar(const ProgressBar&) = delete;
   ProgressBar& operator=(const ProgressBar&) = delete;
 
-  /// Shows another stage, without a fraction until one is set.
-  void Begin(const std::string& stage);
+  void Begin(const std::string& stage) override;
 
-  /// How far the present stage is, 0 to 1.
-  void SetFraction(double fraction);
+  void SetFraction(double fraction) override;
 
   /// Takes the line off the screen until the next redraw, for a message to be printed in its place.
   void Clear();

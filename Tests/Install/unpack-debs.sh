@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Makes the Debian packages and unpacks them side by side. Fails when one of them lacks what it needs.
+# Makes the Debian packages, unpacks them side by side and converts an assembly with what they hold. Fails when one of them
+# lacks what it needs.
 # usage: unpack-debs.sh CPACK BUILD_FOLDER TARGET_FOLDER
 set -euo pipefail
 cpack=$1 build=$2 target=$3
@@ -12,10 +13,13 @@ for package in libmirel0 libmirel-dev mirel; do
   [[ -f $deb ]] || { echo "unpack-debs: no package $package" >&2; exit 1; }
   depends=$(dpkg-deb -f "$deb" Depends)
   case $package in
-  libmirel0) want=libocct ;;
-  *) want="libmirel0 (" ;;
+  libmirel0) wanted=(libocct) ;;
+  libmirel-dev) wanted=("libmirel0 (") ;;
+  mirel) wanted=("libmirel0 (" libocct-data-exchange) ;;
   esac
-  [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
+  for want in "${wanted[@]}"; do
+    [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
+  done
   dpkg-deb -x "$deb" "$target"
 done
-"$target/usr/bin/mirel" --version
+"$target/usr/bin/mirel" save --strict "$(dirname "$0")/../../Samples/trolley.step" "$target/trolley"

@@ -1,5 +1,6 @@
 #include <Programs/mirel/Import/AssemblyImporter.h>
 
+#include <Programs/mirel/Import/PlacementMatrix.h>
 #include <Programs/mirel/Import/XcafLabel.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
@@ -80,7 +81,7 @@ std::optional<AssemblyImporter::Component> AssemblyImporter::ReadComponent(const
   }
   Component component;
   component.name = XcafLabel::GetName(place);
-  component.transform = XcafLabel::GetMatrix(XCAFDoc_ShapeTool::GetLocation(place));
+  component.transform = PlacementMatrix::Of(XCAFDoc_ShapeTool::GetLocation(place));
   component.color = XcafLabel::GetColor(colors_, place);
   component.product = *used;
   ReadOccurrences(place, component);
@@ -224,7 +225,7 @@ std::unique_ptr<LiteModelItem> AssemblyImporter::BuildItem(std::size_t place, co
     auto shape = std::make_unique<ShapeItem>();
     shape->SetShapeId(StoreBody(product.shape));
     shape->SetFaceColor(product.faceColors);
-    shape->SetTransform(XcafLabel::GetMatrix(product.shape.Location()));
+    shape->SetTransform(PlacementMatrix::Of(product.shape.Location()));
     color = shown;
     item = std::move(shape);
   }

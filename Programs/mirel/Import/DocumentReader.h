@@ -2,27 +2,35 @@
 
 #include <Programs/mirel/Import/SourceFile.h>
 
+#include <Message_ProgressRange.hxx>
 #include <TDocStd_Document.hxx>
 
 #include <cstddef>
+#include <functional>
 #include <string>
 #include <vector>
 
+class XSControl_Reader;
+
 namespace mirel {
 
-class ProgressBar;
+class StageProgress;
 
-/// Reads a STEP or IGES file into an XCAF document: assemblies, names, colours, layers, materials, PMI, saved
-/// views and properties, everything that OpenCASCADE can take, so that what is not saved can at least be
-/// counted. Lengths are converted to millimetres. Labels without a name in the file stay without one.
+/// Reads a file into an XCAF document: assemblies, names, colours, layers, materials, PMI, saved views and properties,
+/// everything that OpenCASCADE can take, so that what is not saved can at least be counted. Lengths are converted to
+/// millimetres. Labels without a name in the file stay without one. Each format has a class of its own (`StepReader`,
+/// `IgesReader`).
 ///
-/// OpenCASCADE's own messages are caught while it works, and nothing of it reaches stdout. If it crashes on a
-/// damaged file, the process ends with the exit code for unreadable input after saying so.
+/// OpenCASCADE's own messages are caught while it works, and nothing of it reaches stdout. It may crash on a damaged
+/// file.
 ///
 /// Changes process-wide settings of OpenCASCADE: for programs only, one reader at a time.
 class DocumentReader {
  public:
-  explicit DocumentReader(ProgressBar& progress) : progress_(progress) {}
+  virtual ~DocumentReader() = default;
+
+  DocumentReader(const DocumentReader&) = delete;
+  DocumentReader& operator=(const DocumentReader&) = delete;
 
   /// The document, or a null handle; then `GetError` says why. The message lines under it, if any, are the
   /// library's.
@@ -41,11 +49,23 @@ class DocumentReader {
   /// How many entities of the file the library reported as failed to translate.
   std::size_t GetFailedEntityCount() const { return failedEntities_; }
 
- private:
-  template <typename Reader>
-  bool Run(Reader& reader, const SourceFile& file, const Handle(TDocStd_Document) & document);
+ protected:
+  explicit DocumentReader(StageProgress& progress) : progress_(progress) {}
 
-  ProgressBar& progress_;
+  using TransferFunction = std::function<bool(const Message_ProgressRange&)>;
+
+  /// Reads the file with a reader that is set up, has every entity mended, and calls the function to translate them
+  /// into the document.
+  bool Run(const SourceFile& file, XSControl_Reader& reader, const TransferFunction& transfer);
+
+ private:
+  // Makes the reader of the format and calls `Run`.
+  virtual bool ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) = 0;
+
+  // Changes an entity that would not be translated as it should be.
+  virtual void Mend(const Handle(Standard_Transient) &) {}
+
+  StageProgress& progress_;
   std::string error_;
   std::vector<std::string> messages_;
   double readSeconds_ = 0.0;

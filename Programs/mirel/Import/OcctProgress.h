@@ -1,23 +1,23 @@
 #pragma once
 
-#include <Programs/mirel/ProgressBar.h>
+#include <Programs/mirel/StageProgress.h>
 
 #include <Message_ProgressIndicator.hxx>
 
 namespace mirel {
 
-/// Hands the progress that OpenCASCADE reports to a progress bar.
+/// Hands the progress that OpenCASCADE reports to whoever shows it.
 class OcctProgress : public Message_ProgressIndicator {
  public:
-  explicit OcctProgress(ProgressBar& bar) : bar_(bar) {}
+  explicit OcctProgress(StageProgress& shown) : shown_(shown) {}
 
  protected:
   void Show(const Message_ProgressScope&, const Standard_Boolean) override {
-    bar_.SetFraction(GetPosition());
+    shown_.SetFraction(GetPosition());
   }
 
  private:
-  ProgressBar& bar_;
+  StageProgress& shown_;
 };
 
 }  // namespace mirel

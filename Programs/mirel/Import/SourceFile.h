@@ -24,8 +24,6 @@ class SourceFile {
   /// Why the file cannot be used; empty when it can.
   const std::string& GetError() const { return error_; }
 
-  /// The path as the user gave it, for messages.
-  const std::string& GetPath() const { return path_; }
   /// The path to read from; another one when the file was compressed.
   const std::string& GetReadPath() const { return readPath_; }
 

@@ -5,7 +5,6 @@
 #include <Quantity_ColorRGBA.hxx>
 #include <TDataStd_Name.hxx>
 #include <XCAFDoc_ColorType.hxx>
-#include <gp_Trsf.hxx>
 
 namespace mirel {
 
@@ -30,20 +29,6 @@ std::optional<glm::vec3> XcafLabel::GetColor(const Handle(XCAFDoc_ColorTool) & t
     }
   }
   return std::nullopt;
-}
-
-glm::dmat4 XcafLabel::GetMatrix(const TopLoc_Location& location) {
-  glm::dmat4 matrix(1.0);
-  if (location.IsIdentity()) {
-    return matrix;
-  }
-  const gp_Trsf transformation = location.Transformation();
-  for (int column = 0; column < 4; ++column) {
-    for (int row = 0; row < 3; ++row) {
-      matrix[column][row] = transformation.Value(row + 1, column + 1);
-    }
-  }
-  return matrix;
 }
 
 }  // namespace mirel

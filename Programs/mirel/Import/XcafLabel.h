@@ -1,10 +1,8 @@
 #pragma once
 
 #include <TDF_Label.hxx>
-#include <TopLoc_Location.hxx>
 #include <XCAFDoc_ColorTool.hxx>
 
-#include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
 
 #include <optional>
@@ -22,9 +20,6 @@ class XcafLabel {
   /// colours as linear RGB and takes the values in files for sRGB; viewers of model folders take the values
   /// as they are.
   static std::optional<glm::vec3> GetColor(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label);
-
-  /// A placement as a matrix, column by column.
-  static glm::dmat4 GetMatrix(const TopLoc_Location& location);
 };
 
 }  // namespace mirel

@@ -3,12 +3,11 @@
 #include <Programs/mirel/Check/FolderCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/CrashGuard.h>
-#include <Programs/mirel/Import/AssemblyImporter.h>
 #include <Programs/mirel/Import/BRepFile.h>
-#include <Programs/mirel/Import/DocumentReader.h>
-#include <Programs/mirel/Import/SourceCensus.h>
+#include <Programs/mirel/Import/IdSequence.h>
+#include <Programs/mirel/Import/ImportLibrary.h>
+#include <Programs/mirel/Import/PlacementMatrix.h>
 #include <Programs/mirel/Import/SourceFile.h>
-#include <Programs/mirel/Import/XcafLabel.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/Open/ModelFigures.h>
 #include <Programs/mirel/Open/ModelFolder.h>
@@ -32,6 +31,7 @@
 
 #include <memory>
 #include <sstream>
+#include <utility>
 
 namespace mirel {
 
@@ -95,37 +95,33 @@ ExitCode SaveVerb::Run(Console& console) {
 
 ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file,
                                 LiteModel& model) {
-  DocumentReader reader(progress);
-  const Handle(TDocStd_Document) document = reader.Read(file);
-  if (document.IsNull()) {
-    console.Error(input_, reader.GetError());
-  }
-  for (const std::string& message : reader.GetMessages()) {
-    if (document.IsNull()) {
-      console.ErrorDetail(Utf8::Printable(message));
-    } else {
-      console.Detail(Utf8::Printable(message));
-    }
-  }
-  if (document.IsNull()) {
+  const ImportLibrary library(file.GetFormat());
+  if (!library.GetError().empty()) {
+    console.Error(input_, library.GetError());
     return ExitCode::kInputUnread;
   }
-  Stopwatch watch;
-  AssemblyImporter importer(document, file.GetFingerprint(), model);
-  importer.Import();
-  record_ = importer.GetRecord();
-  const double importSeconds = watch.Lap();
-
-  const SourceCensus census(document);
-  report_.source = census.GetCounts();
-  for (const SourceCensus::Loss& loss : census.GetLosses()) {
-    AddLoss(loss.key, loss.text, loss.count);
+  ImportResult result;
+  {
+    const CrashGuard guard(input_, "the file made OpenCASCADE crash; it is probably damaged",
+                           ExitCode::kInputUnread);
+    library.Read(file, progress, model, result);
   }
-  AddLoss("badEntities", "entities with errors in the file", reader.GetBadEntityCount());
-  AddLoss("untranslated", "entities that could not be translated", reader.GetFailedEntityCount());
-  AddLoss("brokenInstances", "instances without a product, or inside themselves", record_.brokenComponents);
-  report_.seconds.emplace_back("reading", reader.GetReadSeconds());
-  report_.seconds.emplace_back("transfer", reader.GetTransferSeconds() + importSeconds);
+  const bool good = result.error.empty();
+  if (!good) {
+    console.Error(input_, result.error);
+  }
+  for (const std::string& message : result.messages) {
+    const std::string line = Utf8::Printable(message);
+    good ? console.Detail(line) : console.ErrorDetail(line);
+  }
+  if (!good) {
+    return ExitCode::kInputUnread;
+  }
+  record_ = std::move(result.record);
+  report_.source = result.source;
+  report_.losses = std::move(result.losses);
+  report_.seconds.emplace_back("reading", result.readSeconds);
+  report_.seconds.emplace_back("transfer", result.transferSeconds);
   return ExitCode::kDone;
 }
 
@@ -165,7 +161,7 @@ ExitCode SaveVerb::ReadBody(Console& console, ProgressBar& progress, const Sourc
   item->SetId(ids.Next());
   item->SetShapeId(ids.Next());
   item->SetName(Utf8::MakeValid(file.GetStem()));  // a BRep file holds no names
-  item->SetTransform(XcafLabel::GetMatrix(shape.Location()));
+  item->SetTransform(PlacementMatrix::Of(shape.Location()));
   model.AddShape(item->GetShapeId(), body);
   record_.products.push_back({{item->GetId()}, std::string(), std::nullopt});
   model.AddItem(std::move(item));

@@ -82,6 +82,17 @@ ModuleLibrary::ModuleLibrary(const std::string& path) {
 #endif
 }
 
+void* ModuleLibrary::FindFunction(const char* name) const {
+  if (handle_ == nullptr) {
+    return nullptr;
+  }
+#if defined(_WIN32)
+  return reinterpret_cast<void*>(GetProcAddress(static_cast<HMODULE>(handle_), name));
+#else
+  return dlsym(handle_, name);
+#endif
+}
+
 bool ModuleLibrary::Holds(const void* address) const {
 #if defined(_WIN32)
   HMODULE holder = nullptr;

@@ -18,6 +18,10 @@ class ModuleLibrary {
   /// Why it could not be loaded, in the words of the system where they are its own; empty when it is loaded.
   const std::string& GetError() const { return error_; }
 
+  /// The address of what the library exports under a name of C linkage, to be cast to its type; null when there is no
+  /// such thing or no library.
+  void* FindFunction(const char* name) const;
+
   /// True when something that is registered with the host comes from this library: a command, a scene reader or
   /// a stream model loader whose class is defined in it.
   bool IsRegistered() const;

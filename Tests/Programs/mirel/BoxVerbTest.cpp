@@ -1,4 +1,4 @@
-#include <Programs/mirel/Import/DocumentReader.h>
+#include <Programs/mirel/Import/StepReader.h>
 #include <Programs/mirel/ProgressBar.h>
 
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
@@ -127,7 +127,7 @@ TEST(BoxVerb, IsThatOfOpenCascadesTrianglesPlacedLevelByLevel) {
   ASSERT_EQ(Mirel({"--quiet", "save", GetSource(), folder}, out), 0);
 
   ProgressBar progress(false);
-  DocumentReader reader(progress);
+  StepReader reader(progress);
   const SourceFile file(GetSource());
   const Handle(TDocStd_Document) document = reader.Read(file);
   ASSERT_FALSE(document.IsNull()) << reader.GetError();

@@ -1,4 +1,4 @@
-#include <Programs/mirel/Import/DocumentReader.h>
+#include <Programs/mirel/Import/StepReader.h>
 #include <Programs/mirel/Import/XcafLabel.h>
 #include <Programs/mirel/ProgressBar.h>
 
@@ -112,7 +112,7 @@ TEST(SampleRoundTripTest, WhatAViewerGetsIsWhatXcafReads) {
   ASSERT_EQ(Mirel({"--quiet", "save", "--strict", MIREL_SAMPLE, folder}), 0);
 
   ProgressBar progress(false);
-  DocumentReader reader(progress);
+  StepReader reader(progress);
   const SourceFile file(MIREL_SAMPLE);
   const Handle(TDocStd_Document) document = reader.Read(file);
   ASSERT_FALSE(document.IsNull()) << reader.GetError();

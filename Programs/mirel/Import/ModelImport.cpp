@@ -1,0 +1,56 @@
+#include <Programs/mirel/Import/ModelImport.h>
+
+#include <Programs/mirel/Import/AssemblyImporter.h>
+#include <Programs/mirel/Import/DocumentReader.h>
+#include <Programs/mirel/Import/SourceCensus.h>
+#include <Programs/mirel/Stopwatch.h>
+
+#include <Standard_Failure.hxx>
+
+namespace mirel {
+
+namespace {
+
+void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, ImportResult& result) {
+  const Handle(TDocStd_Document) document = reader.Read(file);
+  result.error = reader.GetError();
+  result.messages = reader.GetMessages();
+  if (document.IsNull()) {
+    return;
+  }
+  Stopwatch watch;
+  AssemblyImporter importer(document, file.GetFingerprint(), model);
+  importer.Import();
+  result.record = importer.GetRecord();
+  result.readSeconds = reader.GetReadSeconds();
+  result.transferSeconds = reader.GetTransferSeconds() + watch.Lap();
+
+  const SourceCensus census(document);
+  result.source = census.GetCounts();
+  for (const SourceCensus::Loss& loss : census.GetLosses()) {
+    result.losses.push_back({loss.key, loss.text, loss.count});
+  }
+  result.losses.push_back({"badEntities", "entities with errors in the file", reader.GetBadEntityCount()});
+  result.losses.push_back(
+      {"untranslated", "entities that could not be translated", reader.GetFailedEntityCount()});
+  result.losses.push_back({"brokenInstances", "instances without a product, or inside themselves",
+                           importer.GetRecord().brokenComponents});
+}
+
+}  // namespace
+
+void ModelImport::Run(DocumentReader& reader, const SourceFile& file, LiteModel& model,
+                      ImportResult& result) {
+  try {
+    Import(reader, file, model, result);
+  } catch (const Standard_Failure& failure) {
+    result.error = std::string("OpenCASCADE gave up: ") + failure.DynamicType()->Name() + " " +
+                   failure.GetMessageString();
+  } catch (const std::bad_alloc&) {
+    result.error = "out of memory";
+  } catch (const std::exception& failure) {
+    result.error = failure.what();
+  }
+}
+
+}  // namespace mirel

@@ -1,0 +1,17 @@
+#pragma once
+
+#include <Programs/mirel/Import/DocumentReader.h>
+
+namespace mirel {
+
+/// Reads a STEP file into an XCAF document.
+class StepReader final : public DocumentReader {
+ public:
+  explicit StepReader(StageProgress& progress) : DocumentReader(progress) {}
+
+ private:
+  bool ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) override;
+  void Mend(const Handle(Standard_Transient) & entity) override;
+};
+
+}  // namespace mirel
