@@ -7,6 +7,7 @@
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Host/Gzip/GzSections.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
 #include <TopExp_Explorer.hxx>
@@ -106,6 +107,7 @@ void MakeGzipSeeds(const std::string& folder) {
   WriteFile(folder + "dynamic-codes", Gzip(mixed, 9));
   WriteFile(folder + "three-members", text + Gzip("", 1) + text);
   WriteFile(folder + "zeros", Gzip(std::string(100000, '\0'), 9));
+  WriteFile(folder + "sections", CompressGzip(mixed, mixed.size() / 3));
   // Extra field, name, comment and header checksum.
   std::string header("\x1f\x8b\x08\x1e\0\0\0\0\0\xff\x04\0abcdname\0comment\0\x1dn", 31);
   WriteFile(folder + "all-header-fields", header + text.substr(10));

@@ -2,6 +2,7 @@
 find_package(Threads REQUIRED)
 find_package(OpenMP REQUIRED COMPONENTS CXX)
 find_package(meshoptimizer REQUIRED)
+find_package(ZLIB REQUIRED)
 find_package(PkgConfig REQUIRED)
 pkg_check_modules(libdeflate REQUIRED IMPORTED_TARGET GLOBAL libdeflate)
 

@@ -13,7 +13,7 @@ fi
 # Header-only libraries and C headers one by one: the whole of /usr/include would bring in glibc's headers.
 headers=$(mktemp -d)
 trap 'rm -rf "$headers"' EXIT
-for header in glm rapidjson libdeflate.h meshoptimizer.h; do
+for header in glm rapidjson libdeflate.h meshoptimizer.h zconf.h zlib.h; do
   ln -s "/usr/include/$header" "$headers/$header"
 done
 

@@ -85,7 +85,7 @@ run_one() { # TARGET SECONDS: goes on after a finding until the time is over or 
 # What reads: the module's readers, the JSON of its items, and the host layer's decoders.
 decoders() {
   printf '%s\n' Viewer/Kernel/Reader/*.{h,cpp} Viewer/Kernel/Model/{LiteModelItem,GroupItem,InstanceItem,ShapeItem}.cpp \
-    Viewer/Kernel/Model/Item*.cpp Viewer/Kernel/Host/Gzip/GzBuffer.cpp Viewer/Kernel/Host/Geometry/BRepText* \
+    Viewer/Kernel/Model/Item*.cpp Viewer/Kernel/Host/Gzip/Gz*.cpp Viewer/Kernel/Host/Geometry/BRepText* \
     Viewer/Kernel/Host/Geometry/TopoShape.cpp Viewer/Kernel/Host/GeometryView/GRepRecord.cpp
 }
 

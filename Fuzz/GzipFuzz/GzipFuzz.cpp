@@ -1,11 +1,13 @@
 // Gzip files. A file that inflates gives the same content from memory and from disk, twice the content when it follows
-// itself, and nothing when a byte is missing or added; its content can be written and read again.
+// itself, and nothing when a byte is missing or added; its content can be written and read again, also in sections. With
+// and without the field that tells of sections a file is the same.
 
 #include <Fuzz/Support/FuzzCheck.h>
 #include <Fuzz/Support/FuzzFolder.h>
 #include <Fuzz/Support/Mutate.h>
 #include <Tests/Support/TestFolder.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Host/Gzip/GzSections.h>
 #include <Viewer/Kernel/Host/Gzip/ogzstream.h>
 
 #include <libdeflate.h>
@@ -40,6 +42,27 @@ std::string WriteFileOf(const RawBuffer& content, const std::string& path) {
   return ReadFile(path);
 }
 
+/// Where the header's optional fields begin to be others than the extra field.
+std::size_t SkipExtraField(const std::string& file) {
+  if (file.size() < 12 || !(file[3] & 4)) return 10;
+  return 12 + static_cast<unsigned char>(file[10]) + 256 * static_cast<unsigned char>(file[11]);
+}
+
+/// A file that differs in its first header only.
+std::string WithoutExtraField(const std::string& file) {
+  const std::size_t behind = SkipExtraField(file);
+  if (behind == 10 || behind > file.size()) return file;
+  std::string without = file.substr(0, 10) + file.substr(behind);
+  without[3] = static_cast<char>(without[3] & ~4);
+  return without;
+}
+
+/// Sections of which there are a few, and no more than a header can tell of.
+std::string CompressInSections(const std::string& content, unsigned int number) {
+  const std::size_t sections = 1 + number % 20;
+  return CompressGzip(content, 1 + content.size() / sections);
+}
+
 void CheckContent(const std::string& file, const RawBuffer& content) {
   MIREL_FUZZ_CHECK(content.GetSize() <= file.size() * kMaxRatio, "More content than the file can hold");
   MIREL_FUZZ_CHECK(content.GetData()[content.GetSize()] == '\0', "No zero byte behind the content");
@@ -58,6 +81,12 @@ void CheckContent(const std::string& file, const RawBuffer& content) {
   const std::shared_ptr<RawBuffer> again = GzBuffer::FromFile(path);
   MIREL_FUZZ_CHECK(again && std::string(again->GetData(), again->GetSize()) == text,
                    "What was written reads as something else");
+  const std::string sections = CompressInSections(text, libdeflate_crc32(0, file.data(), file.size()));
+  const std::shared_ptr<RawBuffer> together = FromMemory(sections);
+  MIREL_FUZZ_CHECK(together && std::string(together->GetData(), together->GetSize()) == text,
+                   "In sections it is something else");
+  MIREL_FUZZ_CHECK(IsSame(together, FromMemory(WithoutExtraField(sections))),
+                   "Sections are no deflate stream");
 }
 
 // The mutator. It works on the content, on the deflated bytes or on the header, and then makes lengths and checksums fit,
@@ -95,10 +124,7 @@ std::string Inflate(const std::string& deflated, std::size_t& taken) {
 std::size_t FindDeflated(const std::string& file) {
   if (file.size() < 10) return file.size();
   const unsigned char flags = static_cast<unsigned char>(file[3]);
-  std::size_t at = 10;
-  if (flags & 4 && at + 2 <= file.size()) {
-    at += 2 + static_cast<unsigned char>(file[at]) + 256 * static_cast<unsigned char>(file[at + 1]);
-  }
+  std::size_t at = SkipExtraField(file);
   for (const int text : {8, 16}) {
     if (flags & text && at < file.size()) at = file.find('\0', at) + 1;
     if (at == 0) return file.size();
@@ -119,6 +145,15 @@ std::string MakeHeader(Random& random) {
   return header;
 }
 
+/// Changes a number of the table of sections, and often the next one so that the sum stays.
+void MutateTable(std::string& header, Random& random) {
+  if (header.size() < 28) return;
+  const std::size_t at = 16 + 4 * (random() % ((header.size() - 16) / 4 - 1));
+  const int by = static_cast<int>(random() % 9) - 4;
+  header[at] = static_cast<char>(header[at] + by);
+  if (random() % 4 != 0) header[at + 4] = static_cast<char>(header[at + 4] - by);
+}
+
 }  // namespace
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize,
@@ -134,7 +169,7 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
   std::string content = Inflate(deflated, taken);
   std::string rest = deflated.substr(std::min(deflated.size(), taken + 8));
   deflated.resize(taken);
-  switch (random() % 4) {
+  switch (random() % 6) {
   case 0:
     content = MutateBytes(content, std::min<std::size_t>(2 * content.size() + 16, kMaxMutated));
     deflated = Deflate(content, 1 + static_cast<int>(random() % 12));
@@ -145,6 +180,14 @@ extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t s
     break;
   case 2:
     header = MakeHeader(random);
+    break;
+  case 3:
+    header = CompressInSections(content, random());
+    deflated = header.substr(FindDeflated(header), header.size() - FindDeflated(header) - 8);
+    header.resize(FindDeflated(header));
+    break;
+  case 4:
+    MutateTable(header, random);
     break;
   default:  // another member
     rest += file;
@@ -164,6 +207,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   const std::string file(reinterpret_cast<const char*>(data), size);
   const std::shared_ptr<RawBuffer> content =
       GzBuffer::FromMemory(reinterpret_cast<const char*>(data), size, "memory");
+  MIREL_FUZZ_CHECK(IsSame(content, FromMemory(WithoutExtraField(file))),
+                   "An extra field changes the content");
   const std::string path = FuzzFolder() + "input.gz";
   WriteFile(path, file);
   MIREL_FUZZ_CHECK(IsSame(content, GzBuffer::FromFile(path)), "Memory and file give different contents");

@@ -2,14 +2,11 @@
 
 #include <Viewer/Kernel/Host/Core/HeldMessages.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Core/ShareOut.h>
 #include <Viewer/Kernel/Reader/PackageTable.h>
 
 #include <algorithm>
-#include <atomic>
 #include <cstddef>
-#include <future>
-#include <system_error>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -17,9 +14,6 @@ namespace mirel {
 
 namespace {
 
-// With fewer bytes the work is done before another thread is up and running.
-constexpr std::size_t kParallelBytes = 256 << 10;
-constexpr std::size_t kMaxThreads = 8;
 // How many items are decoded before they are added: a table may name millions, of no byte each.
 constexpr std::size_t kBatch = 1024;
 
@@ -62,26 +56,10 @@ void DecodeAll(std::vector<Item>& items, const DecodeItem& decode) {
   }
   std::stable_sort(order.begin(), order.end(),
                    [](const Item* a, const Item* b) { return a->size > b->size; });
-  std::atomic<std::size_t> next{0};
-  const auto share = [&] {
-    for (std::size_t i = next++; i < order.size(); i = next++) {
-      Item& item = *order[i];
-      item.messages.Collect([&] { item.decoded = decode(item.bytes, item.size); });
-    }
-  };
-  std::vector<std::future<void>> others;
-  if (bytes >= kParallelBytes) {
-    const std::size_t cores = std::thread::hardware_concurrency();
-    const std::size_t threads = std::min({cores, kMaxThreads, order.size()});
-    try {
-      while (others.size() + 1 < threads)
-        others.push_back(std::async(std::launch::async, share));
-    } catch (const std::system_error&) {  // the system has no thread left: those that there are do it
-    }
-  }
-  share();
-  for (std::future<void>& other : others)
-    other.get();
+  ShareOut(order.size(), bytes, [&](std::size_t i) {
+    Item& item = *order[i];
+    item.messages.Collect([&] { item.decoded = decode(item.bytes, item.size); });
+  });
 }
 
 }  // namespace

@@ -3,12 +3,14 @@
 #include <Viewer/Kernel/Host/Core/FileIO.h>
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Gzip/GzSections.h>
 
 #include <libdeflate.h>
 
 #include <algorithm>
 #include <cstdint>
 #include <new>
+#include <vector>
 
 #if defined(__linux__)
 #include <sys/mman.h>
@@ -64,11 +66,26 @@ bool Grow(MallocBytes& content, std::uint64_t capacity) {
   return true;
 }
 
+/// False, and no content, when that is not possible: whether the file is damaged is for the ordinary way to say.
+bool InflateInSections(const char* data, std::size_t size, std::uint64_t ceiling, MallocBytes& content,
+                       std::size_t& contentSize) {
+  const std::vector<GzSection> sections = FindGzSections(data, size);
+  if (sections.empty()) return false;
+  contentSize = sections.back().begin + sections.back().size;
+  if (contentSize > ceiling || !Grow(content, contentSize)) return false;
+  content.get()[contentSize] = '\0';
+  if (InflateGzSections(data, size, sections, content.get())) return true;
+  content.reset();
+  return false;
+}
+
 bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size_t& contentSize,
              std::string& reason) {
+  const std::uint64_t ceiling = std::min<std::uint64_t>(kMaxInflatedBytes, size * kMaxDeflateRatio);
+  if (InflateInSections(data, size, ceiling, content, contentSize)) return true;
+
   const std::unique_ptr<libdeflate_decompressor, DecompressorDeleter> decompressor(
       libdeflate_alloc_decompressor());
-  const std::uint64_t ceiling = std::min<std::uint64_t>(kMaxInflatedBytes, size * kMaxDeflateRatio);
   std::uint64_t capacity = std::min(DeclaredSize(data, size), ceiling);
   if (!decompressor || !Grow(content, capacity)) {
     reason = "out of memory";

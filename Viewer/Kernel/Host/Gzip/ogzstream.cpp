@@ -2,24 +2,13 @@
 
 #include <Viewer/Kernel/Host/Core/FileIO.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
-
-#include <libdeflate.h>
+#include <Viewer/Kernel/Host/Gzip/GzSections.h>
 
 #include <exception>
+#include <new>
 #include <streambuf>
 
 namespace mirel {
-
-namespace {
-
-/// libdeflate's default level: level 9 makes a folder of a real assembly 4 % smaller and takes six times as long.
-constexpr int kCompressionLevel = 6;
-
-struct CompressorDeleter {
-  void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
-};
-
-}  // namespace
 
 /// Collects bytes in a string that can be looked at without copying it.
 class ogzstream::Buffer : public std::streambuf {
@@ -53,26 +42,14 @@ ogzstream::~ogzstream() {
   if (!rdbuf()) return;
   std::string reason;
   try {
-    const std::string& content = buffer_->GetContent();
-    const std::unique_ptr<libdeflate_compressor, CompressorDeleter> compressor(
-        libdeflate_alloc_compressor(kCompressionLevel));
-    MallocBytes file;
-    std::size_t size = 0;
-    if (compressor) {
-      const std::size_t bound = libdeflate_gzip_compress_bound(compressor.get(), content.size());
-      file.reset(static_cast<char*>(std::malloc(bound)));
-      if (file) {
-        size = libdeflate_gzip_compress(compressor.get(), content.data(), content.size(), file.get(), bound);
-      }
+    if (bad()) {  // an exception while the content was collected, for want of memory
+      reason = "part of the content was lost";
+    } else {
+      const std::string file = CompressGzip(buffer_->GetContent());
+      if (ReplaceFile(name_, file.data(), file.size(), reason)) return;
     }
-    if (bad()) {
-      reason =
-          "part of the content was lost";  // an exception while the content was collected, for want of memory
-    } else if (size == 0) {
-      reason = "out of memory";
-    } else if (ReplaceFile(name_, file.get(), size, reason)) {
-      return;
-    }
+  } catch (const std::bad_alloc&) {
+    reason = "out of memory";
   } catch (const std::exception& e) {
     reason = e.what();
   }
