@@ -22,8 +22,8 @@ std::string DescribeItems(const LiteModel& model);
 /// A body where it is drawn.
 struct Leaf {
   ObjectId id;
-  glm::dmat4 place;
-  double scale;  ///< what a rounding error in one of the matrices can grow to
+  glm::dmat4 place{1.0};
+  double scale = 0.0;  ///< what a rounding error in one of the matrices can grow to
 };
 
 /// All bodies of a model, instances unfolded but for types inside themselves. None when a walk visits so many items or
