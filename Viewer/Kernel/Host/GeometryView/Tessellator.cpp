@@ -5,6 +5,7 @@
 #include <Viewer/Kernel/Host/Core/WatchedWork.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceRefiner.h>
+#include <Viewer/Kernel/Host/GeometryView/PeriodShifts.h>
 #include <Viewer/Kernel/Host/GeometryView/UprightParabolas.h>
 
 #include <BRepAdaptor_Curve.hxx>
@@ -12,6 +13,7 @@
 #include <BRepBuilderAPI_Copy.hxx>
 #include <BRepLib.hxx>
 #include <BRep_Builder.hxx>
+#include <BRep_TVertex.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <GeomAdaptor_Surface.hxx>
@@ -225,6 +227,9 @@ class Builder {
         if (!BRep_Tool::Degenerated(edge) && BRep_Tool::Curve(edge, first, last).IsNull())
           Guarded("Curve of edge", i - 1, [&] { BRepLib::BuildCurve3d(edge); });
       }
+      LimitTolerances(copy);
+      for (int i = 1; i <= faces.Extent() && Proceed(); ++i)
+        Guarded("Boundary of face", i - 1, [&] { JoinByPeriods(TopoDS::Face(faces(i))); });
       IMeshTools_Parameters parameters;
       parameters.Deflection = std::max(share * meshDeflection_, kMinDeflection / 2.0);
       parameters.Angle = kAngularDeflection;
@@ -243,6 +248,16 @@ class Builder {
     Logger::Instance().Message(1, "%d of %d faces may be drawn with holes or overlaps", fewest,
                                faces_.Extent());
     return true;
+  }
+
+  // The mesher leaves out all points of an edge that are within the tolerance of a vertex, which can be the whole edge.
+  void LimitTolerances(const TopoDS_Shape& copy) const {
+    TopTools_IndexedMapOfShape vertices;
+    TopExp::MapShapes(copy, TopAbs_VERTEX, vertices);
+    for (int i = 1; i <= vertices.Extent(); ++i) {
+      const auto vertex = Handle(BRep_TVertex)::DownCast(vertices(i).TShape());
+      if (vertex->Tolerance() > meshDeflection_) vertex->Tolerance(meshDeflection_);
+    }
   }
 
   // The mesher crashes on an edge that has no curve on the surface of its face, or a vertex at one end at most.

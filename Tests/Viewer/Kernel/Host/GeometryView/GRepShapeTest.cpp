@@ -27,15 +27,18 @@
 #include <BRepPrimAPI_MakeTorus.hxx>
 #include <BRep_Builder.hxx>
 #include <GProp_GProps.hxx>
+#include <Geom2d_Line.hxx>
 #include <Geom_Curve.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS.hxx>
 #include <TopoDS_Compound.hxx>
+#include <TopoDS_Iterator.hxx>
 #include <gp_Circ.hxx>
 #include <gp_Pln.hxx>
 
+#include <array>
 #include <atomic>
 #include <cmath>
 #include <sstream>
@@ -194,6 +197,70 @@ TEST(GRepShapeTest, DeflectionIsKeptWhateverItIs) {
   EXPECT_TRUE(test::IsClosed(fine->GetMesh()));
   for (double odd : {-1.0, std::nan(""), static_cast<double>(INFINITY)})
     EXPECT_EQ(Record(*Compute(Filleted(), odd)), Record(*Compute(Filleted())));
+}
+
+// A cylinder whose side is bounded as readers of STEP files leave some: each of the four curves lies `turns` periods
+// away from where it belongs, and degenerated edges run round from one to the next if `joined`.
+TopoDS_Shape WoundCylinder(const std::array<int, 4>& turns, bool joined) {
+  const TopoDS_Shape solid = BRepPrimAPI_MakeCylinder(5, 10).Shape();
+  const TopoDS_Face side =
+      TopoDS::Face(TopExp_Explorer(solid, TopAbs_FACE).Current().Oriented(TopAbs_FORWARD));
+  TopoDS_Wire wire = TopoDS::Wire(TopoDS_Iterator(side).Value());
+  BRep_Builder builder;
+  double first, last;
+  const auto curveOf = [&](const TopoDS_Edge& edge) {
+    return BRep_Tool::CurveOnSurface(edge, side, first, last);
+  };
+  std::vector<TopoDS_Edge> edges;
+  for (TopoDS_Iterator edge(wire); edge.More(); edge.Next())
+    edges.insert(edges.begin(), TopoDS::Edge(edge.Value()));  // which list this wire against its direction
+  wire.Free(true);
+  std::vector<gp_Pnt2d> starts, ends;
+  for (std::size_t i = 0; i < edges.size(); ++i) {
+    const TopoDS_Edge& edge = edges[i];
+    builder.Remove(wire, edge);
+    const bool reversed = edge.Orientation() == TopAbs_REVERSED;
+    const auto moved =
+        Handle(Geom2d_Curve)::DownCast(curveOf(edge)->Translated(gp_Vec2d(2.0 * M_PI * turns.at(i), 0)));
+    starts.push_back(moved->Value(reversed ? last : first));
+    ends.push_back(moved->Value(reversed ? first : last));
+    if (BRep_Tool::IsClosed(edge, side)) {
+      const auto other = curveOf(TopoDS::Edge(edge.Reversed()));
+      builder.UpdateEdge(edge, reversed ? other : moved, reversed ? moved : other, side, 1e-7);
+    } else {
+      builder.UpdateEdge(edge, moved, side, 1e-7);
+    }
+  }
+  for (std::size_t i = 0; i < edges.size(); ++i) {
+    builder.Add(wire, edges[i]);
+    const gp_Vec2d gap(ends[i], starts[(i + 1) % edges.size()]);
+    if (!joined || gap.Magnitude() < 1.0) continue;
+    TopoDS_Edge point;
+    builder.MakeEdge(point);
+    builder.UpdateEdge(point, new Geom2d_Line(ends[i], gp_Dir2d(gap)), side, 1e-7);
+    builder.Range(point, 0.0, gap.Magnitude());
+    builder.Degenerated(point, true);
+    const TopoDS_Vertex vertex = TopExp::LastVertex(edges[i], true);
+    builder.Add(point, vertex.Oriented(TopAbs_FORWARD));
+    builder.Add(point, vertex.Oriented(TopAbs_REVERSED));
+    builder.Add(wire, point);
+  }
+  return solid;
+}
+
+TEST(GRepShapeTest, DrawsWhatReadersLeaveInDisorder) {
+  std::vector<TopoDS_Shape> bodies = {WoundCylinder({0, 0, 0, 0}, false), WoundCylinder({0, 0, 1, 1}, false),
+                                      WoundCylinder({0, -1, 0, 2}, false), WoundCylinder({0, 2, 2, 0}, true)};
+  // Vertices that are far wider than the circles they lie on.
+  bodies.push_back(BRepPrimAPI_MakeCylinder(5, 10).Shape());
+  for (TopExp_Explorer vertex(bodies.back(), TopAbs_VERTEX); vertex.More(); vertex.Next())
+    BRep_Builder().UpdateVertex(TopoDS::Vertex(vertex.Current()), 100.0);
+  for (std::size_t i = 0; i < bodies.size(); ++i) {
+    const auto grep = Compute(bodies[i]);
+    EXPECT_EQ(grep->GetMesh().CountFacesWithoutTriangles(), 0u) << i;
+    EXPECT_TRUE(test::IsClosed(grep->GetMesh())) << i;
+    EXPECT_NEAR(test::MeasureVolume(grep->GetMesh()), M_PI * 250.0, 20.0) << i;
+  }
 }
 
 TEST(GRepShapeTest, ABoxHasThisMesh) {
