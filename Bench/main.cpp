@@ -118,8 +118,11 @@ int main(int argc, char** argv) try {
     if (!folder->empty() && folder->back() != '/') *folder += '/';
   }
   Message::DefaultMessenger()->ChangePrinters().Clear();  // stdout is for figures
-  mirel::Logger::Instance().SetSink([](int level, const std::string& text) {
-    if (level == 3) std::fprintf(stderr, "%s\n", text.c_str());
+  // Generated models without graphics say so once for each item.
+  mirel::Logger::Instance().SetSink([count = 0](int level, const std::string& text) mutable {
+    constexpr int kMost = 10;
+    if (level != 3 || ++count > kMost) return;
+    std::fprintf(stderr, "%s%s\n", text.c_str(), count == kMost ? " (no more failures are shown)" : "");
   });
   if (*run) return RunAll(options, jsonFile, argc, argv);
   if (*task) return RunTask(taskName, input);
