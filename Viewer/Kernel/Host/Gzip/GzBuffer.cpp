@@ -4,8 +4,7 @@
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Gzip/GzSections.h>
-
-#include <libdeflate.h>
+#include <Viewer/Kernel/Host/Gzip/Inflater.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -23,18 +22,9 @@ namespace {
 /// Deflate's best: two bits stand for a copy of 258 bytes.
 constexpr std::uint64_t kMaxDeflateRatio = 1032;
 
-struct DecompressorDeleter {
-  void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
-};
-
 /// The length field in the last four bytes: that of the last member, modulo 2^32. A hint, nothing more.
 std::uint64_t DeclaredSize(const char* data, std::size_t size) {
-  if (size < 4) return 0;
-  std::uint64_t declared = 0;
-  for (std::size_t i = 0; i < 4; ++i) {
-    declared |= static_cast<std::uint64_t>(static_cast<unsigned char>(data[size - 4 + i])) << (8 * i);
-  }
-  return declared;
+  return size < 4 ? 0 : LittleEndian(data + size - 4, 4);
 }
 
 /// A block of `size` bytes. A package is larger than everything else that opening a folder allocates at once, and is
@@ -84,10 +74,9 @@ bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size
   const std::uint64_t ceiling = std::min<std::uint64_t>(kMaxInflatedBytes, size * kMaxDeflateRatio);
   if (InflateInSections(data, size, ceiling, content, contentSize)) return true;
 
-  const std::unique_ptr<libdeflate_decompressor, DecompressorDeleter> decompressor(
-      libdeflate_alloc_decompressor());
+  const Inflater inflater = MakeInflater();
   std::uint64_t capacity = std::min(DeclaredSize(data, size), ceiling);
-  if (!decompressor || !Grow(content, capacity)) {
+  if (!inflater || !Grow(content, capacity)) {
     reason = "out of memory";
     return false;
   }
@@ -97,9 +86,9 @@ bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size
   while (read < size || read == 0) {
     std::size_t memberRead = 0;
     std::size_t memberWritten = 0;
-    switch (libdeflate_gzip_decompress_ex(
-        decompressor.get(), data + read, size - read, content.get() + written,
-        static_cast<std::size_t>(capacity - written), &memberRead, &memberWritten)) {
+    switch (libdeflate_gzip_decompress_ex(inflater.get(), data + read, size - read, content.get() + written,
+                                          static_cast<std::size_t>(capacity - written), &memberRead,
+                                          &memberWritten)) {
     case LIBDEFLATE_SUCCESS:
       read += memberRead;
       written += memberWritten;

@@ -2,6 +2,7 @@
 
 #include <Viewer/Kernel/Host/Core/FileIO.h>
 #include <Viewer/Kernel/Host/Core/ShareOut.h>
+#include <Viewer/Kernel/Host/Gzip/Inflater.h>
 
 #include <libdeflate.h>
 #include <zlib.h>
@@ -41,20 +42,10 @@ constexpr char kFinalEmptyStored[] = {'\1', '\0', '\0', '\xff', '\xff'};
 struct CompressorDeleter {
   void operator()(libdeflate_compressor* c) const { libdeflate_free_compressor(c); }
 };
-struct DecompressorDeleter {
-  void operator()(libdeflate_decompressor* d) const { libdeflate_free_decompressor(d); }
-};
 
 void Append(std::string& bytes, std::uint64_t value, int count) {
   for (int i = 0; i < count; ++i)
     bytes += static_cast<char>(value >> (8 * i));
-}
-
-std::uint32_t LittleEndian(const char* bytes, int count) {
-  std::uint32_t value = 0;
-  for (int i = count; i-- > 0;)
-    value = (value << 8) | static_cast<unsigned char>(bytes[i]);
-  return value;
 }
 
 std::string Deflate(const char* content, std::size_t size) {
@@ -172,14 +163,13 @@ bool InflateGzSections(const char* file, std::size_t size, const std::vector<GzS
       deflated = ended.get();
       deflatedSize += sizeof kFinalEmptyStored;
     }
-    const std::unique_ptr<libdeflate_decompressor, DecompressorDeleter> decompressor(
-        libdeflate_alloc_decompressor());
+    const Inflater inflater = MakeInflater();
     char* const begin = content + section.begin;
     std::size_t taken = 0;
     // Without a place for the size of the output, it must be exactly what there is room for.
-    if (!sound || !deflated || !decompressor ||
-        libdeflate_deflate_decompress_ex(decompressor.get(), deflated, deflatedSize, begin, section.size,
-                                         &taken, nullptr) != LIBDEFLATE_SUCCESS ||
+    if (!sound || !deflated || !inflater ||
+        libdeflate_deflate_decompress_ex(inflater.get(), deflated, deflatedSize, begin, section.size, &taken,
+                                         nullptr) != LIBDEFLATE_SUCCESS ||
         taken != deflatedSize) {
       sound = false;
       return;
