@@ -215,21 +215,7 @@ class Builder {
                                    edges.Extent(), originalFaces_.Extent(), originalEdges_.Extent());
         break;
       }
-      for (int i = 1; i <= edges.Extent() && Proceed(); ++i) {
-        const TopoDS_Edge& edge = TopoDS::Edge(edges(i));
-        double first, last;
-        // An edge without vertices loses its ends when it is copied.
-        if (!TopoDS_Iterator(edge).More() && BRep_Tool::IsGeometric(edge)) {
-          BRep_Tool::Range(TopoDS::Edge(originalEdges_(i)), first, last);
-          BRep_Builder().Range(edge, first, last);
-        }
-        // The mesher crashes on the seam of a cone that has its curve on the surface alone.
-        if (!BRep_Tool::Degenerated(edge) && BRep_Tool::Curve(edge, first, last).IsNull())
-          Guarded("Curve of edge", i - 1, [&] { BRepLib::BuildCurve3d(edge); });
-      }
-      LimitTolerances(copy);
-      for (int i = 1; i <= faces.Extent() && Proceed(); ++i)
-        Guarded("Boundary of face", i - 1, [&] { JoinByPeriods(TopoDS::Face(faces(i))); });
+      PutInOrder(copy, faces, edges);
       IMeshTools_Parameters parameters;
       parameters.Deflection = std::max(share * meshDeflection_, kMinDeflection / 2.0);
       parameters.Angle = kAngularDeflection;
@@ -248,6 +234,26 @@ class Builder {
     Logger::Instance().Message(1, "%d of %d faces may be drawn with holes or overlaps", fewest,
                                faces_.Extent());
     return true;
+  }
+
+  // Mends in the copy what the mesher, or the copying, makes something else of.
+  void PutInOrder(const TopoDS_Shape& copy, const TopTools_IndexedMapOfShape& faces,
+                  const TopTools_IndexedMapOfShape& edges) {
+    for (int i = 1; i <= edges.Extent() && Proceed(); ++i) {
+      const TopoDS_Edge& edge = TopoDS::Edge(edges(i));
+      double first, last;
+      // An edge without vertices loses its ends when it is copied.
+      if (!TopoDS_Iterator(edge).More() && BRep_Tool::IsGeometric(edge)) {
+        BRep_Tool::Range(TopoDS::Edge(originalEdges_(i)), first, last);
+        BRep_Builder().Range(edge, first, last);
+      }
+      // The mesher crashes on the seam of a cone that has its curve on the surface alone.
+      if (!BRep_Tool::Degenerated(edge) && BRep_Tool::Curve(edge, first, last).IsNull())
+        Guarded("Curve of edge", i - 1, [&] { BRepLib::BuildCurve3d(edge); });
+    }
+    LimitTolerances(copy);
+    for (int i = 1; i <= faces.Extent() && Proceed(); ++i)
+      Guarded("Boundary of face", i - 1, [&] { JoinByPeriods(TopoDS::Face(faces(i))); });
   }
 
   // The mesher leaves out all points of an edge that are within the tolerance of a vertex, which can be the whole edge.
