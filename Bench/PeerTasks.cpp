@@ -39,9 +39,8 @@ Figures Step(const TaskInput& input) {
 }
 
 /// GLB: triangles only.
-Figures Glb(const TaskInput& input) {
+Figures ReadGlb(const std::string& path) {
   Figures figures;
-  const std::string path = GlbFile(input.work);
   const Handle(TDocStd_Document) document = NewDocument();
   const Meter meter;
   RWGltf_CafReader reader;
@@ -55,12 +54,21 @@ Figures Glb(const TaskInput& input) {
   return figures;
 }
 
+Figures Glb(const TaskInput& input) {
+  return ReadGlb(GlbFile(input.work));
+}
+
+Figures MergedGlb(const TaskInput& input) {
+  return ReadGlb(MergedGlbFile(input.work));
+}
+
 }  // namespace
 
 std::vector<Task> PeerTasks() {
   return {{"binxcaf", "open the binary XCAF document with triangles", BinXcaf},
           {"step", "read --source through XCAF and tessellate its bodies", Step},
-          {"glb", "read the GLB file back", Glb}};
+          {"glb", "read the GLB file back", Glb},
+          {"glb-merged", "read the GLB file back whose faces are merged", MergedGlb}};
 }
 
 }  // namespace mirel::bench

@@ -18,6 +18,17 @@
 
 namespace mirel::bench {
 
+namespace {
+
+void WriteGlb(const Handle(TDocStd_Document) & document, const std::string& path, bool mergesFaces) {
+  RWGltf_CafWriter writer(path.c_str(), true);
+  writer.SetMergeFaces(mergesFaces);
+  if (!writer.Perform(document, TColStd_IndexedDataMapOfStringString(), Message_ProgressRange()))
+    throw std::runtime_error("cannot write " + path);
+}
+
+}  // namespace
+
 void Prepare(const std::string& source, const std::string& work) {
   std::filesystem::create_directories(work);
   Figures ignored;
@@ -32,10 +43,8 @@ void Prepare(const std::string& source, const std::string& work) {
   TessellateBodies(GetBodies(document));
   SaveDocument(document, TriangleDocument(work), true);
 
-  RWGltf_CafWriter glb(GlbFile(work).c_str(), true);
-  if (!glb.Perform(document, TColStd_IndexedDataMapOfStringString(), Message_ProgressRange())) {
-    throw std::runtime_error("cannot write " + GlbFile(work));
-  }
+  WriteGlb(document, GlbFile(work), false);
+  WriteGlb(document, MergedGlbFile(work), true);
 }
 
 }  // namespace mirel::bench

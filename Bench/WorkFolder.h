@@ -22,8 +22,12 @@ inline std::string TriangleDocument(const std::string& work) {
 inline std::string ExactDocument(const std::string& work) {
   return work + "exact.xbf";
 }
+/// The triangles as GLB: one primitive for each face, and one for each body and colour.
 inline std::string GlbFile(const std::string& work) {
   return work + "model.glb";
+}
+inline std::string MergedGlbFile(const std::string& work) {
+  return work + "merged.glb";
 }
 /// Where tasks save what is measured while it is saved.
 inline std::string ScratchFolder(const std::string& work) {
