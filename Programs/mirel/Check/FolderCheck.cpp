@@ -10,6 +10,7 @@
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Model/FolderFiles.h>
 #include <Viewer/Kernel/Reader/MemoryStream.h>
 
 #include <TopExp.hxx>
@@ -36,7 +37,7 @@ std::string WithReason(const std::string& text, LogNotes& notes) {
 }
 
 const char* WhyForeign(const std::string& name) {
-  return name.compare(0, 7, ".mirel-") == 0
+  return FolderFiles::IsHidden(name)
              ? "was left by a save that was interrupted, or belongs to one that goes on"
              : "does not belong to a model folder";
 }
@@ -52,8 +53,8 @@ FolderCheck::FolderCheck(const std::string& path)
       indexName_(NameOfPath(fs::u8path(index_))),
       folder_(PathUtil::GetFolderPath(index_)),
       readBody_([](const std::string& text) { return TopoShape::Read(text); }),
-      bodies_(folder_, "model"),
-      greps_(folder_, "grep") {}
+      bodies_(folder_, FolderFiles::kShapes),
+      greps_(folder_, FolderFiles::kGReps) {}
 
 void FolderCheck::Run(Level level) {
   const auto begin = [this](const char* stage) {
@@ -81,11 +82,7 @@ void FolderCheck::Run(Level level) {
 }
 
 void FolderCheck::CheckIndex() {
-  std::error_code failure;
-  const fs::file_status status = fs::symlink_status(fs::u8path(index_), failure);
-  if (fs::is_symlink(status)) {
-    findings_.Add(CheckCode::kPackageLink, indexName_, "is a link");
-  }
+  NoteLink(indexName_);
   std::string content;
   {
     LogNotes notes;
@@ -116,10 +113,12 @@ void FolderCheck::CheckFiles() {
   fs::directory_iterator entry(folder, failure);
   for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
     const std::string name = NameOfPath(entry->path());
-    if (name == "model") {
+    if (name == FolderFiles::kShapes) {
       CheckFolder(name, contents_.shapePackages);
-    } else if (name == "grep") {
+    } else if (name == FolderFiles::kGReps) {
       CheckFolder(name, contents_.grepPackages);
+    } else if (FolderFiles::IsBeside(name)) {
+      NoteLink(name);
     } else if (name != indexName_) {
       findings_.Add(CheckCode::kForeignFile, name, WhyForeign(name));
     }
@@ -127,16 +126,13 @@ void FolderCheck::CheckFiles() {
 }
 
 void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {
+  NoteLink(name);
   std::error_code failure;
-  const fs::path folder = fs::u8path(folder_ + name);
-  if (fs::is_symlink(fs::symlink_status(folder, failure))) {
-    findings_.Add(CheckCode::kPackageLink, name, "is a link");
-  }
-  fs::directory_iterator entry(folder, failure);
+  fs::directory_iterator entry(fs::u8path(folder_ + name), failure);
   for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
     const std::string file = NameOfPath(entry->path());
     const std::string path = (fs::u8path(name) / fs::u8path(file)).generic_u8string();
-    const std::uint32_t number = PackageSet::GetNumber(file);
+    const std::uint32_t number = FolderFiles::GetPackageNumber(file);
     if (number == 0) {
       findings_.Add(CheckCode::kForeignFile, path, WhyForeign(file));
     } else if (contents_.opens && number > count) {
@@ -146,6 +142,13 @@ void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {
   }
   if (failure) {
     findings_.Add(CheckCode::kPackageUnreadable, name, "cannot be listed: " + failure.message());
+  }
+}
+
+void FolderCheck::NoteLink(const std::string& name) {
+  std::error_code ignored;
+  if (fs::is_symlink(fs::symlink_status(fs::u8path(folder_ + name), ignored))) {
+    findings_.Add(CheckCode::kPackageLink, name, "is a link");
   }
 }
 

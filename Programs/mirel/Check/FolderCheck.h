@@ -70,6 +70,7 @@ class FolderCheck {
   void CheckIndex();
   void CheckFiles();
   void CheckFolder(const std::string& name, std::uint32_t count);
+  void NoteLink(const std::string& name);
   void CheckRecords();
   void CheckBodies();
   void CheckBody(const PackageSet::Item& item, const std::string& file,

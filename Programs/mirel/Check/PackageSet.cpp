@@ -4,11 +4,11 @@
 #include <Programs/mirel/LogNotes.h>
 
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Model/FolderFiles.h>
 #include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Reader/PackageTable.h>
 
 #include <algorithm>
-#include <charconv>
 #include <filesystem>
 #include <system_error>
 
@@ -23,14 +23,6 @@ std::string NameOf(std::size_t number, const ObjectId& id) {
 }
 
 }  // namespace
-
-std::uint32_t PackageSet::GetNumber(const std::string& name) {
-  const std::size_t digits = name.size() > 3 ? name.size() - 3 : 0;
-  std::uint32_t number = 0;
-  const std::from_chars_result result = std::from_chars(name.data(), name.data() + digits, number);
-  const bool good = result.ec == std::errc() && name == std::to_string(number) + ".gz";
-  return good ? number : 0;
-}
 
 void PackageSet::CheckCounted(std::uint32_t count, bool mayBeEmpty, FindingList& findings) {
   std::uint32_t missing = 0;
@@ -60,7 +52,7 @@ void PackageSet::CheckFound(FindingList& findings) {
   std::error_code failure;
   fs::directory_iterator entry(fs::u8path(folder_ + kind_), failure);
   for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
-    const std::uint32_t number = GetNumber(entry->path().filename().u8string());
+    const std::uint32_t number = FolderFiles::GetPackageNumber(entry->path().filename().u8string());
     if (number > 0) {
       numbers.push_back(number);
     }

@@ -54,9 +54,6 @@ class PackageSet {
   /// "model/1.gz".
   std::string GetFile(std::uint32_t number) const { return kind_ + "/" + std::to_string(number) + ".gz"; }
 
-  /// The number of a package, given its file name; 0 when it is no package's name.
-  static std::uint32_t GetNumber(const std::string& name);
-
  private:
   enum class Result { kRead, kMissing, kUnreadable };
   Result CheckPackage(std::uint32_t number, FindingList& findings);

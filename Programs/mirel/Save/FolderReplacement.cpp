@@ -2,7 +2,9 @@
 
 #include <Programs/mirel/Save/InterruptCleanup.h>
 
-#include <cstring>
+#include <Viewer/Kernel/Model/FolderFiles.h>
+
+#include <algorithm>
 #include <random>
 #include <vector>
 
@@ -18,26 +20,11 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* kPrefix = ".mirel-";
-
-bool Consists(const std::string& text, const char* characters) {
-  return !text.empty() && text.find_first_not_of(characters) == std::string::npos;
-}
-
-bool IsPackageName(const std::string& name) {
-  const std::size_t digits = name.size() > 3 ? name.size() - 3 : 0;
-  return name.substr(digits) == ".gz" && Consists(name.substr(0, digits), "0123456789");
-}
-
-// What a killed save leaves inside a model folder.
-bool IsLeftover(const std::string& name) {
-  return name.rfind(kPrefix, 0) == 0 && Consists(name.substr(std::strlen(kPrefix)), "0123456789");
-}
-
-// What a killed save leaves beside it.
+// What a killed save leaves beside a model folder.
 bool IsAsideName(const std::string& name) {
-  return name.size() == std::strlen(kPrefix) + 16 && name.rfind(kPrefix, 0) == 0 &&
-         Consists(name.substr(std::strlen(kPrefix)), "0123456789abcdef");
+  constexpr std::size_t kDigits = FolderFiles::kHidden.size();
+  return name.size() == kDigits + 16 && name.rfind(FolderFiles::kHidden, 0) == 0 &&
+         name.find_first_not_of("0123456789abcdef", kDigits) == std::string::npos;
 }
 
 // What a folder holds, with its kinds. Another process may replace the folder meanwhile: what is not there any more does
@@ -61,16 +48,16 @@ std::vector<std::pair<std::string, fs::file_type>> List(const fs::path& folder, 
 // The first thing in a folder that no model folder holds, relative to the folder; empty when there is none.
 std::string FindForeign(const fs::path& folder, std::error_code& failure) {
   for (const auto& [name, type] : List(folder, failure)) {
-    if ((name == "index.gz" && type == fs::file_type::regular) || IsLeftover(name)) {
+    if (FolderFiles::IsHidden(name) || (FolderFiles::IsFile(name) && type == fs::file_type::regular)) {
       continue;
     }
-    if ((name != "model" && name != "grep") || type != fs::file_type::directory) {
+    if (!FolderFiles::IsPackageFolder(name) || type != fs::file_type::directory) {
       return name;
     }
     for (const auto& [file, fileType] : List(folder / name, failure)) {
-      if (!IsLeftover(file) && (!IsPackageName(file) || fileType != fs::file_type::regular)) {
-        std::string path = name;
-        path += "/" + file;
+      const std::string path = (fs::u8path(name) / fs::u8path(file)).generic_u8string();
+      if (!FolderFiles::IsHidden(file) &&
+          (!FolderFiles::IsFile(path) || fileType != fs::file_type::regular)) {
         return path;
       }
     }
@@ -81,10 +68,14 @@ std::string FindForeign(const fs::path& folder, std::error_code& failure) {
   return std::string();
 }
 
-// Whether a folder without an index looks as an interrupted save leaves it. An empty one does not.
+// Whether a folder without an index looks as an interrupted save leaves it. An empty one does not, nor one that holds
+// checksums alone, which may be those of anything.
 bool IsIncomplete(const fs::path& folder) {
   std::error_code failure;
-  return !List(folder, failure).empty() && FindForeign(folder, failure).empty() && !failure;
+  const auto entries = List(folder, failure);
+  return !std::all_of(entries.begin(), entries.end(),
+                      [](const auto& entry) { return FolderFiles::IsBeside(entry.first); }) &&
+         FindForeign(folder, failure).empty() && !failure;
 }
 
 // Removes what killed processes left in a folder. Whoever is alive holds a lock.
@@ -177,7 +168,7 @@ std::string FolderReplacement::Check() const {
   if (!fs::is_directory(status)) {
     return "is a file, not a folder";
   }
-  const bool incomplete = !fs::is_regular_file(target_ / "index.gz", failure);
+  const bool incomplete = !fs::is_regular_file(target_ / FolderFiles::kIndex, failure);
   if (incomplete && !IsIncomplete(target_)) {
     return "exists and is not a model folder (it has no index.gz)";
   }
@@ -198,7 +189,7 @@ std::string FolderReplacement::Check() const {
 
 // False without a failure when the name is taken.
 bool FolderReplacement::MakeAside(std::error_code& failure) {
-  const fs::path aside = target_.parent_path() / (kPrefix + RandomHex());
+  const fs::path aside = target_.parent_path() / (std::string(FolderFiles::kHidden) + RandomHex());
   InterruptCleanup::Watch(aside);
   // Between the two steps somebody who looks for abandoned folders may find this one.
   if (fs::create_directory(aside, failure) && lock_.Take(aside) != FolderLock::Result::kBusy &&

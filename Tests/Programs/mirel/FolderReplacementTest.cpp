@@ -12,14 +12,15 @@ namespace {
 void MakeModelFolder(const std::string& folder, const std::string& content) {
   fs::create_directories(fs::u8path(folder + "model"));
   fs::create_directories(fs::u8path(folder + "grep"));
-  for (const char* const name : {"index.gz", "model/1.gz", "grep/12.gz"}) {
+  for (const char* const name : {"index.gz", "model/1.gz", "grep/12.gz", "SHA256SUMS"}) {
     WriteFile(folder + name, content);
   }
 }
 
 // Replacing a folder deletes it: nothing may be in it that the program did not put there.
 TEST(FolderReplacementTest, NeverDeletesForeignFiles) {
-  const char* const foreign[] = {"notes.txt", "model/old.brep", "grep/1.gz.bak", "model/sub/1.gz", ".git"};
+  const char* const foreign[] = {"notes.txt",      "model/old.brep", "grep/1.gz.bak",   "model/01.gz",
+                                 "model/sub/1.gz", ".git",           "model/SHA256SUMS"};
   for (const char* const name : foreign) {
     const TestFolder scratch;
     const std::string model = scratch.GetPath() + "model/";
@@ -30,6 +31,8 @@ TEST(FolderReplacementTest, NeverDeletesForeignFiles) {
     EXPECT_NE(FolderReplacement(model, true).Check(), "") << name;
   }
   const TestFolder empty;
+  EXPECT_NE(FolderReplacement(empty.GetPath(), true).Check(), "");
+  WriteFile(empty.GetPath() + "SHA256SUMS", "of something else");
   EXPECT_NE(FolderReplacement(empty.GetPath(), true).Check(), "");
   EXPECT_NE(FolderReplacement("/", true).Check(), "");
 }

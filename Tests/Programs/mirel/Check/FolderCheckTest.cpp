@@ -199,6 +199,7 @@ const std::vector<Case>& Cases() {
        fs::rename(fs::u8path(folder + "model"), fs::u8path(folder + "moved"));
        fs::create_directory_symlink("moved", fs::u8path(folder + "model"));
      }},
+    {"P003", [](const std::string& folder) { fs::create_symlink("index.gz", fs::u8path(folder + "SHA256SUMS")); }},
 #endif
     {"P004 A001", Pack("model/1.gz", {})},
     {"P004 A002", Change("grep/1.gz", [](std::string& bytes) { bytes.replace(0, 4, "\xFF\xFF\xFF\xFF"); })},
