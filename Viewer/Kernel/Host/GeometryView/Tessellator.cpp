@@ -318,27 +318,29 @@ class Builder {
 
   void AddFace(int number) {
     TopoDS_Face face = TopoDS::Face(faces_(number));
-    TopLoc_Location location;
-    Handle(Geom_Surface) surface = BRep_Tool::Surface(face, location);
+    TopLoc_Location surfacePlace, place;
+    const Handle(Geom_Surface) surface = BRep_Tool::Surface(face, surfacePlace);
     const bool drawnOnly = surface.IsNull();  // only triangles, which the copy leaves behind
     if (drawnOnly) face = TopoDS::Face(originalFaces_(number));
-    const Handle(Poly_Triangulation) triangles = BRep_Tool::Triangulation(face, location);
+    const Handle(Poly_Triangulation) triangles = BRep_Tool::Triangulation(face, place);
     if (triangles.IsNull() || triangles->NbTriangles() == 0) {
       Notice("Face", number - 1, "no triangles");
       return;
     }
 
-    const gp_Trsf transform = placement_ * location.Transformation();
-    const bool mirrored = transform.VectorialPart().Determinant() < 0.0;
-    const bool reversed = face.Orientation() == TopAbs_REVERSED;
     FaceTriangles drawn = TrianglesOf(*triangles);
-    if (!surface.IsNull())
-      RefineFace(GeomAdaptor_Surface(surface), kRefineShare * meshDeflection_, drawn, *state_);
-    const std::vector<gp_XYZ> normals = Normals(surface, drawn);
+    std::vector<gp_XYZ> normals;
+    if (drawnOnly)
+      normals = Normals(surface, drawn);
+    else
+      normals = FollowSurface(surface, place.Inverted() * surfacePlace, drawn);
     for (gp_Pnt& point : drawn.points)
-      point.Transform(location);
+      point.Transform(place);
     if (!AreNear(drawn.points)) return Notice("Face", number - 1, "points far outside the body");
 
+    const gp_Trsf transform = placement_ * place.Transformation();
+    const bool mirrored = transform.VectorialPart().Determinant() < 0.0;
+    const bool reversed = face.Orientation() == TopAbs_REVERSED;
     GRepFace& range = mesh_.faces[static_cast<std::size_t>(number - 1)];
     range.firstVertex = static_cast<std::uint32_t>(positions_.size());
     range.firstIndex = static_cast<std::uint32_t>(mesh_.triangles.size());
@@ -361,6 +363,24 @@ class Builder {
     }
     range.indexCount = static_cast<std::uint32_t>(mesh_.triangles.size()) - range.firstIndex;
     range.vertexCount = static_cast<std::uint32_t>(positions_.size()) - range.firstVertex;
+  }
+
+  // Refines the triangles of a face and finds their normals. A surface can have a place of its own inside its face,
+  // where the points are: so they go to where the surface has them and come back.
+  std::vector<gp_XYZ> FollowSurface(const Handle(Geom_Surface) & surface, const TopLoc_Location& place,
+                                    FaceTriangles& drawn) {
+    const gp_Trsf back = place.Transformation(), there = back.Inverted();
+    for (gp_Pnt& point : drawn.points)
+      point.Transform(there);
+    const double deflection = kRefineShare * meshDeflection_ * std::abs(there.ScaleFactor());
+    RefineFace(GeomAdaptor_Surface(surface), deflection, drawn, *state_);
+    std::vector<gp_XYZ> normals = Normals(surface, drawn);
+    const double side = back.VectorialPart().Determinant() < 0.0 ? -1.0 : 1.0;
+    for (gp_XYZ& normal : normals)
+      normal = side * normal.Multiplied(back.VectorialPart());
+    for (gp_Pnt& point : drawn.points)
+      point.Transform(back);
+    return normals;
   }
 
   // Nodes become points with the same number less one; triangles that are none are left out.

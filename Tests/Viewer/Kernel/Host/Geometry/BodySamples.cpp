@@ -70,6 +70,8 @@
 #include <TopoDS.hxx>
 #include <TopoDS_CompSolid.hxx>
 #include <TopoDS_Compound.hxx>
+#include <TopoDS_Face.hxx>
+#include <TopoDS_Iterator.hxx>
 #include <TopoDS_Shell.hxx>
 #include <TopoDS_Solid.hxx>
 #include <gp_Ax2.hxx>
@@ -280,6 +282,16 @@ Handle(Poly_Triangulation) Triangle(bool withUv, bool withNormals) {
   return mesh;
 }
 
+// A face whose surface has a place of its own, as boolean operations write them; the edges are those of the old one.
+TopoDS_Face PlaceSurface(const TopoDS_Face& face, const TopLoc_Location& place) {
+  BRep_Builder builder;
+  TopoDS_Face placed;
+  builder.MakeFace(placed, BRep_Tool::Surface(face), place, BRep_Tool::Tolerance(face));
+  for (TopoDS_Iterator wires(face, false); wires.More(); wires.Next())
+    builder.Add(placed, wires.Value().Moved(place, false));
+  return TopoDS::Face(placed.Oriented(face.Orientation()));
+}
+
 void AddSolids(Samples& samples) {
   const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
   const TopoDS_Shape cylinder =
@@ -294,6 +306,9 @@ void AddSolids(Samples& samples) {
   samples.Add("wedge", BRepPrimAPI_MakeWedge(10, 10, 10, 2).Shape());
   samples.Add("cut", BRepAlgoAPI_Cut(box, cylinder).Shape());
   samples.Add("fuse", BRepAlgoAPI_Fuse(box, sphere).Shape());
+  gp_Trsf place;
+  place.SetRotation(gp_Ax1(gp_Pnt(1, 2, 3), gp_Dir(3, 1, 2)), 1.0);
+  samples.Add("surfaces with places of their own", PlaceSurfaces(cylinder, place));
   samples.Add("common", BRepAlgoAPI_Common(box, sphere).Shape());
   samples.Add("half space",
               BRepPrimAPI_MakeHalfSpace(TopoDS::Face(TopExp_Explorer(box, TopAbs_FACE).Current()),
@@ -447,6 +462,14 @@ std::vector<BodySample> MakeBodySamples() {
     samples.Add("meshed face on a " + name, Meshed(MakeFace(surface)));
   }
   return samples;
+}
+
+TopoDS_Shape PlaceSurfaces(const TopoDS_Shape& body, const gp_Trsf& place) {
+  TopoDS_Shell shell;
+  BRep_Builder().MakeShell(shell);
+  for (TopExp_Explorer face(body, TopAbs_FACE); face.More(); face.Next())
+    BRep_Builder().Add(shell, PlaceSurface(TopoDS::Face(face.Current()), TopLoc_Location(place)));
+  return shell;
 }
 
 std::string WriteBRepText(const TopoDS_Shape& shape) {

@@ -144,7 +144,11 @@ std::vector<BodySample> Solids() {
           {"placed", Filleted().Located(TopLoc_Location(move))},
           {"placed twice", Compound({Filleted(), Filleted().Located(TopLoc_Location(move))})},
           {"mirrored", mirrored},
-          {"mirrored inside", Compound({mirrored})}};
+          {"mirrored inside", Compound({mirrored})},
+          {"surfaces placed", test::PlaceSurfaces(Filleted(), move)},
+          {"surfaces placed, placed faces",
+           Compound({test::PlaceSurfaces(box, move).Moved(TopLoc_Location(move))})},
+          {"surfaces mirrored", test::PlaceSurfaces(Filleted(), mirror).Reversed()}};
 }
 
 TEST(GRepShapeTest, SolidsAreClosedAndFaceOutwards) {
