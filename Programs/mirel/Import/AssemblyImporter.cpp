@@ -55,7 +55,7 @@ std::optional<std::size_t> AssemblyImporter::ReadProduct(const TDF_Label& label)
   Product product;
   product.name = XcafLabel::GetName(label);
   product.color = XcafLabel::GetColor(colors_, label);
-  product.shape = XCAFDoc_ShapeTool::GetShape(label);
+  product.shape = XcafLabel::GetBody(label);
   // A product without a body is an assembly of nothing: a shape item would have nothing to draw.
   product.isAssembly = XCAFDoc_ShapeTool::IsAssembly(label) || product.shape.IsNull();
   if (product.isAssembly) {

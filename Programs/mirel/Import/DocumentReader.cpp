@@ -4,10 +4,13 @@
 #include <Programs/mirel/Import/OcctProgress.h>
 #include <Programs/mirel/Stopwatch.h>
 
+#include <Interface_Check.hxx>
 #include <Interface_CheckIterator.hxx>
 #include <Interface_InterfaceModel.hxx>
+#include <Interface_ReportEntity.hxx>
 #include <Interface_Static.hxx>
 #include <Standard_Failure.hxx>
+#include <TCollection_HAsciiString.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <Transfer_TransientProcess.hxx>
 #include <XCAFApp_Application.hxx>
@@ -19,6 +22,8 @@
 #include <XSControl_WorkSession.hxx>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 namespace mirel {
 
@@ -39,6 +44,28 @@ const char* WhyUnread(IFSelect_ReturnStatus status) {
 
 }  // namespace
 
+void DocumentReader::AddErrors(const Handle(Interface_InterfaceModel) & entities,
+                               const Handle(Standard_Transient) & entity, const Interface_Check& check) {
+  const bool isKnown = !entity.IsNull() && entities->Contains(entity);
+  const std::string label =
+      isKnown ? entities->StringLabel(entity)->ToCString() : "an entity of another file";
+  const std::string type = isKnown ? entities->TypeName(entity, Standard_False) : "";
+  for (int i = 1; i <= check.NbFails(); ++i) {
+    entityErrors_.Add((type.empty() ? type : type + ": ") + check.CFail(i), label);
+  }
+}
+
+void DocumentReader::LookAtErrors(const Handle(Interface_InterfaceModel) & entities, int number) {
+  const Handle(Interface_ReportEntity) report = entities->ReportEntity(number);
+  const Interface_Check& check = *report->Check();
+  bool omits = check.HasFailed();
+  for (int i = 1; i <= check.NbFails(); ++i) {
+    omits &= IsOmission(report, check.CFail(i));
+  }
+  ++(omits ? incompleteEntities_ : badEntities_);
+  AddErrors(entities, entities->Value(number), check);
+}
+
 bool DocumentReader::Run(const SourceFile& file, XSControl_Reader& reader, const TransferFunction& transfer) {
   Interface_Static::SetCVal("xstep.cascade.unit", "MM");
   Stopwatch watch;
@@ -51,9 +78,16 @@ bool DocumentReader::Run(const SourceFile& file, XSControl_Reader& reader, const
   }
   const Handle(Interface_InterfaceModel) entities = reader.Model();
   for (int i = 1; i <= entities->NbEntities(); ++i) {
-    badEntities_ += entities->IsErrorEntity(i) ? 1 : 0;
+    if (entities->IsErrorEntity(i)) {
+      LookAtErrors(entities, i);
+    }
     Mend(entities->Value(i));
   }
+  // Other files that this one refers to lie beside it, not where it was inflated; relative paths are not resolved.
+  std::error_code ignored;
+  const std::filesystem::path path =
+      std::filesystem::absolute(std::filesystem::u8path(file.GetPath()), ignored);
+  reader.WS()->SetLoadedFile(path.u8string().c_str());
   progress_.Begin("transfer");
   const Handle(OcctProgress) indicator = new OcctProgress(progress_);
   const bool transferred = transfer(indicator->Start());
@@ -61,8 +95,9 @@ bool DocumentReader::Run(const SourceFile& file, XSControl_Reader& reader, const
   const Handle(Transfer_TransientProcess) process = reader.WS()->TransferReader()->TransientProcess();
   if (!process.IsNull()) {
     for (Interface_CheckIterator checks = process->CheckList(Standard_True); checks.More(); checks.Next()) {
-      if (checks.Value()->HasFailed()) {
+      if (checks.Value()->HasFailed() && !IsOtherFile(checks.Value()->Entity())) {
         ++failedEntities_;
+        AddErrors(entities, checks.Value()->Entity(), *checks.Value());
       }
     }
   }

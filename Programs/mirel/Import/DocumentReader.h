@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Programs/mirel/Import/EntityErrors.h>
 #include <Programs/mirel/Import/SourceFile.h>
 
 #include <Message_ProgressRange.hxx>
@@ -10,6 +11,9 @@
 #include <string>
 #include <vector>
 
+class Interface_Check;
+class Interface_InterfaceModel;
+class Interface_ReportEntity;
 class XSControl_Reader;
 
 namespace mirel {
@@ -42,12 +46,20 @@ class DocumentReader {
   double GetReadSeconds() const { return readSeconds_; }
   double GetTransferSeconds() const { return transferSeconds_; }
 
-  /// How many entities of the file are not as they should be, so that the library could load them in part at
-  /// best.
+  /// How many entities of the file have errors that lose something that they say.
   std::size_t GetBadEntityCount() const { return badEntities_; }
+
+  /// How many have errors, but say all that they have to say: what is wrong is that they leave something out.
+  std::size_t GetIncompleteEntityCount() const { return incompleteEntities_; }
 
   /// How many entities of the file the library reported as failed to translate.
   std::size_t GetFailedEntityCount() const { return failedEntities_; }
+
+  /// What is wrong with all these entities, line by line.
+  std::vector<std::string> GetEntityErrors() const { return entityErrors_.ToLines(); }
+
+  /// Other files that the file refers to and that could not be read, each with the reason.
+  const std::vector<std::string>& GetMissingFiles() const { return missingFiles_; }
 
  protected:
   explicit DocumentReader(StageProgress& progress) : progress_(progress) {}
@@ -58,6 +70,8 @@ class DocumentReader {
   /// into the document.
   bool Run(const SourceFile& file, XSControl_Reader& reader, const TransferFunction& transfer);
 
+  void AddMissingFile(const std::string& line) { missingFiles_.push_back(line); }
+
  private:
   // Makes the reader of the format and calls `Run`.
   virtual bool ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) = 0;
@@ -65,13 +79,29 @@ class DocumentReader {
   // Changes an entity that would not be translated as it should be.
   virtual void Mend(const Handle(Standard_Transient) &) {}
 
+  // Whether an entity's error is no more than something that the entity leaves out.
+  virtual bool IsOmission(const Handle(Interface_ReportEntity) &, const std::string& /*error*/) const {
+    return false;
+  }
+
+  // Whether an entity stands for another file, which is told of by its name when it cannot be read.
+  virtual bool IsOtherFile(const Handle(Standard_Transient) & /*entity*/) const { return false; }
+
+  void LookAtErrors(const Handle(Interface_InterfaceModel) & entities, int number);
+  // Adds the errors of an entity that a check tells.
+  void AddErrors(const Handle(Interface_InterfaceModel) & entities, const Handle(Standard_Transient) & entity,
+                 const Interface_Check& check);
+
   StageProgress& progress_;
   std::string error_;
   std::vector<std::string> messages_;
   double readSeconds_ = 0.0;
   double transferSeconds_ = 0.0;
   std::size_t badEntities_ = 0;
+  std::size_t incompleteEntities_ = 0;
   std::size_t failedEntities_ = 0;
+  EntityErrors entityErrors_;
+  std::vector<std::string> missingFiles_;
 };
 
 }  // namespace mirel

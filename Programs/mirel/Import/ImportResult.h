@@ -19,6 +19,8 @@ struct ImportResult {
   std::vector<LossReport::Loss>
       losses;  ///< of every kind that a folder has no place for, also those that are none
 
+  std::vector<LossReport::Loss> remarks;  ///< what is wrong with the file, but loses nothing
+
   double readSeconds = 0.0;
   double transferSeconds = 0.0;  ///< from what was read to the model
 };

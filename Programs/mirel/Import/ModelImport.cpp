@@ -15,6 +15,9 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
   const Handle(TDocStd_Document) document = reader.Read(file);
   result.error = reader.GetError();
   result.messages = reader.GetMessages();
+  for (const std::string& line : reader.GetEntityErrors()) {
+    result.messages.push_back(line);
+  }
   if (document.IsNull()) {
     return;
   }
@@ -28,13 +31,22 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
   const SourceCensus census(document);
   result.source = census.GetCounts();
   for (const SourceCensus::Loss& loss : census.GetLosses()) {
-    result.losses.push_back({loss.key, loss.text, loss.count});
+    result.losses.push_back({loss.key, loss.text, loss.count, {}});
   }
-  result.losses.push_back({"badEntities", "entities with errors in the file", reader.GetBadEntityCount()});
+  result.losses.push_back({"missingFiles", "other files that could not be read",
+                           reader.GetMissingFiles().size(), reader.GetMissingFiles()});
   result.losses.push_back(
-      {"untranslated", "entities that could not be translated", reader.GetFailedEntityCount()});
-  result.losses.push_back({"brokenInstances", "instances without a product, or inside themselves",
-                           importer.GetRecord().brokenComponents});
+      {"badEntities", "entities with errors, which lose something", reader.GetBadEntityCount(), {}});
+  result.losses.push_back(
+      {"untranslated", "entities that could not be translated", reader.GetFailedEntityCount(), {}});
+  result.losses.push_back({"brokenInstances",
+                           "instances without a product, or inside themselves",
+                           importer.GetRecord().brokenComponents,
+                           {}});
+  result.remarks.push_back({"incompleteEntities",
+                            "entities that leave out what they should say",
+                            reader.GetIncompleteEntityCount(),
+                            {}});
 }
 
 }  // namespace

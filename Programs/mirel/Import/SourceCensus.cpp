@@ -80,6 +80,7 @@ class Counter {
       return static_cast<std::uint64_t>(labels.Length());
     };
     return {
+        {"missingParts", "parts in other files that could not be read", missingParts_},
         {"transparency", "transparent colours", transparent},
         {"hiddenItems", "items marked as hidden", hidden},
         {"curveColors", "colours of edges and curves", curveColors},
@@ -154,9 +155,11 @@ class Counter {
   }
 
   std::uint64_t CountBody(const TDF_Label& label) {
-    const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(label);
+    const TopoDS_Shape shape = XcafLabel::GetBody(label);
     if (shape.IsNull()) {
-      return 0;
+      const bool isMissing = XcafLabel::IsInOtherFile(label);
+      missingParts_ += isMissing ? 1 : 0;
+      return isMissing ? 1 : 0;
     }
     TopTools_IndexedMapOfShape faces;
     TopExp::MapShapes(shape, TopAbs_FACE, faces);
@@ -217,6 +220,7 @@ class Counter {
   ModelCounts counts_;
   std::map<TDF_Label, std::uint64_t, LabelOrder> seen_;
   std::map<Body, std::set<int>> coloredFaces_;
+  std::uint64_t missingParts_ = 0;
 };
 
 }  // namespace

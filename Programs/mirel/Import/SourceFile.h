@@ -24,6 +24,9 @@ class SourceFile {
   /// Why the file cannot be used; empty when it can.
   const std::string& GetError() const { return error_; }
 
+  /// The path as it was given.
+  const std::string& GetPath() const { return path_; }
+
   /// The path to read from; another one when the file was compressed.
   const std::string& GetReadPath() const { return readPath_; }
 

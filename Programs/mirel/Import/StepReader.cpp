@@ -1,16 +1,30 @@
 #include <Programs/mirel/Import/StepReader.h>
 
+#include <Interface_ReportEntity.hxx>
+#include <Interface_UndefinedContent.hxx>
+#include <STEPCAFControl_ExternFile.hxx>
 #include <STEPCAFControl_Reader.hxx>
+#include <StepBasic_DocumentFile.hxx>
 #include <StepBasic_Product.hxx>
+#include <StepData_UndefinedEntity.hxx>
 #include <StepRepr_NextAssemblyUsageOccurrence.hxx>
 #include <TCollection_HAsciiString.hxx>
 
 #include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <set>
+#include <string>
 #include <string_view>
+#include <system_error>
+
+namespace fs = std::filesystem;
 
 namespace mirel {
 
 namespace {
+
+using ExternFiles = NCollection_DataMap<TCollection_AsciiString, Handle(STEPCAFControl_ExternFile)>;
 
 bool IsSkipped(const Handle(TCollection_HAsciiString) & text) {
   if (text.IsNull() || text->UsefullLength() > 0) {
@@ -18,6 +32,15 @@ bool IsSkipped(const Handle(TCollection_HAsciiString) & text) {
   }
   const std::string_view bytes(text->ToCString(), static_cast<std::size_t>(text->Length()));
   return std::any_of(bytes.begin(), bytes.end(), [](char c) { return (c & 0x80) != 0; });
+}
+
+// Why a file that another one refers to was not read.
+std::string WhyMissing(const fs::path& file) {
+  std::error_code failure;
+  const fs::file_status status = fs::status(file, failure);
+  return !fs::exists(status)            ? "no such file"
+         : !fs::is_regular_file(status) ? "not a file"
+                                        : "not a STEP file that can be read";
 }
 
 }  // namespace
@@ -33,8 +56,37 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   reader.SetMatMode(Standard_True);
   reader.SetViewMode(Standard_True);
   Handle(TDocStd_Document) target = document;
-  return Run(file, reader.ChangeReader(),
-             [&](const Message_ProgressRange& range) { return reader.Transfer(target, range); });
+  const bool good = Run(file, reader.ChangeReader(),
+                        [&](const Message_ProgressRange& range) { return reader.Transfer(target, range); });
+  const fs::path folder = fs::u8path(file.GetPath()).parent_path();
+  std::set<std::string> missing;  // in the same order each time
+  for (ExternFiles::Iterator other(reader.ExternFiles()); other.More(); other.Next()) {
+    if (other.Value()->GetLoadStatus() != IFSelect_RetDone || !other.Value()->GetTransferStatus()) {
+      const std::string name = other.Key().ToCString();
+      missing.insert(name + ": " + WhyMissing(folder / fs::u8path(name)));
+    }
+  }
+  for (const std::string& line : missing) {
+    AddMissingFile(line);
+  }
+  return good;
+}
+
+bool StepReader::IsOtherFile(const Handle(Standard_Transient) & entity) const {
+  return !entity.IsNull() && entity->IsKind(STANDARD_TYPE(StepBasic_DocumentFile));
+}
+
+// A value that is left out stands as $ in the file.
+bool StepReader::IsOmission(const Handle(Interface_ReportEntity) & report, const std::string& error) const {
+  const auto entity = Handle(StepData_UndefinedEntity)::DownCast(report->Content());
+  const std::size_t number = error.find("n0.");
+  if (entity.IsNull() || entity->IsComplex() || number == std::string::npos) {
+    return false;
+  }
+  const int parameter = std::atoi(error.c_str() + number + 3);
+  const Handle(Interface_UndefinedContent) content = entity->UndefinedContent();
+  return parameter >= 1 && parameter <= content->NbParams() && !content->IsParamEntity(parameter) &&
+         content->ParamType(parameter) == Interface_ParamVoid;
 }
 
 // OpenCASCADE names a component by its description, name or id, a product by its name or id, whichever is not

@@ -3,8 +3,11 @@
 #include <Programs/mirel/Text/Utf8.h>
 
 #include <Quantity_ColorRGBA.hxx>
+#include <TDF_ChildIterator.hxx>
 #include <TDataStd_Name.hxx>
+#include <TopoDS_Iterator.hxx>
 #include <XCAFDoc_ColorType.hxx>
+#include <XCAFDoc_ShapeTool.hxx>
 
 namespace mirel {
 
@@ -15,6 +18,21 @@ std::string XcafLabel::GetName(const TDF_Label& label) {
   }
   const TCollection_ExtendedString& text = name->Get();
   return Utf8::FromUtf16(std::u16string_view(text.ToExtString(), static_cast<std::size_t>(text.Length())));
+}
+
+TopoDS_Shape XcafLabel::GetBody(const TDF_Label& label) {
+  const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(label);
+  const bool isEmpty =
+      shape.IsNull() || (shape.ShapeType() == TopAbs_COMPOUND && !TopoDS_Iterator(shape).More());
+  return isEmpty ? TopoDS_Shape() : shape;
+}
+
+bool XcafLabel::IsInOtherFile(const TDF_Label& label) {
+  bool isExternal = false;
+  for (TDF_ChildIterator child(label); child.More() && !isExternal; child.Next()) {
+    isExternal = XCAFDoc_ShapeTool::IsExternRef(child.Value());
+  }
+  return isExternal;
 }
 
 std::optional<glm::vec3> XcafLabel::GetColor(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label) {

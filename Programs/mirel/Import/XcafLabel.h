@@ -1,6 +1,7 @@
 #pragma once
 
 #include <TDF_Label.hxx>
+#include <TopoDS_Shape.hxx>
 #include <XCAFDoc_ColorTool.hxx>
 
 #include <glm/vec3.hpp>
@@ -15,6 +16,13 @@ class XcafLabel {
  public:
   /// The label's name as UTF-8; empty when it has none.
   static std::string GetName(const TDF_Label& label);
+
+  /// The body of a part; a null shape when it has none, or an empty compound, which stands for a body that could not be
+  /// read.
+  static TopoDS_Shape GetBody(const TDF_Label& label);
+
+  /// Whether the body of a part is in a file of its own, beside the one that was read.
+  static bool IsInOtherFile(const TDF_Label& label);
 
   /// The colour that the label gives to surfaces, if any, as the values that a STEP file states. XCAF keeps
   /// colours as linear RGB and takes the values in files for sRGB; viewers of model folders take the values

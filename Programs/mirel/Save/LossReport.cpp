@@ -40,6 +40,32 @@ void AppendFormat(std::string& out, const char* format, ...) {
   out += line;
 }
 
+// What happened of a list, under a heading.
+void AppendCounts(std::string& out, const char* heading, const std::vector<LossReport::Loss>& counts) {
+  bool headed = false;
+  for (const LossReport::Loss& entry : counts) {
+    if (entry.count == 0) {
+      continue;
+    }
+    out += headed ? "" : "\n" + std::string(heading) + "\n";
+    headed = true;
+    AppendFormat(out, "%12llu %s\n", static_cast<unsigned long long>(entry.count), entry.text.c_str());
+    for (const std::string& line : entry.details) {
+      out += std::string(15, ' ') + Utf8::Printable(line) + "\n";
+    }
+  }
+}
+
+void AddCounts(JsonText& json, const char* key, const std::vector<LossReport::Loss>& counts) {
+  json.Key(key);
+  json.BeginObject();
+  for (const LossReport::Loss& entry : counts) {
+    json.Key(entry.key);
+    json.Unsigned(entry.count);
+  }
+  json.EndObject();
+}
+
 }  // namespace
 
 bool LossReport::HasLosses() const {
@@ -63,14 +89,8 @@ std::string LossReport::ToText() const {
                  static_cast<unsigned long long>(colorVariants),
                  colorVariants == 1 ? "type was" : "types were");
   }
-  bool headed = false;
-  for (const Loss& loss : losses) {
-    if (loss.count > 0) {
-      text += headed ? "" : "\nnot saved:\n";
-      headed = true;
-      AppendFormat(text, "%12llu %s\n", static_cast<unsigned long long>(loss.count), loss.text.c_str());
-    }
-  }
+  AppendCounts(text, "not saved:", losses);
+  AppendCounts(text, "without a loss:", remarks);
   if (!HasLosses()) {
     text += "\nnothing was lost\n";
   }
@@ -109,11 +129,20 @@ std::string LossReport::ToJson() const {
   }
   json.Key("colorVariants");
   json.Unsigned(colorVariants);
-  json.Key("losses");
+  AddCounts(json, "losses", losses);
+  AddCounts(json, "remarks", remarks);
+  json.Key("details");
   json.BeginObject();
   for (const Loss& loss : losses) {
+    if (loss.details.empty()) {
+      continue;
+    }
     json.Key(loss.key);
-    json.Unsigned(loss.count);
+    json.BeginArray();
+    for (const std::string& line : loss.details) {
+      json.Text(line);
+    }
+    json.EndArray();
   }
   json.EndObject();
   json.Key("hasLosses");

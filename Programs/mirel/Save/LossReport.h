@@ -16,6 +16,7 @@ struct LossReport {
     std::string key;   ///< in JSON
     std::string text;  ///< for people
     std::uint64_t count = 0;
+    std::vector<std::string> details;  ///< lines for people, as they came
   };
 
   std::string input;
@@ -28,6 +29,7 @@ struct LossReport {
   ModelCounts saved;
   std::uint64_t colorVariants = 0;  ///< types made only to show a product in another colour
   std::vector<Loss> losses;         ///< every kind, also those that did not happen
+  std::vector<Loss> remarks;        ///< likewise, what is wrong with the source but loses nothing
   std::vector<std::pair<std::string, double>> seconds;  ///< stage -> seconds, in order
 
   /// True when a number of the folder differs from that of the source, or any loss happened.

@@ -120,6 +120,7 @@ ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const S
   record_ = std::move(result.record);
   report_.source = result.source;
   report_.losses = std::move(result.losses);
+  report_.remarks = std::move(result.remarks);
   report_.seconds.emplace_back("reading", result.readSeconds);
   report_.seconds.emplace_back("transfer", result.transferSeconds);
   return ExitCode::kDone;

@@ -26,7 +26,7 @@ class SaveVerb : public Verb {
   bool Verify(Console& console, ProgressBar& progress, const LiteModel& model, const LiteModelWriter& writer,
               const LiteModel& readBack, const std::string& folder) const;
   void AddLoss(const char* key, const char* text, std::uint64_t count) {
-    report_.losses.push_back({key, text, count});
+    report_.losses.push_back({key, text, count, {}});
   }
 
   std::string input_;

@@ -4,6 +4,7 @@
 
 #include <Tests/Programs/mirel/RunMirel.h>
 #include <Tests/Support/TestFolder.h>
+#include <Tests/Support/XcafDocument.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Model/GroupItem.h>
@@ -12,17 +13,12 @@
 
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRep_Builder.hxx>
-#include <Quantity_ColorRGBA.hxx>
 #include <STEPCAFControl_Writer.hxx>
 #include <TDF_LabelSequence.hxx>
-#include <TDataStd_Name.hxx>
 #include <TopExp.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Compound.hxx>
-#include <XCAFApp_Application.hxx>
-#include <XCAFDoc_DocumentTool.hxx>
 #include <XCAFDoc_GraphNode.hxx>
-#include <gp_Trsf.hxx>
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -41,31 +37,8 @@ const glm::vec3 kBrown(0.8F, 0.5F, 0.1F);
 const glm::vec3 kNone(-1);
 
 // An XCAF document to be imported.
-class ImportTest : public ::testing::Test {
+class ImportTest : public ::testing::Test, protected XcafDocument {
  protected:
-  ImportTest() : document_(new TDocStd_Document("BinXCAF")) {
-    XCAFApp_Application::GetApplication()->InitDocument(document_);
-    XCAFDoc_ShapeTool::SetAutoNaming(false);
-    shapes_ = XCAFDoc_DocumentTool::ShapeTool(document_->Main());
-    colors_ = XCAFDoc_DocumentTool::ColorTool(document_->Main());
-  }
-
-  TDF_Label Part(const char* name, const TopoDS_Shape& shape) {
-    return Name(shapes_->AddShape(shape, false), name);
-  }
-  TDF_Label Assembly(const char* name) { return Name(shapes_->NewShape(), name); }
-  TDF_Label Place(const TDF_Label& assembly, const TDF_Label& product, const char* name, double x = 0) {
-    gp_Trsf move;
-    move.SetTranslation(gp_Vec(x, 0, 0));
-    return Name(shapes_->AddComponent(assembly, product, TopLoc_Location(move)), name);
-  }
-  void Color(const TDF_Label& label, const glm::vec3& color) {
-    colors_->SetColor(label, Quantity_Color(color.r, color.g, color.b, Quantity_TOC_sRGB), XCAFDoc_ColorSurf);
-  }
-  void ColorPart(const TDF_Label& part, const TopoDS_Shape& sub, const glm::vec3& color) {
-    Color(shapes_->AddSubShape(part, sub), color);
-  }
-
   void Import() {
     shapes_->UpdateAssemblies();
     importer_ = std::make_unique<AssemblyImporter>(document_, 1, model_);
@@ -81,19 +54,8 @@ class ImportTest : public ::testing::Test {
     return dynamic_cast<const Item&>(*model_.FindType(instance.GetTypeId()));
   }
 
-  Handle(TDocStd_Document) document_;
-  Handle(XCAFDoc_ShapeTool) shapes_;
-  Handle(XCAFDoc_ColorTool) colors_;
   LiteModel model_;
   std::unique_ptr<AssemblyImporter> importer_;
-
- private:
-  static TDF_Label Name(const TDF_Label& label, const char* name) {
-    if (name != nullptr) {
-      TDataStd_Name::Set(label, TCollection_ExtendedString(name, true));
-    }
-    return label;
-  }
 };
 
 TopoDS_Shape MakeBox() {

@@ -1,0 +1,111 @@
+#include <Programs/mirel/Import/OcctMessages.h>
+
+#include <Tests/Programs/mirel/RunMirel.h>
+#include <Tests/Support/TestFolder.h>
+#include <Tests/Support/XcafDocument.h>
+
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <STEPCAFControl_Writer.hxx>
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace mirel {
+namespace {
+
+namespace fs = std::filesystem;
+
+bool Has(const std::string& text, const std::string& part) {
+  return text.find(part) != std::string::npos;
+}
+
+// STEP files that say something that a save cannot take, or that is wrong.
+class SourceLossesTest : public ::testing::Test, protected XcafDocument {
+ protected:
+  SourceLossesTest() : folder_(scratch_.GetPath() + "folder") {
+    const TDF_Label top = Assembly("top");
+    const TDF_Label left = Part("left", BRepPrimAPI_MakeBox(10, 20, 30).Shape());
+    Place(top, left, "one");
+    Place(top, left, "two", 50);
+    Place(top, Part("right", BRepPrimAPI_MakeBox(1, 2, 3).Shape()), "three", 80);
+    shapes_->UpdateAssemblies();
+  }
+
+  // With a prefix, each part goes into a file of its own.
+  std::string Write(const char* name, const char* prefix = nullptr) {
+    const OcctMessages quiet;
+    std::string path = scratch_.GetPath() + name;
+    STEPCAFControl_Writer writer;
+    EXPECT_TRUE(writer.Transfer(document_, STEPControl_AsIs, prefix));
+    EXPECT_EQ(writer.Write(path.c_str()), IFSelect_RetDone);
+    return path;
+  }
+  // A file of one part, with a change.
+  std::string WriteChanged(const std::string& from, const std::string& to) {
+    const std::string path = Write("changed.step");
+    std::string text = ReadFile(path);
+    const std::size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    WriteFile(path, text.replace(at, from.size(), to));
+    return path;
+  }
+  int Save(const std::string& path, std::vector<std::string> options = {}) {
+    options.insert(options.begin(), {"save", "--force", path, folder_});
+    return Mirel(options, report_, &said_);
+  }
+
+  const TestFolder scratch_;
+  const std::string folder_;
+  std::string report_;
+  std::string said_;
+};
+
+TEST_F(SourceLossesTest, PartsInOtherFilesAreLookedForBesideTheFile) {
+  fs::create_directory(fs::u8path(scratch_.GetPath() + "parts"));
+  const std::string path = Write("parts/main.step", "part_");
+  for (const std::string& input : {path, path + ".gz"}) {
+    if (input != path) {
+      WriteGzip(input, ReadFile(path));
+    }
+    EXPECT_EQ(Save(input, {"--strict"}), 0) << report_;
+    EXPECT_TRUE(Has(report_, "faces                          12           12\n")) << report_;
+    const fs::path before = fs::current_path();
+    fs::current_path(fs::u8path(scratch_.GetPath()));
+    EXPECT_EQ(Save(input.substr(scratch_.GetPath().size()), {"--strict"}), 0) << report_;
+    fs::current_path(before);
+  }
+}
+
+TEST_F(SourceLossesTest, MissingFilesAreNamedAndTheirPartsLost) {
+  const std::string path = Write("main.step", "part_");
+  fs::remove(fs::u8path(scratch_.GetPath() + "part_left.stp"));
+  EXPECT_EQ(Save(path), 0);
+  EXPECT_TRUE(Has(report_, "placed shapes                   3            1  (differs)\n")) << report_;
+  EXPECT_TRUE(Has(report_, "not saved:\n           1 part")) << report_;
+  EXPECT_TRUE(Has(report_, " could not be read\n               part_left.stp: no such file\n")) << report_;
+  EXPECT_FALSE(Has(report_, "could not be translated")) << report_;
+  WriteFile(scratch_.GetPath() + "part_right.stp", "no STEP");
+  EXPECT_EQ(Save(path, {"--strict", "--json"}), 4);
+  EXPECT_TRUE(Has(report_, "\"missingParts\": 2,")) << report_;
+  EXPECT_TRUE(Has(report_, "\"missingFiles\": 2,")) << report_;
+  EXPECT_TRUE(Has(report_, "\"part_left.stp: no such file\",\n")) << report_;
+  EXPECT_TRUE(Has(report_, "\"part_right.stp: not a STEP file that can be read\"\n")) << report_;
+}
+
+TEST_F(SourceLossesTest, ErrorsInEntitiesAreListedByKind) {
+  EXPECT_EQ(Save(WriteChanged("PRODUCT('left','left'", "PRODUCT('left',$"), {"--strict", "-v"}), 0)
+      << report_;
+  EXPECT_TRUE(Has(report_, "without a loss:\n           1 entit")) << report_;
+  EXPECT_TRUE(Has(said_, "1 time PRODUCT: Parameter n0.2 (name) not a quoted String: #")) << said_;
+
+  EXPECT_EQ(Save(WriteChanged("PRODUCT('left','left'", "PRODUCT('left',12"), {"--strict", "-q"}), 4);
+  EXPECT_EQ(said_, "");
+  EXPECT_EQ(Save(WriteChanged("CARTESIAN_POINT('',(0.,0.,0.))", "CARTESIAN_POINT('',(0.,0.,'x'))"), {"-v"}),
+            0);
+  EXPECT_TRUE(Has(report_, "not saved:\n           1 entit")) << report_;
+  EXPECT_TRUE(Has(said_, "1 time CARTESIAN_POINT: Parameter n0.3 (coordinates) not a Real: #")) << said_;
+}
+
+}  // namespace
+}  // namespace mirel
