@@ -46,6 +46,51 @@ TEST(LiteVisualVisitor, PassesEveryElementOfATransformAndUnusualColours) {
   EXPECT_EQ(node.GetGRep(), model.FindGRepShape(Id(10)));
 }
 
+TEST(LiteVisualVisitor, NodesShareLongNamesAndFaceColours) {
+  LiteModel model;
+  model.AddShape(Id(10), MakeGRep(MakeBox(1, 1, 1)));
+  const std::string name(1000, 'n');
+  // The second type has the same colours in another order, the third has others.
+  const std::vector<std::vector<int>> faces{{5, 0, 3}, {3, 5, 0}, {5, 0}};
+  for (unsigned type = 0; type < faces.size(); ++type) {
+    auto shape = MakeShape(100 + type, name, 10);
+    for (const int face : faces[type])
+      shape->SetFaceColor(face, {0.25F, 0.5F, static_cast<float>(face)});
+    model.AddType(std::move(shape));
+    model.AddItem(MakeInstance(2 * type + 1, "", 100 + type));
+    model.AddItem(MakeInstance(2 * type + 2, "", 100 + type));
+  }
+  const auto root = std::make_shared<GroupSceneNode>();
+  LiteVisualVisitor visitor(model, nullptr, root);
+  model.Apply(&visitor);
+  std::vector<std::shared_ptr<BrepSceneNode>> nodes;
+  for (const auto& instance : root->GetNodes()) {
+    const auto& content = dynamic_cast<GroupSceneNode&>(*instance).GetNodes();
+    nodes.push_back(std::dynamic_pointer_cast<BrepSceneNode>(content.at(0)));
+  }
+  for (const auto& node : nodes) {
+    EXPECT_EQ(node->GetName(), name);
+    EXPECT_EQ(&node->GetName(), &nodes[0]->GetName());
+    EXPECT_EQ(node->GetPalette() == nodes[0]->GetPalette(), node->GetFaceColors().size() == 3);
+  }
+  EXPECT_EQ(nodes[4]->GetPalette(), nodes[5]->GetPalette());
+
+  // What one node changes stays with it.
+  const std::shared_ptr<const FacePalette> shared = nodes[0]->GetPalette();
+  nodes[0]->SetFaceColor(3, {1.0F, 1.0F, 1.0F});
+  nodes[0]->SetFaceColor(4, {0.0F, 0.0F, 0.0F});
+  EXPECT_EQ(nodes[0]->GetFaceColors().at(3), glm::vec3(1.0F));
+  EXPECT_EQ(nodes[0]->GetFaceColors().size(), 4U);
+  EXPECT_EQ(nodes[1]->GetPalette(), shared);
+  EXPECT_EQ(shared->at(3), glm::vec3(0.25F, 0.5F, 3.0F));
+  EXPECT_EQ(shared->find(4), shared->end());
+  // What nobody uses any more is gone, and comes anew.
+  const std::weak_ptr<const FacePalette> unused = nodes[0]->GetPalette();
+  nodes[0]->SetFaceColor(4, {0.5F, 0.0F, 0.0F});
+  EXPECT_EQ(nodes[0]->GetFaceColors().size(), 4U);
+  EXPECT_TRUE(unused.expired());
+}
+
 TEST(LiteVisualVisitor, TagsBecomeTheUuidsOfTheLastNodes) {
   LiteModel model;
   FillWithGReps(model);

@@ -1,12 +1,13 @@
 #pragma once
 
 #include <Viewer/Kernel/Host/Core/HostExport.h>
+#include <Viewer/Kernel/Host/GeometryView/FacePalette.h>
 #include <Viewer/Kernel/Host/Renderer/GeneralSceneNode.h>
 
 #include <glm/vec3.hpp>
 
-#include <map>
 #include <memory>
+#include <vector>
 
 namespace mirel {
 
@@ -14,11 +15,10 @@ class GRepShape;
 
 /// A scene node that draws one body. Many nodes may draw the same graphics representation.
 ///
-/// Colours are red, green, blue from 0 to 1. Thread safety: as `SceneNode`.
+/// Colours are red, green, blue from 0 to 1. Thread safety: as `SceneNode`; but as long as a node has not been added to a
+/// group or a scene, one thread at a time may read its face colours, as this puts them in order.
 class MIREL_HOST_API BrepSceneNode : public GeneralSceneNode {
  public:
-  using FaceColorMap = std::map<unsigned int, glm::vec3>;
-
   /// A node that draws `grep` and shares its ownership; an empty pointer draws nothing.
   explicit BrepSceneNode(const std::shared_ptr<GRepShape>& grep);
   ~BrepSceneNode() override;
@@ -26,8 +26,7 @@ class MIREL_HOST_API BrepSceneNode : public GeneralSceneNode {
   const std::shared_ptr<GRepShape>& GetGRep() const { return grep_; }
 
   /// The colour of the whole body. A negative red component means that the node has no colour of its own, as
-  /// at first
-  /// (-1, -1, -1): the viewer's default is used then. Any value is stored as given.
+  /// at first (-1, -1, -1): the viewer's default is used then. Any value is stored as given.
   void SetColor(const glm::vec3& color) { color_ = color; }
   const glm::vec3& GetColor() const { return color_; }
 
@@ -37,13 +36,22 @@ class MIREL_HOST_API BrepSceneNode : public GeneralSceneNode {
   /// the first.
   void SetFaceColor(unsigned int face, const glm::vec3& color);
 
-  /// All face colours, by face; empty when there are none.
-  const FaceColorMap& GetFaceColors() const;
+  /// All face colours; empty when there are none. Valid until a colour is set.
+  const FacePalette& GetFaceColors() const { return *GetPalette(); }
+  /// The same, shared: nodes with equal face colours have one palette, so that comparing pointers compares the colours.
+  /// Never an empty pointer. A colour that is set afterwards gives the node another palette.
+  const std::shared_ptr<const FacePalette>& GetPalette() const;
+
+  void Settle() override;
 
  private:
+  void TakeNewColors() const;
+
   std::shared_ptr<GRepShape> grep_;
   glm::vec3 color_{-1.0f};
-  std::unique_ptr<FaceColorMap> faceColors_;  // behind a pointer: few nodes of a million have any
+  mutable std::shared_ptr<const FacePalette> palette_;  // empty: no colours
+  mutable std::unique_ptr<std::vector<FacePalette::value_type>>
+      newColors_;  // that the palette has not got yet
 };
 
 }  // namespace mirel

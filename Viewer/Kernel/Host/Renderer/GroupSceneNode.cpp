@@ -7,7 +7,9 @@ GroupSceneNode::GroupSceneNode() = default;
 GroupSceneNode::~GroupSceneNode() = default;
 
 void GroupSceneNode::AddNode(const std::shared_ptr<SceneNode>& node) {
-  if (node) nodes_.push_back(node);
+  if (!node) return;
+  nodes_.push_back(node);
+  node->Settle();
 }
 
 }  // namespace mirel

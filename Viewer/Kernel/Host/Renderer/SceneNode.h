@@ -5,7 +5,9 @@
 
 #include <glm/mat4x4.hpp>
 
+#include <memory>
 #include <string>
+#include <variant>
 
 namespace mirel {
 
@@ -26,13 +28,20 @@ class MIREL_HOST_API SceneNode : public GfxObject {
   unsigned long long GetUserId() const { return userId_; }
 
   /// UTF-8; empty at first.
-  void SetName(const std::string& name) { name_ = name; }
-  const std::string& GetName() const { return name_; }
+  void SetName(const std::string& name);
+  /// Valid until another name is set. Nodes with the same long name share it.
+  const std::string& GetName() const;
+
+  /// Called when the node has been given to a group or a scene, its properties set: what it shares with other nodes is
+  /// shared from then on. Setting properties stays allowed.
+  virtual void Settle() {}
 
  private:
+  using SharedName = std::shared_ptr<const std::string>;
+
   glm::dmat4 transform_{1.0};
   unsigned long long userId_ = 0;
-  std::string name_;
+  std::variant<std::string, SharedName> name_;  // a short one needs no memory beside the node
 };
 
 }  // namespace mirel
