@@ -23,4 +23,10 @@ std::string LogNotes::Take() {
   return std::exchange(last_, std::string());
 }
 
+std::string LogNotes::TakeReason(const std::string& path) {
+  const std::string reason = Take();
+  const std::string before = "Cannot read " + path + ": ";
+  return reason.compare(0, before.size(), before) == 0 ? reason.substr(before.size()) : reason;
+}
+
 }  // namespace mirel

@@ -19,6 +19,9 @@ class LogNotes {
   /// The last message that is not a location line, without its full stop; empty when none came since the last call.
   std::string Take();
 
+  /// The same without "Cannot read PATH: " before it, as what reads files says it.
+  std::string TakeReason(const std::string& path);
+
  private:
   std::string last_;
   Logger::Sink before_;

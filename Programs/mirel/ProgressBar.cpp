@@ -27,7 +27,6 @@ void ProgressBar::Begin(const std::string& stage) {
   if (stage != stage_) {
     stage_ = stage;
     fraction_ = -1.0;
-    begun_ = std::chrono::steady_clock::now();
   }
 }
 

@@ -10,8 +10,8 @@
 
 namespace mirel {
 
-/// One line on stderr that shows the stage at work, how far it is and how long it has taken. Draws on a
-/// terminal only: anywhere else every operation does nothing.
+/// One line on stderr that shows the stage at work, how far it is and how long all has taken so far. Draws on a terminal
+/// only: anywhere else every operation does nothing.
 ///
 /// Thread safety: every operation may be called from any thread. The line is redrawn by a thread of its own,
 /// so that it lives on while a library works without a word.
@@ -43,7 +43,7 @@ class ProgressBar : public StageProgress {
   std::condition_variable wake_;
   std::string stage_;
   double fraction_ = -1.0;  // negative: not known
-  std::chrono::steady_clock::time_point begun_;
+  const std::chrono::steady_clock::time_point begun_;
   std::size_t drawn_ = 0;  // columns on the screen
   bool ending_ = false;
   std::thread thread_;

@@ -88,10 +88,7 @@ void FolderCheck::CheckIndex() {
     LogNotes notes;
     const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(index_);
     if (!buffer) {
-      std::string reason = notes.Take();
-      const std::string prefix = "Cannot read " + index_ + ": ";
-      reason.erase(0, reason.compare(0, prefix.size(), prefix) == 0 ? prefix.size() : 0);
-      findings_.Add(CheckCode::kIndexUnreadable, indexName_, "cannot be read: " + reason);
+      findings_.Add(CheckCode::kIndexUnreadable, indexName_, "cannot be read: " + notes.TakeReason(index_));
       return;
     }
     content.assign(buffer->GetData(), buffer->GetSize());

@@ -78,10 +78,7 @@ PackageSet::Result PackageSet::CheckPackage(std::uint32_t number, FindingList& f
   LogNotes notes;
   const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path);
   if (!buffer) {
-    std::string reason = notes.Take();
-    const std::string prefix = "Cannot read " + path + ": ";
-    reason.erase(0, reason.compare(0, prefix.size(), prefix) == 0 ? prefix.size() : 0);
-    findings.Add(CheckCode::kPackageUnreadable, file, "cannot be read: " + reason);
+    findings.Add(CheckCode::kPackageUnreadable, file, "cannot be read: " + notes.TakeReason(path));
     return Result::kUnreadable;
   }
   packages_.push_back(number);

@@ -44,6 +44,11 @@ const char* WhyUnread(IFSelect_ReturnStatus status) {
 
 }  // namespace
 
+IFSelect_ReturnStatus DocumentReader::ReadEntities(const SourceFile& file, XSControl_Reader& reader,
+                                                   StageProgress&) {
+  return reader.ReadFile(file.GetReadPath().c_str());
+}
+
 void DocumentReader::AddErrors(const Handle(Interface_InterfaceModel) & entities,
                                const Handle(Standard_Transient) & entity, const Interface_Check& check) {
   const bool isKnown = !entity.IsNull() && entities->Contains(entity);
@@ -70,7 +75,7 @@ bool DocumentReader::Run(const SourceFile& file, XSControl_Reader& reader, const
   Interface_Static::SetCVal("xstep.cascade.unit", "MM");
   Stopwatch watch;
   progress_.Begin("reading");
-  const IFSelect_ReturnStatus status = reader.ReadFile(file.GetReadPath().c_str());
+  const IFSelect_ReturnStatus status = ReadEntities(file, reader, progress_);
   readSeconds_ = watch.Lap();
   if (status != IFSelect_RetDone) {
     error_ = WhyUnread(status);

@@ -3,6 +3,7 @@
 #include <Programs/mirel/Import/EntityErrors.h>
 #include <Programs/mirel/Import/SourceFile.h>
 
+#include <IFSelect_ReturnStatus.hxx>
 #include <Message_ProgressRange.hxx>
 #include <TDocStd_Document.hxx>
 
@@ -75,6 +76,10 @@ class DocumentReader {
  private:
   // Makes the reader of the format and calls `Run`.
   virtual bool ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) = 0;
+
+  // Has the file's content read into entities; unless a format has a better way, by its path.
+  virtual IFSelect_ReturnStatus ReadEntities(const SourceFile& file, XSControl_Reader& reader,
+                                             StageProgress& progress);
 
   // Changes an entity that would not be translated as it should be.
   virtual void Mend(const Handle(Standard_Transient) &) {}

@@ -1,6 +1,8 @@
 #include <Programs/mirel/Import/SourceFile.h>
 
 #include <Programs/mirel/Import/IdSequence.h>
+#include <Programs/mirel/Import/UnnamedFile.h>
+#include <Programs/mirel/LogNotes.h>
 
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 
@@ -10,7 +12,7 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <random>
+#include <string_view>
 #include <system_error>
 #include <vector>
 
@@ -21,6 +23,8 @@ namespace mirel {
 namespace {
 
 constexpr std::size_t kBlock = std::size_t{1} << 20;  // a multiple of 8: the fingerprint takes whole words
+constexpr std::string_view kGzipMagic = "\x1f\x8b";
+constexpr std::string_view kByteOrderMark = "\xEF\xBB\xBF";
 
 std::string LowerExtension(const fs::path& path) {
   std::string extension = path.extension().u8string();
@@ -42,6 +46,14 @@ SourceFile::Format FormatByExtension(const std::string& extension) {
   return SourceFile::Format::kUnknown;
 }
 
+// The first line of an IGES file has its section letter and line number in columns 73 to 80. Some programs fill the number
+// with blanks, some with zeros.
+bool IsIgesLine(const std::string& head) {
+  const std::size_t lineEnd = head.find('\n');
+  return lineEnd != std::string::npos && lineEnd >= 80 && head[72] == 'S' && head[79] == '1' &&
+         head.find_first_not_of(" 0", 73) == 79;
+}
+
 SourceFile::Format FormatByContent(const std::string& head) {
   const std::size_t start = head.find_first_not_of(" \t\r\n");
   if (start == std::string::npos) {
@@ -53,13 +65,7 @@ SourceFile::Format FormatByContent(const std::string& head) {
   if (head.compare(start, 10, "DBRep_Draw") == 0 || head.compare(start, 16, "CASCADE Topology") == 0) {
     return SourceFile::Format::kBrep;
   }
-  // The first line of an IGES file has its section letter and line number in columns 73 to 80.
-  const std::size_t lineEnd = head.find('\n');
-  if (lineEnd != std::string::npos && lineEnd >= 80 && head[72] == 'S' &&
-      head.compare(73, 7, "      1") == 0) {
-    return SourceFile::Format::kIges;
-  }
-  return SourceFile::Format::kUnknown;
+  return IsIgesLine(head) ? SourceFile::Format::kIges : SourceFile::Format::kUnknown;
 }
 
 }  // namespace
@@ -90,15 +96,17 @@ SourceFile::SourceFile(std::string path) : path_(std::move(path)), readPath_(pat
     error_ = "is a folder, not a file";
     return;
   }
+  if (!fs::is_regular_file(status)) {
+    error_ = "not a regular file";  // a pipe would keep this waiting, a device might never end
+    return;
+  }
   std::string extension = LowerExtension(file);
+  const bool compressed = IsCompressed(extension);
   if (extension == ".gz") {
     extension = LowerExtension(file.stem());
-    if (!Inflate()) {
-      return;
-    }
   }
   std::string head;
-  if (!Scan(head)) {
+  if ((compressed && !Inflate()) || !Scan(head) || !SkipMark(head)) {
     return;
   }
   if (size_ == 0) {
@@ -114,12 +122,7 @@ SourceFile::SourceFile(std::string path) : path_(std::move(path)), readPath_(pat
   }
 }
 
-SourceFile::~SourceFile() {
-  if (temporary_) {
-    std::error_code ignored;
-    fs::remove(fs::u8path(readPath_), ignored);
-  }
-}
+SourceFile::~SourceFile() = default;
 
 std::string SourceFile::GetStem() const {
   fs::path name = fs::u8path(path_).filename();
@@ -130,25 +133,45 @@ std::string SourceFile::GetStem() const {
                                                                      : name.stem().u8string();
 }
 
+bool SourceFile::IsCompressed(const std::string& extension) const {
+  char begin[kGzipMagic.size()] = {};
+  std::ifstream(fs::u8path(path_), std::ios::binary).read(begin, sizeof begin);
+  return extension == ".gz" || std::string_view(begin, sizeof begin) == kGzipMagic;
+}
+
 bool SourceFile::Inflate() {
+  LogNotes notes;
   const std::shared_ptr<RawBuffer> content = GzBuffer::FromFile(path_);
   if (!content) {
-    error_ = "cannot be inflated";
+    error_ = "cannot be inflated: " + notes.TakeReason(path_);
     return false;
   }
-  std::error_code failure;
-  std::random_device random;
-  const fs::path folder = fs::temp_directory_path(failure);
-  const fs::path file = folder / ("mirel-" + std::to_string(random()) + std::to_string(random()));
-  std::ofstream stream(file, std::ios::binary);
-  temporary_ = stream.is_open();
-  readPath_ = file.u8string();
-  stream.write(content->GetData(), static_cast<std::streamsize>(content->GetSize()));
-  stream.close();
-  if (failure || !stream) {
-    error_ = "cannot be inflated into " + readPath_;
+  return ReadCopy(content->GetData(), content->GetSize());
+}
+
+// Some editors put a byte-order mark before the text, and no reader expects one.
+bool SourceFile::SkipMark(std::string& head) {
+  if (head.compare(0, kByteOrderMark.size(), kByteOrderMark) != 0) {
+    return true;
+  }
+  std::string content;
+  if (!ReadAll(content)) {
+    error_ = "cannot be read to its end";
     return false;
   }
+  return ReadCopy(content.data() + kByteOrderMark.size(), content.size() - kByteOrderMark.size()) &&
+         Scan(head);
+}
+
+// From here on, the content is what these bytes are.
+bool SourceFile::ReadCopy(const char* data, std::size_t size) {
+  auto copy = std::make_unique<UnnamedFile>(data, size);
+  if (!copy->GetError().empty()) {
+    error_ = "no copy can be made of its content: " + copy->GetError();
+    return false;
+  }
+  copy_ = std::move(copy);
+  readPath_ = copy_->GetPath();
   return true;
 }
 
@@ -160,6 +183,7 @@ bool SourceFile::Scan(std::string& head) {
   }
   std::vector<char> block(kBlock);
   std::uint64_t hash = 0;
+  size_ = 0;
   while (stream) {
     stream.read(block.data(), static_cast<std::streamsize>(block.size()));
     const std::size_t count = static_cast<std::size_t>(stream.gcount());

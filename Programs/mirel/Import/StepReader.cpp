@@ -1,5 +1,7 @@
 #include <Programs/mirel/Import/StepReader.h>
 
+#include <Programs/mirel/Import/WatchedFile.h>
+
 #include <Interface_ReportEntity.hxx>
 #include <Interface_UndefinedContent.hxx>
 #include <STEPCAFControl_ExternFile.hxx>
@@ -87,6 +89,13 @@ bool StepReader::IsOmission(const Handle(Interface_ReportEntity) & report, const
   const Handle(Interface_UndefinedContent) content = entity->UndefinedContent();
   return parameter >= 1 && parameter <= content->NbParams() && !content->IsParamEntity(parameter) &&
          content->ParamType(parameter) == Interface_ParamVoid;
+}
+
+// As a stream, because that can be watched.
+IFSelect_ReturnStatus StepReader::ReadEntities(const SourceFile& file, XSControl_Reader& reader,
+                                               StageProgress& progress) {
+  WatchedFile content(file.GetReadPath(), file.GetSize(), progress, "analysis");
+  return reader.ReadStream(file.GetPath().c_str(), content.GetStream());
 }
 
 // OpenCASCADE names a component by its description, name or id, a product by its name or id, whichever is not

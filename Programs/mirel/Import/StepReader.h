@@ -11,6 +11,8 @@ class StepReader final : public DocumentReader {
 
  private:
   bool ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) override;
+  IFSelect_ReturnStatus ReadEntities(const SourceFile& file, XSControl_Reader& reader,
+                                     StageProgress& progress) override;
   void Mend(const Handle(Standard_Transient) & entity) override;
   bool IsOmission(const Handle(Interface_ReportEntity) & report, const std::string& error) const override;
   bool IsOtherFile(const Handle(Standard_Transient) & entity) const override;

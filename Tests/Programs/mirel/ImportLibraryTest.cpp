@@ -22,12 +22,15 @@ TEST(ImportLibrary, IgesFilesAreReadToo) {
   IGESControl_Writer writer("MM", 1);
   ASSERT_TRUE(writer.AddShape(BRepPrimAPI_MakeBox(10.0, 20.0, 30.0).Shape()));
   ASSERT_TRUE(writer.Write((path + "box.igs").c_str()));
-  std::string out;
-  std::string err;
-  EXPECT_EQ(Mirel({"save", path + "box.igs", path + "box"}, out, &err), 0) << err;
-  EXPECT_NE(out.find("nothing was lost"), std::string::npos) << out;
-  EXPECT_EQ(Mirel({"box", path + "box"}, out), 0);
-  EXPECT_NE(out.find("size 10 20 30"), std::string::npos) << out;
+  WriteGzip(path + "box.igz", ReadFile(path + "box.igs"));
+  for (const char* const name : {"box.igs", "box.igz"}) {
+    std::string out;
+    std::string err;
+    EXPECT_EQ(Mirel({"save", "--force", path + name, path + "box"}, out, &err), 0) << err;
+    EXPECT_NE(out.find("nothing was lost"), std::string::npos) << out;
+    EXPECT_EQ(Mirel({"box", path + "box"}, out), 0);
+    EXPECT_NE(out.find("size 10 20 30"), std::string::npos) << out;
+  }
 }
 
 #if defined(__linux__)

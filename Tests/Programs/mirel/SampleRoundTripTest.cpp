@@ -1,6 +1,6 @@
 #include <Programs/mirel/Import/StepReader.h>
 #include <Programs/mirel/Import/XcafLabel.h>
-#include <Programs/mirel/ProgressBar.h>
+#include <Programs/mirel/StageProgress.h>
 
 #include <Tests/Programs/mirel/RunMirel.h>
 #include <Tests/Support/LogCapture.h>
@@ -106,16 +106,33 @@ void WalkNodes(const SceneNode& node, Placed here, std::vector<Placed>& found) {
   found.push_back(here);
 }
 
+// What is told of the progress, stage by stage: the largest share of it.
+class Stages : public StageProgress {
+ public:
+  void Begin(const std::string& stage) override { stages.emplace_back(stage, -1.0); }
+  void SetFraction(double fraction) override {
+    EXPECT_GE(fraction, stages.back().second);
+    stages.back().second = fraction;
+  }
+  std::vector<std::pair<std::string, double>> stages;
+};
+
 TEST(SampleRoundTripTest, WhatAViewerGetsIsWhatXcafReads) {
   const TestFolder scratch;
   const std::string folder = scratch.GetPath() + "设计";
   ASSERT_EQ(Mirel({"--quiet", "save", "--strict", MIREL_SAMPLE, folder}), 0);
 
-  ProgressBar progress(false);
+  Stages progress;
   StepReader reader(progress);
   const SourceFile file(MIREL_SAMPLE);
   const Handle(TDocStd_Document) document = reader.Read(file);
   ASSERT_FALSE(document.IsNull()) << reader.GetError();
+  ASSERT_EQ(progress.stages.size(), 3u);
+  EXPECT_EQ(progress.stages[0].first, "reading");
+  EXPECT_GT(progress.stages[0].second, 0.8);
+  EXPECT_EQ(progress.stages[1].first, "analysis");
+  EXPECT_EQ(progress.stages[2].first, "transfer");
+  EXPECT_GT(progress.stages[2].second, 0.9);
   TDF_LabelSequence roots;
   XCAFDoc_DocumentTool::ShapeTool(document->Main())->GetFreeShapes(roots);
   std::vector<Placed> source;

@@ -42,6 +42,7 @@ TEST(SourceFileTest, TellsTheFormat) {
       {"e.txt", "\r\n ISO-10303-21;", Format::kStep},
       {"f", "DBRep_DrawableShape\n", Format::kBrep},
       {"g.dat", iges, Format::kIges},
+      {"g0.dat", std::string(72, ' ') + "S0000001\n", Format::kIges},
       {"h.txt", "a letter", Format::kUnknown},
       {"i", "ISO-1030", Format::kUnknown},
   };
@@ -59,26 +60,40 @@ TEST(SourceFileTest, TellsTheFormat) {
   EXPECT_EQ(SourceFile(scratch.GetPath() + "Größe").GetStem(), "Größe");
 }
 
-TEST(SourceFileTest, InflatesIntoAFileThatGoesAway) {
+// The copy lies in no folder, so nothing of it can stay, whatever ends the process.
+TEST(SourceFileTest, WhatIsCompressedOrMarkedIsReadFromACopyWithoutAName) {
   const TestFolder scratch;
-  const std::string path = scratch.GetPath() + "设计.stp.gz";
-  WriteGzip(path, "ISO-10303-21;\nDATA;\n");
-  WriteFile(scratch.GetPath() + "plain.stp", "ISO-10303-21;\nDATA;\n");
-  std::string readPath;
-  {
-    const SourceFile file(path);
-    EXPECT_EQ(file.GetError(), "");
-    EXPECT_EQ(file.GetFormat(), Format::kStep);
-    EXPECT_EQ(file.GetStem(), "设计");
-    EXPECT_EQ(file.GetFingerprint(), SourceFile(scratch.GetPath() + "plain.stp").GetFingerprint());
-    readPath = file.GetReadPath();
-    EXPECT_EQ(ReadFile(readPath), "ISO-10303-21;\nDATA;\n");
+  const std::string content = "ISO-10303-21;\nDATA;\n";
+  WriteFile(scratch.GetPath() + "plain.stp", content);
+  WriteGzip(scratch.GetPath() + "设计.stp.gz", content);
+  WriteGzip(scratch.GetPath() + "设计.stpz", content);
+  WriteGzip(scratch.GetPath() + "设计", "\xEF\xBB\xBF" + content);
+  WriteFile(scratch.GetPath() + "marked.step", "\xEF\xBB\xBF" + content);
+  const std::uint64_t fingerprint = SourceFile(scratch.GetPath() + "plain.stp").GetFingerprint();
+  for (const char* const name : {"设计.stp.gz", "设计.stpz", "设计", "marked.step"}) {
+    SCOPED_TRACE(name);
+    const std::string path = scratch.GetPath() + name;
+    std::string readPath;
+    {
+      const SourceFile file(path);
+      EXPECT_EQ(file.GetError(), "");
+      EXPECT_EQ(file.GetFormat(), Format::kStep);
+      EXPECT_EQ(file.GetFingerprint(), fingerprint);
+      EXPECT_EQ(file.GetSize(), content.size());
+      EXPECT_EQ(file.GetPath(), path);
+      readPath = file.GetReadPath();
+      EXPECT_EQ(ReadFile(readPath), content);
+#if defined(__linux__)
+      EXPECT_EQ(readPath.rfind("/proc/self/fd/", 0), 0U);
+#endif
+    }
+    EXPECT_FALSE(std::filesystem::exists(std::filesystem::u8path(readPath)));
   }
-  EXPECT_FALSE(std::filesystem::exists(std::filesystem::u8path(readPath)));
+  EXPECT_EQ(SourceFile(scratch.GetPath() + "设计.stp.gz").GetStem(), "设计");
 
-  const LogCapture log;
-  WriteFile(path, "no gzip");
-  EXPECT_EQ(SourceFile(path).GetError(), "cannot be inflated");
+  WriteFile(scratch.GetPath() + "none.stp.gz", "no gzip");
+  EXPECT_EQ(SourceFile(scratch.GetPath() + "none.stp.gz").GetError(), "cannot be inflated: not a gzip file");
+  EXPECT_EQ(SourceFile("/dev/zero").GetError(), "not a regular file");
 }
 
 TEST(SourceFileTest, EveryByteCounts) {
