@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Import/EntityErrors.h>
 #include <Programs/mirel/Import/SourceFile.h>
+#include <Programs/mirel/Save/LossReport.h>
 
 #include <IFSelect_ReturnStatus.hxx>
 #include <Message_ProgressRange.hxx>
@@ -44,6 +45,9 @@ class DocumentReader {
   const std::string& GetError() const { return error_; }
   const std::vector<std::string>& GetMessages() const { return messages_; }
 
+  /// What the file says and the document does not, counted; every kind that the format has.
+  const std::vector<LossReport::Loss>& GetLosses() const { return losses_; }
+
   double GetReadSeconds() const { return readSeconds_; }
   double GetTransferSeconds() const { return transferSeconds_; }
 
@@ -71,6 +75,9 @@ class DocumentReader {
   /// into the document.
   bool Run(const SourceFile& file, XSControl_Reader& reader, const TransferFunction& transfer);
 
+  void AddLosses(const std::vector<LossReport::Loss>& losses) {
+    losses_.insert(losses_.end(), losses.begin(), losses.end());
+  }
   void AddMissingFile(const std::string& line) { missingFiles_.push_back(line); }
 
  private:
@@ -107,6 +114,7 @@ class DocumentReader {
   std::size_t failedEntities_ = 0;
   EntityErrors entityErrors_;
   std::vector<std::string> missingFiles_;
+  std::vector<LossReport::Loss> losses_;
 };
 
 }  // namespace mirel

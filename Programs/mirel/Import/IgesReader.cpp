@@ -1,8 +1,22 @@
 #include <Programs/mirel/Import/IgesReader.h>
 
 #include <IGESCAFControl_Reader.hxx>
+#include <IGESData_IGESEntity.hxx>
+#include <Interface_InterfaceModel.hxx>
 
 namespace mirel {
+
+namespace {
+
+// Dimensions, notes and labels, the lines that belong to them, and drawings with their views.
+bool IsAnnotation(const IGESData_IGESEntity& entity) {
+  const int type = entity.TypeNumber();
+  const int form = entity.FormNumber();
+  return (type >= 202 && type <= 230) || (type == 106 && form >= 20 && form <= 40) || type == 404 ||
+         type == 410;
+}
+
+}  // namespace
 
 bool IgesReader::ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) {
   IGESCAFControl_Reader reader;
@@ -10,8 +24,15 @@ bool IgesReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   reader.SetNameMode(Standard_True);
   reader.SetLayerMode(Standard_True);
   Handle(TDocStd_Document) target = document;
-  return Run(file, reader,
-             [&](const Message_ProgressRange& range) { return reader.Transfer(target, range); });
+  const bool good =
+      Run(file, reader, [&](const Message_ProgressRange& range) { return reader.Transfer(target, range); });
+  std::uint64_t annotations = 0;
+  for (int i = 1; i <= reader.Model()->NbEntities(); ++i) {
+    const auto entity = Handle(IGESData_IGESEntity)::DownCast(reader.Model()->Value(i));
+    annotations += !entity.IsNull() && IsAnnotation(*entity);
+  }
+  AddLosses({{"annotations", "annotations of drawings", annotations, {}}});
+  return good;
 }
 
 }  // namespace mirel

@@ -33,6 +33,7 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
   for (const SourceCensus::Loss& loss : census.GetLosses()) {
     result.losses.push_back({loss.key, loss.text, loss.count, {}});
   }
+  result.losses.insert(result.losses.end(), reader.GetLosses().begin(), reader.GetLosses().end());
   result.losses.push_back({"missingFiles", "other files that could not be read",
                            reader.GetMissingFiles().size(), reader.GetMissingFiles()});
   result.losses.push_back(

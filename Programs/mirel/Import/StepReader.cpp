@@ -1,7 +1,9 @@
 #include <Programs/mirel/Import/StepReader.h>
 
+#include <Programs/mirel/Import/StepCensus.h>
 #include <Programs/mirel/Import/WatchedFile.h>
 
+#include <Interface_InterfaceModel.hxx>
 #include <Interface_ReportEntity.hxx>
 #include <Interface_UndefinedContent.hxx>
 #include <STEPCAFControl_ExternFile.hxx>
@@ -11,6 +13,7 @@
 #include <StepData_UndefinedEntity.hxx>
 #include <StepRepr_NextAssemblyUsageOccurrence.hxx>
 #include <TCollection_HAsciiString.hxx>
+#include <XSControl_WorkSession.hxx>
 
 #include <algorithm>
 #include <cstdlib>
@@ -60,10 +63,22 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   Handle(TDocStd_Document) target = document;
   const bool good = Run(file, reader.ChangeReader(),
                         [&](const Message_ProgressRange& range) { return reader.Transfer(target, range); });
+  if (good) {
+    LookAround(reader, file, document);
+  }
+  return good;
+}
+
+void StepReader::LookAround(STEPCAFControl_Reader& reader, const SourceFile& file,
+                            const Handle(TDocStd_Document) & document) {
+  StepCensus census;
+  census.Add(*reader.ChangeReader().WS()->Model(), document);
   const fs::path folder = fs::u8path(file.GetPath()).parent_path();
   std::set<std::string> missing;  // in the same order each time
   for (ExternFiles::Iterator other(reader.ExternFiles()); other.More(); other.Next()) {
-    if (other.Value()->GetLoadStatus() != IFSelect_RetDone || !other.Value()->GetTransferStatus()) {
+    if (other.Value()->GetLoadStatus() == IFSelect_RetDone && other.Value()->GetTransferStatus()) {
+      census.Add(*other.Value()->GetWS()->Model(), document);
+    } else {
       const std::string name = other.Key().ToCString();
       missing.insert(name + ": " + WhyMissing(folder / fs::u8path(name)));
     }
@@ -71,7 +86,7 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   for (const std::string& line : missing) {
     AddMissingFile(line);
   }
-  return good;
+  AddLosses(census.GetLosses());
 }
 
 bool StepReader::IsOtherFile(const Handle(Standard_Transient) & entity) const {

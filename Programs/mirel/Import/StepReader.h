@@ -2,6 +2,8 @@
 
 #include <Programs/mirel/Import/DocumentReader.h>
 
+class STEPCAFControl_Reader;
+
 namespace mirel {
 
 /// Reads a STEP file into an XCAF document.
@@ -10,6 +12,10 @@ class StepReader final : public DocumentReader {
   explicit StepReader(StageProgress& progress) : DocumentReader(progress) {}
 
  private:
+  // Names the files that were not read, and counts what a document cannot hold.
+  void LookAround(STEPCAFControl_Reader& reader, const SourceFile& file,
+                  const Handle(TDocStd_Document) & document);
+
   bool ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) override;
   IFSelect_ReturnStatus ReadEntities(const SourceFile& file, XSControl_Reader& reader,
                                      StageProgress& progress) override;

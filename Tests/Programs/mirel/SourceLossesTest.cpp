@@ -50,6 +50,18 @@ class SourceLossesTest : public ::testing::Test, protected XcafDocument {
     WriteFile(path, text.replace(at, from.size(), to));
     return path;
   }
+  // A file with these entities behind all others; "@" stands for the first product definition.
+  std::string WriteWith(std::string entities) {
+    const std::string path = Write("more.step");
+    std::string text = ReadFile(path);
+    const std::size_t product = text.rfind('#', text.find(" = PRODUCT_DEFINITION("));
+    const std::string id = text.substr(product, text.find(' ', product) - product);
+    for (std::size_t at = 0; (at = entities.find('@', at)) != std::string::npos;) {
+      entities.replace(at, 1, id);
+    }
+    WriteFile(path, text.insert(text.rfind("ENDSEC;"), entities));
+    return path;
+  }
   int Save(const std::string& path, std::vector<std::string> options = {}) {
     options.insert(options.begin(), {"save", "--force", path, folder_});
     return Mirel(options, report_, &said_);
@@ -105,6 +117,43 @@ TEST_F(SourceLossesTest, ErrorsInEntitiesAreListedByKind) {
             0);
   EXPECT_TRUE(Has(report_, "not saved:\n           1 entit")) << report_;
   EXPECT_TRUE(Has(said_, "1 time CARTESIAN_POINT: Parameter n0.3 (coordinates) not a Real: #")) << said_;
+}
+
+// What OpenCASCADE puts into no document.
+TEST_F(SourceLossesTest, WhatNobodyReadsIsCounted) {
+  const std::string path = WriteWith(R"(
+#9001=PERSON('1','Muster','Anna',$,$,$);
+#9002=ORGANIZATION('1','Werk','');
+#9003=PERSON_AND_ORGANIZATION(#9001,#9002);
+#9004=PERSON_AND_ORGANIZATION_ROLE('creator');
+#9005=APPLIED_PERSON_AND_ORGANIZATION_ASSIGNMENT(#9003,#9004,(@));
+#9011=CALENDAR_DATE(2024,29,2);
+#9012=COORDINATED_UNIVERSAL_TIME_OFFSET(1,$,.AHEAD.);
+#9013=LOCAL_TIME(12,30,$,#9012);
+#9014=DATE_AND_TIME(#9011,#9013);
+#9015=DATE_TIME_ROLE('creation_date');
+#9016=APPLIED_DATE_AND_TIME_ASSIGNMENT(#9014,#9015,(@));
+#9021=APPROVAL_STATUS('approved');
+#9022=APPROVAL(#9021,'release');
+#9023=APPLIED_APPROVAL_ASSIGNMENT(#9022,(@));
+#9024=APPLIED_APPROVAL_ASSIGNMENT(#9022,(@));
+#9031=CARTESIAN_POINT('',(1.,2.,3.));
+#9032=CONSTRUCTIVE_GEOMETRY_REPRESENTATION('',(#9031),#9033);
+#9033=(GEOMETRIC_REPRESENTATION_CONTEXT(3)REPRESENTATION_CONTEXT('',''));
+#9041=PRESENTATION_LAYER_ASSIGNMENT('aux','',(#9031));
+#9051=COLOUR_RGB('',1.,0.,0.);
+#9052=POINT_STYLE('',.DOT.,POSITIVE_LENGTH_MEASURE(1.),#9051);
+#9053=PRESENTATION_STYLE_ASSIGNMENT((#9052));
+#9054=ANNOTATION_OCCURRENCE('',(#9053),#9031);
+#9055=THING_OF_OURS('',#9031);
+)");
+  EXPECT_EQ(Save(path, {"--strict", "--json"}), 4);
+  for (const char* const count :
+       {R"("people": 1,)", R"("dates": 1,)", R"("approvals": 2,)", R"("annotations": 1,)",
+        R"("supplementalGeometry": 1,)", R"("pointStyles": 1,)", R"("unreadLayers": 1,)",
+        R"("unknownEntities": 1,)", R"("1 THING_OF_OURS")"}) {
+    EXPECT_TRUE(Has(report_, count)) << count << "\n" << report_;
+  }
 }
 
 }  // namespace
