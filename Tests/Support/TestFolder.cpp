@@ -12,9 +12,11 @@ namespace mirel {
 
 namespace fs = std::filesystem;
 
-TestFolder::TestFolder() {
-  const fs::path folder = fs::temp_directory_path() / fs::u8path("mirel-" + ObjectId::NewId().toString()) /
-                          fs::u8path(u8"设计-Größe");
+TestFolder::TestFolder(const std::string& parent) {
+  const fs::path where =
+      fs::is_directory(fs::u8path(parent)) ? fs::u8path(parent) : fs::temp_directory_path();
+  const fs::path folder =
+      where / fs::u8path("mirel-" + ObjectId::NewId().toString()) / fs::u8path(u8"设计-Größe");
   fs::create_directories(folder);
   path_ = folder.u8string() + "/";
 }
@@ -57,9 +59,10 @@ void WriteGzip(const std::string& path, const std::string& content) {
 
 FileContents ReadFiles(const std::string& folder) {
   FileContents files;
-  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(fs::u8path(folder))) {
+  for (const fs::directory_entry& entry : fs::recursive_directory_iterator(
+           fs::u8path(folder), fs::directory_options::follow_directory_symlink)) {
     if (entry.is_directory()) continue;
-    files[fs::relative(entry.path(), fs::u8path(folder)).generic_u8string()] =
+    files[entry.path().lexically_relative(fs::u8path(folder)).generic_u8string()] =
         ReadFile(entry.path().u8string());
   }
   return files;
@@ -67,7 +70,7 @@ FileContents ReadFiles(const std::string& folder) {
 
 FileContents WithoutHidden(FileContents files) {
   for (auto file = files.begin(); file != files.end();)
-    file = file->first[0] == '.' ? files.erase(file) : std::next(file);
+    file = ("/" + file->first).find("/.") != std::string::npos ? files.erase(file) : std::next(file);
   return files;
 }
 

@@ -9,7 +9,8 @@ namespace mirel {
 /// A new, empty folder of a test's own, with a name that is not ASCII; removed with everything in it at the end.
 class TestFolder {
  public:
-  TestFolder();
+  /// In the system's folder for temporary files or, where it exists, in another one.
+  explicit TestFolder(const std::string& parent = std::string());
   ~TestFolder();
   TestFolder(const TestFolder&) = delete;
   TestFolder& operator=(const TestFolder&) = delete;
@@ -34,7 +35,7 @@ std::string Inflate(const std::string& path);
 /// Writes a gzip file, the way the host does.
 void WriteGzip(const std::string& path, const std::string& content);
 
-/// All files below a folder by their names relative to it, with their content.
+/// All files below a folder by their names relative to it, with their content; those behind links too.
 using FileContents = std::map<std::string, std::string>;
 FileContents ReadFiles(const std::string& folder);
 /// Those of them that lie in no hidden folder: what a reader of a model folder may look at.

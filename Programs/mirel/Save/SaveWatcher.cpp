@@ -2,6 +2,8 @@
 
 #include <Programs/mirel/ProgressBar.h>
 
+#include <Viewer/Kernel/Model/FolderFiles.h>
+
 #include <algorithm>
 #include <chrono>
 
@@ -14,26 +16,18 @@ namespace {
 constexpr auto kPoll = std::chrono::milliseconds(20);
 constexpr auto kQuiet = std::chrono::milliseconds(300);
 
-// When the newest file of a folder was written; the minimum when it has none.
+// When the newest file of a folder of packages was written, also of those that lie in a hidden folder there until all are
+// made; the minimum when it has none.
 fs::file_time_type NewestIn(const fs::path& folder) {
   fs::file_time_type newest = fs::file_time_type::min();
   std::error_code failure;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, failure)) {
-    const fs::file_time_type time = entry.last_write_time(failure);
-    newest = failure ? newest : std::max(newest, time);
+  for (fs::recursive_directory_iterator entry(folder, failure), end; entry != end; entry.increment(failure)) {
+    std::error_code gone;
+    const fs::file_time_type time =
+        entry->is_regular_file(gone) ? entry->last_write_time(gone) : fs::file_time_type::min();
+    newest = gone ? newest : std::max(newest, time);
   }
   return newest;
-}
-
-// The files appear in a hidden folder inside and get their places when all are there.
-fs::path WhereFilesAppear(const fs::path& folder) {
-  std::error_code failure;
-  for (const fs::directory_entry& entry : fs::directory_iterator(folder, failure)) {
-    if (entry.path().filename().u8string()[0] == '.') {
-      return entry.path();
-    }
-  }
-  return folder;
 }
 
 double Seconds(fs::file_time_type::duration duration) {
@@ -59,14 +53,12 @@ void SaveWatcher::Run() {
   progress_.Begin("writing");
   std::unique_lock<std::mutex> lock(mutex_);
   while (!wake_.wait_for(lock, kPoll, [this] { return stopping_; })) {
-    std::error_code ignored;
-    const fs::path folder = WhereFilesAppear(folder_);
-    if (fs::exists(folder / "grep", ignored)) {
+    if (NewestIn(folder_ / FolderFiles::kGReps) != FileTime::min()) {
       meshed_ = FileTime::clock::now();
       progress_.Begin("writing");
       return;
     }
-    const FileTime written = NewestIn(folder / "model");
+    const FileTime written = NewestIn(folder_ / FolderFiles::kShapes);
     if (written != FileTime::min() && FileTime::clock::now() - written > kQuiet) {
       progress_.Begin("tessellation");
     }
@@ -82,7 +74,7 @@ SaveWatcher::Times SaveWatcher::Stop() {
   wake_.notify_all();
   thread_.join();
   Times times;
-  const FileTime shapesWritten = NewestIn(folder_ / "model");
+  const FileTime shapesWritten = NewestIn(folder_ / FolderFiles::kShapes);
   const FileTime meshed = meshed_ == FileTime::min() ? ended : meshed_;
   if (shapesWritten != FileTime::min()) {
     times.tessellation = Seconds(meshed - shapesWritten);

@@ -3,9 +3,9 @@
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/Open/SceneOpener.h>
-#include <Programs/mirel/View/PackageCounts.h>
 #include <Programs/mirel/View/TarPieces.h>
 #include <Programs/mirel/View/WindowlessViewer.h>
+#include <Viewer/Kernel/Model/PackageCounts.h>
 
 #include <Viewer/Kernel/Host/Application/StreamModelLoader.h>
 #include <Viewer/Kernel/Host/Application/StreamModelLoaderFactory.h>

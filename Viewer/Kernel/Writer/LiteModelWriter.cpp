@@ -1,6 +1,5 @@
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
-#include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/Gzip/ogzstream.h>
 #include <Viewer/Kernel/Model/ItemJson.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
@@ -17,19 +16,17 @@ LiteModelWriter::~LiteModelWriter() = default;
 
 void LiteModelWriter::Save(const std::string& folder) {
   AsideFolder aside(folder);
-  if (!aside.Make()) return;
-  SaveShapes(aside.GetPath());
-  SaveIndex(aside.GetPath());
+  if (!aside.Make(!model_.GetShape().empty())) return;
+  SaveShapes(aside.GetShapePath(), aside.GetGRepPath());
+  SaveIndex(aside.GetIndexPath());
   aside.PutInPlace(static_cast<unsigned int>(pkgShape_), builder_.GetPkgCount());
 }
 
-void LiteModelWriter::SaveShapes(const std::string& folder) {
+void LiteModelWriter::SaveShapes(const std::string& shapeFolder, const std::string& grepFolder) {
   pkgShape_ = 0;
   builder_ = PkgGRepBuilder();
   if (model_.GetShape().empty()) return;
 
-  const std::string shapeFolder = folder + "model/";
-  PathUtil::CreateFolders(shapeFolder);
   PkgSeries<PkgShapeWriter> packages(shapeFolder);
   for (const auto& [id, shape] : model_.GetShape()) {
     if (!shape) {
@@ -43,7 +40,7 @@ void LiteModelWriter::SaveShapes(const std::string& folder) {
   pkgShape_ = static_cast<int>(packages.GetCount());
 
   builder_.Build();
-  builder_.Write(folder + "grep/");
+  builder_.Write(grepFolder);
 }
 
 void LiteModelWriter::SaveIndex(const std::string& folder) {

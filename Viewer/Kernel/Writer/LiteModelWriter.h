@@ -25,17 +25,19 @@ class MIREL_VIEWER_KERNEL_API LiteModelWriter {
   /// Releases the GReps made, which are kept until then.
   ~LiteModelWriter();
 
-  /// Writes the folder at a path that ends with a separator; file names are appended to it directly. Missing folders are
-  /// made. A second `Save` starts anew. An empty shape is left out, with a message at level 3. A shape whose
+  /// Writes the folder at a path that ends with a separator; file names are appended to it directly. (Without the separator
+  /// they begin with the last part of the path, and the folder that the path names is made and stays empty.) Missing
+  /// folders are made. A second `Save` starts anew. An empty shape is left out, with a message at level 3. A shape whose
   /// tessellation does not come to an end is given up after a while (`GRepShape::Compute`) with a message at level 3: it
   /// is saved, and nothing is drawn of it.
   ///
-  /// The files are collected in a hidden folder (".mirel-" and a number) inside the folder and put in place when
-  /// all are there, so that until then the folder shows the model that it had. Packages of a larger older model are
-  /// removed, other files stay. When a file cannot be written, say because the disk is full, a message at level 3 gives
+  /// The files are collected in hidden folders (".mirel-" and a number) inside the folder and its folders of packages, which may
+  /// be links or mounts, and put in place when all are there, so that until then the folder shows the model that it had.
+  /// Of the older model everything is removed that its index counts, and what belongs beside an index (checksums);
+  /// other files stay, unless they have the name of a new one. When a file cannot be written, say because the disk is full, a message at level 3 gives
   /// the path and the reason, and the folder stays as it was. A process that is killed leaves the old model, the new one
   /// or, within the moment in which the files get their names, a folder without index.gz, which no reader opens; the next
-  /// save removes the hidden folder that it leaves.
+  /// save removes the hidden folders that it leaves.
   ///
   /// Of two saves into one folder at once, also by different processes, one at most succeeds and the other one
   /// says that it did not; their files are not mixed.
@@ -45,7 +47,7 @@ class MIREL_VIEWER_KERNEL_API LiteModelWriter {
   const PkgGRepBuilder& GetGRepBuilder() const { return builder_; }
 
  private:
-  void SaveShapes(const std::string& folder);
+  void SaveShapes(const std::string& shapeFolder, const std::string& grepFolder);
   void SaveIndex(const std::string& folder);
 
   LiteModel& model_;

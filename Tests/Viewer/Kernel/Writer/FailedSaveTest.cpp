@@ -54,6 +54,30 @@ TEST(FailedSave, WhereNothingWasNothingIsLeft) {
   EXPECT_EQ(ReadFile(folder.GetPath() + "file"), "x");
 }
 
+// Without a separator at its end the path is the beginning of the files' names, and the folder of its name is made as well.
+TEST(FailedSave, APathWithoutSeparatorKeepsItsEmptyFolder) {
+  const TestFolder folder;
+  LiteModel model;
+  FillAssembly(model);
+  for (int times = 0; times < 2; ++times) {
+    LogCapture log;
+    LiteModelWriter(model).Save(folder.GetPath() + "car");
+    EXPECT_TRUE(log.GetTexts(3).empty());
+    EXPECT_EQ(folder.ListFiles(), "cargrep/1.gz carindex.gz carmodel/1.gz");
+    EXPECT_TRUE(fs::is_directory(fs::u8path(folder.GetPath() + "car")));
+  }
+  // A save that fails removes what it has made, and nothing else.
+  fs::create_directory(fs::u8path(folder.GetPath() + "bus"));
+  for (const char* const name : {"bus", "van"}) {
+    WriteFile(folder.GetPath() + name + "grep", "a file");
+    LiteModelWriter(model).Save(folder.GetPath() + name);
+  }
+  EXPECT_EQ(folder.ListFiles(), "busgrep cargrep/1.gz carindex.gz carmodel/1.gz vangrep");
+  EXPECT_TRUE(fs::is_directory(fs::u8path(folder.GetPath() + "bus")));
+  for (const char* const name : {"van", "busmodel", "vanmodel"})
+    EXPECT_FALSE(fs::exists(fs::u8path(folder.GetPath() + name))) << name;
+}
+
 #if defined(__linux__)
 
 /// A program that saves over an older model, and cannot.
@@ -102,6 +126,28 @@ TEST_F(StarvedSave, AFullDiskLeavesTheOldModel) {
     fs::remove(fs::u8path(folder_.GetPath() + "ballast"));
     ASSERT_TRUE(Save(kMany).Succeeded());
     EXPECT_TRUE(ReadFiles(target_) == found) << "what was saved into the last blocks is whole";
+  }));
+}
+
+// What is full is the disk of the folder of packages, which is another one.
+TEST_F(StarvedSave, ADiskOfPackagesAloneMayBeFull) {
+  if (!CanMount()) GTEST_SKIP() << "skipped: cannot mount a small disk here";
+  EXPECT_TRUE(RunInChild([&] {
+    ASSERT_TRUE(Save(kMany).Succeeded());
+    const FileContents whole = ReadFiles(target_);
+    fs::remove_all(fs::u8path(target_));
+    const std::string disk = target_ + "model/";
+    fs::create_directories(fs::u8path(disk));
+    MountSmallDisk(disk);
+    ASSERT_TRUE(Save(2).Succeeded());
+    FileContents old = ReadFiles(target_);
+    EXPECT_EQ(old.size(), 3U);
+    FillDisk(disk, 0);
+    old["model/ballast"] = ReadFile(disk + "ballast");
+    EXPECT_FALSE(SaveOver(old, "No space left on device"));
+    fs::remove(fs::u8path(disk + "ballast"));
+    EXPECT_TRUE(SaveOver(old, ""));
+    EXPECT_TRUE(ReadFiles(target_) == whole);
   }));
 }
 

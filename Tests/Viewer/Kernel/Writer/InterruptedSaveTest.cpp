@@ -19,20 +19,35 @@ class InterruptedSave : public ::testing::Test {
   std::vector<std::string> Command(int boxes, const std::string& folder) const {
     return {MIREL_SAVE_BOXES, folder, std::to_string(boxes)};
   }
-  /// An older model with more packages than the new one, and files of somebody else.
+  /// An older model with more packages than the new one, and with checksums, and files of somebody else. Its graphics lie
+  /// on another disk where there is one.
   void MakeOld() {
     if (older_.ListFiles().empty()) {
       ASSERT_TRUE(RunProgram(Command(2, older_.GetPath())).Succeeded());
-      for (const char* const name : {"model/2.gz", "model/10.gz", "grep/2.gz", "notes.txt", "model/02.gz"})
+      for (const char* const name : {"model/2.gz", "model/10.gz", "grep/2.gz", "SHA256SUMS"})
         WriteFile(older_.GetPath() + name, name);
+      for (const std::string& name : foreign_)
+        WriteFile(older_.GetPath() + name, name);
+      std::string index = Inflate(older_.GetPath() + "index.gz");
+      const std::string counts = R"("PkgShape":1,"PkgGRep":1)";
+      index.replace(index.find(counts), counts.size(), R"("PkgShape":10,"PkgGRep":2)");
+      WriteGzip(older_.GetPath() + "index.gz", index);
     }
     fs::remove_all(folder_.GetFsPath());
-    fs::copy(older_.GetFsPath(), folder_.GetFsPath(), fs::copy_options::recursive);
+    fs::remove_all(disk_.GetFsPath());
+    fs::create_directories(disk_.GetFsPath());
+    fs::create_directories(folder_.GetFsPath());
+    fs::create_directory_symlink(disk_.GetFsPath(), folder_.GetFsPath() / "grep");
+    for (const auto& [name, content] : ReadFiles(older_.GetPath())) {
+      fs::create_directories(fs::u8path(path_ + name).parent_path());
+      WriteFile(path_ + name, content);
+    }
   }
-  const std::vector<std::string> foreign_{"model/02.gz", "notes.txt"};
+  const std::vector<std::string> foreign_{"model/02.gz", "model/2024.gz", "grep/3.gz", "notes.txt"};
 
   const TestFolder older_;
   const TestFolder folder_;
+  const TestFolder disk_{"/dev/shm"};
   const std::string path_ = folder_.GetPath();
 };
 

@@ -1,4 +1,4 @@
-#include <Programs/mirel/View/PackageCounts.h>
+#include <Viewer/Kernel/Model/PackageCounts.h>
 
 #include <rapidjson/reader.h>
 
