@@ -6,12 +6,15 @@
 
 #include <algorithm>
 #include <random>
+#include <utility>
 #include <vector>
 
-#if defined(__linux__)
+#if !defined(_WIN32)
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 #endif
 
 namespace fs = std::filesystem;
@@ -78,6 +81,56 @@ bool IsIncomplete(const fs::path& folder) {
          FindForeign(folder, failure).empty() && !failure;
 }
 
+// The model folder that a path leads into and that nobody could replace any more if a folder came to lie there; empty when
+// there is none.
+fs::path FindModelAround(const fs::path& path) {
+  std::error_code failure;
+  fs::path folder = fs::weakly_canonical(path.parent_path(), failure);
+  for (; !failure && folder.has_relative_path(); folder = folder.parent_path()) {
+    std::error_code unread;
+    if (fs::is_regular_file(folder / FolderFiles::kIndex, unread) && FindForeign(folder, unread).empty() &&
+        !unread) {
+      return folder;
+    }
+  }
+  return fs::path();
+}
+
+// Whether a folder is a link, or another file system begins at it.
+bool IsElsewhere(const fs::path& folder) {
+  std::error_code ignored;
+  bool elsewhere = fs::is_symlink(fs::symlink_status(folder, ignored));
+#if !defined(_WIN32)
+  struct stat own = {};
+  struct stat parent = {};
+  elsewhere = elsewhere || (stat(folder.c_str(), &own) == 0 &&
+                            stat(folder.parent_path().c_str(), &parent) == 0 && own.st_dev != parent.st_dev);
+#endif
+  return elsewhere;
+}
+
+// Why a model folder cannot be replaced as a whole and then deleted; empty when it can.
+std::string FindObstacle(const fs::path& folder) {
+  for (const char* const name : {"", FolderFiles::kShapes, FolderFiles::kGReps}) {
+    const fs::path part = *name == '\0' ? folder : folder / name;
+    std::error_code ignored;
+    if (!fs::is_directory(part, ignored)) {
+      continue;
+    }
+    const std::string what = *name == '\0' ? "" : std::string("its folder \"") + name + "\" ";
+    if (IsElsewhere(part)) {
+      return what +
+             "is a link or a mount, and a folder can only be replaced as a whole: save under another name";
+    }
+#if !defined(_WIN32)
+    if (faccessat(AT_FDCWD, part.c_str(), W_OK | X_OK, AT_EACCESS) != 0) {
+      return what + "may not be emptied: " + std::generic_category().message(errno);
+    }
+#endif
+  }
+  return std::string();
+}
+
 // Removes what killed processes left in a folder. Whoever is alive holds a lock.
 void RemoveAbandoned(const fs::path& parent) {
   std::error_code failure;
@@ -117,11 +170,7 @@ void ReplaceInTwoSteps(const fs::path& aside, const fs::path& target, std::error
   if (!failure) {
     fs::rename(aside, target, failure);
     std::error_code ignored;
-    if (failure) {
-      fs::rename(old, target, ignored);
-    } else {
-      fs::remove_all(old, ignored);
-    }
+    fs::rename(old, failure ? target : aside, ignored);
   }
 }
 
@@ -149,14 +198,25 @@ FolderReplacement::FolderReplacement(const std::string& target, bool force) : fo
 }
 
 FolderReplacement::~FolderReplacement() {
-  if (!aside_.empty()) {
-    std::error_code ignored;
-    fs::remove_all(aside_, ignored);
-    InterruptCleanup::Watch({});
+  RemoveAside();
+}
+
+std::string FolderReplacement::RemoveAside() {
+  if (aside_.empty()) {
+    return std::string();
   }
+  std::error_code failure;
+  fs::remove_all(aside_, failure);
+  InterruptCleanup::Watch({});
+  const fs::path aside = std::exchange(aside_, fs::path());
+  return failure ? aside.u8string() + ": " + failure.message() : std::string();
 }
 
 std::string FolderReplacement::Check() const {
+  const fs::path around = FindModelAround(target_);
+  if (!around.empty()) {
+    return "would lie inside the model folder \"" + around.u8string() + "\"";
+  }
   std::error_code failure;
   const fs::file_status status = fs::status(target_, failure);
   if (status.type() == fs::file_type::not_found) {
@@ -176,6 +236,10 @@ std::string FolderReplacement::Check() const {
     return incomplete
                ? "exists already and is incomplete, as an interrupted save leaves it; --force replaces it"
                : "exists already; --force replaces it";
+  }
+  const std::string obstacle = FindObstacle(target_);
+  if (!obstacle.empty()) {
+    return obstacle;
   }
   failure.clear();
   const std::string foreign = FindForeign(target_, failure);
@@ -236,7 +300,7 @@ bool FolderReplacement::Commit(std::string& reason) {
       ReplaceInTwoSteps(aside_, target_, failure);
     }
     if (!failure) {
-      return true;  // after an exchange, the destructor removes the old folder, which now lies aside
+      return true;  // after an exchange, the old folder lies aside
     }
     if (failure != std::errc::no_such_file_or_directory && failure != std::errc::directory_not_empty &&
         failure != std::errc::file_exists) {

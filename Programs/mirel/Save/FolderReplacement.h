@@ -26,7 +26,9 @@ class FolderReplacement {
 
   /// Why the target may not be written; empty when it may. Nothing is touched. A target that exists must be a
   /// model folder, or what an interrupted save has left of one, `force` must be set, and the folder must hold nothing
-  /// but what a model folder holds: what other files it has would be deleted with it.
+  /// but what a model folder holds: what other files it has would be deleted with it. It must be possible to delete it, and
+  /// neither it nor a folder in it may be a mount. And the target must not lie inside another model folder, as that one
+  /// could not be replaced any more.
   std::string Check() const;
 
   /// Makes missing parents and the empty folder aside, and removes what killed processes left beside it. False with
@@ -39,6 +41,10 @@ class FolderReplacement {
   /// Puts the folder in place, unless it may not be written any more. False with a reason when that fails: then
   /// the target is what it was.
   bool Commit(std::string& reason);
+
+  /// Removes the folder aside, which is the old one after `Commit`. Gives the path of what is left of it, and why; empty
+  /// when all is gone. The destructor does the same without a word.
+  std::string RemoveAside();
 
  private:
   bool MakeAside(std::error_code& failure);

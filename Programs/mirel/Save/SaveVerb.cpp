@@ -231,6 +231,11 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
     console.Error(folder_, reason);
     return ExitCode::kOutputUnwritten;
   }
+  const std::string left = replacement.RemoveAside();
+  if (!left.empty()) {
+    console.Note(
+        Utf8::Printable("the folder that was there before is replaced but cannot be removed: " + left));
+  }
   return ExitCode::kDone;
 }
 

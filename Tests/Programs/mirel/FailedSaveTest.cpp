@@ -94,6 +94,46 @@ TEST_F(FailedProgram, WhereItMayNotOrCannotWrite) {
   ExpectFailure(target_, "not a model folder");
 }
 
+// A folder is replaced as a whole, and then deleted: what forbids one of the two is found before the work.
+TEST_F(FailedProgram, OverWhatItCannotReplace) {
+  ASSERT_EQ(Save(path_ + "small.brep", target_).exitCode, 0);
+  for (const char* const inside : {"/sub", "/a/b", "/model/sub"})
+    ExpectFailure(target_ + inside, "would lie inside the model folder");
+
+  const fs::path model = fs::u8path(target_ + "/model");
+  fs::permissions(model, fs::perms::owner_read | fs::perms::owner_exec);
+  ExpectFailure(target_, "its folder \"model\" may not be emptied: Permission denied", ObeyPermissions);
+  fs::permissions(model, fs::perms::owner_all);
+
+  const char* const isElsewhere = "its folder \"model\" is a link or a mount";
+  if (CanMount()) {
+    EXPECT_TRUE(RunInChild([&] {
+      MountSmallDisk(model.u8string());
+      ExpectFailure(target_, isElsewhere);
+    }));
+  }
+  fs::rename(model, fs::u8path(path_ + "moved"));
+  fs::create_directory_symlink(path_ + "moved", model);
+  ExpectFailure(target_, isElsewhere);
+  fs::remove(model);
+
+  // What an older save of somebody else has left there is met too late to refuse.
+  const fs::path left = fs::u8path(target_ + "/.mirel-7");
+  fs::create_directory(left);
+  WriteFile(left.u8string() + "/1.gz", "somebody else's");
+  fs::permissions(left, fs::perms::owner_read | fs::perms::owner_exec);
+  const ChildRun run = Save(MIREL_SAMPLE, target_, ObeyPermissions);
+  EXPECT_EQ(run.exitCode, 0) << run.output;
+  const std::string said = "is replaced but cannot be removed: " + path_ + ".mirel-";
+  EXPECT_NE(run.output.find(said), std::string::npos) << run.output;
+  for (const fs::directory_entry& entry : fs::directory_iterator(folder_.GetFsPath())) {
+    if (entry.path().filename().u8string()[0] == '.')
+      fs::permissions(entry.path() / ".mirel-7", fs::perms::owner_all);
+  }
+  EXPECT_EQ(Save(MIREL_SAMPLE, target_).exitCode, 0);
+  EXPECT_EQ(folder_.ListFiles().find(".mirel-"), std::string::npos) << "the next save removes it";
+}
+
 // Its files have longer names than the folder: which of them no longer fit is found when they are written.
 TEST_F(FailedProgram, WherePathsGrowTooLong) {
   std::string parent = path_;
