@@ -48,6 +48,14 @@ void CheckMesh(const GRepMesh& mesh) {
   MIREL_FUZZ_CHECK(point == mesh.polylines.size(), "Edges do not use all points");
   for (const std::uint32_t corner : mesh.polylines)
     MIREL_FUZZ_CHECK(corner < vertexCount, "A polyline leaves the vertices");
+  for (const GRepSurface& surface : mesh.surfaces)
+    MIREL_FUZZ_CHECK(IsFinite(surface.origin) && IsFinite(surface.axis) && std::isfinite(surface.radius) &&
+                         std::isfinite(surface.second),
+                     "A surface is not finite");
+  for (const GRepEdgeSides& sides : mesh.sides)
+    for (const std::uint32_t face : {sides.first, sides.second})
+      MIREL_FUZZ_CHECK(face < mesh.faces.size() || face == GRepEdgeSides::kNoFace,
+                       "An edge has no such face");
 }
 
 /// A record that loads does so with its last byte: without it, and with a header that says so, it does not.

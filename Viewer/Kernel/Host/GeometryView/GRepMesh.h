@@ -2,6 +2,7 @@
 
 #include <Viewer/Kernel/Host/Core/HostExport.h>
 #include <Viewer/Kernel/Host/GeometryView/AABoxT.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepFeatures.h>
 
 #include <glm/glm.hpp>
 
@@ -17,7 +18,9 @@ struct GRepVertex {
   std::int8_t nx, ny;
 };
 
-/// A point of a mesh whose deflection asks for a finer grid, 16 bytes; `unused` is 0.
+/// A point of a mesh whose deflection asks for a finer grid, 16 bytes; `unused` is 0. The coordinates have up to 32 bits
+/// where floats have 24: who gives them to a graphics interface as floats halves the grid first, or keeps a high and a
+/// low part and adds both behind the matrix; `GRepMesh::CopyPositions` rounds.
 struct GRepFineVertex {
   std::uint32_t x, y, z;
   std::int8_t nx, ny;
@@ -97,6 +100,11 @@ struct MIREL_HOST_API GRepMesh {
   /// when the mesh was made without edges.
   std::vector<GRepEdge> edges;
 
+  /// What surface each face lies on, and what lies on both sides of each edge: one for each of `faces` and `edges`,
+  /// or none of either in a mesh that was read from a record of the first version, which did not say.
+  std::vector<GRepSurface> surfaces;
+  std::vector<GRepEdgeSides> sides;
+
   std::size_t GetVertexCount() const { return vertices.empty() ? fineVertices.size() : vertices.size(); }
   std::size_t GetTriangleCount() const { return triangles.size() / 3; }
 
@@ -108,6 +116,28 @@ struct MIREL_HOST_API GRepMesh {
 
   /// The unit normal of a vertex; `index` must be below `GetVertexCount()`.
   glm::vec3 GetNormal(std::size_t index) const;
+
+  // What graphics interfaces and ray casters want in other forms. Each call goes over the whole mesh once.
+
+  /// All positions in mm, less `origin`: x, y, z of vertex i at `target[i * stride]` and behind it, in floats, so that
+  /// `target` must have room for `stride` (at least 3) times `GetVertexCount()`. A float holds 7 digits: for bodies
+  /// that are far from their origin give, for instance, `gridOrigin`, and put it into the matrix.
+  void CopyPositions(float* target, std::size_t stride = 3, const glm::dvec3& origin = glm::dvec3(0.0)) const;
+
+  /// All unit normals, laid out likewise.
+  void CopyNormals(float* target, std::size_t stride = 3) const;
+
+  /// The number of the face of each vertex, `GRepEdgeSides::kNoFace` where only polylines use it; and of each triangle.
+  std::vector<std::uint32_t> MakeFaceOfVertex() const;
+  std::vector<std::uint32_t> MakeFaceOfTriangle() const;
+
+  /// The face that a triangle belongs to; `triangle` must be below `GetTriangleCount()`.
+  std::uint32_t FindFace(std::size_t triangle) const;
+
+  /// The polylines as pairs of vertex indices, one pair for each segment, in the order of the edges, so that one call
+  /// draws them. `onlySharp` leaves out what people who look at a drawing do not expect to see: seams, and edges where
+  /// two faces go on smoothly; in a mesh that does not know its `sides`, nothing.
+  std::vector<std::uint32_t> MakeSegments(bool onlySharp = false) const;
 };
 
 }  // namespace mirel

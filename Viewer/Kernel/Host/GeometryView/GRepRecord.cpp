@@ -2,7 +2,9 @@
 
 #include <Viewer/Kernel/Host/Core/FileIO.h>
 #include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepFeatureRecord.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
+#include <Viewer/Kernel/Host/GeometryView/RecordBytes.h>
 
 #include <algorithm>
 #include <array>
@@ -20,8 +22,8 @@
 
 // A record is a header of fixed size and a payload, which is one sequence of bytes without inner offsets: the
 // face table, the edge table, for each vertex whether its place is new, the new places, the normals, the
-// triangles of each face as strips, the polylines. Numbers of the payload are unsigned LEB128; signed ones
-// are zigzag-coded before.
+// triangles of each face as strips, the polylines, and, since version 2, surfaces and sides of edges. Numbers of
+// the payload are unsigned LEB128; signed ones are zigzag-coded before.
 //
 // Vertices of a face come in the order of its boundary, so most of them lie one step along an edge that
 // another face has walked before: references are mostly +1 and -1, strips advance by one, and gzip makes
@@ -31,7 +33,9 @@ namespace mirel {
 namespace {
 
 constexpr char kMagic[4] = {'G', 'R', 'e', 'p'};
-constexpr std::uint32_t kVersion = 1;
+// The second says of which kind faces and edges are.
+constexpr std::uint32_t kPlainVersion = 1;
+constexpr std::uint32_t kVersion = 2;
 constexpr std::size_t kHeaderBytes = 132;
 constexpr std::size_t kFirstReadBytes = 1 << 16;
 constexpr std::uint32_t kFlagFine = 1;
@@ -45,104 +49,6 @@ struct PlaceHash {
       hash = (hash ^ next) * 0x9E3779B97F4A7C15u + (hash >> 29);
     return static_cast<std::size_t>(hash ^ (hash >> 32));
   }
-};
-
-std::uint32_t ZigZag(std::uint32_t difference) {
-  return (difference << 1) ^ (0u - (difference >> 31));
-}
-std::uint32_t UnZigZag(std::uint32_t code) {
-  return (code >> 1) ^ (0u - (code & 1u));
-}
-
-class ByteWriter {
- public:
-  void Fixed(std::uint64_t value, int bytes) {
-    for (int i = 0; i < bytes; ++i)
-      data_.push_back(static_cast<char>(value >> (8 * i)));
-  }
-  void Real(double value) {
-    std::uint64_t bits;
-    std::memcpy(&bits, &value, sizeof bits);
-    Fixed(bits, 8);
-  }
-  void Number(std::uint32_t value) {
-    for (; value > 127; value >>= 7)
-      data_.push_back(static_cast<char>(value | 128));
-    data_.push_back(static_cast<char>(value));
-  }
-  const std::string& Data() const { return data_; }
-
- private:
-  std::string data_;
-};
-
-// Reads inside its bytes; what lies beyond them reads as 0 and sets the failure. Loops that read much do so through a
-// copy of their own, which the compiler keeps in registers.
-class ByteReader {
- public:
-  ByteReader(const char* bytes, std::size_t size)
-      : next_(reinterpret_cast<const unsigned char*>(bytes)), end_(next_ + size) {}
-
-  std::uint64_t Fixed(int bytes) {
-    if (end_ - next_ < bytes) return Fail();
-    std::uint64_t value = 0;
-    for (int i = 0; i < bytes; ++i)
-      value |= static_cast<std::uint64_t>(*next_++) << (8 * i);
-    return value;
-  }
-  std::uint32_t U32() { return static_cast<std::uint32_t>(Fixed(4)); }
-  double Real() {
-    const std::uint64_t bits = Fixed(8);
-    double value;
-    std::memcpy(&value, &bits, sizeof value);
-    return value;
-  }
-  std::uint32_t Number() {
-    if (next_ != end_ && next_[0] < 128) return *next_++;
-    if (end_ - next_ >= 2 && next_[1] < 128) {
-      next_ += 2;
-      return (next_[-2] & 127u) | static_cast<std::uint32_t>(next_[-1]) << 7;
-    }
-    std::uint32_t value;
-    const unsigned char* const behind = LongNumber(next_, end_, value);
-    if (!behind) return Fail();
-    next_ = behind;
-    return value;
-  }
-  // The next `count` bytes; null when there are fewer.
-  const unsigned char* Bytes(std::size_t count) {
-    if (Remaining() < count) return Fail(), nullptr;
-    next_ += count;
-    return next_ - count;
-  }
-
-  bool Failed() const { return failed_; }
-  bool AtEnd() const { return next_ == end_; }
-  std::size_t Remaining() const { return static_cast<std::size_t>(end_ - next_); }
-
- private:
-  std::uint32_t Fail() {
-    failed_ = true;
-    next_ = end_;
-    return 0;
-  }
-
-  // What lies behind the number; null when it is cut short or too long.
-  static const unsigned char* LongNumber(const unsigned char* next, const unsigned char* end,
-                                         std::uint32_t& value) {
-    std::uint64_t sum = 0;
-    for (int shift = 0; shift < 35 && next != end; shift += 7) {
-      const unsigned char byte = *next++;
-      sum |= static_cast<std::uint64_t>(byte & 127) << shift;
-      value = static_cast<std::uint32_t>(sum);
-      if (byte < 128) return sum <= 0xFFFFFFFFu ? next : nullptr;
-    }
-    return nullptr;
-  }
-
-  const unsigned char* next_;
-  const unsigned char* end_;
-  bool failed_ = false;
 };
 
 // Reads `size` bytes in one piece if the stream has them at hand, else in growing pieces, so that a size that the
@@ -366,7 +272,7 @@ struct Counts {
   std::uint32_t vertices, places, corners, faces, points, edges;
 };
 
-const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, GRepMesh& mesh) {
+const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, bool hasFeatures, GRepMesh& mesh) {
   mesh.faces.resize(counts.faces);
   std::uint64_t vertexEnd = 0, indexEnd = 0;
   for (GRepFace& face : mesh.faces) {
@@ -411,6 +317,7 @@ const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, GRepMes
     point = last += UnZigZag(in.Number());
     if (point >= counts.vertices) return "a polyline uses a vertex that is not there";
   }
+  if (hasFeatures && (reason = ReadFeatures(in, mesh)) != nullptr) return reason;
   if (in.Failed()) return "its payload is cut short or holds a number that is too long";
   if (!in.AtEnd()) return "its payload has bytes left over";
   return nullptr;
@@ -442,12 +349,16 @@ bool WriteGRepRecord(const GRepMesh& mesh, std::ostream& stream) {
     payload.Number(ZigZag(point - last));
     last = point;
   }
+  // What was read from a record of the first version is written as one.
+  const bool hasFeatures =
+      mesh.surfaces.size() == mesh.faces.size() && mesh.sides.size() == mesh.edges.size();
+  if (hasFeatures) WriteFeatures(mesh, payload);
   if (payload.Data().size() > kMaxMeshElements) return false;
 
   ByteWriter header;
   for (char c : kMagic)
     header.Fixed(static_cast<unsigned char>(c), 1);
-  header.Fixed(kVersion, 2);
+  header.Fixed(hasFeatures ? kVersion : kPlainVersion, 2);
   header.Fixed(fine ? kFlagFine : 0, 1);
   header.Fixed(static_cast<std::uint64_t>(mesh.box.GetState()), 1);
   for (std::size_t count :
@@ -475,7 +386,8 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
   if (!stream.read(head, sizeof head)) return "it ends inside the header";
   if (std::memcmp(head, kMagic, sizeof kMagic) != 0) return "it does not begin with GRep";
   ByteReader header(head + sizeof kMagic, sizeof head - sizeof kMagic);
-  if (header.Fixed(2) != kVersion) return "its version is unknown";
+  const std::uint64_t version = header.Fixed(2);
+  if (version != kPlainVersion && version != kVersion) return "its version is unknown";
   const std::uint64_t flags = header.Fixed(1), state = header.Fixed(1);
   if (flags > kFlagFine || state > AABoxT<double>::kInfinite) return "its flags are unknown";
   const std::uint32_t payloadBytes = header.U32();
@@ -502,9 +414,11 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
     return "its deflections are no numbers";
   if (counts.vertices > 0 && state != AABoxT<double>::kFinite) return "it has vertices but no finite box";
   // The least that each element takes: 3 bytes a vertex, 3 a new place, 1 a triangle, 2 a face, 1 a point, 1
-  // an edge.
+  // an edge; what is known of it, 1 a face and 1 an edge.
+  const std::uint64_t known = version == kVersion ? 1 : 0;
   const std::uint64_t least = std::uint64_t{3} * counts.vertices + std::uint64_t{3} * counts.places +
-                              triangles + std::uint64_t{2} * counts.faces + counts.points + counts.edges;
+                              triangles + (2 + known) * counts.faces + counts.points +
+                              (1 + known) * counts.edges;
   if (least > payloadBytes || payloadBytes > kMaxMeshElements || triangles > kMaxMeshElements / 3)
     return "its counts do not fit its size";
   MallocBytes bytes;
@@ -520,7 +434,7 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
   mesh.angularDeflection = angular;
   counts.corners = triangles * 3;
   ByteReader payload(bytes.get(), payloadBytes);
-  return ReadPayload(payload, counts, (flags & kFlagFine) != 0, mesh);
+  return ReadPayload(payload, counts, (flags & kFlagFine) != 0, version == kVersion, mesh);
 }
 
 }  // namespace mirel

@@ -3,6 +3,7 @@
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Core/WatchedWork.h>
+#include <Viewer/Kernel/Host/GeometryView/BodyFeatures.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceMesher.h>
 #include <Viewer/Kernel/Host/GeometryView/FaceRefiner.h>
 #include <Viewer/Kernel/Host/GeometryView/PeriodShifts.h>
@@ -113,6 +114,8 @@ class Builder {
     GRepMesh mesh;
     mesh.faces.resize(static_cast<std::size_t>(originalFaces_.Extent()));
     if (withEdges_) mesh.edges.resize(static_cast<std::size_t>(originalEdges_.Extent()));
+    mesh.surfaces.resize(mesh.faces.size());
+    mesh.sides.resize(mesh.edges.size());
     mesh.angularDeflection = kAngularDeflection;
     return mesh;
   }
@@ -132,6 +135,10 @@ class Builder {
                            Quantise();
                          });
     if (!isWhole) mesh_ = MakeEmptyMesh();
+    Guarded(what, original_.ShapeType(), [&] {
+      DescribeBody(
+          original_, placement_, [this] { return Proceed(); }, mesh_);
+    });
   }
 
   // What `Build` has made; only once that has ended.

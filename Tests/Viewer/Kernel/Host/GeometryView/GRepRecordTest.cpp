@@ -124,7 +124,7 @@ TEST(GRepRecordTest, EachRefusalSaysWhy) {
     std::string record, reason;
   } cases[] = {
       {with(0, "g"), "it does not begin with GRep"},
-      {with(4, "\2"), "its version is unknown"},
+      {with(4, "\3"), "its version is unknown"},
       {with(6, "\2"), "its flags are unknown"},
       {with(7, "\3"), "its flags are unknown"},
       {with(7, std::string(1, '\0')), "it has vertices but no finite box"},

@@ -38,6 +38,7 @@
 #include <gp_Circ.hxx>
 #include <gp_Pln.hxx>
 
+#include <algorithm>
 #include <array>
 #include <atomic>
 #include <cmath>
@@ -172,7 +173,61 @@ TEST(GRepShapeTest, SolidsAreClosedAndFaceOutwards) {
     if (!tiny) {
       EXPECT_LE(test::MeasureDeviation(mesh, shape), mesh.linearDeflection);
     }
+    const test::SurfaceFit fit = test::MeasureSurfaces(mesh);
+    EXPECT_LE(fit.distance, mesh.gridStep);
+    EXPECT_GT(fit.cosine, 0.98);
   }
+}
+
+// How many faces lie on each kind of surface, and how many edges are of each kind, as text.
+std::string CountKinds(const GRepMesh& mesh) {
+  std::array<int, 6> surfaces{};
+  std::array<int, 5> edges{};
+  for (const GRepSurface& surface : mesh.surfaces)
+    ++surfaces.at(static_cast<std::size_t>(surface.kind));
+  for (const GRepEdgeSides& sides : mesh.sides)
+    ++edges.at(static_cast<std::size_t>(sides.kind));
+  std::ostringstream text;
+  const auto print = [&text](const char* name, int count) {
+    if (count > 0) text << count << ' ' << name << ' ';
+  };
+  const char* const surfaceNames[] = {"other", "planes", "cylinders", "cones", "spheres", "tori"};
+  const char* const edgeNames[] = {"loose", "borders", "seams", "smooth", "sharp"};
+  for (std::size_t i = 0; i < surfaces.size(); ++i)
+    print(surfaceNames[i], surfaces.at(i));
+  for (std::size_t i = 0; i < edges.size(); ++i)
+    print(edgeNames[i], edges.at(i));
+  return text.str();
+}
+
+TEST(GRepShapeTest, SaysWhatFacesLieOnAndWhatMeetsAtEdges) {
+  const TopoDS_Shape box = BRepPrimAPI_MakeBox(10, 20, 30).Shape();
+  const TopoDS_Shape drill = BRepPrimAPI_MakeCylinder(gp_Ax2(gp_Pnt(5, 9, -1), gp::DZ()), 3, 40).Shape();
+  const GRepMesh hole = Compute(BRepAlgoAPI_Cut(box, drill).Shape())->GetMesh();
+  EXPECT_EQ(CountKinds(hole), "6 planes 1 cylinders 1 seams 14 sharp ");
+  const auto wall = std::find_if(hole.surfaces.begin(), hole.surfaces.end(), [](const GRepSurface& surface) {
+    return surface.kind == GRepSurfaceKind::kCylinder;
+  });
+  EXPECT_TRUE(wall->isHollow);
+  EXPECT_EQ(wall->radius, 3.0);
+  EXPECT_EQ(wall->origin, glm::dvec3(5, 9, 0));
+  EXPECT_EQ(wall->axis, glm::dvec3(0, 0, 1));
+
+  EXPECT_EQ(CountKinds(Compute(BRepPrimAPI_MakeCone(10, 5, 20).Shape())->GetMesh()),
+            "2 planes 1 cones 1 seams 2 sharp ");
+  EXPECT_EQ(CountKinds(Compute(BRepPrimAPI_MakeTorus(10, 3).Shape())->GetMesh()), "1 tori 2 seams ");
+  EXPECT_EQ(CountKinds(Compute(Circle(0, 0, 5))->GetMesh()), "1 loose ");
+  const TopoDS_Shape disc = BRepBuilderAPI_MakeFace(Circle(0, 0, 5)).Shape();
+  EXPECT_EQ(CountKinds(Compute(disc)->GetMesh()), "1 planes 1 borders ");
+  // A fillet goes on smoothly on both sides, and ends at a sharp arc.
+  BRepFilletAPI_MakeFillet fillet(box);
+  fillet.Add(2.0, TopoDS::Edge(TopExp_Explorer(box, TopAbs_EDGE).Current()));
+  EXPECT_EQ(CountKinds(Compute(fillet.Shape())->GetMesh()), "6 planes 1 cylinders 2 smooth 13 sharp ");
+  // Three walls at one edge.
+  const TopoDS_Shape walls = BRepAlgoAPI_Fuse(BRepBuilderAPI_MakeFace(gp_Pln(gp::XOY()), -9, 9, 0, 9).Shape(),
+                                              BRepBuilderAPI_MakeFace(gp_Pln(gp::YOZ()), 0, 9, 0, 9).Shape())
+                                 .Shape();
+  EXPECT_EQ(CountKinds(Compute(walls)->GetMesh()), "3 planes 9 borders 1 sharp ");
 }
 
 TEST(GRepShapeTest, HolesThatCrossTheRimAreHealedOrReported) {
@@ -279,6 +334,35 @@ TEST(GRepShapeTest, ABoxHasThisMesh) {
   // The first face of this primitive lies at x = 0.
   EXPECT_EQ(mesh.GetNormal(0), glm::vec3(-1, 0, 0));
   EXPECT_TRUE(Compute(BRepPrimAPI_MakeBox(1, 1, 1).Shape(), 0.0, false)->GetMesh().edges.empty());
+}
+
+TEST(GRepShapeTest, MeshesAreCopiedInTheFormsThatGraphicsWant) {
+  const GRepMesh coarse = Compute(Perforated(2))->GetMesh();
+  const GRepMesh fine = Compute(BRepPrimAPI_MakeCylinder(5, 3000).Shape(), 0.004)->GetMesh();
+  for (const GRepMesh& mesh : {coarse, fine}) {
+    constexpr std::size_t kStride = 8;
+    std::vector<float> copy(kStride * mesh.GetVertexCount(), -1.0F);
+    mesh.CopyPositions(copy.data(), kStride, {1, 2, 3});
+    mesh.CopyNormals(copy.data() + 4, kStride);
+    const std::vector<std::uint32_t> ofVertex = mesh.MakeFaceOfVertex(),
+                                     ofTriangle = mesh.MakeFaceOfTriangle();
+    for (std::size_t i = 0; i < mesh.GetVertexCount(); ++i) {
+      const float* const at = &copy[kStride * i];
+      EXPECT_EQ(glm::vec3(at[0], at[1], at[2]), glm::vec3(mesh.GetPosition(i) - glm::dvec3(1, 2, 3)));
+      EXPECT_EQ(glm::vec3(at[4], at[5], at[6]), mesh.GetNormal(i));
+      EXPECT_EQ(at[3] + at[7], -2.0F);
+      const GRepFace& face = mesh.faces.at(ofVertex.at(i));
+      EXPECT_LT(i - face.firstVertex, face.vertexCount);
+    }
+    for (std::size_t i = 0; i < mesh.GetTriangleCount(); ++i) {
+      EXPECT_EQ(ofVertex.at(mesh.triangles[3 * i]), ofTriangle.at(i));
+      EXPECT_EQ(mesh.FindFace(i), ofTriangle.at(i));
+    }
+    const std::size_t all = mesh.MakeSegments().size(), sharp = mesh.MakeSegments(true).size();
+    EXPECT_EQ(all, 2 * (mesh.polylines.size() - mesh.edges.size()));
+    EXPECT_GT(sharp, 0u);
+    EXPECT_LT(sharp, all);
+  }
 }
 
 TEST(GRepShapeTest, EveryKindOfBodyGivesAValidMesh) {

@@ -78,6 +78,17 @@ testing::AssertionResult IsConsistent(const GRepMesh& mesh) {
   if (index != mesh.polylines.size()) return AssertionFailure() << "points without an edge";
   for (std::uint32_t point : mesh.polylines)
     if (point >= mesh.GetVertexCount()) return AssertionFailure() << "point " << point << " is no vertex";
+  if (!mesh.surfaces.empty() || !mesh.sides.empty()) {
+    if (mesh.surfaces.size() != mesh.faces.size() || mesh.sides.size() != mesh.edges.size())
+      return AssertionFailure() << "surfaces and sides are not those of all faces and edges";
+  }
+  for (const GRepEdgeSides& sides : mesh.sides) {
+    const bool hasFirst = sides.kind != GRepEdgeKind::kLoose, hasSecond = sides.kind >= GRepEdgeKind::kSmooth;
+    if (hasFirst ? sides.first >= mesh.faces.size() : sides.first != GRepEdgeSides::kNoFace)
+      return AssertionFailure() << "first face " << sides.first << " of an edge";
+    if (hasSecond ? sides.second >= mesh.faces.size() : sides.second != GRepEdgeSides::kNoFace)
+      return AssertionFailure() << "second face " << sides.second << " of an edge";
+  }
   if (mesh.GetVertexCount() > 0 && !mesh.box.IsFinite())
     return AssertionFailure() << "vertices without a box";
   for (std::size_t i = 0; i < mesh.GetVertexCount(); ++i) {
@@ -97,12 +108,22 @@ testing::AssertionResult IsSame(const GRepMesh& a, const GRepMesh& b) {
   const bool sameNumbers = a.gridOrigin == b.gridOrigin && a.gridStep == b.gridStep &&
                            a.linearDeflection == b.linearDeflection &&
                            a.angularDeflection == b.angularDeflection;
+  const auto sameSurface = [](const GRepSurface& s, const GRepSurface& t) {
+    return s.kind == t.kind && s.isHollow == t.isHollow && s.origin == t.origin && s.axis == t.axis &&
+           s.radius == t.radius && s.second == t.second;
+  };
+  const auto sameSides = [](const GRepEdgeSides& s, const GRepEdgeSides& t) {
+    return s.kind == t.kind && s.first == t.first && s.second == t.second;
+  };
+  const bool sameFeatures =
+      std::equal(a.surfaces.begin(), a.surfaces.end(), b.surfaces.begin(), b.surfaces.end(), sameSurface) &&
+      std::equal(a.sides.begin(), a.sides.end(), b.sides.begin(), b.sides.end(), sameSides);
   const bool sameArrays = SameBytes(a.vertices, b.vertices) && SameBytes(a.fineVertices, b.fineVertices) &&
                           SameBytes(a.faces, b.faces) && SameBytes(a.triangles, b.triangles) &&
                           SameBytes(a.edges, b.edges) && SameBytes(a.polylines, b.polylines);
-  if (sameBox && sameNumbers && sameArrays) return AssertionSuccess();
+  if (sameBox && sameNumbers && sameArrays && sameFeatures) return AssertionSuccess();
   return AssertionFailure() << "same box: " << sameBox << ", numbers: " << sameNumbers
-                            << ", arrays: " << sameArrays;
+                            << ", arrays: " << sameArrays << ", surfaces and sides: " << sameFeatures;
 }
 
 double MeasureDeviation(const GRepMesh& mesh, const TopoDS_Shape& body) {
@@ -138,6 +159,51 @@ double MeasureDeviation(const GRepMesh& mesh, const TopoDS_Shape& body) {
     }
   }
   return worst;
+}
+
+SurfaceFit MeasureSurfaces(const GRepMesh& mesh) {
+  SurfaceFit fit;
+  for (std::size_t f = 0; f < mesh.surfaces.size(); ++f) {
+    const GRepSurface& surface = mesh.surfaces[f];
+    const GRepFace& face = mesh.faces[f];
+    for (std::uint32_t v = face.firstVertex; v < face.firstVertex + face.vertexCount; ++v) {
+      const glm::dvec3 offset = mesh.GetPosition(v) - surface.origin;
+      const double along = glm::dot(offset, surface.axis);
+      const glm::dvec3 across = offset - along * surface.axis;
+      double distance = 0.0;
+      glm::dvec3 normal(0.0);
+      switch (surface.kind) {
+      case GRepSurfaceKind::kOther:
+        continue;
+      case GRepSurfaceKind::kPlane:
+        distance = along;
+        normal = surface.axis;
+        break;
+      case GRepSurfaceKind::kCylinder:
+        distance = glm::length(across) - surface.radius;
+        normal = across;
+        break;
+      case GRepSurfaceKind::kCone:
+        distance = glm::length(across) * std::cos(surface.second) - along * std::sin(surface.second);
+        normal = glm::length(across) > 1e-6 ? glm::normalize(across) - std::tan(surface.second) * surface.axis
+                                            : glm::dvec3(0.0);
+        break;
+      case GRepSurfaceKind::kSphere:
+        distance = glm::length(offset) - surface.radius;
+        normal = offset;
+        break;
+      case GRepSurfaceKind::kTorus:
+        normal = offset - surface.radius * glm::normalize(across);
+        distance = glm::length(normal) - surface.second;
+        break;
+      }
+      fit.distance = std::max(fit.distance, std::abs(distance));
+      if (surface.isHollow) normal = -normal;
+      if (glm::length(normal) > 0.0)
+        fit.cosine = std::min(fit.cosine, glm::dot(glm::normalize(normal), glm::dvec3(mesh.GetNormal(v))));
+    }
+  }
+  return fit;
 }
 
 double MeasureVolume(const GRepMesh& mesh) {

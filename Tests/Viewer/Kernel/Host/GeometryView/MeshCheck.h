@@ -21,6 +21,13 @@ testing::AssertionResult IsSame(const GRepMesh& a, const GRepMesh& b);
 /// middle of sides and inside triangles; of many triangles in a face, a part is taken.
 double MeasureDeviation(const GRepMesh& mesh, const TopoDS_Shape& body);
 
+/// The largest distance of a vertex from the surface that its face is said to lie on, and the smallest cosine between its
+/// normal and that of this surface; faces on other kinds of surfaces, and apexes, are left out.
+struct SurfaceFit {
+  double distance = 0.0, cosine = 1.0;
+};
+SurfaceFit MeasureSurfaces(const GRepMesh& mesh);
+
 /// The volume inside the triangles, positive when they turn counter-clockwise as seen from outside.
 double MeasureVolume(const GRepMesh& mesh);
 
