@@ -1,19 +1,16 @@
 #include <Programs/mirel/Check/BodyAgreement.h>
 
+#include <Programs/mirel/Check/FaceProbe.h>
+
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
 
 #include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_MakeVertex.hxx>
 #include <BRepExtrema_DistShapeShape.hxx>
-#include <BRepTools.hxx>
 #include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
-#include <ElSLib.hxx>
-#include <GeomAPI_ProjectPointOnSurf.hxx>
-#include <GeomAdaptor_Surface.hxx>
 #include <Geom_Curve.hxx>
-#include <Geom_Surface.hxx>
 #include <Precision.hxx>
 #include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
@@ -41,6 +38,12 @@ std::string Length(double value) {
   return text;
 }
 
+std::string Degrees(double radians) {
+  char text[40];
+  std::snprintf(text, sizeof text, "%.3g degrees", radians * 180.0 / M_PI);
+  return text;
+}
+
 std::string Triple(const glm::dvec3& p) {
   char text[120];
   std::snprintf(text, sizeof text, "(%.6g %.6g %.6g)", p.x, p.y, p.z);
@@ -50,79 +53,6 @@ std::string Triple(const glm::dvec3& p) {
 gp_Pnt ToPoint(const glm::dvec3& p) {
   return {p.x, p.y, p.z};
 }
-
-// Measures how far points are from a face.
-class FaceDistance {
- public:
-  explicit FaceDistance(const TopoDS_Face& face) : face_(face), surface_(BRep_Tool::Surface(face)) {
-    if (surface_.IsNull()) {
-      return;
-    }
-    adaptor_.Load(surface_);
-    if (IsElementary()) {
-      return;
-    }
-    double u0 = 0.0;
-    double u1 = 0.0;
-    double v0 = 0.0;
-    double v1 = 0.0;
-    BRepTools::UVBounds(face, u0, u1, v0, v1);
-    const auto isFinite = [](double value) { return std::abs(value) < Precision::Infinite(); };
-    if (!isFinite(u0) || !isFinite(u1) || !isFinite(v0) || !isFinite(v1)) {
-      surface_.Nullify();
-      return;
-    }
-    projection_.Init(surface_, u0, u1, v0, v1);
-  }
-
-  // Whether there is a surface that can be measured at all.
-  bool CanMeasure() const { return !surface_.IsNull(); }
-
-  // The distance, or anything below `enough` when it is less than that.
-  double Measure(const gp_Pnt& point, double enough) {
-    if (IsElementary()) {
-      return DistanceToElementary(point);
-    }
-    projection_.Perform(point);
-    const double quick = projection_.NbPoints() > 0 ? projection_.LowerDistance() : INFINITY;
-    if (quick <= enough) {
-      return quick;
-    }
-    // Projecting finds no point, or a wrong one, at borders; this way takes much longer.
-    const BRepExtrema_DistShapeShape distance(BRepBuilderAPI_MakeVertex(point).Vertex(), face_);
-    return distance.IsDone() ? std::min(quick, distance.Value()) : quick;
-  }
-
- private:
-  bool IsElementary() const { return adaptor_.GetType() <= GeomAbs_Torus; }
-
-  double DistanceToElementary(const gp_Pnt& point) const {
-    double u = 0.0;
-    double v = 0.0;
-    switch (adaptor_.GetType()) {
-    case GeomAbs_Plane:
-      return adaptor_.Plane().Distance(point);
-    case GeomAbs_Cylinder:
-      ElSLib::Parameters(adaptor_.Cylinder(), point, u, v);
-      break;
-    case GeomAbs_Cone:
-      ElSLib::Parameters(adaptor_.Cone(), point, u, v);
-      break;
-    case GeomAbs_Sphere:
-      ElSLib::Parameters(adaptor_.Sphere(), point, u, v);
-      break;
-    default:
-      ElSLib::Parameters(adaptor_.Torus(), point, u, v);
-      break;
-    }
-    return adaptor_.Value(u, v).Distance(point);
-  }
-
-  TopoDS_Face face_;
-  Handle(Geom_Surface) surface_;
-  GeomAdaptor_Surface adaptor_;
-  GeomAPI_ProjectPointOnSurf projection_;
-};
 
 double LargestTolerance(const TopoDS_Face& face) {
   double tolerance = BRep_Tool::Tolerance(face);
@@ -221,7 +151,7 @@ class Comparison {
     int measured = 0;
     for (std::size_t f = 0; f < mesh_.faces.size(); ++f) {
       const GRepFace& range = mesh_.faces[f];
-      std::optional<FaceDistance> distance;
+      std::optional<FaceProbe> distance;
       for (std::uint32_t v = range.firstVertex; v < range.firstVertex + range.vertexCount; ++v) {
         const glm::dvec3 position = mesh_.GetPosition(v);
         reached.Extend(position);
@@ -307,9 +237,8 @@ class Comparison {
   void CompareFaces() {
     const std::uint32_t perFace = static_cast<std::uint32_t>(
         std::clamp<int>(kPointsPerBody / 4 / std::max(1, faces_.Extent()), 1, kMaxTrianglesPerFace));
-    int badFaces = 0;
-    std::string first;
-    double worst = 0.0;
+    BadFaces off;
+    BadFaces turned;
     for (int i = 1; i <= faces_.Extent(); ++i) {
       const GRepFace& range = mesh_.faces[static_cast<std::size_t>(i - 1)];
       if (range.indexCount == 0) {
@@ -317,49 +246,95 @@ class Comparison {
       }
       const TopoDS_Face& face = TopoDS::Face(faces_(i));
       const double allowed = allowed_ + LargestTolerance(face);
-      const double distance = MeasureFace(face, range, perFace, allowed);
-      if (distance > allowed) {
-        ++badFaces;
-        worst = std::max(worst, distance);
-        if (first.empty()) {
-          first = "face " + std::to_string(i - 1) + " by " + Length(distance) + ", where " + Length(allowed) +
-                  " are allowed";
-        }
+      const FaceResult result = MeasureFace(face, range, perFace, allowed);
+      if (result.distance > allowed) {
+        off.Add(result.distance, "face " + std::to_string(i - 1) + " by " + Length(result.distance) +
+                                     ", where " + Length(allowed) + " are allowed");
+      } else if (result.turn > 0.0) {
+        turned.Add(result.turn, "face " + std::to_string(i - 1) + ": by " + Degrees(result.turn));
       }
     }
-    if (badFaces > 0) {
-      report_(CheckCode::kDeviation, "its graphics miss " + first +
-                                         (badFaces == 1 ? ""
-                                                        : "; " + std::to_string(badFaces) + " of " +
-                                                              std::to_string(faces_.Extent()) +
-                                                              " faces in all, by up to " + Length(worst)));
+    if (off.count > 0) {
+      report_(CheckCode::kDeviation, "its graphics miss " + off.first + InAll(off, Length(off.worst)));
+    }
+    if (turned.count > 0) {
+      report_(CheckCode::kNormals, "the normals of its graphics are turned away from " + turned.first +
+                                       InAll(turned, Degrees(turned.worst)));
     }
   }
 
-  // The first distance that is more than allowed; else 0. Corners and centres of some triangles, evenly spread.
-  double MeasureFace(const TopoDS_Face& face, const GRepFace& range, std::uint32_t triangles,
-                     double allowed) {
-    FaceDistance distance(face);
-    if (!distance.CanMeasure()) {
-      return 0.0;
+  // What was found about one face: the first distance that is more than allowed, else 0; and the largest turn of a
+  // normal if most of them are turned, else 0.
+  struct FaceResult {
+    double distance = 0.0;
+    double turn = 0.0;
+  };
+
+  struct BadFaces {
+    int count = 0;
+    std::string first;
+    double worst = 0.0;
+
+    void Add(double value, const std::string& text) {
+      if (count++ == 0) {
+        first = text;
+      }
+      worst = std::max(worst, value);
+    }
+  };
+
+  std::string InAll(const BadFaces& faces, const std::string& worst) const {
+    return faces.count == 1 ? ""
+                            : "; " + std::to_string(faces.count) + " of " + std::to_string(faces_.Extent()) +
+                                  " faces in all, by up to " + worst;
+  }
+
+  // Looks at the corners and centres of some triangles, evenly spread. Single normals may differ: a point can be as near
+  // to another part of a folded surface.
+  FaceResult MeasureFace(const TopoDS_Face& face, const GRepFace& range, std::uint32_t triangles,
+                         double allowed) {
+    FaceResult result;
+    FaceProbe probe(face);
+    if (!probe.CanMeasure()) {
+      return result;
     }
     const std::uint32_t count = range.indexCount / 3;
     const std::uint32_t step = (count + triangles - 1) / triangles;
+    int normals = 0;
+    int turned = 0;
     for (std::uint32_t t = 0; t < count; t += step) {
-      glm::dvec3 corners[3];
+      glm::dvec3 centre(0.0);
       for (std::uint32_t k = 0; k < 3; ++k) {
-        corners[k] = mesh_.GetPosition(mesh_.triangles[range.firstIndex + 3 * t + k]);
-      }
-      for (const glm::dvec3& point :
-           {corners[0], corners[1], corners[2], (corners[0] + corners[1] + corners[2]) / 3.0}) {
-        ++points_;
-        const double off = distance.Measure(ToPoint(point), allowed);
-        if (!(off <= allowed)) {
-          return off;
+        const std::uint32_t corner = mesh_.triangles[range.firstIndex + 3 * t + k];
+        const glm::dvec3 position = mesh_.GetPosition(corner);
+        centre += position / 3.0;
+        if (!IsNear(probe, position, allowed, result)) {
+          return result;
         }
+        const glm::dvec3 normal(mesh_.GetNormal(corner));
+        const double turn = probe.MeasureTurn({normal.x, normal.y, normal.z}, allowed);
+        result.turn = std::max(result.turn, turn);
+        turned += turn > 0.0 ? 1 : 0;
+        ++normals;
+      }
+      if (!IsNear(probe, centre, allowed, result)) {
+        return result;
       }
     }
-    return 0.0;
+    if (2 * turned <= normals) {
+      result.turn = 0.0;
+    }
+    return result;
+  }
+
+  bool IsNear(FaceProbe& probe, const glm::dvec3& point, double allowed, FaceResult& result) {
+    ++points_;
+    const double off = probe.Measure(ToPoint(point), allowed);
+    if (!(off <= allowed)) {
+      result.distance = off;
+      return false;
+    }
+    return true;
   }
 
   const TopoDS_Shape& body_;

@@ -19,8 +19,9 @@ class BodyAgreement {
 
   /// Reports where numbers of faces and edges, boxes, and the places of the triangles differ: each face's triangles must
   /// lie on its surface, and the edges in the box, as exactly as the graphics claim (their deflection, half a cell of
-  /// their grid, and the tolerances of the body). Triangles and edges are sampled, always the same ones: a few of each
-  /// face, fewer the more faces there are. Returns how many points were compared. Lets OpenCASCADE's exceptions through.
+  /// their grid, and the tolerances of the body), and most normals of a face must be those that its surface has there.
+  /// Triangles and edges are sampled, always the same ones: a few of each face, fewer the more faces there are. Returns
+  /// how many points were compared. Lets OpenCASCADE's exceptions through.
   static std::uint64_t Compare(const TopoDS_Shape& body, const GRepMesh& mesh, const Report& report);
 };
 

@@ -63,6 +63,7 @@ constexpr CheckCodeEntry kEntries[] = {
     {"A008", kError, "body and graphics have different boxes"},
     {"A009", kError, "triangles are not where their face is"},
     {"A010", kWarning, "faces have no triangles"},
+    {"A011", kError, "normals are not those of their face"},
     {"V001", kError, "an item was not saved as it is"},
     {"V002", kError, "a body was not saved as it is"},
     {"V003", kError, "graphics were not saved as they are"},

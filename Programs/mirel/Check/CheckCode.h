@@ -63,6 +63,7 @@ enum class CheckCode {
   kBoxes,
   kDeviation,
   kFacesWithoutTriangles,
+  kNormals,
   kItemDiffers,
   kTextDiffers,
   kRecordDiffers,

@@ -242,6 +242,7 @@ const std::vector<Case>& Cases() {
     {"A009", Pack("grep/1.gz", {{10, Record(BRepPrimAPI_MakeWedge(1, 2, 3, 0.2, 0.2, 0.8, 2.5).Shape())},
                                 {11, Record11()}})},
     {"A010", Pack("grep/1.gz", {{10, Record10()}, {11, EmptyRecord()}})},
+    {"A011", Pack("grep/1.gz", {{10, Record(MakeBox(1, 2, 3)->GetImpl().Reversed())}, {11, Record11()}})},
   };
   return cases;
 }
