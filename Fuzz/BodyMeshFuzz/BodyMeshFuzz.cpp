@@ -1,25 +1,36 @@
 // BRep text that passes the check, and what is done with the body then: walk over it, measure it, draw it. In a child
 // process, with little memory and time, because OpenCASCADE is known to take what it gets: the child may draw nothing or
-// give the body up, but neither crash nor go on for ever. What it draws is a record that can be read.
+// give the body up, but neither crash nor go on for ever. What it draws is a record that can be read, and lies inside its
+// faces on their surfaces with the normals that these have there.
 
 #include <Fuzz/Support/BodyGrammar.h>
 #include <Fuzz/Support/FuzzCheck.h>
+#include <Programs/mirel/Check/FaceProbe.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <BRepBndLib.hxx>
 #include <Bnd_Box.hxx>
 #include <Standard_Failure.hxx>
+#include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS.hxx>
 #include <TopoDS_Shape.hxx>
+
+#include <algorithm>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <fstream>
+#include <map>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -60,6 +71,46 @@ void Use(const TopoShape& body) {
   }
 }
 
+// The corners of a face's triangles that are not on its border, where the curves of edges may be off the surface.
+std::vector<std::uint32_t> FindInside(const GRepMesh& mesh, const GRepFace& face) {
+  std::map<std::pair<std::uint32_t, std::uint32_t>, int> sides;
+  std::set<std::uint32_t> border;
+  std::set<std::uint32_t> corners;
+  for (std::uint32_t i = face.firstIndex; i < face.firstIndex + face.indexCount; ++i) {
+    const std::uint32_t next = i % 3 == 2 ? i - 2 : i + 1;
+    ++sides[std::minmax(mesh.triangles[i], mesh.triangles[next])];
+    corners.insert(mesh.triangles[i]);
+  }
+  for (const auto& [ends, count] : sides)
+    if (count == 1) border.insert({ends.first, ends.second});
+  std::vector<std::uint32_t> inside;
+  std::set_difference(corners.begin(), corners.end(), border.begin(), border.end(),
+                      std::back_inserter(inside));
+  return inside;
+}
+
+// Most points inside each face on a surface with a formula for it are on that surface, and stand on it as they should.
+void CompareWithSurfaces(const TopoDS_Shape& body, const GRepMesh& mesh) {
+  TopTools_IndexedMapOfShape faces;
+  TopExp::MapShapes(body, TopAbs_FACE, faces);
+  if (mesh.faces.empty()) return;  // OpenCASCADE could not even copy the body
+  MIREL_FUZZ_CHECK(mesh.faces.size() == static_cast<std::size_t>(faces.Extent()), "A face is missing");
+  for (int i = 1; i <= faces.Extent(); ++i) {
+    FaceProbe probe(TopoDS::Face(faces(i)));
+    if (!probe.IsElementary()) continue;
+    const std::vector<std::uint32_t> inside = FindInside(mesh, mesh.faces[static_cast<std::size_t>(i - 1)]);
+    std::size_t off = 0;
+    for (const std::uint32_t vertex : inside) {
+      const glm::dvec3 position = mesh.GetPosition(vertex);
+      const glm::dvec3 normal(mesh.GetNormal(vertex));
+      const double reach = mesh.linearDeflection;
+      const double distance = probe.Measure({position.x, position.y, position.z}, reach);
+      if (distance > reach || probe.MeasureTurn({normal.x, normal.y, normal.z}, reach) > 0.0) ++off;
+    }
+    MIREL_FUZZ_CHECK(2 * off <= inside.size(), "What is drawn of a face is not where its surface is");
+  }
+}
+
 void Draw(const std::shared_ptr<TopoShape>& body) {
   const auto grep = GRepShape::Create(body, nullptr, nullptr, 0.0, true);
   GRepShape::SetPatience(kPatience);
@@ -67,7 +118,9 @@ void Draw(const std::shared_ptr<TopoShape>& body) {
   std::ostringstream record;
   MIREL_FUZZ_CHECK(grep->ToStream(record), "What was drawn cannot be written");
   std::istringstream stream(record.str());
-  MIREL_FUZZ_CHECK(GRepShape::FromStream(stream), "What was drawn cannot be read");
+  const auto drawn = GRepShape::FromStream(stream);
+  MIREL_FUZZ_CHECK(drawn, "What was drawn cannot be read");
+  CompareWithSurfaces(body->GetImpl(), drawn->GetMesh());
 }
 
 }  // namespace

@@ -18,6 +18,9 @@ class FaceProbe {
   /// Whether the face has a surface that can be measured at all; else nothing else may be called.
   bool CanMeasure() const { return !surface_.IsNull(); }
 
+  /// Whether the surface is one that has a formula for its nearest point: measuring takes next to no time then.
+  bool IsElementary() const { return CanMeasure() && adaptor_.GetType() <= GeomAbs_Torus; }
+
   /// The distance of a point from the face, or anything below `enough` when it is less than that.
   double Measure(const gp_Pnt& point, double enough);
 
@@ -26,7 +29,6 @@ class FaceProbe {
   double MeasureTurn(const gp_XYZ& normal, double reach) const;
 
  private:
-  bool IsElementary() const { return adaptor_.GetType() <= GeomAbs_Torus; }
   void FindOnElementary(const gp_Pnt& point);
   bool FindNormal(double u, double v, gp_XYZ& normal, gp_XYZ& speeds) const;
 
