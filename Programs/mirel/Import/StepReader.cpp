@@ -1,7 +1,7 @@
 #include <Programs/mirel/Import/StepReader.h>
 
+#include <Programs/mirel/Import/Part21/StepWorkLibrary.h>
 #include <Programs/mirel/Import/StepCensus.h>
-#include <Programs/mirel/Import/WatchedFile.h>
 
 #include <Interface_InterfaceModel.hxx>
 #include <Interface_ReportEntity.hxx>
@@ -106,11 +106,10 @@ bool StepReader::IsOmission(const Handle(Interface_ReportEntity) & report, const
          content->ParamType(parameter) == Interface_ParamVoid;
 }
 
-// As a stream, because that can be watched.
 IFSelect_ReturnStatus StepReader::ReadEntities(const SourceFile& file, XSControl_Reader& reader,
                                                StageProgress& progress) {
-  WatchedFile content(file.GetReadPath(), file.GetSize(), progress, "analysis");
-  return reader.ReadStream(file.GetPath().c_str(), content.GetStream());
+  reader.WS()->SetLibrary(new StepWorkLibrary(file, progress));
+  return reader.ReadFile(file.GetPath().c_str());
 }
 
 // OpenCASCADE names a component by its description, name or id, a product by its name or id, whichever is not
