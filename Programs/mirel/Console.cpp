@@ -27,7 +27,8 @@ bool ErrorIsTerminal() {
 Console::Console(const Options& options) : options_(options) {}
 
 bool Console::Data(std::string_view text) {
-  const bool written = std::fwrite(text.data(), 1, text.size(), stdout) == text.size();
+  const std::string safe = Utf8::ForTerminal(text, true);
+  const bool written = std::fwrite(safe.data(), 1, safe.size(), stdout) == safe.size();
   return std::fflush(stdout) == 0 && written;
 }
 
@@ -35,11 +36,11 @@ void Console::Print(const std::string& line) {
   if (bar_ != nullptr) {
     bar_->Clear();
   }
-  std::fputs((line + "\n").c_str(), stderr);
+  std::fputs((Utf8::ForTerminal(line, false) + "\n").c_str(), stderr);
 }
 
 void Console::Error(const std::string& file, const std::string& reason) {
-  Print(file.empty() ? "mirel: " + reason : "mirel: " + Utf8::Printable(file) + ": " + reason);
+  Print(file.empty() ? "mirel: " + reason : "mirel: " + file + ": " + reason);
 }
 
 void Console::ErrorDetail(const std::string& text) {

@@ -9,8 +9,8 @@ namespace mirel {
 
 /// Where the program speaks: data on stdout, everything else on stderr.
 ///
-/// Text that comes from files is made safe for a terminal by the caller (`Utf8::Printable`), except that
-/// `Error` does so itself for the name of the file.
+/// The one door to the terminal: whatever the text comes from, control characters and invalid UTF-8 in it go out as
+/// escapes (`Utf8::ForTerminal`), and a message is one line.
 ///
 /// Thread safety: messages may come from any thread.
 class Console {
@@ -26,7 +26,7 @@ class Console {
   bool IsQuiet() const { return options_.quiet; }
   bool IsVerbose() const { return options_.verbose; }
 
-  /// The result of a verb. False when stdout took not all of it (a full disk, a reader that went away).
+  /// The result of a verb, in lines. False when stdout took not all of it (a full disk, a reader that went away).
   bool Data(std::string_view text);
 
   /// "mirel: FILE: reason"; without a file "mirel: reason". Always printed.

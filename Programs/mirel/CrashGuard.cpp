@@ -48,7 +48,7 @@ extern "C" void EndAfterCrash(int) {
 }  // namespace
 
 CrashGuard::CrashGuard(const std::string& file, const std::string& reason, ExitCode code) {
-  message = "\nmirel: " + Utf8::Printable(file) + ": " + reason + "\n";
+  message = "\n" + Utf8::ForTerminal("mirel: " + file + ": " + reason, false) + "\n";
   exitCode = code;
   // A crash may be an overflow of the stack, so the handler needs one of its own.
   handlerStack = std::malloc(kStackBytes);

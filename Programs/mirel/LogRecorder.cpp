@@ -1,7 +1,6 @@
 #include <Programs/mirel/LogRecorder.h>
 
 #include <Programs/mirel/Console.h>
-#include <Programs/mirel/Text/Utf8.h>
 
 namespace mirel {
 
@@ -49,7 +48,7 @@ void LogRecorder::Receive(int level, const std::string& text) {
         notices_.erase(notices_.begin());
       }
     }
-    console_.Detail(Utf8::Printable(text));
+    console_.Detail(text);
     return;
   }
   ++failureCount_;
@@ -64,10 +63,10 @@ void LogRecorder::Receive(int level, const std::string& text) {
   const std::size_t count = ++failures_[places_.at(text)].second;
   if (count <= kPrintedPerText && printedCount_ < kPrintedInAll) {
     ++printedCount_;
-    console_.Error(subject_, Utf8::Printable(text));
+    console_.Error(subject_, text);
     if (!console_.IsVerbose()) {
       for (const std::string& notice : notices_) {
-        console_.ErrorDetail(Utf8::Printable(notice));
+        console_.ErrorDetail(notice);
       }
     }
   }

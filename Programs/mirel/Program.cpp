@@ -2,11 +2,14 @@
 
 #include <Programs/mirel/Check/CheckVerb.h>
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/LogRecorder.h>
+#include <Programs/mirel/OcctSurroundings.h>
 #include <Programs/mirel/Open/BoxVerb.h>
 #include <Programs/mirel/Open/InfoVerb.h>
 #include <Programs/mirel/Open/TreeVerb.h>
 #include <Programs/mirel/Save/InterruptCleanup.h>
 #include <Programs/mirel/Save/SaveVerb.h>
+#include <Programs/mirel/Text/Nearest.h>
 #include <Programs/mirel/View/CommandsVerb.h>
 #include <Programs/mirel/View/RunVerb.h>
 #include <Programs/mirel/View/StreamVerb.h>
@@ -16,9 +19,11 @@
 #include <CLI/CLI.hpp>
 #include <Standard_Failure.hxx>
 
+#include <algorithm>
 #include <csignal>
 #include <exception>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -51,9 +56,74 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   return verbs;
 }
 
+// The first word of the command line that nobody takes: an option, or one that is none. Empty when there is none.
+std::string FindUnknown(const CLI::App& app, bool isOption) {
+  for (const std::string& word : app.remaining(true)) {
+    if ((word.size() > 1 && word[0] == '-') == isOption) {
+      return word;
+    }
+  }
+  return "";
+}
+
+std::vector<std::string> ListVerbs(const CLI::App& app) {
+  std::vector<std::string> names;
+  for (const CLI::App* verb : app.get_subcommands(nullptr)) {
+    names.push_back(verb->get_name());
+  }
+  return names;
+}
+
+// Without the dashes before them.
+std::vector<std::string> ListOptions(const CLI::App& app) {
+  std::vector<const CLI::App*> parts = {&app};
+  for (const CLI::App* verb : app.get_subcommands()) {
+    parts.push_back(verb);
+  }
+  std::vector<std::string> names;
+  for (const CLI::App* part : parts) {
+    for (const CLI::Option* option : part->get_options()) {
+      names.insert(names.end(), option->get_lnames().begin(), option->get_lnames().end());
+    }
+  }
+  return names;
+}
+
+std::string AdviseVerb(const std::string& word, const std::vector<std::string>& verbs) {
+  const std::string near = Nearest::Find(word, verbs);
+  if (!near.empty()) {
+    return "did you mean \"" + near + "\"?";
+  }
+  std::string list = "there are";
+  for (const std::string& verb : verbs) {
+    list += (verb == verbs.front() ? " " : ", ") + verb;
+  }
+  return list;
+}
+
+// The command line is not what was expected: says what of it, and what may have been meant.
+ExitCode Refuse(Console& console, const CLI::App& app, const CLI::ParseError& refusal) {
+  const bool hasVerb = !app.get_subcommands().empty();
+  const std::string word = FindUnknown(app, false);
+  const std::string option = FindUnknown(app, true);
+  if (!hasVerb && !word.empty()) {
+    console.Error(word, "no such verb; " + AdviseVerb(word, ListVerbs(app)));
+  } else if (!option.empty()) {
+    const std::string name = option.substr(std::min(option.find_first_not_of('-'), option.size()));
+    const std::string near = Nearest::Find(name, ListOptions(app));
+    console.Error(option, "no such option" + (near.empty() ? "" : "; did you mean \"--" + near + "\"?"));
+  } else {
+    console.Error("", hasVerb ? refusal.what() : "a verb is missing, which says what to do");
+  }
+  const std::string verb = hasVerb ? app.get_subcommands().front()->get_name() + " " : "";
+  console.ErrorDetail("`mirel " + verb + "--help` tells what there is");
+  return ExitCode::kUsage;
+}
+
 }  // namespace
 
 int Program::Run(int argc, char** argv) {
+  OcctSurroundings::Close();
   InterruptCleanup::Install();
 #if defined(SIGXFSZ)
   // A file beyond the user's limit is then an error like a full disk, with its message, and not the end.
@@ -77,10 +147,16 @@ int Program::Run(int argc, char** argv) {
   }
   try {
     app.parse(argc, argv);
-  } catch (const CLI::ParseError& result) {
-    return app.exit(result) == 0 ? static_cast<int>(ExitCode::kDone) : static_cast<int>(ExitCode::kUsage);
+  } catch (const CLI::Success& asked) {
+    std::ostringstream text;
+    app.exit(asked, text, text);
+    return static_cast<int>(Console(options).Data(text.str()) ? ExitCode::kDone : ExitCode::kOutputUnwritten);
+  } catch (const CLI::ParseError& refusal) {
+    Console console(options);
+    return static_cast<int>(Refuse(console, app, refusal));
   }
   Console console(options);
+  const LogRecorder log(console, "");  // what nobody else listens to
   try {
     for (const auto& [declared, verb] : verbs) {
       if (declared->parsed()) {

@@ -3,7 +3,7 @@
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/Text/JsonText.h>
-#include <Programs/mirel/Text/Utf8.h>
+#include <Programs/mirel/Text/Plural.h>
 
 #include <CLI/CLI.hpp>
 
@@ -33,6 +33,15 @@ bool HasPackages(const std::string& path) {
          fs::is_directory(fs::u8path(path) / "grep", ignored);
 }
 
+// What the command line's library makes an enumerator of.
+std::string NumberOfLevel(const std::string& name) {
+  const auto level = kLevels.find(name);
+  if (level == kLevels.end()) {
+    throw CLI::ValidationError("\"" + name + "\" is none of index, packages, bodies and agreement");
+  }
+  return std::to_string(static_cast<int>(level->second));
+}
+
 const char* NameOf(Level level) {
   for (const auto& [name, value] : kLevels) {
     if (value == level) {
@@ -40,10 +49,6 @@ const char* NameOf(Level level) {
     }
   }
   return "";
-}
-
-std::string Count(std::uint64_t count, const char* one, const char* many) {
-  return std::to_string(count) + " " + (count == 1 ? one : many);
 }
 
 const char* Verdict(const FolderCheck& check) {
@@ -56,16 +61,18 @@ const char* Verdict(const FolderCheck& check) {
 
 // What was met, as far as the level went.
 std::string Met(const FolderCheck::Figures& figures, Level level) {
-  std::string text = Count(figures.items, "item", "items") + ", " + Count(figures.types, "type", "types");
+  std::string text =
+      Plural::Count(figures.items, "item|items") + ", " + Plural::Count(figures.types, "type|types");
   if (level >= Level::kPackages) {
-    text += ", " + Count(figures.packages, "package", "packages") + ", " +
-            Count(figures.bodies, "body", "bodies") + ", " + std::to_string(figures.graphics) + " graphics";
+    text += ", " + Plural::Count(figures.packages, "package|packages") + ", " +
+            Plural::Count(figures.bodies, "body|bodies") + ", " + std::to_string(figures.graphics) +
+            " graphics";
   }
   if (level >= Level::kBodies) {
-    text += ", " + Count(figures.faces, "face", "faces");
+    text += ", " + Plural::Count(figures.faces, "face|faces");
   }
   if (level >= Level::kAgreement) {
-    text += ", " + Count(figures.comparedPoints, "point", "points") + " compared";
+    text += ", " + Plural::Count(figures.comparedPoints, "point|points") + " compared";
   }
   return text;
 }
@@ -75,13 +82,13 @@ std::string Rest(const FolderCheck::Figures& figures, Level level) {
   if (!figures.opens) {
     return level < Level::kPackages
                ? std::string("cannot be opened\n")
-               : "cannot be opened; its packages hold " + Count(figures.bodies, "body", "bodies") + " and " +
-                     std::to_string(figures.graphics) + " graphics that are sound\n";
+               : "cannot be opened; its packages hold " + Plural::Count(figures.bodies, "body|bodies") +
+                     " and " + std::to_string(figures.graphics) + " graphics that are sound\n";
   }
   if (level < Level::kPackages) {
     return "can be opened\n";
   }
-  const std::string of = " of " + Count(figures.shapeItems, "shape item", "shape items");
+  const std::string of = " of " + Plural::Count(figures.shapeItems, "shape item|items");
   return "can be opened: " + std::to_string(figures.drawnItems) + of + " drawn, " +
          std::to_string(figures.exactItems) + " with exact body\n";
 }
@@ -93,11 +100,11 @@ std::string ToText(const FolderCheck& check, Level level) {
   if (findings.GetErrorCount() == 0) {
     text += "OK: " + Met(figures, level);
     return text + (findings.GetWarningCount() > 0
-                       ? "; " + Count(findings.GetWarningCount(), "warning", "warnings") + "\n"
+                       ? "; " + Plural::Count(findings.GetWarningCount(), "warning|warnings") + "\n"
                        : "\n");
   }
-  text += "DAMAGED: " + Count(findings.GetErrorCount(), "error", "errors") + ", " +
-          Count(findings.GetWarningCount(), "warning", "warnings") + "\n";
+  text += "DAMAGED: " + Plural::Count(findings.GetErrorCount(), "error|errors") + ", " +
+          Plural::Count(findings.GetWarningCount(), "warning|warnings") + "\n";
   return text + Rest(figures, level);
 }
 
@@ -140,7 +147,8 @@ CLI::App* CheckVerb::Declare(CLI::App& program) {
       program.add_subcommand("check", "Tell whether a model folder is sound, and what is not");
   verb->add_option("FOLDER", folder_, "Model folder, or its index file")->required();
   verb->add_option("--level", level_, "How far to go: index, packages, bodies, or agreement, which is all")
-      ->transform(CLI::CheckedTransformer(kLevels));
+      ->type_name("LEVEL")
+      ->transform(&NumberOfLevel);
   verb->add_flag("--strict", strict_, "End with exit code 7 when there are warnings");
   verb->add_flag("--json", json_, "Print as JSON");
   return verb;

@@ -1,6 +1,5 @@
 #include <Programs/mirel/Import/ImportLibrary.h>
 
-#include <Programs/mirel/Text/Utf8.h>
 #include <Programs/mirel/View/ModuleLibrary.h>
 
 #include <filesystem>
@@ -56,7 +55,7 @@ ImportLibrary::ImportLibrary(SourceFile::Format format) {
     reason = read_ == nullptr ? "it is another library" : "";
   }
   if (!reason.empty()) {
-    error_ = name + " files are read by " + Utf8::Printable(path) + ", which cannot be loaded: " + reason;
+    error_ = name + " files are read by " + path + ", which cannot be loaded: " + reason;
   }
 }
 

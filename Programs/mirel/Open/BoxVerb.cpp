@@ -180,7 +180,7 @@ ExitCode BoxVerb::Run(Console& console) {
     } else if (Search(*id_, folder.GetModel(), found)) {
       found.item->Apply(&visitor);
     } else {
-      console.Error(folder_, "has no item with the id " + Utf8::Printable(*id_));
+      console.Error(folder_, "has no item with the id " + *id_);
       return ExitCode::kInputUnread;
     }
     box = visitor.GetBox();

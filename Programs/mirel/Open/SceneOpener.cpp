@@ -25,7 +25,10 @@ std::string SceneOpener::Check(const std::string& path) {
   if (!fs::exists(status)) {
     return failure && status.type() != fs::file_type::not_found ? failure.message() : "no such folder";
   }
-  if (fs::is_directory(status) && !fs::exists(fs::u8path(FindIndex(path)), failure)) {
+  if (!fs::is_directory(status)) {
+    return fs::is_regular_file(status) ? "" : "not a regular file";
+  }
+  if (!fs::exists(fs::u8path(FindIndex(path)), failure)) {
     return "is not a model folder (it has no index.gz)";
   }
   return std::string();

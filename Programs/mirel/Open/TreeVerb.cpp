@@ -1,5 +1,6 @@
 #include <Programs/mirel/Open/TreeVerb.h>
 
+#include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Open/NodeTreePrinter.h>
 #include <Programs/mirel/Open/SceneOpener.h>
@@ -13,7 +14,7 @@ namespace mirel {
 CLI::App* TreeVerb::Declare(CLI::App& program) {
   CLI::App* const verb = program.add_subcommand("tree", "Open a model folder and print its node tree");
   verb->add_option("FOLDER", folder_, "Model folder, or its index file")->required();
-  verb->add_option("--depth", depth_, "Print this many levels only")->check(CLI::PositiveNumber);
+  verb->add_option("--depth", depth_, "Print this many levels only")->check(&ArgumentCheck::IsPositiveCount);
   verb->add_flag("--json", json_, "Print the tree as JSON");
   module_.Declare(*verb);
   return verb;

@@ -1,5 +1,6 @@
 #include <Programs/mirel/Save/SaveVerb.h>
 
+#include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Check/FolderCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/CrashGuard.h>
@@ -47,7 +48,7 @@ CLI::App* SaveVerb::Declare(CLI::App& program) {
                  "Check the folder, and compare it with the model, before it is put in place");
   verb->add_option("--patience", patience_,
                    "Give up drawing a body after so many seconds without progress (60)")
-      ->check(CLI::PositiveNumber);
+      ->check(&ArgumentCheck::IsSeconds);
   verb->add_flag("--json", json_, "Print the report as JSON");
   return verb;
 }
@@ -111,8 +112,7 @@ ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const S
     console.Error(input_, result.error);
   }
   for (const std::string& message : result.messages) {
-    const std::string line = Utf8::Printable(message);
-    good ? console.Detail(line) : console.ErrorDetail(line);
+    good ? console.Detail(message) : console.ErrorDetail(message);
   }
   if (!good) {
     return ExitCode::kInputUnread;

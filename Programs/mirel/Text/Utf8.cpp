@@ -82,29 +82,58 @@ bool Utf8::IsControl(char32_t code) {
          (code >= 0x2028 && code <= 0x202E) || (code >= 0x2066 && code <= 0x2069);
 }
 
-void Utf8::AppendPrintable(std::string& out, std::string_view text) {
+namespace {
+
+// Appends a character that must not reach a terminal as it is. False when it may.
+bool AppendEscape(std::string& out, const Utf8::Character& c) {
   char buffer[16];
+  if (!c.valid) {
+    std::snprintf(buffer, sizeof buffer, "\\x%02x", static_cast<unsigned>(c.code));
+    out += buffer;
+  } else if (c.code == '\n') {
+    out += "\\n";
+  } else if (c.code == '\t') {
+    out += "\\t";
+  } else if (c.code == '\r') {
+    out += "\\r";
+  } else if (Utf8::IsControl(c.code)) {
+    std::snprintf(buffer, sizeof buffer, "\\u{%x}", static_cast<unsigned>(c.code));
+    out += buffer;
+  } else {
+    return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+void Utf8::AppendPrintable(std::string& out, std::string_view text) {
   for (std::size_t at = 0; at < text.size();) {
     const Character c = Decode(text, at);
-    if (!c.valid) {
-      std::snprintf(buffer, sizeof buffer, "\\x%02x", static_cast<unsigned>(c.code));
-      out += buffer;
-    } else if (c.code == '\n') {
-      out += "\\n";
-    } else if (c.code == '\t') {
-      out += "\\t";
-    } else if (c.code == '\r') {
-      out += "\\r";
-    } else if (c.code == '\\') {
+    if (c.valid && c.code == '\\') {
       out += "\\\\";
-    } else if (IsControl(c.code)) {
-      std::snprintf(buffer, sizeof buffer, "\\u{%x}", static_cast<unsigned>(c.code));
-      out += buffer;
-    } else {
+    } else if (!AppendEscape(out, c)) {
       out.append(text.substr(at, c.length));
     }
     at += c.length;
   }
+}
+
+std::string Utf8::ForTerminal(std::string_view text, bool isLines) {
+  std::string out;
+  out.reserve(text.size());
+  std::string escape;
+  std::size_t copied = 0;  // most text is good: it goes over in long pieces
+  for (std::size_t at = 0; at < text.size();) {
+    const Character c = Decode(text, at);
+    if (!(isLines && c.code == '\n') && AppendEscape(escape, c)) {
+      out.append(text.substr(copied, at - copied)).append(escape);
+      escape.clear();
+      copied = at + c.length;
+    }
+    at += c.length;
+  }
+  return out.append(text.substr(copied));
 }
 
 void Utf8::AppendQuoted(std::string& out, std::string_view text) {

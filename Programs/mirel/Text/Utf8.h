@@ -38,6 +38,10 @@ class Utf8 {
   static void AppendPrintable(std::string& out, std::string_view text);
   static std::string Printable(std::string_view text);
 
+  /// `text` as it may reach a terminal, whatever is in it: controls and invalid bytes as above, a backslash as it is. So
+  /// text that has been made printable stays as it is. Line ends stay too if `isLines`, when the text consists of lines.
+  static std::string ForTerminal(std::string_view text, bool isLines);
+
   /// Appends `text` for a terminal between quotation marks; those within are escaped.
   static void AppendQuoted(std::string& out, std::string_view text);
 

@@ -60,6 +60,10 @@ ModuleLibrary::ModuleLibrary(const std::string& path) {
     error_ = "no such file";
     return;
   }
+  if (!fs::is_regular_file(file, failure)) {
+    error_ = "not a regular file";  // a pipe would keep this waiting
+    return;
+  }
   if (IsCutShort(file)) {
     error_ = "the file is cut short";
     return;

@@ -1,5 +1,6 @@
 #include <Programs/mirel/View/RunVerb.h>
 
+#include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/View/WindowlessViewer.h>
@@ -54,7 +55,7 @@ CLI::App* RunVerb::Declare(CLI::App& program) {
   verb->add_option("--file", file_,
                    "Answer to the command's file dialog; without it, the dialog is cancelled")
       ->type_name("PATH");
-  verb->add_option("--depth", depth_, "Print this many levels only")->check(CLI::PositiveNumber);
+  verb->add_option("--depth", depth_, "Print this many levels only")->check(&ArgumentCheck::IsPositiveCount);
   verb->add_flag("--json", json_, "Print the tree as JSON");
   module_.Declare(*verb);
   return verb;

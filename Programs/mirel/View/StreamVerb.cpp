@@ -1,5 +1,6 @@
 #include <Programs/mirel/View/StreamVerb.h>
 
+#include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/Open/SceneOpener.h>
@@ -42,8 +43,8 @@ CLI::App* StreamVerb::Declare(CLI::App& program) {
   verb->add_option("FOLDER", folder_, "Model folder, or its index file; - for a tar archive on stdin")
       ->required();
   verb->add_option("--seed", seed_, "Shuffle the pieces; the same number gives the same order")
-      ->check(CLI::NonNegativeNumber);
-  verb->add_option("--depth", depth_, "Print this many levels only")->check(CLI::PositiveNumber);
+      ->check(&ArgumentCheck::IsCount);
+  verb->add_option("--depth", depth_, "Print this many levels only")->check(&ArgumentCheck::IsPositiveCount);
   verb->add_flag("--json", json_, "Print the tree as JSON");
   module_.Declare(*verb);
   return verb;

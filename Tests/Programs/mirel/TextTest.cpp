@@ -1,4 +1,6 @@
 #include <Programs/mirel/Text/JsonText.h>
+#include <Programs/mirel/Text/Nearest.h>
+#include <Programs/mirel/Text/Plural.h>
 #include <Programs/mirel/Text/Utf8.h>
 
 #include <gtest/gtest.h>
@@ -34,6 +36,27 @@ TEST(Utf8Test, NothingReachesATerminalThatCommandsIt) {
   EXPECT_EQ(Utf8::Printable("\x7f\u009b31m\u202Etxt\u2066"), "\\u{7f}\\u{9b}31m\\u{202e}txt\\u{2066}");
   EXPECT_EQ(Utf8::Printable("back\\slash \xFF 设"), "back\\\\slash \\xff 设");
   EXPECT_EQ(Utf8::Printable(std::string("nul\0!", 5)), "nul\\u{0}!");
+
+  const std::string passed = Utf8::ForTerminal("设 back\\slash\x1b[31m\xFF\nz", true);
+  EXPECT_EQ(passed, "设 back\\slash\\u{1b}[31m\\xff\nz");
+  EXPECT_EQ(Utf8::ForTerminal(passed, true), passed);
+  EXPECT_EQ(Utf8::ForTerminal(passed, false), "设 back\\slash\\u{1b}[31m\\xff\\nz");
+}
+
+TEST(PluralTest, WordsFitTheirNumber) {
+  EXPECT_EQ(Plural::Count(1, "body|bodies whose edge|edges"), "1 body whose edge");
+  EXPECT_EQ(Plural::Count(0, "body|bodies whose edge|edges"), "0 bodies whose edges");
+  EXPECT_EQ(Plural::Choose("graphics", 1), "graphics");
+}
+
+TEST(NearestTest, FindsWhatWasMeantOrNothing) {
+  const std::vector<std::string> verbs = {"save", "tree", "info", "box", "check", "commands", "stream"};
+  EXPECT_EQ(Nearest::Find("sav", verbs), "save");
+  EXPECT_EQ(Nearest::Find("inof", verbs), "info");
+  EXPECT_EQ(Nearest::Find("chekc", verbs), "check");
+  EXPECT_EQ(Nearest::Find("xyz", verbs), "");
+  EXPECT_EQ(Nearest::Find(std::string(1 << 20, 's'), verbs), "");
+  EXPECT_EQ(Nearest::Find("", verbs), "");
 }
 
 TEST(JsonTextTest, IsValidForAnyBytes) {
