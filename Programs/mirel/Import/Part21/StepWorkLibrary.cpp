@@ -38,15 +38,33 @@ std::optional<ExchangeStructure> ScanFile(const SourceFile& file) {
   return ExchangeStructure::Scan(std::move(text), size);
 }
 
+// OpenCASCADE's tool, which fills one entity after the other and tells nobody how far it is.
+class WatchedReaderTool : public StepData_StepReaderTool {
+ public:
+  WatchedReaderTool(const Handle(StepData_StepReaderData) & data, const Handle(StepData_Protocol) & protocol,
+                    StageProgress& progress)
+      : StepData_StepReaderTool(data, protocol), records_(data->NbRecords()), progress_(progress) {}
+
+  Standard_Boolean AnalyseRecord(const Standard_Integer record, const Handle(Standard_Transient) & entity,
+                                 Handle(Interface_Check) & check) override {
+    progress_.SetFraction(static_cast<double>(record) / records_);
+    return StepData_StepReaderTool::AnalyseRecord(record, entity, check);
+  }
+
+ private:
+  const int records_;
+  StageProgress& progress_;
+};
+
 // What StepFile_Read does when the text is scanned.
 void Load(const ExchangeStructure& structure, const Handle(StepData_StepModel) & model,
-          const Handle(StepData_Protocol) & protocol) {
+          const Handle(StepData_Protocol) & protocol, StageProgress& progress) {
   const Handle(StepData_StepReaderData) data =
       new StepData_StepReaderData(static_cast<int>(structure.GetSections().front().records.size()),
                                   static_cast<int>(structure.CountRecords()),
                                   static_cast<int>(structure.CountParameters()), model->SourceCodePage());
   FillReaderData(structure, *data);
-  StepData_StepReaderTool tool(data, protocol);
+  WatchedReaderTool tool(data, protocol, progress);
   tool.SetErrorHandle(Standard_True);
   tool.PrepareHeader(nullptr);
   tool.Prepare(nullptr);
@@ -72,7 +90,7 @@ Standard_Integer StepWorkLibrary::ReadFile(const Standard_CString name,
   progress_.Begin("analysis");
   const Handle(StepData_StepModel) stepModel = new StepData_StepModel;
   model = stepModel;
-  Load(*structure, stepModel, stepProtocol);
+  Load(*structure, stepModel, stepProtocol, progress_);
   return 0;
 }
 
