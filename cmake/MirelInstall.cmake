@@ -1,5 +1,5 @@
-# What is installed, and the Debian packages made of it: libmirel0 (libraries), libmirel-dev (headers, CMake and
-# pkg-config files) and mirel (the program).
+# What is installed, and the Debian packages made of it: libmirel0 (libraries), libmirel-draw0 (what draws, which needs
+# more), libmirel-dev and libmirel-draw-dev (headers, CMake and pkg-config files of both) and mirel (the program).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -15,6 +15,15 @@ install(
   FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT dev)
 install(EXPORT MirelTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT dev)
 
+install(
+  TARGETS MirelDraw
+  EXPORT MirelDrawTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT draw NAMELINK_COMPONENT drawdev
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT drawdev
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT draw
+  FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT drawdev)
+install(EXPORT MirelDrawTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT drawdev)
+
 configure_package_config_file(cmake/MirelConfig.cmake.in ${PROJECT_BINARY_DIR}/MirelConfig.cmake
                               INSTALL_DESTINATION ${MIREL_INSTALL_CMAKEDIR})
 # Until version 1 a change of the minor version may break what builds on it.
@@ -26,9 +35,10 @@ install(FILES ${PROJECT_BINARY_DIR}/MirelConfig.cmake ${PROJECT_BINARY_DIR}/Mire
 # The prefix relative to the .pc file, so that an installed tree can be moved.
 file(RELATIVE_PATH MIREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" MIREL_PC_PREFIX "\${pcfiledir}/${MIREL_PC_PREFIX}")
-foreach(module IN ITEMS mirel-host mirel-viewer-kernel)
+foreach(module IN ITEMS mirel-host mirel-viewer-kernel mirel-draw)
   configure_file(cmake/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT dev)
+  install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
+          COMPONENT $<IF:$<STREQUAL:${module},mirel-draw>,drawdev,dev>)
 endforeach()
 
 if(TARGET mirel)
@@ -39,7 +49,7 @@ if(TARGET mirel)
   install(TARGETS MirelReadSTEP MirelReadIGES LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT program)
   install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 endif()
-set_target_properties(MirelViewerKernel PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(MirelViewerKernel MirelDraw PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(FILES README.md CHANGELOG.md docs/format.md docs/guide.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel
         COMPONENT program)
 install(FILES docs/developer.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmirel-dev COMPONENT dev)
@@ -54,11 +64,16 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
-set(CPACK_COMPONENTS_ALL runtime dev program)
+set(CPACK_COMPONENTS_ALL runtime draw dev drawdev program)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmirel${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_RUNTIME_DESCRIPTION "Light-weight CAD assemblies: shared libraries")
+set(CPACK_DEBIAN_DRAW_PACKAGE_NAME libmirel-draw${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_DRAW_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_DRAW_DESCRIPTION "Light-weight CAD assemblies: drawing")
+set(CPACK_COMPONENT_DRAW_DEPENDS runtime)
+
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmirel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
 # libocct-visualization-dev has a header that the modelling headers include.
@@ -66,6 +81,10 @@ set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS
     "libocct-modeling-data-dev, libocct-foundation-dev, libocct-visualization-dev, libglm-dev, rapidjson-dev")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Light-weight CAD assemblies: headers, CMake and pkg-config files")
 set(CPACK_COMPONENT_DEV_DEPENDS runtime)
+set(CPACK_DEBIAN_DRAWDEV_PACKAGE_NAME libmirel-draw-dev)
+set(CPACK_DEBIAN_DRAWDEV_PACKAGE_SECTION libdevel)
+set(CPACK_COMPONENT_DRAWDEV_DESCRIPTION "Light-weight CAD assemblies: drawing, headers, CMake and pkg-config files")
+set(CPACK_COMPONENT_DRAWDEV_DEPENDS draw dev)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME mirel)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION graphics)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION

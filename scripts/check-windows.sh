@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Compiles every source of Viewer/Kernel for 64-bit Windows with Debian's mingw-w64 cross compiler, without linking: there
+# Compiles every source of Viewer for 64-bit Windows with Debian's mingw-w64 cross compiler, without linking: there
 # is no OpenCASCADE for Windows in Debian, but its headers serve. Warnings are errors.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -13,14 +13,14 @@ fi
 # Header-only libraries and C headers one by one: the whole of /usr/include would bring in glibc's headers.
 headers=$(mktemp -d)
 trap 'rm -rf "$headers"' EXIT
-for header in glm rapidjson libdeflate.h meshoptimizer.h zconf.h zlib.h; do
+for header in embree3 glm rapidjson libdeflate.h libpng16 meshoptimizer.h png.h pngconf.h pnglibconf.h zconf.h zlib.h; do
   ln -s "/usr/include/$header" "$headers/$header"
 done
 
 flags=(-std=c++17 -fsyntax-only -O1 -Wall -Wextra -Werror -fopenmp -D_USE_MATH_DEFINES
        -I. -isystem "$headers" -isystem /usr/include/opencascade)
-sources=$(find Viewer/Kernel -name '*.cpp' | sort)
+sources=$(find Viewer -name '*.cpp' | sort)
 echo "$sources" | xargs -P "$(nproc)" -I{} sh -c '
-  case {} in */Host/*) define=-DMirelHost_EXPORTS ;; *) define=-DMirelViewerKernel_EXPORTS ;; esac
+  case {} in Viewer/Draw/*) define=-DMirelDraw_EXPORTS ;; */Host/*) define=-DMirelHost_EXPORTS ;; *) define=-DMirelViewerKernel_EXPORTS ;; esac
   exec "$@" "$define" {}' sh "$compiler" "${flags[@]}"
 echo "check-windows: $(echo "$sources" | wc -l) files compile for Windows"

@@ -8,18 +8,22 @@ rm -rf "$target"
 mkdir -p "$target/packages"
 "$cpack" --config "$build/CPackConfig.cmake" -B "$target/packages" >"$target/cpack.log" 2>&1 ||
   { cat "$target/cpack.log" >&2; exit 1; }
-for package in libmirel0 libmirel-dev mirel; do
+for package in libmirel0 libmirel-draw0 libmirel-dev libmirel-draw-dev mirel; do
   deb=$(find "$target/packages" -maxdepth 1 -name "${package}_*.deb")
   [[ -f $deb ]] || { echo "unpack-debs: no package $package" >&2; exit 1; }
   depends=$(dpkg-deb -f "$deb" Depends)
   case $package in
   libmirel0) wanted=(libocct) ;;
+  libmirel-draw0) wanted=("libmirel0 (" libembree3) ;;
   libmirel-dev) wanted=("libmirel0 (") ;;
+  libmirel-draw-dev) wanted=("libmirel-draw0 (" "libmirel-dev (") ;;
   mirel) wanted=("libmirel0 (" libocct-data-exchange) ;;
   esac
   for want in "${wanted[@]}"; do
     [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
   done
+  # Who does not draw needs nothing of what drawing takes.
+  [[ $package == libmirel-draw0 || $depends != *libembree* ]] || { echo "$package needs Embree: '$depends'" >&2; exit 1; }
   dpkg-deb -x "$deb" "$target"
 done
 "$target/usr/bin/mirel" save --strict "$(dirname "$0")/../../Samples/trolley.step" "$target/trolley"

@@ -1,0 +1,72 @@
+#include <Tests/Viewer/Draw/DrawSamples.h>
+
+#include <Tests/Support/TestModel.h>
+
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <map>
+
+namespace mirel {
+
+namespace {
+
+int Difference(const Picture& a, const Picture& b, std::size_t pixel) {
+  int largest = 0;
+  for (std::size_t i = 4 * pixel; i < 4 * pixel + 4; ++i)
+    largest = std::max(largest, std::abs(int{a.pixels[i]} - int{b.pixels[i]}));
+  return largest;
+}
+
+}  // namespace
+
+std::shared_ptr<GRepShape> BoxGRep(double x, double y, double z) {
+  static std::map<std::array<double, 3>, std::shared_ptr<GRepShape>> known;
+  std::shared_ptr<GRepShape>& grep = known[{x, y, z}];
+  if (!grep) grep = MakeGRep(MakeBox(x, y, z));
+  return grep;
+}
+
+std::shared_ptr<BrepSceneNode> BodyNode(const std::shared_ptr<GRepShape>& grep, const glm::dmat4& placement) {
+  auto node = std::make_shared<BrepSceneNode>(grep);
+  node->SetTransform(placement);
+  return node;
+}
+
+std::shared_ptr<const RayCaster> MakeCaster(const SceneNode& root, const NodeVisibility& visibility) {
+  return std::make_shared<RayCaster>(std::make_shared<DrawScene>(root, visibility));
+}
+
+glm::dmat4 Mirror() {
+  glm::dmat4 matrix(1.0);
+  matrix[0][0] = -1.0;
+  return matrix;
+}
+
+glm::dmat4 Shear() {
+  glm::dmat4 matrix(1.0);
+  matrix[2][0] = 0.5;
+  return matrix;
+}
+
+double CompareMean(const Picture& a, const Picture& b) {
+  if (a.width != b.width || a.height != b.height) return 255.0;
+  double sum = 0.0;
+  const std::size_t count = a.pixels.size() / 4;
+  for (std::size_t i = 0; i < count; ++i)
+    sum += Difference(a, b, i);
+  return sum / static_cast<double>(count);
+}
+
+double ComparePixels(const Picture& a, const Picture& b, int tolerance) {
+  if (a.width != b.width || a.height != b.height) return 1.0;
+  std::size_t off = 0;
+  const std::size_t count = a.pixels.size() / 4;
+  for (std::size_t i = 0; i < count; ++i)
+    off += Difference(a, b, i) > tolerance ? 1 : 0;
+  return static_cast<double>(off) / static_cast<double>(count);
+}
+
+}  // namespace mirel

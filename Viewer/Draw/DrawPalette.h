@@ -1,0 +1,35 @@
+#pragma once
+
+#include <Viewer/Draw/DrawExport.h>
+#include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
+
+#include <glm/vec3.hpp>
+
+#include <cstdint>
+#include <vector>
+
+namespace mirel {
+
+/// The colours of a body's faces: red, green and blue from 0 to 1, as sRGB. Never changes once made, so any number
+/// of placements and threads share it.
+class MIREL_DRAW_API DrawPalette {
+ public:
+  /// What is drawn where neither the face nor the body has a colour: a light steel grey.
+  static constexpr glm::vec3 kDefaultColor{0.72f, 0.74f, 0.77f};
+
+  /// The colours of a node that draws a body of so many faces: the face's own, else the body's, else the default.
+  /// Components outside 0 to 1 are drawn as the nearer end of it; what is not a number, as 0.
+  DrawPalette(const BrepSceneNode& node, std::size_t faceCount);
+
+  /// The colour of what has no colour of its own in the body that a node draws.
+  static glm::vec3 GetBodyColor(const BrepSceneNode& node);
+
+  /// `face` is a position in `GRepMesh::faces`.
+  const glm::vec3& GetColor(std::uint32_t face) const { return face < faces_.size() ? faces_[face] : body_; }
+
+ private:
+  glm::vec3 body_;
+  std::vector<glm::vec3> faces_;  // empty when all have the body's
+};
+
+}  // namespace mirel

@@ -1,0 +1,192 @@
+#include <Viewer/Draw/DrawScene.h>
+
+#include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <tuple>
+
+namespace mirel {
+
+namespace {
+
+glm::dmat4x3 Multiply(const glm::dmat4x3& outer, const glm::dmat4& inner) {
+  glm::dmat4x3 product;
+  for (int column = 0; column < 4; ++column) {
+    const glm::dvec4 own(glm::dvec3(inner[column]), column == 3 ? 1.0 : 0.0);
+    product[column] = outer * own;
+  }
+  return product;
+}
+
+glm::dvec3 GetCorner(const AABoxT<double>& box, int corner) {
+  return {(corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
+          (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
+          (corner & 4) != 0 ? box.GetMax().z : box.GetMin().z};
+}
+
+// Whether three columns span a space of single precision: none is 0 beside the others, nor nearly in their plane.
+bool IsInvertible(const glm::dmat4x3& placement) {
+  const glm::dvec3 &x = placement[0], &y = placement[1], &z = placement[2];
+  const double lengths = glm::length(x) * glm::length(y) * glm::length(z);
+  const double volume = std::abs(glm::dot(glm::cross(x, y), z));
+  return std::isfinite(lengths) && lengths > 1e-30 && volume > 1e-6 * lengths;
+}
+
+// Boxes that are finite always stay so here: the caller looks at the result.
+AABoxT<double> Place(const AABoxT<double>& box, const glm::dmat4x3& placement) {
+  AABoxT<double> placed;
+  for (int corner = 0; corner < 8; ++corner)
+    placed.Extend(placement * glm::dvec4(GetCorner(box, corner), 1.0));
+  return placed;
+}
+
+bool IsInReach(const AABoxT<double>& box) {
+  for (int axis = 0; axis < 3; ++axis) {
+    if (!(box.GetMin()[axis] >= -DrawScene::kMaxCoordinate &&
+          box.GetMax()[axis] <= DrawScene::kMaxCoordinate))
+      return false;
+  }
+  return true;
+}
+
+}  // namespace
+
+/// Walks the tree and sorts its bodies into batches.
+class DrawScene::Gathering {
+ public:
+  Gathering(DrawScene& scene, const NodeVisibility& visibility) : scene_(scene), visibility_(visibility) {}
+
+  void Walk(const SceneNode& root) {
+    Visit(root, {DrawNode::kNone, glm::dmat4x3(1.0), {}});
+    // Levels come from a file, so what waits is kept in a list, not on the stack.
+    while (!waiting_.empty()) {
+      const Waiting next = waiting_.back();
+      waiting_.pop_back();
+      for (const std::shared_ptr<SceneNode>& child : next.group->GetNodes())
+        Visit(*child, next.place);
+    }
+    Number();
+  }
+
+ private:
+  // What a node's parent hands down.
+  struct Place {
+    std::uint32_t parent;
+    glm::dmat4x3 placement;
+    NodeVisibility::Inherited inherited;
+  };
+  struct Waiting {
+    const GroupSceneNode* group;
+    Place place;
+  };
+
+  void Visit(const SceneNode& node, const Place& above) {
+    const Place own = {static_cast<std::uint32_t>(scene_.nodes_.size()),
+                       Multiply(above.placement, node.GetTransform()),
+                       visibility_.Inherit(above.inherited, &node)};
+    if (own.inherited.hidden) return;
+    scene_.nodes_.push_back({&node, above.parent});
+    if (const auto* body = dynamic_cast<const BrepSceneNode*>(&node)) {
+      Add(*body, own);
+    } else if (const auto* group = dynamic_cast<const GroupSceneNode*>(&node)) {
+      waiting_.push_back({group, own});
+    }
+  }
+
+  void Add(const BrepSceneNode& node, const Place& place) {
+    const NodeVisibility::Look look = visibility_.GetLook(place.inherited);
+    const std::shared_ptr<GRepShape>& grep = node.GetGRep();
+    if (look == NodeVisibility::Look::kHidden || !grep || grep->GetMesh().triangles.empty()) return;
+    const AABoxT<double>& own = grep->GetBoundingBox();
+    const AABoxT<double> box = own.IsFinite() ? mirel::Place(own, place.placement) : AABoxT<double>();
+    if (!box.IsFinite() || !IsInReach(box) || !IsInvertible(place.placement) ||
+        scene_.placementCount_ == kMaxPlacements) {
+      ++scene_.leftOut_;
+      return;
+    }
+    DrawBatch& batch = FindBatch(node, look == NodeVisibility::Look::kGhost);
+    batch.placements.push_back(place.placement);
+    batch.nodes.push_back(place.parent);
+    scene_.box_.Merge(box);
+    ++scene_.placementCount_;
+  }
+
+  // Whatever has the same of all these is drawn together.
+  using Likeness = std::tuple<const GRepShape*, const FacePalette*, float, float, float, bool>;
+
+  DrawBatch& FindBatch(const BrepSceneNode& node, bool ghost) {
+    const glm::vec3 color = DrawPalette::GetBodyColor(node);
+    const Likeness likeness(node.GetGRep().get(), node.GetPalette().get(), color.r, color.g, color.b, ghost);
+    const auto [known, isNew] = known_.try_emplace(likeness, scene_.batches_.size());
+    if (!isNew) return scene_.batches_[known->second];
+    DrawBatch batch;
+    batch.grep = node.GetGRep();
+    batch.palette = std::make_shared<DrawPalette>(node, batch.grep->GetMesh().faces.size());
+    batch.ghost = ghost;
+    scene_.batches_.push_back(std::move(batch));
+    return scene_.batches_.back();
+  }
+
+  void Number() {
+    std::uint32_t first = 0;
+    for (DrawBatch& batch : scene_.batches_) {
+      batch.first = first;
+      first += static_cast<std::uint32_t>(batch.placements.size());
+    }
+  }
+
+  DrawScene& scene_;
+  const NodeVisibility& visibility_;
+  std::vector<Waiting> waiting_;
+  std::map<Likeness, std::size_t> known_;  // positions of batches
+};
+
+DrawScene::DrawScene(const SceneNode& root, const NodeVisibility& visibility) {
+  Gathering(*this, visibility).Walk(root);
+  if (leftOut_ > 0)
+    Logger::Instance().Message(1, "%u bodies cannot be drawn where they are placed and are left out",
+                               leftOut_);
+}
+
+DrawScene::~DrawScene() = default;
+
+const DrawBatch& DrawScene::GetBatch(std::uint32_t placement) const {
+  const auto behind =
+      std::upper_bound(batches_.begin(), batches_.end(), placement,
+                       [](std::uint32_t number, const DrawBatch& batch) { return number < batch.first; });
+  return *std::prev(behind);
+}
+
+const glm::dmat4x3& DrawScene::GetPlacement(std::uint32_t placement) const {
+  const DrawBatch& batch = GetBatch(placement);
+  return batch.placements[placement - batch.first];
+}
+
+std::vector<const SceneNode*> DrawScene::GetPath(std::uint32_t placement) const {
+  const DrawBatch& batch = GetBatch(placement);
+  std::vector<const SceneNode*> path;
+  for (std::uint32_t at = batch.nodes[placement - batch.first]; at != DrawNode::kNone; at = nodes_[at].parent)
+    path.push_back(nodes_[at].node);
+  std::reverse(path.begin(), path.end());
+  return path;
+}
+
+std::array<glm::dvec3, 8> DrawScene::GetCorners(std::uint32_t placement) const {
+  const DrawBatch& batch = GetBatch(placement);
+  std::array<glm::dvec3, 8> corners;
+  for (int i = 0; i < 8; ++i)
+    corners[static_cast<std::size_t>(i)] = batch.placements[placement - batch.first] *
+                                           glm::dvec4(GetCorner(batch.grep->GetBoundingBox(), i), 1.0);
+  return corners;
+}
+
+AABoxT<double> DrawScene::GetBox(std::uint32_t placement) const {
+  const DrawBatch& batch = GetBatch(placement);
+  return Place(batch.grep->GetBoundingBox(), batch.placements[placement - batch.first]);
+}
+
+}  // namespace mirel

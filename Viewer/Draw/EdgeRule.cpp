@@ -1,0 +1,40 @@
+#include <Viewer/Draw/EdgeRule.h>
+
+#include <glm/geometric.hpp>
+
+#include <algorithm>
+#include <cmath>
+
+namespace mirel {
+
+namespace {
+
+constexpr float kSharpCosine = 0.95f;   // 18 degrees between the faces
+constexpr float kRoughCosine = 0.985f;  // 10 degrees: shading differs visibly
+constexpr float kStepPixels = 2.5f;
+
+}  // namespace
+
+bool EdgeRule::IsStep(const Surface& a, const Surface& b) {
+  const glm::vec3 d = b.point - a.point;
+  // On one smooth surface, one of two neighbours lies near the plane of the other, however slanted it is.
+  const float off = std::min(std::abs(glm::dot(d, a.flatNormal)), std::abs(glm::dot(d, b.flatNormal)));
+  return off > kStepPixels * std::min(a.pixel, b.pixel);
+}
+
+bool EdgeRule::IsEdge(const Surface& a, const Surface& b) const {
+  if (edges_ == PictureOptions::Edges::kNone) return false;
+  if (a.placement != b.placement) return true;
+  if (!a.IsSeen()) return false;
+  if (a.face != b.face &&
+      (edges_ == PictureOptions::Edges::kAll || glm::dot(a.normal, b.normal) < kSharpCosine))
+    return true;
+  return IsStep(a, b);
+}
+
+bool EdgeRule::IsRough(const Surface& a, const Surface& b) {
+  if (a.placement != b.placement || a.face != b.face) return true;
+  return a.IsSeen() && (glm::dot(a.normal, b.normal) < kRoughCosine || IsStep(a, b));
+}
+
+}  // namespace mirel

@@ -1,0 +1,22 @@
+#include <Viewer/Draw/NodeVisibility.h>
+
+namespace mirel {
+
+NodeVisibility::Inherited NodeVisibility::Inherit(const Inherited& above, const SceneNode* node) const {
+  const auto holds = [node](const std::unordered_set<const SceneNode*>& nodes) {
+    return !nodes.empty() && nodes.count(node) > 0;
+  };
+  Inherited own;
+  own.hidden = above.hidden || holds(hidden_);
+  own.ghost = above.ghost || holds(ghosts_);
+  own.alone = above.alone || holds(alone_);
+  return own;
+}
+
+NodeVisibility::Look NodeVisibility::GetLook(const Inherited& own) const {
+  if (own.hidden) return Look::kHidden;
+  if (own.ghost) return Look::kGhost;
+  return alone_.empty() || own.alone ? Look::kSolid : Look::kHidden;
+}
+
+}  // namespace mirel

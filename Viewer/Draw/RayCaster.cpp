@@ -1,0 +1,346 @@
+#include <Viewer/Draw/RayCaster.h>
+
+#include <Viewer/Draw/DrawScene.h>
+
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <embree3/rtcore.h>
+
+#include <glm/geometric.hpp>
+#include <glm/mat3x3.hpp>
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <unordered_map>
+
+// The only file that knows Embree, whose version 4 has other names for much of this.
+
+namespace mirel {
+
+namespace {
+
+constexpr std::size_t kPacket = 8;
+constexpr unsigned kSolidMask = 1, kGhostMask = 2;
+
+// One body as Embree has it.
+struct Body {
+  const GRepMesh* mesh = nullptr;
+  glm::dvec3 middle = glm::dvec3(0.0);  // of the coordinates that Embree has, which are near zero to be exact
+  RTCScene scene = nullptr;
+  std::vector<glm::vec3> normals;            // by vertex
+  std::vector<std::uint32_t> triangleFaces;  // by triangle
+};
+
+void ThrowIfFailed(RTCDevice device) {
+  if (rtcGetDeviceError(device) != RTC_ERROR_NONE) throw std::bad_alloc();
+}
+
+std::vector<glm::vec3> ReadNormals(const GRepMesh& mesh) {
+  std::vector<glm::vec3> normals(mesh.GetVertexCount());
+  for (std::size_t i = 0; i < normals.size(); ++i)
+    normals[i] = mesh.GetNormal(i);
+  return normals;
+}
+
+std::vector<std::uint32_t> NumberTriangles(const GRepMesh& mesh) {
+  std::vector<std::uint32_t> numbers(mesh.GetTriangleCount());
+  for (std::uint32_t face = 0; face < mesh.faces.size(); ++face) {
+    const GRepFace& range = mesh.faces[face];
+    std::fill_n(numbers.begin() + range.firstIndex / 3, range.indexCount / 3, face);
+  }
+  return numbers;
+}
+
+// Gives every hit of one ray to a list, and goes on.
+struct ThroughContext : RTCIntersectContext {
+  std::vector<RTCHit> hits;
+  std::vector<float> distances;
+};
+
+void CollectHit(const RTCFilterFunctionNArguments* arguments) {
+  auto& context = *static_cast<ThroughContext*>(arguments->context);
+  for (unsigned i = 0; i < arguments->N; ++i) {
+    if (arguments->valid[i] == 0) continue;
+    context.hits.push_back(rtcGetHitFromHitN(arguments->hit, arguments->N, i));
+    context.distances.push_back(RTCRayN_tfar(arguments->ray, arguments->N, i));
+    arguments->valid[i] = 0;
+  }
+}
+
+unsigned GetMask(RayCaster::Layer layer) {
+  return layer == RayCaster::Layer::kGhost ? kGhostMask : kSolidMask;
+}
+
+}  // namespace
+
+struct RayCaster::Index {
+  explicit Index(const DrawScene& drawn) : scene(drawn) {
+    // Embree's builds on several threads may differ from run to run in what is found first among equals.
+    device = rtcNewDevice("threads=1");
+    if (device == nullptr) throw std::bad_alloc();
+    try {
+      Build();
+    } catch (...) {
+      Release();
+      throw;
+    }
+  }
+  ~Index() { Release(); }
+
+  Index(const Index&) = delete;
+  Index& operator=(const Index&) = delete;
+
+  void Build() {
+    const AABoxT<double>& box = scene.GetBox();
+    if (box.IsFinite()) {
+      center = (box.GetMin() + box.GetMax()) * 0.5;
+      radius = glm::length(box.GetMax() - box.GetMin()) * 0.5 + 1e-3;
+    }
+    bodies.reserve(scene.GetBatches().size());
+    all = NewScene();
+    std::unordered_map<const GRepShape*, std::size_t> known;
+    for (const DrawBatch& batch : scene.GetBatches()) {
+      const auto [place, isNew] = known.try_emplace(batch.grep.get(), bodies.size());
+      if (isNew) bodies.push_back(MakeBody(batch.grep->GetMesh()));
+      batchBodies.push_back(place->second);
+      for (std::size_t i = 0; i < batch.placements.size(); ++i)
+        AddInstance(bodies[place->second], batch, i);
+    }
+    rtcCommitScene(all);
+    ThrowIfFailed(device);
+  }
+
+  void Release() {
+    if (all != nullptr) rtcReleaseScene(all);
+    for (const Body& body : bodies)
+      rtcReleaseScene(body.scene);
+    rtcReleaseDevice(device);
+  }
+
+  RTCScene NewScene() {
+    const RTCScene made = rtcNewScene(device);
+    if (made == nullptr) throw std::bad_alloc();
+    // Robust: no ray slips through between two triangles.
+    rtcSetSceneFlags(
+        made, static_cast<RTCSceneFlags>(RTC_SCENE_FLAG_ROBUST | RTC_SCENE_FLAG_CONTEXT_FILTER_FUNCTION));
+    return made;
+  }
+
+  Body MakeBody(const GRepMesh& mesh) {
+    Body body;
+    body.mesh = &mesh;
+    body.middle = (mesh.box.GetMin() + mesh.box.GetMax()) * 0.5;
+    body.normals = ReadNormals(mesh);
+    body.triangleFaces = NumberTriangles(mesh);
+    body.scene = NewScene();
+    const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
+    rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh.triangles.data(), 0,
+                               3 * sizeof(std::uint32_t), mesh.GetTriangleCount());
+    auto* const points = static_cast<float*>(rtcSetNewGeometryBuffer(
+        geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), mesh.GetVertexCount()));
+    if (points != nullptr) {
+      for (std::size_t i = 0; i < mesh.GetVertexCount(); ++i) {
+        const glm::vec3 point(mesh.GetPosition(i) - body.middle);
+        std::memcpy(points + 3 * i, &point, sizeof point);
+      }
+      rtcCommitGeometry(geometry);
+      rtcAttachGeometry(body.scene, geometry);
+    }
+    rtcReleaseGeometry(geometry);
+    rtcCommitScene(body.scene);
+    ThrowIfFailed(device);
+    return body;
+  }
+
+  void AddInstance(const Body& body, const DrawBatch& batch, std::size_t number) {
+    const glm::dmat4x3& placement = batch.placements[number];
+    const glm::dvec3 origin = placement * glm::dvec4(body.middle, 1.0) - center;
+    float matrix[12];
+    for (int row = 0; row < 3; ++row) {
+      for (int column = 0; column < 3; ++column)
+        matrix[3 * column + row] = static_cast<float>(placement[column][row]);
+      matrix[9 + row] = static_cast<float>(origin[row]);
+    }
+    const RTCGeometry instance = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
+    if (instance == nullptr) throw std::bad_alloc();
+    rtcSetGeometryInstancedScene(instance, body.scene);
+    rtcSetGeometryTransform(instance, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, matrix);
+    rtcSetGeometryMask(instance, batch.ghost ? kGhostMask : kSolidMask);
+    rtcCommitGeometry(instance);
+    rtcAttachGeometryByID(all, instance, batch.first + static_cast<unsigned>(number));
+    rtcReleaseGeometry(instance);
+  }
+
+  // The part of a ray that is inside the scene's sphere, from the point where it enters: short numbers are exact ones.
+  // False when there is none.
+  bool Clip(const Ray& ray, glm::vec3& origin, double& start, float& length) const {
+    const double middle = glm::dot(center - ray.origin, ray.direction);
+    start = std::max(ray.nearest, middle - radius);
+    const double end = std::min(ray.farthest, middle + radius);
+    if (!(start <= end) || !std::isfinite(start)) return false;
+    const glm::dvec3 from = ray.origin + ray.direction * start - center;
+    if (!(glm::dot(from, from) < 1e30)) return false;
+    origin = glm::vec3(from);
+    length = static_cast<float>(end - start);
+    return true;
+  }
+
+  void Resolve(const RTCHit& hit, const glm::dvec3& direction, double distance, RayHit& result) const {
+    const DrawBatch& batch = scene.GetBatch(hit.instID[0]);
+    const Body& body = bodies[batchBodies[static_cast<std::size_t>(&batch - scene.GetBatches().data())]];
+    const std::uint32_t* const corners = &body.mesh->triangles[std::size_t{3} * hit.primID];
+    const glm::mat3 turn(glm::dmat3(batch.placements[hit.instID[0] - batch.first]));
+    // Out of the material stays out of it through any placement that way, mirrors included.
+    glm::mat3 cofactors(glm::cross(turn[1], turn[2]), glm::cross(turn[2], turn[0]),
+                        glm::cross(turn[0], turn[1]));
+    if (glm::dot(turn[0], cofactors[0]) < 0.0f) cofactors = -cofactors;
+    const glm::vec3 smooth = body.normals[corners[0]] * (1.0f - hit.u - hit.v) +
+                             body.normals[corners[1]] * hit.u + body.normals[corners[2]] * hit.v;
+    result.distance = distance;
+    result.placement = hit.instID[0];
+    result.triangle = hit.primID;
+    result.face = body.triangleFaces[hit.primID];
+    result.flatNormal = glm::normalize(cofactors * glm::vec3(hit.Ng_x, hit.Ng_y, hit.Ng_z));
+    result.fromInside = glm::dot(glm::dvec3(result.flatNormal), direction) > 0.0;
+    const glm::vec3 normal = cofactors * smooth;
+    // A normal that points to the other side of its triangle is none.
+    result.normal = glm::dot(normal, result.flatNormal) > 0.0f ? glm::normalize(normal) : result.flatNormal;
+  }
+
+  const DrawScene& scene;
+  RTCDevice device = nullptr;
+  RTCScene all = nullptr;
+  glm::dvec3 center = glm::dvec3(0.0);
+  double radius = 0.0;
+  std::vector<Body> bodies;
+  std::vector<std::size_t> batchBodies;  // for each batch, its place in `bodies`
+};
+
+RayCaster::RayCaster(std::shared_ptr<const DrawScene> scene)
+    : scene_(std::move(scene)), index_(std::make_unique<Index>(*scene_)) {}
+
+RayCaster::~RayCaster() = default;
+
+void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer layer) const {
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  context.flags = RTC_INTERSECT_CONTEXT_FLAG_COHERENT;
+  for (std::size_t first = 0; first < count; first += kPacket) {
+    const std::size_t taken = std::min(kPacket, count - first);
+    alignas(64) RTCRayHit8 packet;
+    alignas(64) int valid[kPacket];
+    double starts[kPacket] = {};
+    std::memset(&packet, 0, sizeof packet);
+    for (std::size_t i = 0; i < kPacket; ++i) {
+      glm::vec3 origin(0.0f);
+      float length = 0.0f;
+      valid[i] = i < taken && index_->Clip(rays[first + i], origin, starts[i], length) ? -1 : 0;
+      const glm::dvec3& direction = rays[first + std::min(i, taken - 1)].direction;
+      packet.ray.org_x[i] = origin.x;
+      packet.ray.org_y[i] = origin.y;
+      packet.ray.org_z[i] = origin.z;
+      packet.ray.dir_x[i] = static_cast<float>(direction.x);
+      packet.ray.dir_y[i] = static_cast<float>(direction.y);
+      packet.ray.dir_z[i] = static_cast<float>(direction.z);
+      packet.ray.tfar[i] = length;
+      packet.ray.mask[i] = GetMask(layer);
+      packet.hit.geomID[i] = RTC_INVALID_GEOMETRY_ID;
+      packet.hit.instID[0][i] = RTC_INVALID_GEOMETRY_ID;
+    }
+    rtcIntersect8(valid, index_->all, &context, &packet);
+    for (std::size_t i = 0; i < taken; ++i) {
+      RayHit& result = hits[first + i];
+      result = RayHit();
+      if (packet.hit.geomID[i] == RTC_INVALID_GEOMETRY_ID) continue;
+      const RTCHit hit =
+          rtcGetHitFromHitN(reinterpret_cast<RTCHitN*>(&packet.hit), kPacket, static_cast<unsigned>(i));
+      index_->Resolve(hit, rays[first + i].direction, starts[i] + static_cast<double>(packet.ray.tfar[i]),
+                      result);
+    }
+  }
+}
+
+RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
+  RayHit result;
+  RTCRayHit one = {};
+  glm::vec3 origin;
+  double start = 0.0;
+  if (!index_->Clip(ray, origin, start, one.ray.tfar)) return result;
+  one.ray.org_x = origin.x;
+  one.ray.org_y = origin.y;
+  one.ray.org_z = origin.z;
+  one.ray.dir_x = static_cast<float>(ray.direction.x);
+  one.ray.dir_y = static_cast<float>(ray.direction.y);
+  one.ray.dir_z = static_cast<float>(ray.direction.z);
+  one.ray.mask = GetMask(layer);
+  one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  one.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  rtcIntersect1(index_->all, &context, &one);
+  if (one.hit.geomID != RTC_INVALID_GEOMETRY_ID)
+    index_->Resolve(one.hit, ray.direction, start + static_cast<double>(one.ray.tfar), result);
+  return result;
+}
+
+void RayCaster::FindBlocked(const Ray* rays, std::uint8_t* blocked, std::size_t count) const {
+  RTCIntersectContext context;
+  rtcInitIntersectContext(&context);
+  for (std::size_t first = 0; first < count; first += kPacket) {
+    const std::size_t taken = std::min(kPacket, count - first);
+    alignas(64) RTCRay8 packet;
+    alignas(64) int valid[kPacket];
+    std::memset(&packet, 0, sizeof packet);
+    for (std::size_t i = 0; i < kPacket; ++i) {
+      glm::vec3 origin(0.0f);
+      double start = 0.0;
+      float length = 0.0f;
+      valid[i] = i < taken && index_->Clip(rays[first + i], origin, start, length) ? -1 : 0;
+      const glm::dvec3& direction = rays[first + std::min(i, taken - 1)].direction;
+      packet.org_x[i] = origin.x;
+      packet.org_y[i] = origin.y;
+      packet.org_z[i] = origin.z;
+      packet.dir_x[i] = static_cast<float>(direction.x);
+      packet.dir_y[i] = static_cast<float>(direction.y);
+      packet.dir_z[i] = static_cast<float>(direction.z);
+      packet.tfar[i] = length;
+      packet.mask[i] = kSolidMask;
+    }
+    rtcOccluded8(valid, index_->all, &context, &packet);
+    for (std::size_t i = 0; i < taken; ++i)
+      blocked[first + i] = valid[i] != 0 && packet.tfar[i] < 0.0f ? 1 : 0;
+  }
+}
+
+std::vector<RayHit> RayCaster::CastThrough(const Ray& ray) const {
+  RTCRayHit one = {};
+  glm::vec3 origin;
+  double start = 0.0;
+  if (!index_->Clip(ray, origin, start, one.ray.tfar)) return {};
+  one.ray.org_x = origin.x;
+  one.ray.org_y = origin.y;
+  one.ray.org_z = origin.z;
+  one.ray.dir_x = static_cast<float>(ray.direction.x);
+  one.ray.dir_y = static_cast<float>(ray.direction.y);
+  one.ray.dir_z = static_cast<float>(ray.direction.z);
+  one.ray.mask = kSolidMask;
+  one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  ThroughContext context;
+  rtcInitIntersectContext(&context);
+  context.filter = CollectHit;
+  rtcIntersect1(index_->all, &context, &one);
+  std::vector<RayHit> hits(context.hits.size());
+  for (std::size_t i = 0; i < hits.size(); ++i)
+    index_->Resolve(context.hits[i], ray.direction, start + static_cast<double>(context.distances[i]),
+                    hits[i]);
+  std::sort(hits.begin(), hits.end(), [](const RayHit& a, const RayHit& b) {
+    if (a.distance != b.distance) return a.distance < b.distance;
+    return a.placement != b.placement ? a.placement < b.placement : a.triangle < b.triangle;
+  });
+  return hits;
+}
+
+}  // namespace mirel

@@ -1,0 +1,139 @@
+#include <Viewer/Draw/SurfaceFinder.h>
+
+#include <Viewer/Draw/ClosedMesh.h>
+#include <Viewer/Draw/DrawScene.h>
+
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <algorithm>
+#include <array>
+#include <limits>
+
+namespace mirel {
+
+namespace {
+
+constexpr std::size_t kAtOnce = 64;
+
+// Two hits of a ray where two triangles of one body meet are one; so near, compared with the size of the scene.
+constexpr double kSamePlace = 1e-6;
+
+// How often a ray comes out of a body without having gone in before.
+struct Passage {
+  std::uint32_t placement;
+  int balance;
+  double first;  // where it comes out first
+};
+
+}  // namespace
+
+SurfaceFinder::SurfaceFinder(const RayCaster& caster, const Camera& camera, const glm::dvec2& size,
+                             const std::vector<SectionPlane>& sections)
+    : caster_(caster), camera_(camera), size_(size), sections_(sections) {
+  if (sections.empty()) return;
+  std::unordered_set<const GRepShape*> known;
+  for (const DrawBatch& batch : caster.GetScene().GetBatches()) {
+    if (known.insert(batch.grep.get()).second && IsClosedMesh(batch.grep->GetMesh()))
+      closed_.insert(batch.grep.get());
+  }
+}
+
+int SurfaceFinder::Clip(Ray& ray) const {
+  int entered = -1;
+  for (std::size_t i = 0; i < sections_.size(); ++i) {
+    const double away = sections_[i].GetDistance(ray.origin);
+    const double speed = glm::dot(sections_[i].normal, ray.direction);
+    if (speed < 0.0) {
+      if (away / -speed > ray.nearest) {
+        ray.nearest = away / -speed;
+        entered = static_cast<int>(i);
+      }
+    } else if (speed > 0.0) {
+      ray.farthest = std::min(ray.farthest, -away / speed);
+    } else if (away > 0.0) {
+      ray.farthest = -std::numeric_limits<double>::max();
+    }
+  }
+  return entered;
+}
+
+void SurfaceFinder::FindCut(const Ray& ray, int plane, RayHit& hit) const {
+  const DrawScene& scene = caster_.GetScene();
+  Ray onwards = ray;
+  onwards.farthest = 1e30;
+  std::vector<Passage> passages;
+  const AABoxT<double>& box = scene.GetBox();
+  const double near = kSamePlace * glm::length(box.GetMax() - box.GetMin());
+  const std::vector<RayHit> hits = caster_.CastThrough(onwards);
+  for (std::size_t i = 0; i < hits.size(); ++i) {
+    const RayHit& passed = hits[i];
+    bool again = false;
+    for (std::size_t j = i; j-- > 0 && hits[j].distance >= passed.distance - near;)
+      again = again || (hits[j].placement == passed.placement && hits[j].fromInside == passed.fromInside);
+    if (again) continue;
+    auto passage = std::find_if(passages.begin(), passages.end(),
+                                [&](const Passage& p) { return p.placement == passed.placement; });
+    if (passage == passages.end())
+      passage = passages.insert(passages.end(), {passed.placement, 0, std::numeric_limits<double>::max()});
+    passage->balance += passed.fromInside ? 1 : -1;
+    if (passed.fromInside) passage->first = std::min(passage->first, passed.distance);
+  }
+  double first = std::numeric_limits<double>::max();
+  for (const Passage& passage : passages) {
+    if (passage.balance <= 0 || passage.first >= first ||
+        closed_.count(scene.GetBatch(passage.placement).grep.get()) == 0)
+      continue;
+    first = passage.first;
+    hit.distance = ray.nearest;
+    hit.placement = passage.placement;
+    hit.face = FaceMap::kCut + static_cast<std::uint32_t>(plane);
+    hit.normal = hit.flatNormal = glm::vec3(sections_[static_cast<std::size_t>(plane)].normal);
+    hit.fromInside = false;
+  }
+}
+
+RayHit SurfaceFinder::FindHit(const glm::dvec2& point, Ray& ray) const {
+  ray = camera_.GetRay(point, size_);
+  const int plane = Clip(ray);
+  RayHit hit = caster_.Cast(ray);
+  if (plane >= 0 && ray.nearest < ray.farthest) FindCut(ray, plane, hit);
+  return hit;
+}
+
+void SurfaceFinder::Find(const glm::vec2* points, Surface* surfaces, std::size_t count,
+                         RayCaster::Layer layer) const {
+  for (std::size_t first = 0; first < count; first += kAtOnce)
+    FindSome(points + first, surfaces + first, std::min(kAtOnce, count - first), layer);
+}
+
+void SurfaceFinder::FindSome(const glm::vec2* points, Surface* surfaces, std::size_t count,
+                             RayCaster::Layer layer) const {
+  std::array<Ray, kAtOnce> rays;
+  std::array<int, kAtOnce> planes;
+  std::array<RayHit, kAtOnce> hits;
+  for (std::size_t i = 0; i < count; ++i) {
+    rays[i] = camera_.GetRay(points[i], size_);
+    planes[i] = Clip(rays[i]);
+  }
+  caster_.Cast(rays.data(), hits.data(), count, layer);
+  for (std::size_t i = 0; i < count; ++i) {
+    const Ray& ray = rays[i];
+    RayHit& hit = hits[i];
+    if (planes[i] >= 0 && layer == RayCaster::Layer::kSolid && ray.nearest < ray.farthest)
+      FindCut(ray, planes[i], hit);
+    Surface& surface = surfaces[i];
+    surface = Surface();
+    if (!hit.IsHit()) continue;
+    surface.placement = hit.placement;
+    surface.face = hit.face;
+    const glm::dvec3 point = ray.origin + ray.direction * hit.distance;
+    surface.depth = static_cast<float>(glm::dot(point - camera_.GetEye(), camera_.GetForward()));
+    surface.pixel = static_cast<float>(camera_.GetPixelSize(static_cast<double>(surface.depth), size_));
+    surface.point = glm::vec3(point - camera_.GetTarget());
+    surface.isBack = hit.fromInside;
+    surface.normal = hit.fromInside ? -hit.normal : hit.normal;
+    surface.flatNormal = hit.fromInside ? -hit.flatNormal : hit.flatNormal;
+  }
+}
+
+}  // namespace mirel

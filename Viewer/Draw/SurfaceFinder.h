@@ -1,0 +1,68 @@
+#pragma once
+
+#include <Viewer/Draw/Camera.h>
+#include <Viewer/Draw/FaceMap.h>
+#include <Viewer/Draw/RayCaster.h>
+#include <Viewer/Draw/SectionPlane.h>
+
+#include <glm/vec2.hpp>
+#include <glm/vec3.hpp>
+
+#include <cstddef>
+#include <cstdint>
+#include <unordered_set>
+#include <vector>
+
+namespace mirel {
+
+class GRepShape;
+
+/// What is seen at one point of a picture.
+struct Surface {
+  std::uint32_t placement = FaceMap::kNothing;
+  std::uint32_t face = 0;      ///< as in `FaceMap::Entry`
+  float depth = 0.0f;          ///< mm from the eye, along the ray
+  float pixel = 0.0f;          ///< the width in mm of a pixel there
+  glm::vec3 point{0.0f};       ///< from the camera's target, in mm
+  glm::vec3 normal{0.0f};      ///< unit, smooth, towards the viewer
+  glm::vec3 flatNormal{0.0f};  ///< unit, of the triangle, towards the viewer
+
+  bool isBack = false;  ///< seen from within the material
+
+  bool IsSeen() const { return placement != FaceMap::kNothing; }
+  bool IsCut() const { return (face & FaceMap::kCut) != 0; }
+};
+
+/// Finds what a camera sees of a scene that is cut by section planes.
+class SurfaceFinder {
+ public:
+  SurfaceFinder(const RayCaster& caster, const Camera& camera, const glm::dvec2& size,
+                const std::vector<SectionPlane>& sections);
+
+  /// What the line of sight through a point of the picture meets first, and that line.
+  RayHit FindHit(const glm::dvec2& point, Ray& ray) const;
+
+  /// What is seen at each of `count` points of the picture. Ghosts are cut open: no caps.
+  void Find(const glm::vec2* points, Surface* surfaces, std::size_t count, RayCaster::Layer layer) const;
+
+  const RayCaster& GetCaster() const { return caster_; }
+  const Camera& GetCamera() const { return camera_; }
+  const glm::dvec2& GetSize() const { return size_; }
+  const std::vector<SectionPlane>& GetSections() const { return sections_; }
+
+  /// Shortens a ray to the part that no section plane takes away. Gives the number of the plane that it comes through
+  /// first, or -1; what is left may be empty (`farthest < nearest`).
+  int Clip(Ray& ray) const;
+
+ private:
+  void FindSome(const glm::vec2* points, Surface* surfaces, std::size_t count, RayCaster::Layer layer) const;
+  void FindCut(const Ray& ray, int plane, RayHit& hit) const;
+
+  const RayCaster& caster_;
+  const Camera& camera_;
+  const glm::dvec2 size_;
+  const std::vector<SectionPlane>& sections_;
+  std::unordered_set<const GRepShape*> closed_;  // only filled where there are sections
+};
+
+}  // namespace mirel

@@ -1,0 +1,334 @@
+#include <Viewer/Draw/TilePainter.h>
+
+#include <Viewer/Draw/DrawScene.h>
+#include <Viewer/Draw/Selection.h>
+
+#include <glm/geometric.hpp>
+
+#include <algorithm>
+#include <array>
+#include <cmath>
+
+namespace mirel {
+
+namespace {
+
+// Around a tile: what the mean of the occlusion needs.
+constexpr int kBorder = AmbientOcclusion::kBorder + 1;
+
+const glm::vec3 kLineColor(0.012f, 0.014f, 0.018f);  // linear
+const glm::vec3 kSelectionColor(1.0f, 0.55f, 0.08f);
+constexpr float kSelectionStrength = 0.75f;
+
+// Of the light that falls on a surface, for one that is seen from within the material.
+constexpr float kBackLight = 0.6f;
+
+// Ghosts: how opaque they are where they are seen straight on, and at their rims.
+constexpr float kGhostBody = 0.10f, kGhostRim = 0.40f, kGhostLine = 0.35f;
+
+// Between the lines of a hatch, in pixels, and their width.
+constexpr float kHatchPitch = 11.0f, kHatchWidth = 1.1f, kHatchStrength = 0.45f;
+
+// The number that a body's hatch depends on: neighbours should differ.
+unsigned Scatter(std::uint32_t number) {
+  return (number * 2654435761u) >> 28;
+}
+
+float GetSmallerSide(const PictureOptions& options) {
+  return static_cast<float>(std::min(options.width, options.height));
+}
+
+}  // namespace
+
+/// The surfaces of one tile and what is around it.
+class TilePainter::Tile {
+ public:
+  Tile(const TilePainter& painter, int left, int top, int width, int height)
+      : painter_(painter),
+        left_(left - kBorder),
+        top_(top - kBorder),
+        width_(width + 2 * kBorder),
+        height_(height + 2 * kBorder) {
+    const std::size_t count = static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_);
+    solids_.resize(count);
+    FindCenters(solids_, RayCaster::Layer::kSolid);
+    if (painter_.hasGhosts_) {
+      ghosts_.resize(count);
+      FindCenters(ghosts_, RayCaster::Layer::kGhost);
+      for (std::size_t i = 0; i < count; ++i)
+        HideBehind(solids_[i], ghosts_[i]);
+    }
+    MarkRough();
+    FindSamples();
+    if (painter_.options_.ambientOcclusion) open_ = painter_.occlusion_.Find(solids_, left_, top_, width_);
+  }
+
+  void Paint(Picture& picture) const {
+    for (int y = kBorder; y + kBorder < height_; ++y) {
+      for (int x = kBorder; x + kBorder < width_; ++x)
+        PaintPixel(x, y, picture.GetPixel(left_ + x, top_ + y));
+    }
+  }
+
+ private:
+  static constexpr std::uint32_t kSmooth = 0xFFFFFFFFu;  // no samples but the one in the middle
+
+  std::size_t At(int x, int y) const {
+    return static_cast<std::size_t>(y) * static_cast<std::size_t>(width_) + static_cast<std::size_t>(x);
+  }
+  glm::vec2 GetCenter(int x, int y) const {
+    return {static_cast<float>(left_ + x) + 0.5f, static_cast<float>(top_ + y) + 0.5f};
+  }
+
+  static void HideBehind(const Surface& solid, Surface& ghost) {
+    if (solid.IsSeen() && solid.depth <= ghost.depth) ghost = Surface();
+  }
+
+  void FindCenters(std::vector<Surface>& surfaces, RayCaster::Layer layer) const {
+    // In blocks, whose rays stay close to each other.
+    constexpr int kBlockWidth = 4, kBlockHeight = 2, kBlocks = 8;
+    std::vector<glm::vec2> points;
+    std::vector<std::size_t> places;
+    std::vector<Surface> found(kBlockWidth * kBlockHeight * kBlocks);
+    const auto flush = [&] {
+      found.resize(points.size());
+      painter_.finder_.Find(points.data(), found.data(), points.size(), layer);
+      for (std::size_t i = 0; i < places.size(); ++i)
+        surfaces[places[i]] = found[i];
+      points.clear();
+      places.clear();
+    };
+    for (int top = 0; top < height_; top += kBlockHeight) {
+      for (int left = 0; left < width_; left += kBlockWidth) {
+        for (int y = top; y < std::min(top + kBlockHeight, height_); ++y) {
+          for (int x = left; x < std::min(left + kBlockWidth, width_); ++x) {
+            points.push_back(GetCenter(x, y));
+            places.push_back(At(x, y));
+          }
+        }
+        if (points.size() >= kBlockWidth * kBlockHeight * kBlocks) flush();
+      }
+    }
+    flush();
+  }
+
+  bool DiffersFrom(std::size_t a, std::size_t b) const {
+    return EdgeRule::IsRough(solids_[a], solids_[b]) ||
+           (!ghosts_.empty() && EdgeRule::IsRough(ghosts_[a], ghosts_[b]));
+  }
+
+  // Rough are pixels beside which something else is seen, and their neighbours: something thin may pass there.
+  void MarkRough() {
+    std::vector<std::uint8_t> marks(solids_.size(), 0);
+    for (int y = 0; y < height_; ++y) {
+      for (int x = 0; x < width_; ++x) {
+        const std::size_t own = At(x, y);
+        if (x + 1 < width_ && DiffersFrom(own, At(x + 1, y))) marks[own] = marks[At(x + 1, y)] = 1;
+        if (y + 1 < height_ && DiffersFrom(own, At(x, y + 1))) marks[own] = marks[At(x, y + 1)] = 1;
+      }
+    }
+    const auto perPixel = static_cast<std::uint32_t>(painter_.samples_.size());
+    first_.assign(solids_.size(), kSmooth);
+    std::uint32_t next = 0;
+    for (int y = kBorder - 1; y <= height_ - kBorder; ++y) {
+      for (int x = kBorder - 1; x <= width_ - kBorder; ++x) {
+        const bool isCut = solids_[At(x, y)].IsCut();  // hatched
+        if (!isCut && !IsNearMark(marks, x, y)) continue;
+        first_[At(x, y)] = next;
+        next += perPixel;
+      }
+    }
+    samples_.resize(next);
+  }
+
+  bool IsNearMark(const std::vector<std::uint8_t>& marks, int x, int y) const {
+    return marks[At(x, y)] != 0 || marks[At(x - 1, y)] != 0 || marks[At(x + 1, y)] != 0 ||
+           marks[At(x, y - 1)] != 0 || marks[At(x, y + 1)] != 0;
+  }
+
+  void FindSamples() {
+    const std::size_t perPixel = painter_.samples_.size();
+    std::vector<glm::vec2> points;
+    points.reserve(samples_.size());
+    for (int y = 0; y < height_; ++y) {
+      for (int x = 0; x < width_; ++x) {
+        if (first_[At(x, y)] == kSmooth) continue;
+        const glm::vec2 corner = GetCenter(x, y) - 0.5f;
+        for (std::size_t k = 0; k < perPixel; ++k)
+          points.push_back(corner + painter_.samples_[k]);
+      }
+    }
+    std::vector<Surface> found(points.size());
+    painter_.finder_.Find(points.data(), found.data(), points.size(), RayCaster::Layer::kSolid);
+    for (std::size_t i = 0; i < found.size(); ++i)
+      samples_[i].solid = found[i];
+    if (ghosts_.empty()) return;
+    painter_.finder_.Find(points.data(), found.data(), points.size(), RayCaster::Layer::kGhost);
+    for (std::size_t i = 0; i < found.size(); ++i) {
+      samples_[i].ghost = found[i];
+      HideBehind(samples_[i].solid, samples_[i].ghost);
+    }
+  }
+
+  // How dark the line through a pixel is: in a disc around its middle, twice the share of what lies beyond an edge.
+  template <typename Pick>
+  float FindLine(int x, int y, const std::vector<Surface>& centers, const Pick& pick) const {
+    if (first_[At(x, y)] == kSmooth || painter_.options_.edges == PictureOptions::Edges::kNone) return 0.0f;
+    const Surface& own = centers[At(x, y)];
+    const float radius = painter_.lineRadius_;
+    int inside = 0, beyond = 0;
+    std::array<std::uint32_t, 9> bodies;
+    std::size_t bodyCount = 0;
+    for (int j = -1; j <= 1; ++j) {
+      for (int i = -1; i <= 1; ++i) {
+        const std::size_t place = At(x + i, y + j);
+        const std::uint32_t body = centers[place].placement;
+        if (std::find(bodies.begin(), bodies.begin() + bodyCount, body) == bodies.begin() + bodyCount)
+          bodies[bodyCount++] = body;
+        int near = 0, other = 0;
+        for (std::size_t k = 0; k < painter_.samples_.size(); ++k) {
+          const glm::vec2 d = painter_.samples_[k] - 0.5f + glm::vec2(i, j);
+          if (glm::dot(d, d) > radius * radius) continue;
+          ++near;
+          if (first_[place] != kSmooth)
+            other += painter_.edges_.IsEdge(own, pick(samples_[first_[place] + k])) ? 1 : 0;
+        }
+        if (first_[place] == kSmooth && near > 0 && painter_.edges_.IsEdge(own, centers[place])) other = near;
+        inside += near;
+        beyond += other;
+      }
+    }
+    if (inside == 0) return 0.0f;
+    // Where many bodies meet in a few pixels, lines would leave nothing else.
+    const float crowd = bodyCount > 3 ? 3.0f / static_cast<float>(bodyCount) : 1.0f;
+    return std::min(1.0f, 2.0f * static_cast<float>(beyond) / static_cast<float>(inside)) * crowd;
+  }
+
+  void PaintPixel(int x, int y, std::uint8_t* pixel) const {
+    const std::size_t place = At(x, y);
+    const float open = open_.empty() ? 1.0f : open_[place];
+    const std::uint32_t first = first_[place];
+    const bool smooth = first == kSmooth;
+    const std::size_t count = smooth ? 1 : painter_.samples_.size();
+    const glm::vec2 corner = GetCenter(x, y) - 0.5f;
+    glm::vec3 color(0.0f);
+    float cover = 0.0f;
+    glm::vec4 veil(0.0f);  // what ghosts put in front, premultiplied
+    for (std::size_t k = 0; k < count; ++k) {
+      const Surface& solid = smooth ? solids_[place] : samples_[first + k].solid;
+      if (solid.IsSeen()) {
+        color += painter_.Shade(solid, open, corner + (smooth ? glm::vec2(0.5f) : painter_.samples_[k]));
+        cover += 1.0f;
+      }
+      if (ghosts_.empty()) continue;
+      const Surface& ghost = smooth ? ghosts_[place] : samples_[first + k].ghost;
+      if (ghost.IsSeen()) veil += painter_.ShadeGhost(ghost);
+    }
+    const float weight = 1.0f / static_cast<float>(count);
+    color *= weight;
+    cover *= weight;
+    const float line =
+        painter_.lineStrength_ * FindLine(x, y, solids_, [](const Sample& s) { return s.solid; });
+    glm::vec4 result(color * (1.0f - line) + kLineColor * line, cover + (1.0f - cover) * line);
+    if (!ghosts_.empty()) {
+      veil *= weight;
+      const float ghostLine = kGhostLine * FindLine(x, y, ghosts_, [](const Sample& s) { return s.ghost; });
+      veil = veil * (1.0f - ghostLine) + glm::vec4(kLineColor, 1.0f) * ghostLine;
+      result = veil + result * (1.0f - veil.a);
+    }
+    Store(result, y, pixel);
+  }
+
+  void Store(const glm::vec4& light, int y, std::uint8_t* pixel) const {
+    const PictureOptions& options = painter_.options_;
+    glm::vec3 color(light);
+    float alpha = light.a;
+    if (options.background == PictureOptions::Background::kNone) {
+      if (alpha > 0.0f) color /= alpha;
+    } else {
+      const float down = (static_cast<float>(top_ + y) + 0.5f) / static_cast<float>(options.height);
+      const glm::vec3 behind = options.background == PictureOptions::Background::kColor
+                                   ? Studio::ToLinear(options.backgroundColor)
+                                   : Studio::GetBackdrop(down);
+      color += behind * (1.0f - alpha);
+      alpha = 1.0f;
+    }
+    for (int i = 0; i < 3; ++i)
+      pixel[i] = Studio::ToByte(color[i]);
+    pixel[3] = static_cast<std::uint8_t>(std::min(alpha, 1.0f) * 255.0f + 0.5f);
+  }
+
+  const TilePainter& painter_;
+  const int left_, top_, width_, height_;
+  std::vector<Surface> solids_, ghosts_;  // in the middle of each pixel; no ghosts when there are none
+  std::vector<std::uint32_t> first_;      // of a pixel's samples
+  std::vector<Sample> samples_;
+  std::vector<float> open_;
+};
+
+TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& options, bool hasGhosts)
+    : finder_(finder),
+      options_(options),
+      hasGhosts_(hasGhosts),
+      edges_(options.edges),
+      studio_(finder.GetCamera()),
+      occlusion_(finder),
+      lineRadius_(std::clamp(GetSmallerSide(options) / 1100.0f, 1.0f, 1.4f)),
+      lineStrength_(std::clamp(GetSmallerSide(options) / 900.0f, 0.6f, 0.88f)) {
+  int side = 1;
+  while (side * side < options.samples && side < 8)
+    ++side;
+  for (int i = 0; i < side * side; ++i)
+    samples_.push_back((glm::vec2(i % side, i / side) + 0.5f) / static_cast<float>(side));
+}
+
+void TilePainter::Paint(int left, int top, int width, int height, Picture& picture) const {
+  Tile(*this, left, top, width, height).Paint(picture);
+}
+
+glm::vec3 TilePainter::GetColor(const Surface& surface) const {
+  const glm::vec3& own =
+      finder_.GetCaster().GetScene().GetBatch(surface.placement).palette->GetColor(surface.face);
+  if (options_.selection == nullptr || !options_.selection->Contains(surface.placement, surface.face))
+    return own;
+  return own + (kSelectionColor - own) * kSelectionStrength;
+}
+
+float TilePainter::Hatch(const Surface& surface) const {
+  // Lines at 45 degrees in the plane of the cut, one way or the other.
+  const std::size_t number = surface.face - FaceMap::kCut;
+  const glm::dvec3& normal = finder_.GetSections()[number].normal;
+  const glm::dvec3 aside = glm::normalize(std::abs(normal.z) < 0.9 ? glm::cross(glm::dvec3(0, 0, 1), normal)
+                                                                   : glm::cross(glm::dvec3(0, 1, 0), normal));
+  const glm::dvec3 along = glm::cross(normal, aside);
+  const glm::dvec3 point = glm::dvec3(surface.point);
+  const double sign = Scatter(surface.placement) % 2 == 0 ? 1.0 : -1.0;
+  const double across = (glm::dot(point, aside) + sign * glm::dot(point, along)) * 0.70710678;
+  const double pitch = finder_.GetCamera().GetHeight() / options_.height *
+                       static_cast<double>(kHatchPitch * lineRadius_) *
+                       (1.0 + 0.12 * (Scatter(surface.placement) / 2 % 4));
+  const double phase = across / pitch;
+  return std::abs(phase - std::round(phase)) * pitch <
+                 0.5 * static_cast<double>(kHatchWidth) * static_cast<double>(surface.pixel)
+             ? 1.0f
+             : 0.0f;
+}
+
+glm::vec3 TilePainter::Shade(const Surface& surface, float open, const glm::vec2& point) const {
+  if (surface.IsCut()) {
+    const glm::vec3 light = Studio::LightCut(GetColor(surface));
+    return light + (kLineColor - light) * (kHatchStrength * Hatch(surface));
+  }
+  const glm::vec3 view = -glm::vec3(finder_.GetCamera().GetRay(point, finder_.GetSize()).direction);
+  const glm::vec3 light = studio_.Light(GetColor(surface), surface.normal, view, open);
+  return surface.isBack ? light * kBackLight : light;
+}
+
+glm::vec4 TilePainter::ShadeGhost(const Surface& surface) const {
+  const glm::vec3 view(-finder_.GetCamera().GetForward());
+  const float rim = 1.0f - std::abs(glm::dot(surface.normal, view));
+  const float alpha = kGhostBody + kGhostRim * rim * rim;
+  return glm::vec4(studio_.Light(GetColor(surface), surface.normal, view, 1.0f) * alpha, alpha);
+}
+
+}  // namespace mirel
