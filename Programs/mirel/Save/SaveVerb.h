@@ -23,6 +23,7 @@ class SaveVerb : public Verb {
   ExitCode ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode ReadBody(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode Write(Console& console, ProgressBar& progress, LiteModel& model);
+  bool Seal(Console& console, const std::string& folder);
   bool Verify(Console& console, ProgressBar& progress, const LiteModel& model, const LiteModelWriter& writer,
               const LiteModel& readBack, const std::string& folder) const;
   void AddLoss(const char* key, const char* text, std::uint64_t count) {
