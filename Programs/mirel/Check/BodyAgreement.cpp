@@ -67,8 +67,9 @@ double LargestTolerance(const TopoDS_Face& face) {
 
 class Comparison {
  public:
-  Comparison(const TopoDS_Shape& body, const GRepMesh& mesh, const BodyAgreement::Report& report)
-      : body_(body), mesh_(mesh), report_(report) {
+  Comparison(const TopoDS_Shape& body, const GRepMesh& mesh, BodyAgreement::Effort effort,
+             const BodyAgreement::Report& report)
+      : body_(body), mesh_(mesh), effort_(effort), report_(report) {
     TopExp::MapShapes(body, TopAbs_FACE, faces_);
     TopExp::MapShapes(body, TopAbs_EDGE, edges_);
     const double cell = 0.5 * std::sqrt(3.0) * mesh.gridStep;
@@ -235,8 +236,11 @@ class Comparison {
   }
 
   void CompareFaces() {
-    const std::uint32_t perFace = static_cast<std::uint32_t>(
-        std::clamp<int>(kPointsPerBody / 4 / std::max(1, faces_.Extent()), 1, kMaxTrianglesPerFace));
+    const std::uint32_t perFace =
+        effort_ == BodyAgreement::Effort::kLittle
+            ? 1
+            : static_cast<std::uint32_t>(std::clamp<int>(kPointsPerBody / 4 / std::max(1, faces_.Extent()), 1,
+                                                         kMaxTrianglesPerFace));
     BadFaces off;
     BadFaces turned;
     for (int i = 1; i <= faces_.Extent(); ++i) {
@@ -339,6 +343,7 @@ class Comparison {
 
   const TopoDS_Shape& body_;
   const GRepMesh& mesh_;
+  const BodyAgreement::Effort effort_;
   const BodyAgreement::Report& report_;
   TopTools_IndexedMapOfShape faces_;
   TopTools_IndexedMapOfShape edges_;
@@ -348,8 +353,9 @@ class Comparison {
 
 }  // namespace
 
-std::uint64_t BodyAgreement::Compare(const TopoDS_Shape& body, const GRepMesh& mesh, const Report& report) {
-  return Comparison(body, mesh, report).Run();
+std::uint64_t BodyAgreement::Compare(const TopoDS_Shape& body, const GRepMesh& mesh, Effort effort,
+                                     const Report& report) {
+  return Comparison(body, mesh, effort, report).Run();
 }
 
 }  // namespace mirel

@@ -20,6 +20,9 @@ namespace {
 // What the rounding of normals to 8 bits may turn, with room for that of positions.
 constexpr double kRoundedTurn = 0.05;
 
+// A surface of which the reach covers more than this share is a speck, which has no normals that could be told apart.
+constexpr double kMaxShare = 0.125;
+
 double AngleBetween(const gp_XYZ& a, const gp_XYZ& b) {
   return std::atan2((a ^ b).Modulus(), a * b);
 }
@@ -98,6 +101,10 @@ double FaceProbe::MeasureTurn(const gp_XYZ& normal, double reach) const {
   if (adaptor_.GetType() != GeomAbs_Plane) {
     const double du = reach / speeds.X();
     const double dv = reach / speeds.Y();
+    if (!(du <= kMaxShare * (adaptor_.LastUParameter() - adaptor_.FirstUParameter())) ||
+        !(dv <= kMaxShare * (adaptor_.LastVParameter() - adaptor_.FirstVParameter()))) {
+      return 0.0;
+    }
     for (const auto& [u, v] : {std::pair(u_ - du, v_), {u_ + du, v_}, {u_, v_ - dv}, {u_, v_ + dv}}) {
       gp_XYZ near;
       if (!FindNormal(u, v, near, speeds)) {

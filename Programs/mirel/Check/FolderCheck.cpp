@@ -2,7 +2,6 @@
 
 #include <Programs/mirel/Check/BodyAgreement.h>
 #include <Programs/mirel/Check/GuardedLoop.h>
-#include <Programs/mirel/Check/SealCheck.h>
 #include <Programs/mirel/LogNotes.h>
 #include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/ProgressBar.h>
@@ -121,7 +120,6 @@ void FolderCheck::CheckFiles() {
       findings_.Add(CheckCode::kForeignFile, name, WhyForeign(name));
     }
   }
-  SealCheck::Run(folder_, findings_);
 }
 
 void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {
@@ -200,7 +198,8 @@ void FolderCheck::CheckBody(const PackageSet::Item& item, const std::string& fil
   say(kFigures + std::to_string(faces.Extent()));
   const auto grep = goodGReps_.find(item.id);
   if (compares_ && item.counts && grep != goodGReps_.end()) {
-    const std::uint64_t points = BodyAgreement::Compare(shape, grep->second->GetMesh(), report);
+    const std::uint64_t points =
+        BodyAgreement::Compare(shape, grep->second->GetMesh(), BodyAgreement::Effort::kMuch, report);
     say(kFigures + std::string(1, kFigures) + std::to_string(points));
   }
 }

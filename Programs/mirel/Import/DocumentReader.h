@@ -63,6 +63,9 @@ class DocumentReader {
   /// What is wrong with all these entities, line by line.
   std::vector<std::string> GetEntityErrors() const { return entityErrors_.ToLines(); }
 
+  /// The products of bodies that were left out because of numbers that are none, one for each body.
+  const std::vector<std::string>& GetUnreadableBodies() const { return unreadableBodies_; }
+
   /// Other files that the file refers to and that could not be read, each with the reason.
   const std::vector<std::string>& GetMissingFiles() const { return missingFiles_; }
 
@@ -78,6 +81,7 @@ class DocumentReader {
   void AddLosses(const std::vector<LossReport::Loss>& losses) {
     losses_.insert(losses_.end(), losses.begin(), losses.end());
   }
+  void SetUnreadableBodies(std::vector<std::string> names) { unreadableBodies_ = std::move(names); }
   void AddMissingFile(const std::string& line) { missingFiles_.push_back(line); }
 
  private:
@@ -113,6 +117,7 @@ class DocumentReader {
   std::size_t incompleteEntities_ = 0;
   std::size_t failedEntities_ = 0;
   EntityErrors entityErrors_;
+  std::vector<std::string> unreadableBodies_;
   std::vector<std::string> missingFiles_;
   std::vector<LossReport::Loss> losses_;
 };

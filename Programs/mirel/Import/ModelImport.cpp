@@ -24,6 +24,11 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
   Stopwatch watch;
   AssemblyImporter importer(document, file.GetFingerprint(), model);
   importer.Import();
+  if (model.GetShape().empty() && !reader.GetUnreadableBodies().empty()) {
+    result.error = "none of its bodies can be read: their numbers are none, or without bounds";
+    result.messages = reader.GetUnreadableBodies();
+    return;
+  }
   result.record = importer.GetRecord();
   result.readSeconds = reader.GetReadSeconds();
   result.transferSeconds = reader.GetTransferSeconds() + watch.Lap();
@@ -34,6 +39,8 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
     result.losses.push_back({loss.key, loss.text, loss.count, {}});
   }
   result.losses.insert(result.losses.end(), reader.GetLosses().begin(), reader.GetLosses().end());
+  result.losses.push_back({"badNumbers", "bodies with numbers that are none, or without bounds",
+                           reader.GetUnreadableBodies().size(), reader.GetUnreadableBodies()});
   result.losses.push_back({"missingFiles", "other files that could not be read",
                            reader.GetMissingFiles().size(), reader.GetMissingFiles()});
   result.losses.push_back(

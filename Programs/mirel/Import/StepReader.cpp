@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Import/Part21/StepWorkLibrary.h>
 #include <Programs/mirel/Import/StepCensus.h>
+#include <Programs/mirel/Import/StepNumbers.h>
 
 #include <Interface_InterfaceModel.hxx>
 #include <Interface_ReportEntity.hxx>
@@ -61,8 +62,10 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   reader.SetMatMode(Standard_True);
   reader.SetViewMode(Standard_True);
   Handle(TDocStd_Document) target = document;
-  const bool good = Run(file, reader.ChangeReader(),
-                        [&](const Message_ProgressRange& range) { return reader.Transfer(target, range); });
+  const bool good = Run(file, reader.ChangeReader(), [&](const Message_ProgressRange& range) {
+    SetUnreadableBodies(StepNumbers::TakeOutBodies(reader.ChangeReader()));
+    return reader.Transfer(target, range);
+  });
   if (good) {
     LookAround(reader, file, document);
   }

@@ -17,13 +17,11 @@
 #include <Programs/mirel/Save/SaveWatcher.h>
 #include <Programs/mirel/Save/SavedFolderCheck.h>
 #include <Programs/mirel/Save/TypeUseCounter.h>
-#include <Programs/mirel/Seal/FolderSeal.h>
 #include <Programs/mirel/Stopwatch.h>
 #include <Programs/mirel/Text/Utf8.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
-#include <Viewer/Kernel/Model/FolderFiles.h>
 #include <Viewer/Kernel/Model/ShapeItem.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
@@ -32,11 +30,18 @@
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Shape.hxx>
 
-#include <memory>
+#include <algorithm>
 #include <sstream>
 #include <utility>
 
 namespace mirel {
+
+namespace {
+
+// How long the comparison of one body with its graphics may take.
+constexpr unsigned int kBodySeconds = 60;
+
+}  // namespace
 
 CLI::App* SaveVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
@@ -188,45 +193,44 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
     return ExitCode::kOutputUnwritten;
   }
   TypeUseCounter::Count(model);
-  auto writer = std::make_unique<LiteModelWriter>(model);
   GRepShape::SetPatience(patience_);
-  const unsigned givenUpBefore = GRepShape::CountGivenUp();
-  {
-    const CrashGuard guard(input_, "its shapes made OpenCASCADE crash; it is probably damaged",
-                           ExitCode::kOutputUnwritten);
-    SaveWatcher watcher(std::filesystem::u8path(replacement.GetFolder()), progress);
-    writer->Save(replacement.GetFolder());
-    const SaveWatcher::Times times = watcher.Stop();
-    report_.seconds.emplace_back("tessellation", times.tessellation);
-    report_.seconds.emplace_back("writing", times.writing);
+  BodyCheck bodies(model);
+  SavedOnce saved = WriteOnce(console, progress, model, replacement.GetFolder());
+  const std::vector<BodyCheck::Fault> lost =
+      saved.hasAllFiles ? bodies.FindMissing(saved.readBack->GetModel()) : std::vector<BodyCheck::Fault>();
+  if (!lost.empty() && lost.size() == model.GetShape().size()) {
+    console.Error(input_, "none of its bodies can be saved:");
+    for (const BodyCheck::Fault& fault : lost) {
+      console.ErrorDetail(Utf8::Printable(fault.text));
+    }
+    return ExitCode::kInputUnread;
   }
-  if (!verify_) {
-    writer.reset();  // and with it the graphics
+  if (!lost.empty()) {
+    bodies.Empty(lost);
+    saved = WriteOnce(console, progress, model, replacement.GetFolder());
   }
-  progress.Begin("checking");
-  Stopwatch watch;
-  ModelFolder readBack;
-  const bool complete = readBack.Load(replacement.GetFolder());
-  // A body that is given up is a failure of the log, but one that leaves a sound folder: a loss.
-  const unsigned givenUp = GRepShape::CountGivenUp() - givenUpBefore;
-  if (!complete || log.GetFailureCount() > givenUp) {
+  report_.seconds.emplace_back("tessellation", saved.times.tessellation);
+  report_.seconds.emplace_back("writing", saved.times.writing);
+  if (!saved.isWhole) {
     console.Error(folder_, "not written; nothing has been changed");
     return ExitCode::kOutputUnwritten;
   }
+  const ModelFolder& readBack = *saved.readBack;
+  Stopwatch watch;
+  const std::vector<BodyCheck::Fault> wrong = bodies.FindDrawnWrongly(readBack.GetModel(), kBodySeconds);
   const ModelFigures figures(readBack.GetModel());
   report_.saved = RecordCheck::CountSaved(record_, readBack.GetModel(), figures);
   report_.colorVariants = record_.colorVariants;
-  AddLoss("bodiesGivenUp", "bodies whose tessellation did not come to an end", givenUp);
+  AddLoss("bodiesGivenUp", "bodies whose tessellation did not come to an end", saved.givenUp);
   AddLoss("facesWithoutTriangles", "faces that could not be tessellated", figures.facesWithoutTriangles);
+  AddFaults("bodiesLost", "bodies that could not be saved", lost);
+  AddFaults("bodiesDrawnWrongly", "bodies that are not drawn as they are", wrong);
   for (const ModelFolder::File& file : readBack.GetFiles()) {
     report_.folderBytes += file.packedBytes;
   }
-  if (!Seal(console, replacement.GetFolder())) {
-    return ExitCode::kOutputUnwritten;
-  }
   report_.seconds.emplace_back("checking", watch.Lap());
   if (verify_) {
-    if (!Verify(console, progress, model, *writer, readBack.GetModel(), replacement.GetFolder())) {
+    if (!Verify(console, progress, model, *saved.writer, readBack.GetModel(), replacement.GetFolder())) {
       console.Error(folder_, "not written; nothing has been changed");
       return ExitCode::kOutputUnwritten;
     }
@@ -238,22 +242,38 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   }
   const std::string left = replacement.RemoveAside();
   if (!left.empty()) {
-    console.Note("the folder that was there before is replaced but cannot be removed: " + left);
+    console.Note(
+        Utf8::Printable("the folder that was there before is replaced but cannot be removed: " + left));
   }
   return ExitCode::kDone;
 }
 
-bool SaveVerb::Seal(Console& console, const std::string& folder) {
-  FolderSeal::Sums sums;
-  std::string reason;
-  if (!FolderSeal::Make(folder, sums, reason) || !FolderSeal::Write(folder, sums, reason)) {
-    console.Error(folder_, "cannot be sealed: " + reason);
-    return false;
+SaveVerb::SavedOnce SaveVerb::WriteOnce(Console& console, ProgressBar& progress, LiteModel& model,
+                                        const std::string& folder) {
+  const LogRecorder log(console, folder_);
+  const unsigned givenUpBefore = GRepShape::CountGivenUp();
+  SavedOnce saved;
+  saved.writer = std::make_unique<LiteModelWriter>(model);
+  {
+    const CrashGuard guard(input_, "its shapes made OpenCASCADE crash; it is probably damaged",
+                           ExitCode::kOutputUnwritten);
+    SaveWatcher watcher(std::filesystem::u8path(folder), progress);
+    saved.writer->Save(folder);
+    saved.times = watcher.Stop();
   }
-  std::error_code ignored;
-  report_.folderBytes +=
-      std::filesystem::file_size(std::filesystem::u8path(folder + FolderFiles::kSeal), ignored);
-  return true;
+  if (!verify_) {
+    saved.writer.reset();  // and with it the graphics
+  }
+  progress.Begin("checking");
+  saved.readBack = std::make_unique<ModelFolder>();
+  const bool isRead = saved.readBack->Load(folder);
+  const std::vector<ModelFolder::File>& files = saved.readBack->GetFiles();
+  saved.hasAllFiles =
+      isRead && std::none_of(files.begin(), files.end(), [](const auto& file) { return file.missing; });
+  // A body that is given up is a failure of the log, but one that leaves a sound folder: a loss.
+  saved.givenUp = GRepShape::CountGivenUp() - givenUpBefore;
+  saved.isWhole = isRead && log.GetFailureCount() <= saved.givenUp;
+  return saved;
 }
 
 bool SaveVerb::Verify(Console& console, ProgressBar& progress, const LiteModel& model,

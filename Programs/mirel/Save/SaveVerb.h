@@ -1,15 +1,21 @@
 #pragma once
 
 #include <Programs/mirel/Import/ImportRecord.h>
+#include <Programs/mirel/Open/ModelFolder.h>
+#include <Programs/mirel/Save/BodyCheck.h>
 #include <Programs/mirel/Save/LossReport.h>
+#include <Programs/mirel/Save/SaveWatcher.h>
 #include <Programs/mirel/Verb.h>
 
+#include <Viewer/Kernel/Writer/LiteModelWriter.h>
+
+#include <memory>
 #include <string>
+#include <vector>
 
 namespace mirel {
 
 class LiteModel;
-class LiteModelWriter;
 class ProgressBar;
 class SourceFile;
 
@@ -23,11 +29,28 @@ class SaveVerb : public Verb {
   ExitCode ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode ReadBody(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode Write(Console& console, ProgressBar& progress, LiteModel& model);
-  bool Seal(Console& console, const std::string& folder);
+
+  // A folder that was written and read back.
+  struct SavedOnce {
+    std::unique_ptr<LiteModelWriter> writer;  // kept for --verify only
+    std::unique_ptr<ModelFolder> readBack;
+    bool hasAllFiles = false;
+    bool isWhole = false;  // nothing failed but bodies that were given up
+    unsigned givenUp = 0;
+    SaveWatcher::Times times;
+  };
+  SavedOnce WriteOnce(Console& console, ProgressBar& progress, LiteModel& model, const std::string& folder);
+
   bool Verify(Console& console, ProgressBar& progress, const LiteModel& model, const LiteModelWriter& writer,
               const LiteModel& readBack, const std::string& folder) const;
   void AddLoss(const char* key, const char* text, std::uint64_t count) {
     report_.losses.push_back({key, text, count, {}});
+  }
+  void AddFaults(const char* key, const char* text, const std::vector<BodyCheck::Fault>& faults) {
+    AddLoss(key, text, faults.size());
+    for (const BodyCheck::Fault& fault : faults) {
+      report_.losses.back().details.push_back(fault.text);
+    }
   }
 
   std::string input_;

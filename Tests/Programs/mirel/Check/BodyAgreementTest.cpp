@@ -22,9 +22,10 @@ namespace {
 std::string Compare(const TopoDS_Shape& body, const GRepMesh& mesh) {
   std::string findings;
   try {
-    BodyAgreement::Compare(body, mesh, [&](CheckCode code, const std::string& text) {
-      findings += std::string(Describe(code).id) + " " + text + "\n";
-    });
+    BodyAgreement::Compare(body, mesh, BodyAgreement::Effort::kMuch,
+                           [&](CheckCode code, const std::string& text) {
+                             findings += std::string(Describe(code).id) + " " + text + "\n";
+                           });
   } catch (const Standard_Failure& failure) {
     findings += std::string(failure.DynamicType()->Name()) + " " + failure.GetMessageString() + "\n";
   }
