@@ -1,6 +1,10 @@
 #include <Programs/mirel/LogRecorder.h>
 
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/FailureWords.h>
+#include <Programs/mirel/Text/Plural.h>
+
+#include <algorithm>
 
 namespace mirel {
 
@@ -25,7 +29,8 @@ LogRecorder::LogRecorder(Console& console, std::string subject)
 LogRecorder::~LogRecorder() {
   Logger::Instance().SetSink(before_);
   if (failureCount_ > printedCount_) {
-    console_.Error(subject_, std::to_string(failureCount_ - printedCount_) + " more messages of these kinds");
+    console_.Error(subject_,
+                   Plural::Count(failureCount_ - printedCount_, "more message|messages of these kinds"));
   }
 }
 
@@ -63,7 +68,14 @@ void LogRecorder::Receive(int level, const std::string& text) {
   const std::size_t count = ++failures_[places_.at(text)].second;
   if (count <= kPrintedPerText && printedCount_ < kPrintedInAll) {
     ++printedCount_;
-    console_.Error(subject_, text);
+    const std::optional<FailureWords::Line> line = FailureWords::Explain(text, notices_, subject_);
+    if (line) {
+      console_.Error(line->file, line->text);
+      console_.ErrorDetail(text);
+      notices_.resize(notices_.size() - std::min(line->told, notices_.size()));
+    } else {
+      console_.Error(subject_, text);
+    }
     if (!console_.IsVerbose()) {
       for (const std::string& notice : notices_) {
         console_.ErrorDetail(notice);

@@ -13,8 +13,8 @@ class Console;
 
 /// Listens to the log while it lives: failures become messages of the program, everything is counted.
 ///
-/// A failure (level 3) is printed as "mirel: SUBJECT: text", with the notices (level 1) that led to it
-/// beneath, since they hold the reason. The same failure is printed a few times only; the rest is counted.
+/// A failure (level 3) is printed as "mirel: SUBJECT: text", or, where the text says little to a person, as a line that does
+/// (`FailureWords`) with the text beneath; then come the notices (level 1) that led to it. The same failure is printed a few times only; the rest is counted.
 /// Progress (level 2), other notices and location lines are printed under --verbose. Recorders nest: the
 /// inner one listens.
 class LogRecorder {

@@ -9,6 +9,7 @@
 #include <Programs/mirel/Open/TreeVerb.h>
 #include <Programs/mirel/Save/InterruptCleanup.h>
 #include <Programs/mirel/Save/SaveVerb.h>
+#include <Programs/mirel/Seal/SealVerb.h>
 #include <Programs/mirel/Text/Nearest.h>
 #include <Programs/mirel/View/CommandsVerb.h>
 #include <Programs/mirel/View/RunVerb.h>
@@ -50,6 +51,7 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   verbs.push_back(std::make_unique<InfoVerb>());
   verbs.push_back(std::make_unique<BoxVerb>());
   verbs.push_back(std::make_unique<CheckVerb>());
+  verbs.push_back(std::make_unique<SealVerb>());
   verbs.push_back(std::make_unique<RunVerb>());
   verbs.push_back(std::make_unique<CommandsVerb>());
   verbs.push_back(std::make_unique<StreamVerb>());

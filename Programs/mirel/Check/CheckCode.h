@@ -6,8 +6,8 @@
 namespace mirel {
 
 /// What a check can find. Each finding has a code for scripts, documented in docs/check.md: never renumber, and never use
-/// the number of one that is gone for another. The letter tells the level: index, packages, bodies, agreement; V is for
-/// what `mirel save --verify` finds when it compares a folder with the model that was saved.
+/// the number of one that is gone for another. The letter tells the level: index, packages, bodies, agreement; S is for
+/// the seal, V for what `mirel save --verify` finds when it compares a folder with the model that was saved.
 enum class CheckCode {
   kIndexUnreadable,
   kIndexNoJson,
@@ -47,6 +47,10 @@ enum class CheckCode {
   kForeignFile,
   kIdZero,
   kPackagesGivenUp,
+  kSealUnreadable,
+  kFileChanged,
+  kFileRemoved,
+  kFileAdded,
   kBodyRefused,
   kBodyUndecoded,
   kRecordRefused,

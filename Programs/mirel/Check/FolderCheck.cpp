@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Check/BodyAgreement.h>
 #include <Programs/mirel/Check/GuardedLoop.h>
+#include <Programs/mirel/Check/SealCheck.h>
 #include <Programs/mirel/LogNotes.h>
 #include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/ProgressBar.h>
@@ -120,6 +121,7 @@ void FolderCheck::CheckFiles() {
       findings_.Add(CheckCode::kForeignFile, name, WhyForeign(name));
     }
   }
+  SealCheck::Run(folder_, findings_);
 }
 
 void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {

@@ -97,7 +97,7 @@ std::string ToText(const Findings& findings) {
     text += line + type.kind + " \"" + Utf8::Printable(type.name) + "\" id " + type.id.toString() + "\n";
   }
   if (findings.types.size() > kTypesShown) {
-    text += "               and " + std::to_string(findings.types.size() - kTypesShown) + " more types\n";
+    text += "               and " + std::to_string(findings.types.size() - kTypesShown) + " more\n";
   }
   std::snprintf(line, sizeof line, "\n%-22s %14s %14s\n", "bytes", "compressed", "inflated");
   text += line;
@@ -223,9 +223,11 @@ ExitCode InfoVerb::Run(Console& console) {
   bool complete = false;
   {
     const LogRecorder log(console, folder_);
-    const bool loaded = folder.Load(folder_);
-    if (!loaded && log.GetFailureCount() == 0) {
-      console.Error(folder_, "is not a model folder: its index has no types and items");
+    if (!folder.Load(folder_)) {
+      if (log.GetFailureCount() == 0) {
+        console.Error(folder_, "is not a model folder: its index has no types and items");
+      }
+      return ExitCode::kInputUnread;
     }
     const ModelFolder::Times& times = folder.GetTimes();
     findings.seconds = {{"index", times.index}, {"graphics", times.graphics}, {"shapes", times.shapes}};
@@ -236,7 +238,7 @@ ExitCode InfoVerb::Run(Console& console) {
     findings.seconds.emplace_back("nodes", watch.Lap());
     Describe(figures, findings);
     findings.failures = log.GetFailures();
-    complete = loaded && log.GetFailureCount() == 0;
+    complete = log.GetFailureCount() == 0;
   }
   findings.files = folder.GetFiles();
   findings.kinds = SumByKind(findings.files);

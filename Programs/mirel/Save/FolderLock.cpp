@@ -4,6 +4,7 @@
 #include <cerrno>
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/stat.h>
 #include <unistd.h>
 #endif
 
@@ -19,6 +20,10 @@ void FolderLock::Release() {}
 
 FolderLock::Result FolderLock::Take(const std::filesystem::path&) {
   return Result::kUnsupported;
+}
+
+bool FolderLock::IsStillOf(const std::filesystem::path&) const {
+  return true;
 }
 
 #else
@@ -42,6 +47,13 @@ FolderLock::Result FolderLock::Take(const std::filesystem::path& folder) {
   const bool busy = errno == EWOULDBLOCK;
   Release();
   return busy ? Result::kBusy : Result::kUnsupported;
+}
+
+bool FolderLock::IsStillOf(const std::filesystem::path& folder) const {
+  struct stat taken = {};
+  struct stat there = {};
+  return descriptor_ < 0 || (fstat(descriptor_, &taken) == 0 && stat(folder.c_str(), &there) == 0 &&
+                             taken.st_dev == there.st_dev && taken.st_ino == there.st_ino);
 }
 
 #endif

@@ -24,6 +24,9 @@ class FolderLock {
   /// Takes the folder, in place of one taken before. Does not wait.
   Result Take(const std::filesystem::path& folder);
 
+  /// Whether the folder taken is the one that a path leads to now; true when none is taken.
+  bool IsStillOf(const std::filesystem::path& folder) const;
+
  private:
   void Release();
 

@@ -17,11 +17,13 @@
 #include <Programs/mirel/Save/SaveWatcher.h>
 #include <Programs/mirel/Save/SavedFolderCheck.h>
 #include <Programs/mirel/Save/TypeUseCounter.h>
+#include <Programs/mirel/Seal/FolderSeal.h>
 #include <Programs/mirel/Stopwatch.h>
 #include <Programs/mirel/Text/Utf8.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Model/FolderFiles.h>
 #include <Viewer/Kernel/Model/ShapeItem.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
@@ -228,6 +230,9 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   for (const ModelFolder::File& file : readBack.GetFiles()) {
     report_.folderBytes += file.packedBytes;
   }
+  if (!Seal(console, replacement.GetFolder())) {
+    return ExitCode::kOutputUnwritten;
+  }
   report_.seconds.emplace_back("checking", watch.Lap());
   if (verify_) {
     if (!Verify(console, progress, model, *saved.writer, readBack.GetModel(), replacement.GetFolder())) {
@@ -242,10 +247,22 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   }
   const std::string left = replacement.RemoveAside();
   if (!left.empty()) {
-    console.Note(
-        Utf8::Printable("the folder that was there before is replaced but cannot be removed: " + left));
+    console.Note("the folder that was there before is replaced but cannot be removed: " + left);
   }
   return ExitCode::kDone;
+}
+
+bool SaveVerb::Seal(Console& console, const std::string& folder) {
+  FolderSeal::Sums sums;
+  std::string reason;
+  if (!FolderSeal::Make(folder, sums, reason) || !FolderSeal::Write(folder, sums, reason)) {
+    console.Error(folder_, "cannot be sealed: " + reason);
+    return false;
+  }
+  std::error_code ignored;
+  report_.folderBytes +=
+      std::filesystem::file_size(std::filesystem::u8path(folder + FolderFiles::kSeal), ignored);
+  return true;
 }
 
 SaveVerb::SavedOnce SaveVerb::WriteOnce(Console& console, ProgressBar& progress, LiteModel& model,

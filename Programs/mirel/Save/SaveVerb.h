@@ -29,6 +29,7 @@ class SaveVerb : public Verb {
   ExitCode ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode ReadBody(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode Write(Console& console, ProgressBar& progress, LiteModel& model);
+  bool Seal(Console& console, const std::string& folder);
 
   // A folder that was written and read back.
   struct SavedOnce {

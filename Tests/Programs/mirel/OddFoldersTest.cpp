@@ -101,6 +101,43 @@ TEST_F(OddProgramInput, OnlyRegularFilesAreRead) {
   EXPECT_FALSE(fs::exists(fs::u8path(target)));
 }
 
+// The log's own words stay; before them stands what a person can do something with.
+TEST_F(OddProgramInput, SaysWhatIsLostAndWhatToDo) {
+  std::string records = Inflate(model_ + "/grep/1.gz");
+  std::string bodies = Inflate(model_ + "/model/1.gz");
+  const auto expect = [&](const std::string& verb, const std::string& line, const char* logged) {
+    SCOPED_TRACE(verb);
+    const std::vector<std::string> command =
+        verb == "run" ? std::vector<std::string>{"run", "ImportLiteModel", "--file", model_ + "/index.gz"}
+                      : std::vector<std::string>{verb, model_};
+    const ChildRun run = Run(command);
+    const std::size_t at = run.output.find(line);
+    EXPECT_NE(at, std::string::npos) << line << "\n" << run.output;
+    EXPECT_LT(at, run.output.find(std::string("; to mend it, save the model again\n    ") + logged, at))
+        << run.output;
+  };
+  fs::remove(fs::u8path(model_ + "/grep/1.gz"));
+  for (const char* const verb : {"tree", "info", "box", "run"})
+    expect(verb,
+           model_ +
+               "/grep/1.gz: cannot be read (No such file or directory): the shapes that it draws are not",
+           verb[0] == 't' || verb[0] == 'r' ? "Buffer is null!\n" : "grep/1.gz cannot be read\n");
+  expect("stream", "grep/1.gz is missing: the shapes that it draws are not shown", "grep/1.gz is missing\n");
+  for (const char* const verb : {"tree", "info", "box", "run", "stream"})
+    expect(verb, "\"Gabel\" has no graphics: the model holds none with id ", "Shape is null!\n");
+
+  // The first body and the graphics of it are damaged.
+  WriteGzip(model_ + "/grep/1.gz", records.replace(200, 60, 60, '\0'));
+  WriteGzip(model_ + "/model/1.gz", bodies.replace(300, 60, 60, 'x'));
+  for (const char* const verb : {"tree", "info", "box", "run", "stream"}) {
+    const bool isStream = verb[0] == 's';
+    expect(verb, (isStream ? "GRep package, item 1 of 7, id " : model_ + "/grep/1.gz: item 1 of 7, id "),
+           "Shape is null!\n");
+    expect(verb, (isStream ? "shape package, item 1 of 7, id " : model_ + "/model/1.gz: item 1 of 7, id "),
+           "Shape is null!\n");
+  }
+}
+
 // The same file gives the same folder wherever the program is started: OpenCASCADE would read these files in the current
 // folder, and those that these variables name.
 TEST_F(OddProgramInput, WhatLiesAroundDecidesNothing) {
@@ -175,7 +212,7 @@ TEST_F(OddProgramInput, AHoleTakesNoMemory) {
   const ChildRun run =
       RunProgram({MIREL_PROGRAM, "tree", model_}, [] { LimitMemory(std::uint64_t{2} << 30); });
   EXPECT_EQ(run.exitCode, 2);
-  EXPECT_NE(run.output.find("grep/1.gz: not a gzip file"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("grep/1.gz: cannot be read (not a gzip file)"), std::string::npos) << run.output;
 }
 #endif
 

@@ -220,7 +220,7 @@ TEST(SampleRoundTripTest, SavingTwiceGivesTheSameBytes) {
   ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, path + "a"}), 0);
   ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, path + "b"}), 0);
   const FileContents files = ReadFiles(path + "a");
-  EXPECT_EQ(files.size(), 3u);  // index, bodies, graphics
+  EXPECT_EQ(files.size(), 4u);  // index, bodies, graphics, checksums
   EXPECT_TRUE(ReadFiles(path + "b") == files);
 
   // A source that cannot be read replaces nothing.

@@ -1,4 +1,5 @@
 #include <Programs/mirel/Check/FolderCheck.h>
+#include <Programs/mirel/Seal/FolderSeal.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
@@ -65,9 +66,10 @@ std::string Json(const std::unique_ptr<LiteModelItem>& item) {
   return WriteItem(*item, LiteModel());
 }
 
-// The record of a body of 6 faces and 12 edges of which nothing could be drawn.
+// The record, of version 1, of a body of 6 faces and 12 edges of which nothing could be drawn.
 std::string EmptyRecord() {
   std::string record = Record11().substr(0, 132);
+  record[4] = 1;
   record[7] = 0;  // the box
   for (int i = 8; i < 84; ++i)
     record[static_cast<std::size_t>(i)] = 0;  // sizes and counts, and the corners of the box
@@ -103,6 +105,16 @@ struct Case {
   Damage damage;
   std::function<void(FolderCheck&)> prepare = nullptr;
 };
+
+// A seal, and then some other damage.
+Damage Sealed(const Damage& damage) {
+  return [=](const std::string& folder) {
+    FolderSeal::Sums sums;
+    std::string reason;
+    EXPECT_TRUE(FolderSeal::Make(folder, sums, reason) && FolderSeal::Write(folder, sums, reason)) << reason;
+    damage(folder);
+  };
+}
 
 // Adds types, and an item that is an instance of the last of them.
 Damage Types(unsigned long long count,
@@ -199,7 +211,6 @@ const std::vector<Case>& Cases() {
        fs::rename(fs::u8path(folder + "model"), fs::u8path(folder + "moved"));
        fs::create_directory_symlink("moved", fs::u8path(folder + "model"));
      }},
-    {"P003", [](const std::string& folder) { fs::create_symlink("index.gz", fs::u8path(folder + "SHA256SUMS")); }},
 #endif
     {"P004 A001", Pack("model/1.gz", {})},
     {"P004 A002", Change("grep/1.gz", [](std::string& bytes) { bytes.replace(0, 4, "\xFF\xFF\xFF\xFF"); })},
@@ -212,6 +223,20 @@ const std::vector<Case>& Cases() {
     {"P010", Put("model/01.gz", "")},
     {"P011 A003", Pack("model/1.gz", {{10, BodyText10()}, {11, BodyText11()}, {0, BodyText11()}})},
     {"P001 P012", Edit("\"PkgGRep\":1", "\"PkgGRep\":4294967295")},
+
+    {"", Sealed(NoDamage())},
+    {"P001 S001 A001", [](const std::string& folder) {
+       Sealed(Remove("model"))(folder);
+       WriteFile(folder + "SHA256SUMS", ReadFile(folder + "SHA256SUMS") + "no checksum\n");
+     }},
+    {"S001", Put("SHA256SUMS", std::string(64, '0') + "  ../index.gz\n")},
+#if !defined(_WIN32)
+    {"P003 S001",
+     [](const std::string& folder) { fs::create_symlink("/dev/zero", fs::u8path(folder + "SHA256SUMS")); }},
+#endif
+    {"S002", Sealed(Edit("\"Name\":\"Bolt\"", "\"Name\":\"Nut\""))},
+    {"P001 S003 A002", Sealed(Remove("grep/1.gz"))},
+    {"P009 S004", Sealed(Pack("grep/2.gz", {{10, Record10()}}))},
 
     {"B001 A001", Pack("model/1.gz", {{10, BodyText10() + "x"}, {11, BodyText11()}})},
     {"B002 A001", NoDamage(),

@@ -112,9 +112,14 @@ class AABoxT {
   /// The matrix is single precision and stored column by column (`matrix[column][row]`, translation in column
   /// 3); the products are computed in `T` from its rounded elements. A corner is divided by its fourth
   /// coordinate w = row 3 . (x, y, z, 1), unless |w| <= 2^-52: it stays undivided then.
-  void Transform(const glm::mat4& matrix) {
+  void Transform(const glm::mat4& matrix) { TransformBy(glm::tmat4x4<T>(matrix)); }
+
+  /// The same with a matrix that is not rounded first: a box of doubles keeps its place however far away it goes.
+  void Transform(const glm::dmat4& matrix) { TransformBy(glm::tmat4x4<T>(matrix)); }
+
+ private:
+  void TransformBy(const glm::tmat4x4<T>& m) {
     if (!IsFinite()) return;
-    const glm::tmat4x4<T> m(matrix);
     const Vec3 corner[2] = {min_, max_};
     SetEmpty();
     // Each corner once, along the edges of the box.
@@ -131,7 +136,6 @@ class AABoxT {
     }
   }
 
- private:
   void Assign(const AABoxT& other) {
     if (other.IsFinite())
       SetCorners(other.min_, other.max_);

@@ -25,12 +25,20 @@ BrepSceneNode::BrepSceneNode(const std::shared_ptr<GRepShape>& grep) : grep_(gre
 
 BrepSceneNode::~BrepSceneNode() = default;
 
+const glm::vec3& BrepSceneNode::GetDrawnColor(unsigned int face) const {
+  const FacePalette& palette = GetFaceColors();
+  const FacePalette::const_iterator own = palette.find(face);
+  if (own != palette.end()) return own->second;
+  return color_.r < 0.0f ? kDefaultColor : color_;
+}
+
 void BrepSceneNode::SetFaceColor(unsigned int face, const glm::vec3& color) {
   if (!newColors_) {
     const FacePalette& old = *GetPalette();
     newColors_ = std::make_unique<std::vector<Color>>(old.begin(), old.end());
   }
   newColors_->emplace_back(face, color);
+  NotifyOf(SceneChange::kColor);
 }
 
 const std::shared_ptr<const FacePalette>& BrepSceneNode::GetPalette() const {

@@ -25,10 +25,21 @@ class MIREL_HOST_API BrepSceneNode : public GeneralSceneNode {
 
   const std::shared_ptr<GRepShape>& GetGRep() const { return grep_; }
 
+  SceneNodeKind GetKind() const override { return SceneNodeKind::kBrep; }
+
   /// The colour of the whole body. A negative red component means that the node has no colour of its own, as
   /// at first (-1, -1, -1): the viewer's default is used then. Any value is stored as given.
-  void SetColor(const glm::vec3& color) { color_ = color; }
+  void SetColor(const glm::vec3& color) {
+    color_ = color;
+    NotifyOf(SceneChange::kColor);
+  }
   const glm::vec3& GetColor() const { return color_; }
+
+  /// What is drawn that has no colour, so that all viewers show one grey.
+  static constexpr glm::vec3 kDefaultColor{0.72f, 0.74f, 0.77f};
+
+  /// The colour that a face is drawn in: its own, else that of the body, else `kDefaultColor`.
+  const glm::vec3& GetDrawnColor(unsigned int face) const;
 
   /// The colour of one face, before that of the body. `face` is the 0-based position of the face in
   /// `TopExp::MapShapes(shape, TopAbs_FACE)`, the same as in `GRepMesh::faces`; it is not checked against the

@@ -1,6 +1,9 @@
 #include <Viewer/Kernel/Host/Renderer/SceneNode.h>
 
 #include <Viewer/Kernel/Host/Core/SharedPool.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+
+#include <algorithm>
 
 namespace mirel {
 
@@ -21,6 +24,47 @@ std::shared_ptr<const std::string> Share(const std::string& name) {
 SceneNode::SceneNode() = default;
 
 SceneNode::~SceneNode() = default;
+
+GroupSceneNode* SceneNode::GetParent() const {
+  return parent_ && !parent_->IsRoot() ? parent_ : nullptr;
+}
+
+std::vector<const SceneNode*> SceneNode::GetPath() const {
+  std::vector<const SceneNode*> path;
+  for (const SceneNode* node = this; node; node = node->GetParent())
+    path.push_back(node);
+  std::reverse(path.begin(), path.end());
+  return path;
+}
+
+glm::dmat4 SceneNode::GetScenePlacement() const {
+  glm::dmat4 placement = transform_;
+  for (const SceneNode* node = GetParent(); node; node = node->GetParent())
+    placement = node->transform_ * placement;
+  return placement;
+}
+
+void SceneNode::SetVisible(bool isVisible) {
+  isVisible_ = isVisible;
+  NotifyOf(SceneChange::kVisibility);
+}
+
+void SceneNode::SetHighlighted(bool isHighlighted) {
+  isHighlighted_ = isHighlighted;
+  NotifyOf(SceneChange::kHighlight);
+}
+
+void SceneNode::SetOpacity(float opacity) {
+  opacity_ = opacity > 0.0f ? std::min(opacity, 1.0f) : 0.0f;  // what is no number too
+  NotifyOf(SceneChange::kOpacity);
+}
+
+void SceneNode::PassOn(SceneChange change) const {
+  const GroupSceneNode* top = parent_;
+  while (top->parent_)
+    top = top->parent_;
+  top->OnChange(*this, change);
+}
 
 void SceneNode::SetName(const std::string& name) {
   static const std::size_t kShort = std::string().capacity();
