@@ -1,6 +1,7 @@
 #include <Programs/mirel/Check/BodyAgreement.h>
 
 #include <Programs/mirel/Check/FaceProbe.h>
+#include <Programs/mirel/Text/Plural.h>
 
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
@@ -83,12 +84,12 @@ class Comparison {
     const auto edgeCount = static_cast<std::size_t>(edges_.Extent());
     const bool sameEdges = mesh_.edges.empty() || mesh_.edges.size() == edgeCount;
     if (!sameEdges) {
-      report_(CheckCode::kEdgeCount, "its body has " + std::to_string(edgeCount) + " edges, its graphics " +
-                                         std::to_string(mesh_.edges.size()));
+      report_(CheckCode::kEdgeCount, "its body has " + Plural::Count(edgeCount, "edge|edges") +
+                                         ", its graphics " + std::to_string(mesh_.edges.size()));
     }
     if (mesh_.faces.size() != faceCount) {
-      report_(CheckCode::kFaceCount, "its body has " + std::to_string(faceCount) + " faces, its graphics " +
-                                         std::to_string(mesh_.faces.size()));
+      report_(CheckCode::kFaceCount, "its body has " + Plural::Count(faceCount, "face|faces") +
+                                         ", its graphics " + std::to_string(mesh_.faces.size()));
     }
     const bool sameBox = CompareBox();
     if (sameBox && sameEdges && mesh_.box.IsFinite()) {

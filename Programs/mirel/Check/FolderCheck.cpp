@@ -6,6 +6,7 @@
 #include <Programs/mirel/LogNotes.h>
 #include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/ProgressBar.h>
+#include <Programs/mirel/Text/Plural.h>
 
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
@@ -164,7 +165,9 @@ void FolderCheck::CheckRecords() {
       const std::streamsize left = stream.rdbuf()->in_avail();
       if (left > 0) {
         findings_.Add(CheckCode::kRecordBehindEnd, file,
-                      item.name + ": " + std::to_string(left) + " bytes behind the record are ignored");
+                      item.name + ": " +
+                          Plural::Count(static_cast<std::uint64_t>(left),
+                                        "byte|bytes behind the record is|are ignored"));
       }
       if (item.counts) {
         goodGReps_[item.id] = grep;
@@ -173,7 +176,7 @@ void FolderCheck::CheckRecords() {
       if (compares_ && empty > 0 && !grep->GetMesh().box.IsInfinite()) {
         findings_.Add(CheckCode::kFacesWithoutTriangles, file,
                       item.name + ": nothing is drawn of " + std::to_string(empty) + " of " +
-                          std::to_string(grep->GetMesh().faces.size()) + " faces");
+                          Plural::Count(grep->GetMesh().faces.size(), "face|faces"));
       }
     }
   });
@@ -272,8 +275,9 @@ void FolderCheck::CheckUses() {
     const auto beyond = std::count_if(use.faces.begin(), use.faces.end(), isBeyond);
     if (beyond > 0) {
       findings_.Add(CheckCode::kFaceColorBeyond, indexName_,
-                    use.item + " has " + std::to_string(faces) + " faces and " + std::to_string(beyond) +
-                        " colours for others: the first is for face " +
+                    use.item + " has " + Plural::Count(faces, "face|faces") + " and " +
+                        Plural::Count(static_cast<std::uint64_t>(beyond), "colour|colours for others") +
+                        ": the first is for face " +
                         std::to_string(*std::find_if(use.faces.begin(), use.faces.end(), isBeyond)));
     }
   }

@@ -1,6 +1,7 @@
 #include <Programs/mirel/Check/IndexCheck.h>
 
 #include <Programs/mirel/Check/FindingList.h>
+#include <Programs/mirel/Text/Plural.h>
 #include <Programs/mirel/Text/Utf8.h>
 
 #include <Viewer/Kernel/Host/Core/Limits.h>
@@ -350,7 +351,7 @@ class Checker {
   void CheckTransform(const Value& transform, const std::string& name) {
     if (transform.Size() != 16) {
       Report(CheckCode::kNoTransform,
-             name + ": its placement has " + std::to_string(transform.Size()) + " numbers, not 16" +
+             name + ": its placement has " + Plural::Count(transform.Size(), "number|numbers") + ", not 16" +
                  (transform.Size() < 16 ? ", and is ignored" : ": the others are ignored"));
     }
     if (transform.Size() < 16) {
@@ -534,8 +535,8 @@ void IndexCheck::Run(const std::string& content, const std::string& file, Findin
   const std::size_t end = content.find('\0');
   if (end != std::string::npos) {
     findings.Add(CheckCode::kIndexBehindEnd, file,
-                 "has " + std::to_string(content.size() - end) +
-                     " bytes from a NUL character on, which are not read");
+                 "has " + Plural::Count(content.size() - end,
+                                        "byte|bytes from a NUL character on, which is|are not read"));
   }
   ShallowDocument document;
   if (!document.ParseText(content)) {

@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Check/FindingList.h>
 #include <Programs/mirel/LogNotes.h>
+#include <Programs/mirel/Text/Plural.h>
 
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Model/FolderFiles.h>
@@ -110,8 +111,8 @@ void PackageSet::CheckTable(std::uint32_t number, const char* data, std::size_t 
     const std::uint64_t left = table.GetDataSize() - begin;
     if (entry.size > left) {
       findings.Add(CheckCode::kItemCutShort, file,
-                   name + ": has " + std::to_string(entry.size) + " bytes, of which " + std::to_string(left) +
-                       " are there");
+                   name + ": has " + Plural::Count(entry.size, "byte|bytes") + ", of which " +
+                       Plural::Count(left, "is|are") + " there");
       begin = table.GetDataSize();
       continue;
     }
@@ -125,8 +126,9 @@ void PackageSet::CheckTable(std::uint32_t number, const char* data, std::size_t 
     }
   }
   if (begin < table.GetDataSize()) {
-    findings.Add(CheckCode::kPackageBehindEnd, file,
-                 std::to_string(table.GetDataSize() - begin) + " bytes behind the last item are ignored");
+    findings.Add(
+        CheckCode::kPackageBehindEnd, file,
+        Plural::Count(table.GetDataSize() - begin, "byte|bytes behind the last item is|are ignored"));
   }
 }
 

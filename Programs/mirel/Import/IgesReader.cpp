@@ -31,7 +31,7 @@ bool IgesReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
     const auto entity = Handle(IGESData_IGESEntity)::DownCast(reader.Model()->Value(i));
     annotations += !entity.IsNull() && IsAnnotation(*entity);
   }
-  AddLosses({{"annotations", "annotations of drawings", annotations, {}}});
+  AddLosses({{"annotations", "annotation|annotations of drawings", annotations, {}}});
   return good;
 }
 

@@ -39,20 +39,22 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
     result.losses.push_back({loss.key, loss.text, loss.count, {}});
   }
   result.losses.insert(result.losses.end(), reader.GetLosses().begin(), reader.GetLosses().end());
-  result.losses.push_back({"badNumbers", "bodies with numbers that are none, or without bounds",
+  result.losses.push_back({"badNumbers", "body|bodies with numbers that are none, or without bounds",
                            reader.GetUnreadableBodies().size(), reader.GetUnreadableBodies()});
-  result.losses.push_back({"missingFiles", "other files that could not be read",
+  result.losses.push_back({"missingFiles", "other file|files that could not be read",
                            reader.GetMissingFiles().size(), reader.GetMissingFiles()});
+  result.losses.push_back({"badEntities",
+                           "entity|entities with errors, which loses|lose something",
+                           reader.GetBadEntityCount(),
+                           {}});
   result.losses.push_back(
-      {"badEntities", "entities with errors, which lose something", reader.GetBadEntityCount(), {}});
-  result.losses.push_back(
-      {"untranslated", "entities that could not be translated", reader.GetFailedEntityCount(), {}});
+      {"untranslated", "entity|entities that could not be translated", reader.GetFailedEntityCount(), {}});
   result.losses.push_back({"brokenInstances",
-                           "instances without a product, or inside themselves",
+                           "instance|instances without a product, or inside itself|themselves",
                            importer.GetRecord().brokenComponents,
                            {}});
   result.remarks.push_back({"incompleteEntities",
-                            "entities that leave out what they should say",
+                            "entity|entities that leaves|leave out what it|they should say",
                             reader.GetIncompleteEntityCount(),
                             {}});
 }

@@ -80,27 +80,29 @@ class Counter {
       return static_cast<std::uint64_t>(labels.Length());
     };
     return {
-        {"missingParts", "parts in other files that could not be read", missingParts_},
-        {"transparency", "transparent colours", transparent},
-        {"hiddenItems", "items marked as hidden", hidden},
-        {"curveColors", "colours of edges and curves", curveColors},
-        {"layers", "layers",
+        {"missingParts", "part|parts in other files that could not be read", missingParts_},
+        {"transparency", "transparent colour|colours", transparent},
+        {"hiddenItems", "item|items marked as hidden", hidden},
+        {"curveColors", "colour|colours of edges and curves", curveColors},
+        {"layers", "layer|layers",
          count([&](TDF_LabelSequence& l) { XCAFDoc_DocumentTool::LayerTool(main_)->GetLayerLabels(l); })},
-        {"materials", "materials", count([&](TDF_LabelSequence& l) {
+        {"materials", "material|materials", count([&](TDF_LabelSequence& l) {
            XCAFDoc_DocumentTool::MaterialTool(main_)->GetMaterialLabels(l);
          })},
-        {"dimensions", "dimensions", count([&](TDF_LabelSequence& l) { pmi->GetDimensionLabels(l); })},
-        {"tolerances", "geometric tolerances",
+        {"dimensions", "dimension|dimensions",
+         count([&](TDF_LabelSequence& l) { pmi->GetDimensionLabels(l); })},
+        {"tolerances", "geometric tolerance|tolerances",
          count([&](TDF_LabelSequence& l) { pmi->GetGeomToleranceLabels(l); })},
-        {"datums", "datums", count([&](TDF_LabelSequence& l) { pmi->GetDatumLabels(l); })},
-        {"notes", "notes", static_cast<std::uint64_t>(XCAFDoc_DocumentTool::NotesTool(main_)->NbNotes())},
-        {"savedViews", "saved views",
+        {"datums", "datum|datums", count([&](TDF_LabelSequence& l) { pmi->GetDatumLabels(l); })},
+        {"notes", "note|notes",
+         static_cast<std::uint64_t>(XCAFDoc_DocumentTool::NotesTool(main_)->NbNotes())},
+        {"savedViews", "saved view|views",
          count([&](TDF_LabelSequence& l) { XCAFDoc_DocumentTool::ViewTool(main_)->GetViewLabels(l); })},
-        {"clippingPlanes", "clipping planes", count([&](TDF_LabelSequence& l) {
+        {"clippingPlanes", "clipping plane|planes", count([&](TDF_LabelSequence& l) {
            XCAFDoc_DocumentTool::ClippingPlaneTool(main_)->GetClippingPlanes(l);
          })},
-        {"properties", "properties (volume, area, centroid)", properties},
-        {"partNames", "names of faces, edges and other parts of a body", partNames},
+        {"properties", "property|properties (volume, area, centroid)", properties},
+        {"partNames", "name|names of faces, edges and other parts of a body", partNames},
     };
   }
 

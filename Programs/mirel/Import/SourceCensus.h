@@ -17,7 +17,7 @@ class SourceCensus {
   /// Something of the source that is not in the folder.
   struct Loss {
     const char* key;   ///< in JSON
-    const char* text;  ///< for people
+    const char* text;  ///< for people, with both forms of a word (`Plural`)
     std::uint64_t count;
   };
 

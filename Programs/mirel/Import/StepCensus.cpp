@@ -74,19 +74,23 @@ void StepCensus::AddUnknown(const std::string& type) {
 }
 
 std::vector<LossReport::Loss> StepCensus::GetLosses() const {
-  LossReport::Loss unknown{"unknownEntities", "entities of types that OpenCASCADE does not know", 0, {}};
+  LossReport::Loss unknown{
+      "unknownEntities", "entity|entities of types that OpenCASCADE does not know", 0, {}};
   for (const auto& [type, count] : unknown_) {
     unknown.count += count;
     unknown.details.push_back(std::to_string(count) + " " + type);
   }
   return {
-      {"people", "persons and organisations of products", people_, {}},
-      {"dates", "dates of products", dates_, {}},
-      {"approvals", "approvals, classifications and contracts of products", approvals_, {}},
-      {"annotations", "annotations of drawings", annotations_, {}},
-      {"supplementalGeometry", "items of supplemental geometry", supplementalGeometry_, {}},
-      {"pointStyles", "styles of points", pointStyles_, {}},
-      {"unreadLayers", "layers that OpenCASCADE does not read", unreadLayers_.size(), {}},
+      {"people", "assignment|assignments of persons and organisations to products", people_, {}},
+      {"dates", "assignment|assignments of dates to products", dates_, {}},
+      {"approvals",
+       "assignment|assignments of approvals, classifications and contracts to products",
+       approvals_,
+       {}},
+      {"annotations", "annotation|annotations of drawings", annotations_, {}},
+      {"supplementalGeometry", "item|items of supplemental geometry", supplementalGeometry_, {}},
+      {"pointStyles", "style|styles of points", pointStyles_, {}},
+      {"unreadLayers", "layer|layers that OpenCASCADE does not read", unreadLayers_.size(), {}},
       unknown,
   };
 }

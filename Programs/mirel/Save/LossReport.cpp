@@ -1,6 +1,7 @@
 #include <Programs/mirel/Save/LossReport.h>
 
 #include <Programs/mirel/Text/JsonText.h>
+#include <Programs/mirel/Text/Plural.h>
 #include <Programs/mirel/Text/Utf8.h>
 
 #include <Viewer/Kernel/Host/Core/Logger.h>
@@ -49,7 +50,8 @@ void AppendCounts(std::string& out, const char* heading, const std::vector<LossR
     }
     out += headed ? "" : "\n" + std::string(heading) + "\n";
     headed = true;
-    AppendFormat(out, "%12llu %s\n", static_cast<unsigned long long>(entry.count), entry.text.c_str());
+    AppendFormat(out, "%12llu %s\n", static_cast<unsigned long long>(entry.count),
+                 Plural::Choose(entry.text, entry.count).c_str());
     for (const std::string& line : entry.details) {
       out += std::string(15, ' ') + Utf8::Printable(line) + "\n";
     }
@@ -85,9 +87,10 @@ std::string LossReport::ToText() const {
                  static_cast<unsigned long long>(after), before == after ? "" : "  (differs)");
   }
   if (colorVariants > 0) {
-    AppendFormat(text, "\n%llu %s added to show products in more than one colour\n",
-                 static_cast<unsigned long long>(colorVariants),
-                 colorVariants == 1 ? "type was" : "types were");
+    text +=
+        "\n" +
+        Plural::Count(colorVariants, "type|types was|were added to show products in more than one colour") +
+        "\n";
   }
   AppendCounts(text, "not saved:", losses);
   AppendCounts(text, "without a loss:", remarks);

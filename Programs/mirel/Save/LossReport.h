@@ -14,7 +14,7 @@ namespace mirel {
 struct LossReport {
   struct Loss {
     std::string key;   ///< in JSON
-    std::string text;  ///< for people
+    std::string text;  ///< for people; a word that the count changes as "layer|layers" (`Plural`)
     std::uint64_t count = 0;
     std::vector<std::string> details;  ///< lines for people, as they came
   };

@@ -223,10 +223,10 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   const ModelFigures figures(readBack.GetModel());
   report_.saved = RecordCheck::CountSaved(record_, readBack.GetModel(), figures);
   report_.colorVariants = record_.colorVariants;
-  AddLoss("bodiesGivenUp", "bodies whose tessellation did not come to an end", saved.givenUp);
-  AddLoss("facesWithoutTriangles", "faces that could not be tessellated", figures.facesWithoutTriangles);
-  AddFaults("bodiesLost", "bodies that could not be saved", lost);
-  AddFaults("bodiesDrawnWrongly", "bodies that are not drawn as they are", wrong);
+  AddLoss("bodiesGivenUp", "body|bodies whose tessellation did not come to an end", saved.givenUp);
+  AddLoss("facesWithoutTriangles", "face|faces that could not be tessellated", figures.facesWithoutTriangles);
+  AddFaults("bodiesLost", "body|bodies that could not be saved", lost);
+  AddFaults("bodiesDrawnWrongly", "body|bodies that is|are drawn wrongly", wrong);
   for (const ModelFolder::File& file : readBack.GetFiles()) {
     report_.folderBytes += file.packedBytes;
   }
