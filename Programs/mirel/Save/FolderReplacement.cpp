@@ -1,10 +1,14 @@
 #include <Programs/mirel/Save/FolderReplacement.h>
 
+#include <Programs/mirel/LogNotes.h>
 #include <Programs/mirel/Save/InterruptCleanup.h>
 
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Model/FolderFiles.h>
+#include <Viewer/Kernel/Model/PackageCounts.h>
 
 #include <algorithm>
+#include <optional>
 #include <random>
 #include <utility>
 #include <vector>
@@ -48,8 +52,16 @@ std::vector<std::pair<std::string, fs::file_type>> List(const fs::path& folder, 
   return entries;
 }
 
-// The first thing in a folder that no model folder holds, relative to the folder; empty when there is none.
+// How many packages the folder's index counts; nothing when it cannot be read.
+std::optional<PackageCounts> CountPackages(const fs::path& folder) {
+  const LogNotes quiet;
+  const std::shared_ptr<RawBuffer> index = GzBuffer::FromFile((folder / FolderFiles::kIndex).u8string());
+  return index ? std::optional<PackageCounts>(index->GetData()) : std::nullopt;
+}
+
+// The first thing in a folder that the model in it does not own, relative to the folder; empty when there is none.
 std::string FindForeign(const fs::path& folder, std::error_code& failure) {
+  const std::optional<PackageCounts> counts = CountPackages(folder);
   for (const auto& [name, type] : List(folder, failure)) {
     if (FolderFiles::IsHidden(name) || (FolderFiles::IsFile(name) && type == fs::file_type::regular)) {
       continue;
@@ -58,10 +70,11 @@ std::string FindForeign(const fs::path& folder, std::error_code& failure) {
       return name;
     }
     for (const auto& [file, fileType] : List(folder / name, failure)) {
-      const std::string path = (fs::u8path(name) / fs::u8path(file)).generic_u8string();
-      if (!FolderFiles::IsHidden(file) &&
-          (!FolderFiles::IsFile(path) || fileType != fs::file_type::regular)) {
-        return path;
+      const std::uint32_t number = FolderFiles::GetPackageNumber(file);
+      const bool isCounted =
+          !counts || number <= (name == FolderFiles::kShapes ? counts->shapes : counts->greps);
+      if (!FolderFiles::IsHidden(file) && (number == 0 || !isCounted || fileType != fs::file_type::regular)) {
+        return (fs::u8path(name) / fs::u8path(file)).generic_u8string();
       }
     }
     if (failure) {

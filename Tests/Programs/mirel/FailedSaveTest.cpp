@@ -94,11 +94,15 @@ TEST_F(FailedProgram, WhereItMayNotOrCannotWrite) {
   ExpectFailure(target_, "not a model folder");
 }
 
-// A folder is replaced as a whole, and then deleted: what forbids one of the two is found before the work.
+// A folder is replaced as a whole, and then deleted with all that it holds: what forbids one of these is found before the work.
 TEST_F(FailedProgram, OverWhatItCannotReplace) {
   ASSERT_EQ(Save(path_ + "small.brep", target_).exitCode, 0);
   for (const char* const inside : {"/sub", "/a/b", "/model/sub"})
     ExpectFailure(target_ + inside, "would lie inside the model folder");
+
+  WriteFile(target_ + "/model/2024.gz", "not counted by the index");
+  ExpectFailure(target_, "holds \"model/2024.gz\", which does not belong to a model folder");
+  fs::remove(fs::u8path(target_ + "/model/2024.gz"));
 
   const fs::path model = fs::u8path(target_ + "/model");
   fs::permissions(model, fs::perms::owner_read | fs::perms::owner_exec);
