@@ -58,6 +58,16 @@ bool HasBad(const Handle(TColStd_HArray1OfReal) & values) {
   return false;
 }
 
+// Its array of coordinates cannot be asked for when they are fewer than three.
+bool HasBadCoordinate(const StepGeom_CartesianPoint& point) {
+  for (int i = 1; i <= point.NbCoordinates(); ++i) {
+    if (IsBad(point.CoordinatesValue(i))) {
+      return true;
+    }
+  }
+  return false;
+}
+
 // Whether the entity is a T of which one of the numbers is bad.
 template <typename T, typename... Get>
 bool HasBad(const Entity& entity, Get... get) {
@@ -67,7 +77,7 @@ bool HasBad(const Entity& entity, Get... get) {
 
 bool HasBadNumber(const Entity& entity) {
   if (const auto point = Handle(StepGeom_CartesianPoint)::DownCast(entity)) {
-    return HasBad(point->Coordinates());
+    return HasBadCoordinate(*point);
   }
   if (const auto direction = Handle(StepGeom_Direction)::DownCast(entity)) {
     return HasBad(direction->DirectionRatios());
