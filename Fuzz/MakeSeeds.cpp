@@ -159,6 +159,21 @@ void MakePackageSeeds(const std::string& shapeFolder, const std::string& grepFol
   WriteFile(shapeFolder + "same-ids", MakePackage(bodies));
 }
 
+void MakeStepSeeds(const std::string& folder) {
+  const std::string begin = "ISO-10303-21;\nHEADER;\nFILE_DESCRIPTION(('a'),'2;1');\nENDSEC;\nDATA;\n";
+  const std::string end = "ENDSEC;\nEND-ISO-10303-21;\n";
+  WriteFile(folder + "tokens",
+            begin + "#1=A(1,-2,3.,+4.5E-6,'it''s','\\X2\\5DE5\\X0\\',\"0F\",.T.,$,*,#2);\n" + end);
+  WriteFile(folder + "lists", begin + "#1=A((),((1,2),(3.)),LENGTH(1.),X(Y('z',($))));\n" + end);
+  WriteFile(folder + "complex", begin + "#1=(A(1)B()C(*));\r\n#2 = (\nD(#1)!E('x' ) );\n" + end);
+  WriteFile(folder + "comments",
+            "/**/" + begin + "/* ;\n#2=B(); */#1=/***/A(/*'*/1/*,*/,2);/* a */" + end + "more");
+  std::string entities;
+  for (int i = 1; i <= 30; ++i)
+    entities += "#" + std::to_string(i) + "=CARTESIAN_POINT('',(0.,1.,2.));\n";
+  WriteFile(folder + "sections", begin + entities + end);
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -171,6 +186,7 @@ int main(int argc, char** argv) {
   MakeStreamSeeds(SeedFolder(folder, "StreamFuzz"));
   MakeBodySeeds(SeedFolder(folder, "BodyTextFuzz"), SeedFolder(folder, "BodyMeshFuzz"));
   MakePackageSeeds(SeedFolder(folder, "ShapePackageFuzz"), SeedFolder(folder, "GRepPackageFuzz"));
+  MakeStepSeeds(SeedFolder(folder, "StepTextFuzz"));
   MakeGzipSeeds(SeedFolder(folder, "GzipFuzz"));
   return 0;
 }
