@@ -76,12 +76,15 @@ class FileRun {
       things_.Add(name, TaskOf(name, work_));
     }
     TryMesher();
-    Arguments step = TaskOf("step", work_);
-    step.insert(step.end(), {"--source", source_});
-    things_.Add("step", step);
+    for (const char* const name : {"step", "program", "entities", "step-entities"}) {
+      Arguments task = TaskOf(name, work_);
+      task.insert(task.end(), {"--source", source_});
+      things_.Add(name, task);
+    }
     things_.Run(rounds_);
     FindFastestMesher();
     AddOpening(report);
+    AddConverting(report);
     AddSaving(report);
     AddSizes(report);
     AddGoals(report);
@@ -158,6 +161,20 @@ class FileRun {
   Spread Instructions(const std::string& thing, const std::string& stage) const {
     const Spread spread = things_.Get(thing, stage + "Instructions");
     return spread.value > 0.0 ? spread : Exact(kMissing);
+  }
+
+  void AddConverting(Report& report) const {
+    Report::Table table{stem_ + ": converting STEP",
+                        {{"time", "ms", kMilli, 1, true},
+                         {"processor time", "ms", kMilli, 1, false},
+                         {"peak memory", "MB", kMega, 1, false}},
+                        {}};
+    for (const char* const name : {"program", "step", "entities", "step-entities"}) {
+      table.rows.push_back(
+          {name,
+           {things_.Get(name, "seconds"), things_.Get(name, "userSeconds"), things_.Get(name, "peakBytes")}});
+    }
+    report.AddTable(table);
   }
 
   void AddSaving(Report& report) const {

@@ -34,6 +34,7 @@ const std::vector<Task>& GetTasks();
 std::vector<Task> FolderTasks();
 std::vector<Task> PeerTasks();
 std::vector<Task> SaveTasks();
+std::vector<Task> ReadTasks();
 std::vector<Task> IndexTasks();
 std::vector<Task> SceneTasks();
 std::vector<Task> GrowthTasks();
