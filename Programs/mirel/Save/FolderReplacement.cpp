@@ -250,7 +250,7 @@ std::string FolderReplacement::Check() const {
                ? "exists already and is incomplete, as an interrupted save leaves it; --force replaces it"
                : "exists already; --force replaces it";
   }
-  const std::string obstacle = FindObstacle(target_);
+  std::string obstacle = FindObstacle(target_);
   if (!obstacle.empty()) {
     return obstacle;
   }

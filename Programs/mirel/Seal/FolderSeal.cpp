@@ -59,7 +59,7 @@ bool FolderSeal::ListFiles(const std::string& folder, std::vector<std::string>& 
 }
 
 bool FolderSeal::Compute(const std::string& path, std::string& sum, std::string& reason) {
-  sha256_ctx context;
+  sha256_ctx context = {};
   sha256_init(&context);
   const auto take = [&](const char* bytes, std::size_t size) {
     sha256_update(&context, size, reinterpret_cast<const std::uint8_t*>(bytes));
