@@ -45,8 +45,14 @@ if(TARGET mirel)
   # The program finds the libraries beside it, wherever the installed tree lies.
   file(RELATIVE_PATH libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(mirel PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
-  set_target_properties(MirelReadSTEP MirelReadIGES PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+  set_target_properties(MirelReadSTEP MirelReadIGES MirelPicture PROPERTIES INSTALL_RPATH "$ORIGIN/..")
   install(TARGETS MirelReadSTEP MirelReadIGES LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT program)
+  install(TARGETS MirelPicture LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT draw)
+  # Thumbnails of model folders' index files in the file managers of free desktops.
+  install(FILES Programs/mirel/Picture/mirel.thumbnailer DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers
+          COMPONENT program)
+  install(FILES Programs/mirel/Picture/mirel-mime.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages
+          RENAME mirel.xml COMPONENT program)
   install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 endif()
 set_target_properties(MirelViewerKernel MirelDraw PROPERTIES INSTALL_RPATH "$ORIGIN")
@@ -90,4 +96,6 @@ set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION graphics)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
     "Light-weight CAD assemblies: program\n Saves STEP and IGES assemblies as model folders and opens them again.")
 set(CPACK_COMPONENT_PROGRAM_DEPENDS runtime)
+# Only `mirel picture` needs it, and says so.
+set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS libmirel-draw${PROJECT_VERSION_MAJOR})
 include(CPack)

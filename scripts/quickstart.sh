@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Builds the program, saves the sample assembly as a model folder, opens that folder and prints its tree.
+# Builds the program, saves the sample assembly as a model folder, opens that folder, prints its tree and draws it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,3 +15,6 @@ echo
 show build/release/bin/mirel save --force Samples/trolley.step build/trolley
 echo
 show build/release/bin/mirel tree build/trolley
+echo
+show build/release/bin/mirel picture build/trolley build/trolley.png
+echo "the picture: $PWD/build/trolley.png"

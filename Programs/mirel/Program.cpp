@@ -7,6 +7,7 @@
 #include <Programs/mirel/Open/BoxVerb.h>
 #include <Programs/mirel/Open/InfoVerb.h>
 #include <Programs/mirel/Open/TreeVerb.h>
+#include <Programs/mirel/Picture/PictureVerb.h>
 #include <Programs/mirel/Save/InterruptCleanup.h>
 #include <Programs/mirel/Save/SaveVerb.h>
 #include <Programs/mirel/Seal/SealVerb.h>
@@ -52,6 +53,7 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   verbs.push_back(std::make_unique<BoxVerb>());
   verbs.push_back(std::make_unique<CheckVerb>());
   verbs.push_back(std::make_unique<SealVerb>());
+  verbs.push_back(std::make_unique<PictureVerb>());
   verbs.push_back(std::make_unique<RunVerb>());
   verbs.push_back(std::make_unique<CommandsVerb>());
   verbs.push_back(std::make_unique<StreamVerb>());

@@ -14,7 +14,7 @@ glm::vec3 Drawable(const glm::vec3& color) {
 }  // namespace
 
 glm::vec3 DrawPalette::GetBodyColor(const BrepSceneNode& node) {
-  return node.GetColor().r < 0.0f ? kDefaultColor : Drawable(node.GetColor());
+  return node.GetColor().r < 0.0f ? BrepSceneNode::kDefaultColor : Drawable(node.GetColor());
 }
 
 DrawPalette::DrawPalette(const BrepSceneNode& node, std::size_t faceCount) : body_(GetBodyColor(node)) {

@@ -14,10 +14,7 @@ namespace mirel {
 /// of placements and threads share it.
 class MIREL_DRAW_API DrawPalette {
  public:
-  /// What is drawn where neither the face nor the body has a colour: a light steel grey.
-  static constexpr glm::vec3 kDefaultColor{0.72f, 0.74f, 0.77f};
-
-  /// The colours of a node that draws a body of so many faces: the face's own, else the body's, else the default.
+  /// The colours of a node that draws a body of so many faces: the face's own, else the body's, else `BrepSceneNode::kDefaultColor`.
   /// Components outside 0 to 1 are drawn as the nearer end of it; what is not a number, as 0.
   DrawPalette(const BrepSceneNode& node, std::size_t faceCount);
 

@@ -87,14 +87,13 @@ class DrawScene::Gathering {
   void Visit(const SceneNode& node, const Place& above) {
     const Place own = {static_cast<std::uint32_t>(scene_.nodes_.size()),
                        Multiply(above.placement, node.GetTransform()),
-                       visibility_.Inherit(above.inherited, &node)};
+                       visibility_.Inherit(above.inherited, node)};
     if (own.inherited.hidden) return;
     scene_.nodes_.push_back({&node, above.parent});
-    if (const auto* body = dynamic_cast<const BrepSceneNode*>(&node)) {
-      Add(*body, own);
-    } else if (const auto* group = dynamic_cast<const GroupSceneNode*>(&node)) {
-      waiting_.push_back({group, own});
-    }
+    if (node.GetKind() == SceneNodeKind::kBrep)
+      Add(static_cast<const BrepSceneNode&>(node), own);
+    else if (node.GetKind() == SceneNodeKind::kGroup)
+      waiting_.push_back({&static_cast<const GroupSceneNode&>(node), own});
   }
 
   void Add(const BrepSceneNode& node, const Place& place) {

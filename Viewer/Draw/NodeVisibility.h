@@ -12,8 +12,9 @@ class SceneNode;
 
 /// Which nodes of a scene are drawn, and how: all of them, unless something is said about them here.
 ///
+/// Besides, what a node says of itself holds: one that is not visible is hidden, one that is not opaque a ghost.
 /// What is said about a node holds for all below it. Hidden wins over ghosted, and both over what is shown alone.
-/// Nodes are told apart by their address and never looked into. Thread safety: as a standard container.
+/// Thread safety: as a standard container.
 class MIREL_DRAW_API NodeVisibility {
  public:
   enum class Look {
@@ -33,7 +34,7 @@ class MIREL_DRAW_API NodeVisibility {
     bool ghost = false;
     bool alone = false;
   };
-  Inherited Inherit(const Inherited& above, const SceneNode* node) const;
+  Inherited Inherit(const Inherited& above, const SceneNode& node) const;
 
   /// How a body is drawn whose node gave this.
   Look GetLook(const Inherited& own) const;

@@ -22,7 +22,6 @@ constexpr double kSamePlace = 1e-6;
 struct Passage {
   std::uint32_t placement;
   int balance;
-  double first;  // where it comes out first
 };
 
 }  // namespace
@@ -73,23 +72,21 @@ void SurfaceFinder::FindCut(const Ray& ray, int plane, RayHit& hit) const {
     if (again) continue;
     auto passage = std::find_if(passages.begin(), passages.end(),
                                 [&](const Passage& p) { return p.placement == passed.placement; });
-    if (passage == passages.end())
-      passage = passages.insert(passages.end(), {passed.placement, 0, std::numeric_limits<double>::max()});
+    if (passage == passages.end()) passage = passages.insert(passages.end(), {passed.placement, 0});
     passage->balance += passed.fromInside ? 1 : -1;
-    if (passed.fromInside) passage->first = std::min(passage->first, passed.distance);
   }
-  double first = std::numeric_limits<double>::max();
+  // Where bodies overlap, always the same one is seen.
+  std::uint32_t first = RayHit::kNone;
   for (const Passage& passage : passages) {
-    if (passage.balance <= 0 || passage.first >= first ||
-        closed_.count(scene.GetBatch(passage.placement).grep.get()) == 0)
-      continue;
-    first = passage.first;
-    hit.distance = ray.nearest;
-    hit.placement = passage.placement;
-    hit.face = FaceMap::kCut + static_cast<std::uint32_t>(plane);
-    hit.normal = hit.flatNormal = glm::vec3(sections_[static_cast<std::size_t>(plane)].normal);
-    hit.fromInside = false;
+    if (passage.balance > 0 && closed_.count(scene.GetBatch(passage.placement).grep.get()) > 0)
+      first = std::min(first, passage.placement);
   }
+  if (first == RayHit::kNone) return;
+  hit.distance = ray.nearest;
+  hit.placement = first;
+  hit.face = FaceMap::kCut + static_cast<std::uint32_t>(plane);
+  hit.normal = hit.flatNormal = glm::vec3(sections_[static_cast<std::size_t>(plane)].normal);
+  hit.fromInside = false;
 }
 
 RayHit SurfaceFinder::FindHit(const glm::dvec2& point, Ray& ray) const {

@@ -5,6 +5,7 @@
 #include <Programs/mirel/Open/ModelFigures.h>
 #include <Programs/mirel/Open/ModelFolder.h>
 #include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Picture/PictureCall.h>
 #include <Programs/mirel/Stopwatch.h>
 #include <Programs/mirel/Text/JsonText.h>
 #include <Programs/mirel/Text/Utf8.h>
@@ -208,6 +209,7 @@ CLI::App* InfoVerb::Declare(CLI::App& program) {
       program.add_subcommand("info", "Tell what is in a model folder and how long it takes to open");
   verb->add_option("FOLDER", folder_, "Model folder, or its index file")->required();
   verb->add_flag("--json", json_, "Print as JSON");
+  verb->add_option("--picture", picture_.output, "Also draw it into this PNG file")->type_name("FILE");
   return verb;
 }
 
@@ -217,9 +219,13 @@ ExitCode InfoVerb::Run(Console& console) {
     console.Error(folder_, refusal);
     return ExitCode::kInputUnread;
   }
+  if (!picture_.output.empty() && !PictureCall::IsPossible(console)) {
+    return ExitCode::kOutputUnwritten;
+  }
   Findings findings;
   findings.path = folder_;
   ModelFolder folder;
+  const auto root = std::make_shared<GroupSceneNode>();
   bool complete = false;
   {
     const LogRecorder log(console, folder_);
@@ -233,7 +239,7 @@ ExitCode InfoVerb::Run(Console& console) {
     findings.seconds = {{"index", times.index}, {"graphics", times.graphics}, {"shapes", times.shapes}};
     const ModelFigures figures(folder.GetModel());
     Stopwatch watch;
-    LiteVisualVisitor visitor(folder.GetModel(), nullptr, std::make_shared<GroupSceneNode>());
+    LiteVisualVisitor visitor(folder.GetModel(), nullptr, root);
     folder.GetModel().Apply(&visitor);
     findings.seconds.emplace_back("nodes", watch.Lap());
     Describe(figures, findings);
@@ -245,6 +251,13 @@ ExitCode InfoVerb::Run(Console& console) {
   if (!console.Data(json_ ? ToJson(findings) : ToText(findings))) {
     console.Error("", "the findings could not be printed");
     return ExitCode::kOutputUnwritten;
+  }
+  if (!picture_.output.empty()) {
+    PictureReply reply;
+    const ExitCode drawn = PictureCall::Draw(console, folder_, *root, picture_, reply);
+    if (drawn != ExitCode::kDone) {
+      return drawn;
+    }
   }
   return complete ? ExitCode::kDone : ExitCode::kInputUnread;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Programs/mirel/Picture/PictureRequest.h>
 #include <Programs/mirel/Verb.h>
 
 #include <string>
@@ -15,6 +16,7 @@ class InfoVerb : public Verb {
  private:
   std::string folder_;
   bool json_ = false;
+  PictureRequest picture_;  // none without an output
 };
 
 }  // namespace mirel

@@ -62,7 +62,26 @@ CLI::App* SaveVerb::Declare(CLI::App& program) {
   return verb;
 }
 
+ExitCode SaveVerb::Convert(Console& console, const std::string& input, const std::string& folder) {
+  SaveVerb verb;
+  verb.input_ = input;
+  verb.folder_ = folder;
+  return verb.Save(console);
+}
+
 ExitCode SaveVerb::Run(Console& console) {
+  const ExitCode result = Save(console);
+  if (result != ExitCode::kDone) {
+    return result;
+  }
+  if ((json_ || !console.IsQuiet()) && !console.Data(json_ ? report_.ToJson() : report_.ToText())) {
+    console.Error("", "the report could not be printed");
+    return ExitCode::kOutputUnwritten;
+  }
+  return strict_ && report_.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
+}
+
+ExitCode SaveVerb::Save(Console& console) {
   Stopwatch watch;
   report_ = LossReport();
   record_ = ImportRecord();
@@ -92,15 +111,8 @@ ExitCode SaveVerb::Run(Console& console) {
       result = Write(console, progress.GetBar(), model);
     }
   }
-  if (result != ExitCode::kDone) {
-    return result;
-  }
   report_.seconds.emplace_back("total", watch.Lap());
-  if ((json_ || !console.IsQuiet()) && !console.Data(json_ ? report_.ToJson() : report_.ToText())) {
-    console.Error("", "the report could not be printed");
-    return ExitCode::kOutputUnwritten;
-  }
-  return strict_ && report_.HasLosses() ? ExitCode::kLosses : ExitCode::kDone;
+  return result;
 }
 
 ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file,

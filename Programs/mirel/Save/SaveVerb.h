@@ -25,7 +25,11 @@ class SaveVerb : public Verb {
   CLI::App* Declare(CLI::App& program) override;
   ExitCode Run(Console& console) override;
 
+  /// Does the same without options and without the report.
+  static ExitCode Convert(Console& console, const std::string& input, const std::string& folder);
+
  private:
+  ExitCode Save(Console& console);
   ExitCode ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode ReadBody(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode Write(Console& console, ProgressBar& progress, LiteModel& model);

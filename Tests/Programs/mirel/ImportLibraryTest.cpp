@@ -76,9 +76,16 @@ TEST_F(CopiedProgram, NeedsNoReaderForAnythingElse) {
 
   const ChildRun needs = RunProgram({program_.u8string()}, [] { setenv("LD_TRACE_LOADED_OBJECTS", "1", 1); });
   EXPECT_NE(needs.output.find("libMirelHost"), std::string::npos);
-  for (const char* const slow :
-       {"libTKXDE", "libTKSTEP", "libTKIGES", "libTKXSBase", "libTKXCAF", "libTKV3d"})
+  for (const char* const slow : {"libTKXDE", "libTKSTEP", "libTKIGES", "libTKXSBase", "libTKXCAF", "libTKV3d",
+                                 "libMirelDraw", "libembree"})
     EXPECT_EQ(needs.output.find(slow), std::string::npos) << needs.output;
+}
+
+TEST_F(CopiedProgram, SaysWhatToInstallForPictures) {
+  const ChildRun run = Run({"picture", MIREL_SAMPLE, path_ + "out.png"});
+  EXPECT_EQ(run.exitCode, 3);
+  EXPECT_NE(run.output.find("MirelPicture.so, which cannot be loaded: no such file"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("install the package libmirel-draw0"), std::string::npos) << run.output;
 }
 
 TEST_F(CopiedProgram, SaysWhyItCannotLoadAReader) {

@@ -47,7 +47,7 @@ TEST(DrawSceneTest, DrawsWhatIsAlikeTogether) {
     if (batch.palette->GetColor(0) == glm::vec3(1, 0, 0)) reds += batch.placements.size();
     if (batch.palette->GetColor(2) == glm::vec3(0, 0, 1)) {
       painted += batch.placements.size();
-      EXPECT_EQ(batch.palette->GetColor(1), DrawPalette::kDefaultColor);
+      EXPECT_EQ(batch.palette->GetColor(1), BrepSceneNode::kDefaultColor);
     }
     EXPECT_EQ(&scene.GetBatch(batch.first), &batch);
   }
@@ -97,6 +97,11 @@ TEST(DrawSceneTest, LeavesOutWhatIsHiddenOrNotShownAlone) {
   visibility.Ghost(group.get());
   visibility.Hide(root.get());
   EXPECT_EQ(draw(visibility), "");
+
+  // What nodes say of themselves.
+  group->SetOpacity(0.5f);
+  b->SetVisible(false);
+  EXPECT_EQ(draw(NodeVisibility()), "c a~ ");
 }
 
 TEST(DrawSceneTest, LeavesOutWhatCannotBeDrawnWhereItIsPlaced) {

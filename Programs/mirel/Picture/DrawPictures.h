@@ -1,0 +1,20 @@
+#pragma once
+
+#include <Programs/mirel/Picture/PictureRequest.h>
+
+#if defined(_WIN32)
+#define MIREL_PICTURE_API extern "C" __declspec(dllexport)
+#else
+#define MIREL_PICTURE_API extern "C" __attribute__((visibility("default")))
+#endif
+
+namespace mirel {
+
+class SceneNode;
+
+/// The one function of the library that draws pictures for the program, which is loaded only then: draws what is asked for
+/// of the nodes below `root`, writes the files and says in `reply` how it went. Throws what runs out of memory throws.
+MIREL_PICTURE_API void MirelDrawPictures(const SceneNode& root, const PictureRequest& request,
+                                         PictureReply& reply);
+
+}  // namespace mirel
