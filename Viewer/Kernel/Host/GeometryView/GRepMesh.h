@@ -66,10 +66,9 @@ struct GRepEdge {
 /// 1; then n / |n|. The error is below 1 degree. Normals point out of the material, and the corners of a
 /// triangle turn counter-clockwise when seen from there.
 struct MIREL_HOST_API GRepMesh {
-  /// The mesh before its positions were rounded to the grid, and vertices of the body that no edge uses. A
-  /// drawn vertex may lie half a grid step outside, and the exact body reaches past the box by
-  /// `linearDeflection` at most. Empty for an empty body, infinite for a body without bounds (of which
-  /// nothing is drawn).
+  /// What is drawn, before its positions were rounded to the grid. A drawn vertex may lie half a grid step
+  /// outside, and the faces and edges of the exact body reach past the box by `linearDeflection` at most.
+  /// Empty where nothing is drawn, infinite for a body without bounds (of which nothing is drawn).
   AABoxT<double> box;
 
   /// Where the grid of the vertices begins, in mm, and the length of one step, the same on the three axes.

@@ -183,8 +183,6 @@ class Builder {
       Logger::Instance().Message(1, "A body without bounds is not drawn");
       return false;
     }
-    for (TopExp_Explorer lone(original_, TopAbs_VERTEX, TopAbs_EDGE); lone.More(); lone.Next())
-      AddToBox(BRep_Tool::Pnt(TopoDS::Vertex(lone.Current())));
 
     const double scale = std::abs(placement_.ScaleFactor());
     const gp_XYZ low = bounds.CornerMin().XYZ(), high = bounds.CornerMax().XYZ();
@@ -310,11 +308,6 @@ class Builder {
       }
     });
     return sound;
-  }
-
-  void AddToBox(const gp_Pnt& point) {
-    const gp_Pnt placed = point.Transformed(placement_);
-    mesh_.box.Extend(glm::dvec3(placed.X(), placed.Y(), placed.Z()));
   }
 
   std::uint32_t AddVertex(const gp_Pnt& placed, const gp_XYZ& normal) {
@@ -570,17 +563,29 @@ class Builder {
     }
   }
 
+  // Takes the box of what is drawn: faces also have vertices for the ends of edges that nothing is drawn of.
+  void AddToBox(const std::vector<std::uint32_t>& vertices) {
+    for (const std::uint32_t vertex : vertices) {
+      const gp_XYZ& position = positions_[vertex];
+      mesh_.box.Extend(glm::dvec3(position.X(), position.Y(), position.Z()));
+    }
+  }
+
   void Quantise() {
+    AddToBox(mesh_.triangles);
+    AddToBox(mesh_.polylines);
+    if (!mesh_.box.IsFinite()) {
+      for (GRepFace& face : mesh_.faces)
+        face = {};
+      return;
+    }
     const std::size_t count = positions_.size();
-    if (count == 0) return;
     gp_XYZ low = positions_[0], high = low;
     for (const gp_XYZ& position : positions_)
       for (int axis = 1; axis <= 3; ++axis) {
         low.SetCoord(axis, std::min(low.Coord(axis), position.Coord(axis)));
         high.SetCoord(axis, std::max(high.Coord(axis), position.Coord(axis)));
       }
-    for (const gp_XYZ& corner : {low, high})
-      mesh_.box.Extend(glm::dvec3(corner.X(), corner.Y(), corner.Z()));
     const double step = mesh_.gridStep;
     bool fine = false;
     for (int axis = 0; axis < 3; ++axis) {
