@@ -2,8 +2,6 @@
 
 #include <Programs/mirel/Text/Utf8.h>
 
-#include <cstdio>
-
 #if defined(_WIN32)
 #include <io.h>
 #else
@@ -12,19 +10,15 @@
 
 namespace mirel {
 
-namespace {
+Console::Console(const Options& options) : options_(options) {}
 
-bool ErrorIsTerminal() {
+bool Console::IsTerminal(std::FILE* stream) {
 #if defined(_WIN32)
-  return _isatty(_fileno(stderr)) != 0;
+  return _isatty(_fileno(stream)) != 0;
 #else
-  return isatty(fileno(stderr)) != 0;
+  return isatty(fileno(stream)) != 0;
 #endif
 }
-
-}  // namespace
-
-Console::Console(const Options& options) : options_(options) {}
 
 bool Console::Data(std::string_view text) {
   const std::string safe = Utf8::ForTerminal(text, true);
@@ -60,7 +54,7 @@ void Console::Detail(const std::string& text) {
 }
 
 Console::Progress::Progress(Console& console)
-    : console_(console), bar_(!console.options_.quiet && ErrorIsTerminal()) {
+    : console_(console), bar_(!console.options_.quiet && IsTerminal(stderr)) {
   console_.bar_ = &bar_;
 }
 

@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/ProgressBar.h>
 
+#include <cstdio>
 #include <string>
 #include <string_view>
 
@@ -22,6 +23,9 @@ class Console {
   };
 
   explicit Console(const Options& options);
+
+  /// Whether a stream of the process is a terminal.
+  static bool IsTerminal(std::FILE* stream);
 
   bool IsQuiet() const { return options_.quiet; }
   bool IsVerbose() const { return options_.verbose; }

@@ -1,5 +1,6 @@
 #include <Programs/mirel/Import/StepReader.h>
 
+#include <Programs/mirel/Import/OtherFiles.h>
 #include <Programs/mirel/Import/Part21/StepWorkLibrary.h>
 #include <Programs/mirel/Import/StepCensus.h>
 #include <Programs/mirel/Import/StepNumbers.h>
@@ -64,6 +65,7 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   Handle(TDocStd_Document) target = document;
   const bool good = Run(file, reader.ChangeReader(), [&](const Message_ProgressRange& range) {
     SetUnreadableBodies(StepNumbers::TakeOutBodies(reader.ChangeReader()));
+    OtherFiles::TurnAway(*reader.ChangeReader().Model(), fs::u8path(file.GetPath()).parent_path());
     return reader.Transfer(target, range);
   });
   if (good) {

@@ -55,6 +55,10 @@ ExitCode StreamVerb::Run(Console& console) {
     return ExitCode::kInputUnread;
   }
   if (folder_ == "-") {
+    if (Console::IsTerminal(stdin)) {
+      console.Error("stdin", "is a terminal, where no tar archive comes from");
+      return ExitCode::kUsage;
+    }
     TarPieces archive;
     if (!archive.Load(stdin)) {
       console.Error("stdin", archive.GetError());

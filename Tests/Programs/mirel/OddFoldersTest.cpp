@@ -86,7 +86,7 @@ TEST_F(OddProgramInput, OnlyRegularFilesAreRead) {
   for (const std::string& input :
        {pipe, path_ + "link.brep", std::string("/dev/zero"), std::string("/dev/full")}) {
     ExpectRefusal("save", {"save", input, target}, input + ": not a regular file\n");
-    for (const char* const verb : {"tree", "info", "box", "stream", "check"})
+    for (const char* const verb : {"tree", "info", "box", "stream", "check", "seal"})
       ExpectRefusal(verb, {verb, input}, "not a regular file");
     ExpectRefusal("run", {"run", "ImportLiteModel", "--file", input}, "not a regular file");
     for (const std::vector<std::string>& command : {std::vector<std::string>{"tree", model_},
@@ -147,11 +147,13 @@ TEST_F(OddProgramInput, WhatLiesAroundDecidesNothing) {
   ASSERT_EQ(mkfifo((here + "SHAPE.us").c_str(), 0600), 0);
   WriteFile(here + "STEP",
             "FromSTEP.exec.op: DropSmallEdges,SplitClosedFaces\nSplitClosedFaces.NbSplitPoints: 3\n");
-  const ChildRun run = Run({"save", "-q", MIREL_SAMPLE, path_ + "elsewhere"}, [&] {
+  WriteGzip(path_ + "trolley.stpz", ReadFile(MIREL_SAMPLE));
+  const ChildRun run = Run({"save", "-q", path_ + "trolley.stpz", path_ + "elsewhere"}, [&] {
     EXPECT_EQ(chdir(here.c_str()), 0);
     for (const char* const name : {"CSF_STEPDefaults", "CSF_XSTEPDefaults", "CSF_XSMessage", "CSF_SHMessage"})
       setenv(name, ".", 1);
     setenv("CSF_LANGUAGE", "us", 1);
+    setenv("TMPDIR", "/dev/null", 1);  // no copy goes there
     setenv("CSF_MeshAlgo", "delabella", 1);
   });
   EXPECT_EQ(run.exitCode, 0) << run.output;
@@ -187,6 +189,7 @@ TEST_F(OddProgramInput, NothingItSaysCommandsATerminal) {
       {{"box", "--id", bad, model_}, 2},
       {{"box", bad}, 2},
       {{"stream", bad}, 2},
+      {{"seal", bad}, 2},
       {{"stream", "-"}, 2},
       {{"save", bad, "x"}, 2},
       {{"save", "--force", MIREL_SAMPLE, other}, 3},

@@ -11,6 +11,11 @@
 #include <filesystem>
 #include <string>
 
+#if defined(__linux__)
+#include <sys/stat.h>
+#include <unistd.h>
+#endif
+
 namespace mirel {
 namespace {
 
@@ -104,6 +109,18 @@ TEST_F(SourceLossesTest, MissingFilesAreNamedAndTheirPartsLost) {
   EXPECT_TRUE(Has(report_, "\"part_left.stp: no such file\",\n")) << report_;
   EXPECT_TRUE(Has(report_, "\"part_right.stp: not a STEP file that can be read\"\n")) << report_;
 }
+
+#if defined(__linux__)
+TEST_F(SourceLossesTest, APipeInThePlaceOfAnotherFileIsNotWaitedFor) {
+  const std::string path = Write("main.step", "part_");
+  fs::remove(fs::u8path(scratch_.GetPath() + "part_left.stp"));
+  ASSERT_EQ(mkfifo((scratch_.GetPath() + "part_left.stp").c_str(), 0600), 0);
+  alarm(60);  // ends what hangs
+  EXPECT_EQ(Save(path), 0);
+  alarm(0);
+  EXPECT_TRUE(Has(report_, "part_left.stp (not a regular file): no such file\n")) << report_;
+}
+#endif
 
 TEST_F(SourceLossesTest, ErrorsInEntitiesAreListedByKind) {
   EXPECT_EQ(Save(WriteChanged("PRODUCT('left','left'", "PRODUCT('left',$"), {"--strict", "-v"}), 0)
