@@ -29,6 +29,9 @@ class ExchangeStructure {
   std::size_t CountRecords() const;
   std::size_t CountParameters() const;
 
+  /// Frees the sections. Texts and the names of lists stay where they are.
+  void ForgetRecords() { sections_ = {}; }
+
   /// The name of a list by its number, as "$1".
   const char* GetListName(std::uint32_t number) const { return listNames_[number].c_str(); }
 

@@ -57,13 +57,14 @@ class WatchedReaderTool : public StepData_StepReaderTool {
 };
 
 // What StepFile_Read does when the text is scanned.
-void Load(const ExchangeStructure& structure, const Handle(StepData_StepModel) & model,
+void Load(ExchangeStructure& structure, const Handle(StepData_StepModel) & model,
           const Handle(StepData_Protocol) & protocol, StageProgress& progress) {
   const Handle(StepData_StepReaderData) data =
       new StepData_StepReaderData(static_cast<int>(structure.GetSections().front().records.size()),
                                   static_cast<int>(structure.CountRecords()),
                                   static_cast<int>(structure.CountParameters()), model->SourceCodePage());
   FillReaderData(structure, *data);
+  structure.ForgetRecords();
   WatchedReaderTool tool(data, protocol, progress);
   tool.SetErrorHandle(Standard_True);
   tool.PrepareHeader(nullptr);
@@ -81,7 +82,7 @@ Standard_Integer StepWorkLibrary::ReadFile(const Standard_CString name,
                                            Handle(Interface_InterfaceModel) & model,
                                            const Handle(Interface_Protocol) & protocol) const {
   const auto stepProtocol = Handle(StepData_Protocol)::DownCast(protocol);
-  const std::optional<ExchangeStructure> structure = ScanFile(file_);
+  std::optional<ExchangeStructure> structure = ScanFile(file_);
   if (!structure || structure->CountParameters() > INT_MAX || structure->CountRecords() > INT_MAX ||
       stepProtocol.IsNull()) {
     WatchedFile content(file_.GetReadPath(), file_.GetSize(), progress_, "analysis");
