@@ -17,12 +17,14 @@
 #include <Programs/mirel/View/StreamVerb.h>
 
 #include <Viewer/Kernel/App/ViewerKernelModule.h>
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 
 #include <CLI/CLI.hpp>
 #include <Standard_Failure.hxx>
 
 #include <algorithm>
 #include <csignal>
+#include <cstdint>
 #include <exception>
 #include <memory>
 #include <sstream>
@@ -139,6 +141,12 @@ int Program::Run(int argc, char** argv) {
   app.set_version_flag("--version", "mirel " MIREL_VERSION, "Print the version and end");
   app.add_flag("-q,--quiet", options.quiet, "No progress, notes or reports; errors are still printed");
   app.add_flag("-v,--verbose", options.verbose, "Details of what happens, for finding a cause");
+  std::uint64_t memoryLimit = 0;
+  app.add_option("--memory-limit", memoryLimit,
+                 "What opening a folder may take, such as 2G; beyond it files are refused and nodes left out")
+      ->transform(CLI::AsSizeValue(false))
+      ->check(CLI::PositiveNumber)
+      ->type_name("BYTES");
   app.footer(kExitCodes);
   app.require_subcommand(1);
   app.fallthrough();  // --quiet and --verbose may also stand behind the verb
@@ -159,6 +167,7 @@ int Program::Run(int argc, char** argv) {
     Console console(options);
     return static_cast<int>(Refuse(console, app, refusal));
   }
+  MemoryBudget::SetLimit(memoryLimit);
   Console console(options);
   const LogRecorder log(console, "");  // what nobody else listens to
   try {

@@ -4,7 +4,7 @@
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
-#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/Host/Renderer/SceneNode.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 #include <Viewer/Kernel/Model/GroupItem.h>
 #include <Viewer/Kernel/Model/InstanceItem.h>
@@ -65,10 +65,8 @@ static std::size_t PrintNode(const SceneNode& node, int depth) {
     return brep->GetGRep()->GetMesh().GetTriangleCount();
   }
   std::size_t triangles = 0;
-  if (const auto* group = dynamic_cast<const GroupSceneNode*>(&node)) {
-    for (const auto& child : group->GetNodes())
-      triangles += PrintNode(*child, depth + 1);
-  }
+  for (const auto& child : node.GetNodes())
+    triangles += PrintNode(*child, depth + 1);
   return triangles;
 }
 

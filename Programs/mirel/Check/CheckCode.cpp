@@ -46,7 +46,7 @@ constexpr CheckCodeEntry kEntries[] = {
     {"P009", kWarning, "a package is beyond the count of the index"},
     {"P010", kWarning, "a file does not belong to a model folder"},
     {"P011", kError, "an item of a package has the id 0"},
-    {"P012", kError, "so many packages are missing that no more are looked for"},
+    {"P012", kError, "so many packages are missing that not all are named"},
     {"S001", kError, "the seal cannot be used"},
     {"S002", kError, "a file was changed since it was saved"},
     {"S003", kError, "a file was removed since it was saved"},

@@ -46,7 +46,7 @@ enum class CheckCode {
   kPackageBeyondCount,
   kForeignFile,
   kIdZero,
-  kPackagesGivenUp,
+  kManyPackagesMissing,
   kSealUnreadable,
   kFileChanged,
   kFileRemoved,

@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <system_error>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -87,6 +88,7 @@ void FolderCheck::CheckIndex() {
   NoteLink(indexName_);
   std::string content;
   {
+    // Only one of the two forms of the text stays.
     LogNotes notes;
     const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(index_);
     if (!buffer) {
@@ -95,7 +97,7 @@ void FolderCheck::CheckIndex() {
     }
     content.assign(buffer->GetData(), buffer->GetSize());
   }
-  contents_.Run(content, indexName_, findings_);
+  contents_.Run(std::move(content), indexName_, findings_);
 }
 
 void FolderCheck::CheckFiles() {

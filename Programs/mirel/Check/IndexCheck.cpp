@@ -13,10 +13,12 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <initializer_list>
 #include <set>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 
 namespace mirel {
 
@@ -232,7 +234,7 @@ class Checker {
       return false;
     }
     ++result_.items;
-    content_->own.Add({1, level});
+    content_->own.Add({CountAsWalkItems(NameLength(value), 0), level});
     if (level == 1) {
       content_->name = name;
     }
@@ -241,7 +243,8 @@ class Checker {
       CheckShape(value, name);
     } else if (isGroup) {
       CheckMembers(value, name, {"Type", "Id", "Name", "Color", "Transform", "Children"});
-      for (rapidjson::SizeType i = 0; i < children->Size(); ++i) {
+      // What lies deeper is not read; `CheckDepth` tells it.
+      for (rapidjson::SizeType i = 0; i < children->Size() && level <= kMaxNesting; ++i) {
         CheckNested((*children)[i], "child " + std::to_string(i + 1) + " of " + name, level + 1, nullptr);
       }
     } else {
@@ -253,6 +256,12 @@ class Checker {
       }
     }
     return true;
+  }
+
+  // Up to a NUL character, as readers take it.
+  static std::size_t NameLength(const Value& item) {
+    const Value* const name = MemberOf(item, "Name");
+    return name != nullptr && name->IsString() ? std::strlen(name->GetString()) : 0;
   }
 
   static std::string Name(const char* kind, const Value& item, const std::string& place) {
@@ -367,6 +376,11 @@ class Checker {
       }
       double& element = matrix[static_cast<int>(k / 4)][static_cast<int>(k % 4)];
       element = transform[k].GetDouble();
+      if (!std::isfinite(element)) {
+        Report(CheckCode::kNoTransform,
+               name + ": its placement holds a number beyond all bounds, and is ignored");
+        return;
+      }
       isNear = isNear && std::abs(element) <= kMaxMeshCoordinate;
     }
     const char* reason = nullptr;
@@ -398,6 +412,7 @@ class Checker {
     if (const Value* const colors = MemberOf(item, "FColor")) {
       if (CheckKind(item, name, "FColor", colors->IsArray(), "an array")) {
         CheckFaceColors(*colors, name, use.faces);
+        content_->own.Add({CountAsWalkItems(0, use.faces.size()) - 1, 0});
       }
     }
     if (ReadId(item, name, "SId", true, use.body)) {
@@ -454,21 +469,25 @@ class Checker {
       if (!type->second.used) {
         Report(CheckCode::kTypeUnused, type->second.content.name + " is a type without an instance");
       }
+      CheckDepth(type->second.content, type->second.content.own);
       Measure(type->second);
     }
     Extent all;
     for (const Content& root : roots_) {
       const Extent extent = Unfold(root);
       all.Add(extent);
-      if (extent.levels > kMaxNesting) {
-        Report(CheckCode::kTooDeep, root.name + " unfolds into " + std::to_string(extent.levels) +
-                                        " levels, more than " + std::to_string(kMaxNesting) +
-                                        ": what is deeper is left out");
-      }
+      CheckDepth(root, extent);
     }
     if (all.items > kMaxWalkItems) {
       Report(CheckCode::kTooMany,
              "the items unfold into more than " + std::to_string(kMaxWalkItems) + ": the rest is left out");
+    }
+  }
+
+  void CheckDepth(const Content& content, const Extent& extent) {
+    if (extent.levels > kMaxNesting) {
+      Report(CheckCode::kTooDeep, content.name + " has more than " + std::to_string(kMaxNesting) +
+                                      " levels: what is deeper is left out");
     }
   }
 
@@ -531,7 +550,7 @@ class Checker {
 
 }  // namespace
 
-void IndexCheck::Run(const std::string& content, const std::string& file, FindingList& findings) {
+void IndexCheck::Run(std::string&& content, const std::string& file, FindingList& findings) {
   const std::size_t end = content.find('\0');
   if (end != std::string::npos) {
     findings.Add(CheckCode::kIndexBehindEnd, file,
@@ -539,11 +558,9 @@ void IndexCheck::Run(const std::string& content, const std::string& file, Findin
                                         "byte|bytes from a NUL character on, which is|are not read"));
   }
   ShallowDocument document;
-  if (!document.ParseText(content)) {
+  if (!document.ParseText(std::move(content))) {
     findings.Add(CheckCode::kIndexNoJson, file,
-                 document.IsTooDeep()
-                     ? "nests deeper than " + std::to_string(kMaxIndexDepth) + " levels of objects and arrays"
-                     : "is no JSON from byte " + std::to_string(document.GetErrorOffset()) + " on");
+                 "is no JSON from byte " + std::to_string(document.GetErrorOffset()) + " on");
     return;
   }
   Checker(*this, file, findings).CheckRoot(document);

@@ -20,7 +20,7 @@ struct IndexCheck {
   };
 
   /// Checks the inflated content of the index, named `file` in findings.
-  void Run(const std::string& content, const std::string& file, FindingList& findings);
+  void Run(std::string&& content, const std::string& file, FindingList& findings);
 
   bool opens = false;  ///< whether a reader accepts it; when not, all else is what was read until then
   std::uint32_t shapePackages = 0;

@@ -7,6 +7,7 @@
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Model/FolderFiles.h>
 #include <Viewer/Kernel/Model/LiteLimits.h>
+#include <Viewer/Kernel/Reader/PackageSearch.h>
 #include <Viewer/Kernel/Reader/PackageTable.h>
 
 #include <algorithm>
@@ -26,52 +27,39 @@ std::string NameOf(std::size_t number, const ObjectId& id) {
 }  // namespace
 
 void PackageSet::CheckCounted(std::uint32_t count, bool mayBeEmpty, FindingList& findings) {
-  std::uint32_t missing = 0;
-  for (std::uint32_t number = 1; number <= count && number != 0; ++number) {
+  const PackageSearch search(PackageSearch::List(folder_ + kind_), count);
+  for (const std::uint32_t number : search.numbers) {
     // A writer that counts the packages that it begins names one more when the last item has filled the one before.
     const bool mayBeMissing =
         number == count && (number == 1 ? mayBeEmpty : lastDataSize_ > std::uint64_t{kPkgSizeLimit});
-    const Result result = CheckPackage(number, findings);
-    if (result == Result::kRead) {
-      continue;
-    }
-    if (result == Result::kMissing && !mayBeMissing) {
+    if (!CheckPackage(number, findings) && !mayBeMissing) {
       findings.Add(CheckCode::kPackageMissing, GetFile(number),
                    "is missing: the index counts " + std::to_string(count));
     }
-    if (++missing == kMaxMissingPackages && number < count) {
-      findings.Add(CheckCode::kPackagesGivenUp, kind_,
-                   "after " + std::to_string(missing) + " missing ones, packages " +
-                       std::to_string(number + 1) + " to " + std::to_string(count) + " are not looked for");
-      return;
-    }
+  }
+  if (search.leftOut > 0) {
+    findings.Add(CheckCode::kManyPackagesMissing, kind_,
+                 std::to_string(search.leftOut) + " more packages are missing: the index counts " +
+                     std::to_string(count));
   }
 }
 
 void PackageSet::CheckFound(FindingList& findings) {
-  std::vector<std::uint32_t> numbers;
-  std::error_code failure;
-  fs::directory_iterator entry(fs::u8path(folder_ + kind_), failure);
-  for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
-    const std::uint32_t number = FolderFiles::GetPackageNumber(entry->path().filename().u8string());
-    if (number > 0) {
-      numbers.push_back(number);
-    }
-  }
+  std::vector<std::uint32_t> numbers = PackageSearch::List(folder_ + kind_);
   std::sort(numbers.begin(), numbers.end());
   for (const std::uint32_t number : numbers) {
     CheckPackage(number, findings);
   }
 }
 
-PackageSet::Result PackageSet::CheckPackage(std::uint32_t number, FindingList& findings) {
+bool PackageSet::CheckPackage(std::uint32_t number, FindingList& findings) {
   const std::string file = GetFile(number);
   const std::string path = folder_ + file;
   lastDataSize_ = 0;
   std::error_code failure;
   const fs::file_status status = fs::symlink_status(fs::u8path(path), failure);
   if (status.type() == fs::file_type::not_found) {
-    return Result::kMissing;
+    return false;
   }
   if (fs::is_symlink(status)) {
     findings.Add(CheckCode::kPackageLink, file, "is a link");
@@ -80,11 +68,11 @@ PackageSet::Result PackageSet::CheckPackage(std::uint32_t number, FindingList& f
   const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(path);
   if (!buffer) {
     findings.Add(CheckCode::kPackageUnreadable, file, "cannot be read: " + notes.TakeReason(path));
-    return Result::kUnreadable;
+    return true;
   }
   packages_.push_back(number);
   CheckTable(number, buffer->GetData(), buffer->GetSize(), findings);
-  return Result::kRead;
+  return true;
 }
 
 void PackageSet::CheckTable(std::uint32_t number, const char* data, std::size_t size, FindingList& findings) {
@@ -113,10 +101,11 @@ void PackageSet::CheckTable(std::uint32_t number, const char* data, std::size_t 
       findings.Add(CheckCode::kItemCutShort, file,
                    name + ": has " + Plural::Count(entry.size, "byte|bytes") + ", of which " +
                        Plural::Count(left, "is|are") + " there");
-      begin = table.GetDataSize();
-      continue;
+      if (left == 0) {
+        continue;
+      }
     }
-    begin += entry.size;
+    begin += std::min<std::uint64_t>(entry.size, left);
     const auto [place, isNew] = places_.try_emplace(entry.id, Place{number, i + 1});
     if (!isNew) {
       findings.Add(CheckCode::kPackagedTwice, file,
@@ -148,14 +137,16 @@ void PackageSet::Visit(
     std::size_t begin = 0;
     for (std::size_t i = 0; i < table.GetCount(); ++i) {
       const PackageTable::Entry entry = table.GetEntry(i);
-      if (entry.size > table.GetDataSize() - begin) {
+      const std::size_t left = table.GetDataSize() - begin;
+      if (entry.size > left && left == 0) {
         break;  // and so is every later one that has a byte
       }
       const auto place = places_.find(entry.id);
       const bool counts =
           place != places_.end() && place->second.package == number && place->second.item == i + 1;
-      items.push_back({entry.id, NameOf(i + 1, entry.id), table.GetData() + begin, entry.size, counts});
-      begin += entry.size;
+      const std::size_t present = std::min<std::size_t>(entry.size, left);
+      items.push_back({entry.id, NameOf(i + 1, entry.id), table.GetData() + begin, present, counts});
+      begin += present;
     }
     visit(GetFile(number), items);
   }

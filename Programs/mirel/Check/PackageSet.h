@@ -23,7 +23,7 @@ class PackageSet {
     std::size_t item;
   };
 
-  /// One item that is whole.
+  /// One item; of one that is cut short what is there, which may be all of it.
   struct Item {
     ObjectId id;
     std::string name;  ///< for messages: place in the table and id
@@ -55,8 +55,8 @@ class PackageSet {
   std::string GetFile(std::uint32_t number) const { return kind_ + "/" + std::to_string(number) + ".gz"; }
 
  private:
-  enum class Result { kRead, kMissing, kUnreadable };
-  Result CheckPackage(std::uint32_t number, FindingList& findings);
+  // False when there is no such file.
+  bool CheckPackage(std::uint32_t number, FindingList& findings);
   void CheckTable(std::uint32_t number, const char* data, std::size_t size, FindingList& findings);
 
   std::string folder_;

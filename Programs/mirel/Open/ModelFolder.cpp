@@ -6,13 +6,15 @@
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
-#include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
+#include <Viewer/Kernel/Reader/PackageSearch.h>
 #include <Viewer/Kernel/Reader/PkgGRepReader.h>
 #include <Viewer/Kernel/Reader/PkgShapeReader.h>
 
 #include <filesystem>
 #include <limits>
+#include <memory>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -20,9 +22,12 @@ namespace mirel {
 
 namespace {
 
-bool TakeIndex(LiteModel& model, const RawBuffer& buffer, unsigned int& greps, unsigned int& shapes) {
+bool TakeIndex(LiteModel& model, std::shared_ptr<RawBuffer> buffer, unsigned int& greps,
+               unsigned int& shapes) {
   LiteModelReader reader(model);
-  const bool good = reader.Load(std::string(buffer.GetData(), buffer.GetSize()));
+  std::string text(buffer->GetData(), buffer->GetSize());
+  buffer.reset();
+  const bool good = reader.Load(std::move(text));
   greps = reader.GetPkgGRep();
   shapes = reader.GetPkgShape();
   return good;
@@ -40,7 +45,7 @@ bool ModelFolder::Load(const std::string& path) {
     std::error_code failure;
     const std::uintmax_t packed = fs::file_size(fs::u8path(file), failure);
     entry.packedBytes = failure ? 0 : packed;
-    const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(file);
+    std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(file);
     entry.missing = !buffer;
     if (buffer) {
       entry.bytes = buffer->GetSize();
@@ -48,28 +53,31 @@ bool ModelFolder::Load(const std::string& path) {
       Logger::Instance().Message(3, "%s cannot be read", name.c_str());
     }
     files_.push_back(std::move(entry));
-    return buffer && take(*buffer);
+    return buffer && take(std::move(buffer));
   };
-  const bool good = read("index.gz", index, [&](const RawBuffer& buffer) {
-    return TakeIndex(model_, buffer, grepPackages_, shapePackages_);
+  const bool good = read("index.gz", index, [&](std::shared_ptr<RawBuffer> buffer) {
+    return TakeIndex(model_, std::move(buffer), grepPackages_, shapePackages_);
   });
   times_.index = watch.Lap();
   if (!good) {
     return false;
   }
   const auto readPackages = [&](const std::string& kind, unsigned int count, auto&& load) {
-    unsigned int missing = 0;
-    for (unsigned int n = 1; n <= count && missing < kMaxMissingPackages; ++n) {
-      const std::string name = kind + "/" + std::to_string(n) + ".gz";
-      read(name, folder + name, [&](const RawBuffer& buffer) {
-        const bool whole = buffer.GetSize() <= std::numeric_limits<unsigned int>::max() &&
-                           load(folder + name, buffer.GetData(), static_cast<unsigned int>(buffer.GetSize()));
+    const PackageSearch search(PackageSearch::List(folder + kind), count);
+    for (const std::uint32_t number : search.numbers) {
+      const std::string name = kind + "/" + FolderFiles::GetPackageName(number);
+      read(name, folder + name, [&](const std::shared_ptr<RawBuffer>& buffer) {
+        const bool whole =
+            buffer->GetSize() <= std::numeric_limits<unsigned int>::max() &&
+            load(folder + name, buffer->GetData(), static_cast<unsigned int>(buffer->GetSize()));
         if (!whole) {
           Logger::Instance().Message(3, "%s is not a package, or its table is cut short", name.c_str());
         }
         return whole;
       });
-      missing += files_.back().missing ? 1 : 0;
+    }
+    if (search.leftOut > 0) {
+      Logger::Instance().Message(3, "%u more packages of %s are missing", search.leftOut, kind.c_str());
     }
   };
   readPackages("grep", grepPackages_, [&](const std::string& source, const char* data, unsigned int size) {

@@ -1,16 +1,12 @@
 #include <Programs/mirel/View/PieceSource.h>
 
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
-
-#include <filesystem>
-
-namespace fs = std::filesystem;
+#include <Viewer/Kernel/Reader/PackageSearch.h>
 
 namespace mirel {
 
-bool FolderPieces::Has(const std::string& name) const {
-  std::error_code ignored;
-  return fs::exists(fs::u8path(folder_ + name), ignored);
+std::vector<std::uint32_t> FolderPieces::ListPackages(const std::string& kind) const {
+  return PackageSearch::List(folder_ + kind);
 }
 
 std::shared_ptr<RawBuffer> FolderPieces::Read(const std::string& name) const {

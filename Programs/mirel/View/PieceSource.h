@@ -1,7 +1,9 @@
 #pragma once
 
+#include <cstdint>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace mirel {
 
@@ -12,10 +14,10 @@ class PieceSource {
  public:
   virtual ~PieceSource() = default;
 
-  /// Whether there is a file of this name, relative to the folder: "index.gz", "model/1.gz", "grep/1.gz".
-  virtual bool Has(const std::string& name) const = 0;
+  /// The numbers of the packages in "model" or "grep", in any order.
+  virtual std::vector<std::uint32_t> ListPackages(const std::string& kind) const = 0;
 
-  /// Its inflated content; an empty pointer, and the reason as a notice in the log, when it cannot be read.
+  /// The inflated content of a file, named relative to the folder: "index.gz", "model/1.gz", "grep/1.gz". An empty pointer, and the reason as a notice in the log, when it cannot be read.
   virtual std::shared_ptr<RawBuffer> Read(const std::string& name) const = 0;
 };
 
@@ -25,7 +27,7 @@ class FolderPieces : public PieceSource {
   /// `folder` ends with a separator.
   explicit FolderPieces(std::string folder) : folder_(std::move(folder)) {}
 
-  bool Has(const std::string& name) const override;
+  std::vector<std::uint32_t> ListPackages(const std::string& kind) const override;
   std::shared_ptr<RawBuffer> Read(const std::string& name) const override;
 
  private:

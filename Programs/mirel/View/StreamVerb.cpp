@@ -13,11 +13,13 @@
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/Gzip/RawBuffer.h>
+#include <Viewer/Kernel/Reader/PackageSearch.h>
 
 #include <CLI/CLI.hpp>
 
 #include <memory>
 #include <random>
+#include <set>
 #include <utility>
 
 namespace mirel {
@@ -26,8 +28,6 @@ namespace {
 
 constexpr const char* kLoader = "Lite";
 constexpr const char* kScene = "Scene";
-// The counts come from a file: after so many packages that are not there, no more are looked for.
-constexpr unsigned int kMaxMissing = 100;
 
 bool HandOver(StreamModelLoader& loader, const char* kind, const RawBuffer& content) {
   return kind == kScene
@@ -84,20 +84,24 @@ void StreamVerb::Shuffle(std::vector<Piece>& pieces) const {
 std::vector<StreamVerb::Piece> StreamVerb::ListPieces(const PieceSource& source, const char* index) const {
   std::vector<Piece> pieces = {{"index.gz", kScene}};
   const auto addPackages = [&](const std::string& folder, const char* kind, std::uint32_t count) {
-    unsigned int missing = 0;
-    for (std::uint64_t n = 1; n <= count && missing < kMaxMissing; ++n) {
-      const std::string file = folder + std::to_string(n) + ".gz";
-      if (source.Has(file)) {
+    const std::vector<std::uint32_t> present = source.ListPackages(folder);
+    const std::set<std::uint32_t> isPresent(present.begin(), present.end());
+    const PackageSearch search(present, count);
+    for (const std::uint32_t number : search.numbers) {
+      const std::string file = folder + "/" + FolderFiles::GetPackageName(number);
+      if (isPresent.count(number) > 0) {
         pieces.push_back({file, kind});
       } else {
-        ++missing;
         Logger::Instance().Message(3, "%s is missing", file.c_str());
       }
     }
+    if (search.leftOut > 0) {
+      Logger::Instance().Message(3, "%u more packages of %s are missing", search.leftOut, folder.c_str());
+    }
   };
   const PackageCounts counts(index);
-  addPackages("grep/", "GRep", counts.greps);
-  addPackages("model/", "Shape", counts.shapes);
+  addPackages(FolderFiles::kGReps, "GRep", counts.greps);
+  addPackages(FolderFiles::kShapes, "Shape", counts.shapes);
   if (seed_) {
     Shuffle(pieces);
   }

@@ -1,11 +1,14 @@
 #include <Programs/mirel/View/TarPieces.h>
 
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
+#include <Viewer/Kernel/Model/FolderFiles.h>
 
 #include <archive.h>
 #include <archive_entry.h>
 
 #include <algorithm>
+#include <string_view>
 
 #if defined(_WIN32)
 #include <fcntl.h>
@@ -140,8 +143,9 @@ bool TarPieces::Keep(archive* reader, archive_entry* member, const std::string& 
 
 bool TarPieces::Count(std::int64_t bytes) {
   const std::uint64_t added = static_cast<std::uint64_t>(std::max<std::int64_t>(bytes, 0));
-  if (added > kMaxBytes - bytes_) {
-    error_ = "holds more than " + std::to_string(kMaxBytes >> 30) + " GiB";
+  const std::uint64_t most = std::min(kMaxBytes, MemoryBudget::GetLimit());
+  if (added > most - bytes_) {
+    error_ = "holds more than " + std::to_string(most) + " bytes";
     return false;
   }
   bytes_ += added;
@@ -150,6 +154,19 @@ bool TarPieces::Count(std::int64_t bytes) {
 
 bool TarPieces::Has(const std::string& name) const {
   return files_.count(name) > 0;
+}
+
+std::vector<std::uint32_t> TarPieces::ListPackages(const std::string& kind) const {
+  std::vector<std::uint32_t> numbers;
+  for (const auto& file : files_) {
+    const bool isOfKind = file.first.compare(0, kind.size() + 1, kind + "/") == 0;
+    const std::uint32_t number =
+        isOfKind ? FolderFiles::GetPackageNumber(std::string_view(file.first).substr(kind.size() + 1)) : 0;
+    if (number > 0) {
+      numbers.push_back(number);
+    }
+  }
+  return numbers;
 }
 
 std::shared_ptr<RawBuffer> TarPieces::Read(const std::string& name) const {

@@ -28,7 +28,8 @@ class TarPieces : public PieceSource {
   bool Load(std::FILE* file);
   const std::string& GetError() const { return error_; }
 
-  bool Has(const std::string& name) const override;
+  bool Has(const std::string& name) const;
+  std::vector<std::uint32_t> ListPackages(const std::string& kind) const override;
   std::shared_ptr<RawBuffer> Read(const std::string& name) const override;
 
  private:

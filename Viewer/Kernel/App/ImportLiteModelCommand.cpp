@@ -1,12 +1,12 @@
 #include <Viewer/Kernel/App/ImportLiteModelCommand.h>
 
-#include <Viewer/Kernel/App/SceneBuilder.h>
 #include <Viewer/Kernel/Host/Core/DialogUtil.h>
 #include <Viewer/Kernel/Host/Renderer/Scene.h>
 #include <Viewer/Kernel/Host/View/CommandContext.h>
 #include <Viewer/Kernel/Host/View/Viewer.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
+#include <Viewer/Kernel/Scene/SceneBuilder.h>
 
 namespace mirel {
 

@@ -22,7 +22,7 @@ void LiteBBoxVisitor::Add(AABoxT<double> box, const LiteModelItem& item) {
 }
 
 void LiteBBoxVisitor::Visit(GroupItem* item) {
-  if (!walk_->CountItem()) return;
+  if (!walk_->CountItem(*item)) return;
   const ItemWalk::Level level(*walk_, *item, item->GetChildren().size());
   if (!level) return;
   AABoxT<double> box;
@@ -42,7 +42,7 @@ void LiteBBoxVisitor::Visit(InstanceItem* item) {
     MIREL_FAILURE("Type is null!");
     return;
   }
-  if (!walk_->CountItem()) return;
+  if (!walk_->CountItem(*item)) return;
   const ItemWalk::Level level(*walk_, *item, *type);
   if (!level) return;
   LiteBBoxVisitor content(model_, walk_);
@@ -57,7 +57,7 @@ void LiteBBoxVisitor::Visit(ShapeItem* item) {
     MIREL_FAILURE("Shape is null!");
     return;
   }
-  if (!walk_->CountItem()) return;
+  if (!walk_->CountItem(*item, item->GetFaceColor().size())) return;
   Add(grep->GetBoundingBox(), *item);
 }
 

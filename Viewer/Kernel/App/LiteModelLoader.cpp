@@ -1,6 +1,5 @@
 #include <Viewer/Kernel/App/LiteModelLoader.h>
 
-#include <Viewer/Kernel/App/SceneBuilder.h>
 #include <Viewer/Kernel/Host/Application/BaseApplication.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/Host/Renderer/Scene.h>
@@ -10,6 +9,7 @@
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
 #include <Viewer/Kernel/Reader/PkgGRepReader.h>
 #include <Viewer/Kernel/Reader/PkgShapeReader.h>
+#include <Viewer/Kernel/Scene/SceneBuilder.h>
 
 namespace mirel {
 

@@ -1,40 +1,42 @@
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 
-#include <Viewer/Kernel/App/SceneBuilder.h>
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/Core/StringUtil.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
-#include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
+#include <Viewer/Kernel/Reader/PackageSearch.h>
 #include <Viewer/Kernel/Reader/PkgGRepReader.h>
 #include <Viewer/Kernel/Reader/PkgShapeReader.h>
+#include <Viewer/Kernel/Scene/SceneBuilder.h>
 
 #include <set>
+#include <utility>
 
 namespace mirel {
 
 namespace {
 
-/// Loads the packages 1.gz, 2.gz, ... of one kind, one at a time.
+/// Loads the packages of one kind, in the order of their numbers, one at a time.
 template <class PackageReader>
 void LoadPackages(LiteModel& model, const std::string& folder, unsigned int count) {
-  unsigned int missing = 0;
-  for (unsigned int n = 1; n <= count && n != 0; ++n) {
-    const std::string name = folder + std::to_string(n) + ".gz";
+  const PackageSearch search(PackageSearch::List(folder), count);
+  for (const std::uint32_t number : search.numbers) {
+    const std::string name = folder + FolderFiles::GetPackageName(number);
     const std::shared_ptr<RawBuffer> buffer = GzBuffer::FromFile(name);
     if (!buffer) {
       MIREL_FAILURE("Buffer is null!");
-      if (++missing < kMaxMissingPackages || n == count) continue;
-      MIREL_FAILURE("%u packages of %s are missing: numbers %u to %u are not looked for", missing,
-                    folder.c_str(), n + 1, count);
-      return;
+      continue;
     }
     if (!PackageReader(model, name).Load(buffer->GetData(), static_cast<unsigned int>(buffer->GetSize()))) {
       MIREL_FAILURE("%s: not a package, or its table is cut short", name.c_str());
     }
+  }
+  if (search.leftOut > 0) {
+    MIREL_FAILURE("%u more packages of %s are missing: the index counts %u", search.leftOut, folder.c_str(),
+                  count);
   }
 }
 
@@ -60,8 +62,9 @@ std::shared_ptr<SceneNode> LiteSceneReader::Load(const std::string& path, Materi
   }
   LiteModel model;
   LiteModelReader reader(model);
-  if (!reader.Load(std::string(index->GetData()))) return nullptr;
+  std::string text(index->GetData());
   index.reset();
+  if (!reader.Load(std::move(text))) return nullptr;
 
   Logger::Instance().Message(2, "Loading GRep...");
   const std::string folder = PathUtil::GetFolderPath(path);

@@ -28,8 +28,8 @@ class MIREL_VIEWER_KERNEL_API LiteSceneReader : public SceneReader {
   ///
   /// An empty pointer when the index cannot be read ("Buffer is null!" at level 3) or is rejected by
   /// `LiteModelReader::Load`. Once the index has been accepted there is always a root: a package that is missing or
-  /// damaged ("Buffer is null!" at level 3) and items that cannot be shown are left out, each with a message. After
-  /// `kMaxMissingPackages` missing packages of a kind no further ones are looked for.
+  /// damaged ("Buffer is null!" at level 3) and items that cannot be shown are left out, each with a message. Of missing
+  /// packages of a kind `kMaxMissingPackages` get a message each, and all others one together.
   std::shared_ptr<SceneNode> Load(const Path& path, MaterialInstance* material) override;
   std::shared_ptr<SceneNode> Load(const std::string& path, MaterialInstance* material) override;
   std::shared_ptr<SceneNode> Load(const std::wstring& path, MaterialInstance* material) override;

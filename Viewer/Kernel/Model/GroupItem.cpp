@@ -47,7 +47,7 @@ void GroupItem::Write(JsonWriter& writer, const LiteModel& model) const {
   writer.StartArray();
   if (const ItemWalk::Level level(walk, *this, children_.size()); level) {
     for (const std::unique_ptr<LiteModelItem>& child : children_) {
-      if (!walk.CountItem()) break;
+      if (child && !walk.CountItem(*child)) break;
       WriteObject(child, writer, model);
     }
   }

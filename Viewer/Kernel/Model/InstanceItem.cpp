@@ -21,7 +21,7 @@ void InstanceItem::Write(JsonWriter& writer, const LiteModel& model) const {
   LiteModelItem* const type = model.FindType(typeId_);
   if (type && type->GetTag() == 1) {
     ItemWalk& walk = WritingWalk();
-    if (const ItemWalk::Level level(walk, *this, *type); level && walk.CountItem()) {
+    if (const ItemWalk::Level level(walk, *this, *type); level && walk.CountItem(*this)) {
       type->SetTransform(GetTransform() * type->GetTransform());
       if (GetColor().r >= 0.0F) type->SetColor(GetColor());
       type->SetName(GetName());

@@ -3,8 +3,15 @@
 #include <Viewer/Kernel/Model/LiteModelItem.h>
 
 #include <algorithm>
+#include <atomic>
 
 namespace mirel {
+
+namespace {
+
+thread_local std::uint64_t g_modelWalk = 0;  // 0: none
+
+}  // namespace
 
 bool ItemWalk::Enter(const LiteModelItem& item) {
   // The top-level item is level 1, and what lies inside `item` would be one level deeper than it.
@@ -18,9 +25,23 @@ bool ItemWalk::Enter(const LiteModelItem& item) {
   return true;
 }
 
-bool ItemWalk::CountItem() {
+ItemWalk::Model::Model() : outer_(g_modelWalk) {
+  static std::atomic<std::uint64_t> counter{0};
+  g_modelWalk = ++counter;
+}
+
+ItemWalk::Model::~Model() {
+  g_modelWalk = outer_;
+}
+
+bool ItemWalk::CountItem(const LiteModelItem& item, std::size_t faceColors) {
+  if (depth_ == 0 && (g_modelWalk == 0 || walk_ != g_modelWalk)) {
+    walk_ = g_modelWalk;
+    items_ = 0;
+  }
   if (items_ > kMaxWalkItems) return false;
-  if (++items_ <= kMaxWalkItems) return true;
+  items_ += CountAsWalkItems(item.GetName().size(), faceColors);
+  if (items_ <= kMaxWalkItems) return true;
   MIREL_FAILURE("The model unfolds into more than %u items: the rest is left out", kMaxWalkItems);
   return false;
 }

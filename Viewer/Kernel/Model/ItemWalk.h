@@ -3,6 +3,8 @@
 #include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
 
+#include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace mirel {
@@ -35,8 +37,21 @@ class ItemWalk {
     bool entered_ = false;
   };
 
-  /// Counts one item more. False when the walk has visited as many as it may; that is logged once.
-  bool CountItem();
+  /// The walk through a whole model, item after item, as long as this lives; without one, each top-level item that a
+  /// visitor is applied to is a walk of its own.
+  class Model {
+   public:
+    Model();
+    ~Model();
+    Model(const Model&) = delete;
+    Model& operator=(const Model&) = delete;
+
+   private:
+    std::uint64_t outer_;
+  };
+
+  /// Counts an item more (`CountAsWalkItems`). False when the walk has visited as many as it may; that is logged once.
+  bool CountItem(const LiteModelItem& item, std::size_t faceColors = 0);
 
   bool IsAtTop() const { return depth_ == 0; }
 
@@ -44,7 +59,8 @@ class ItemWalk {
   bool Enter(const LiteModelItem& item);
 
   int depth_ = 0;
-  unsigned int items_ = 0;
+  std::uint64_t walk_ = 0;  // which one it counts for
+  std::uint64_t items_ = 0;
   std::vector<const LiteModelItem*> types_;  // the types that the walk is in, outermost first
 };
 

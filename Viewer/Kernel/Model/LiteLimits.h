@@ -11,15 +11,20 @@ namespace mirel {
 /// thread with a stack of 1 MiB is enough. Deepest real assembly seen: 11.
 constexpr int kMaxNesting = 500;
 
-/// Levels of objects and arrays in the text of an index: two for each level of items, one for the root, and three for
+/// Levels of objects and arrays that are read from the text of an index: two for each level of items, one for the root, and three for
 /// the face colours of the innermost item.
 constexpr int kMaxIndexDepth = 2 * kMaxNesting + 4;
 
 /// Items that one walk of one visitor visits, instances unfolded: a few nested types can stand for billions. So many
-/// scene nodes take 2.3 GB.
+/// scene nodes take 2.5 GB.
 constexpr unsigned int kMaxWalkItems = 10000000;
 
-/// Missing packages of one kind after which a reader looks for no further ones: the count comes from the file.
+/// As how many items one counts: long names and many face colours are gone through again for each use of a type.
+constexpr std::size_t CountAsWalkItems(std::size_t nameBytes, std::size_t faceColors) {
+  return 1 + nameBytes / 1024 + faceColors / 16;
+}
+
+/// Missing packages of one kind that are reported one by one: the count comes from the file.
 constexpr unsigned int kMaxMissingPackages = 100;
 
 /// Ids of a table in one bucket before the table changes to a secret hash. With ids that nobody chose, 20 in a bucket

@@ -3,6 +3,7 @@
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Model/ItemWalk.h>
 #include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LiteModelVisitor.h>
 
@@ -82,6 +83,7 @@ void LiteModel::Clear() {
 }
 
 void LiteModel::Apply(LiteModelVisitor* visitor) {
+  const ItemWalk::Model walk;
   for (const std::unique_ptr<LiteModelItem>& item : items_) {
     if (item) item->Apply(visitor);
   }

@@ -5,6 +5,7 @@
 #include <Viewer/Kernel/Model/ObjectIdHash.h>
 #include <Viewer/Kernel/Model/ViewerKernelExport.h>
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <unordered_map>
@@ -60,6 +61,8 @@ class MIREL_VIEWER_KERNEL_API LiteModel {
   /// Stores a shape, or a GRep, under an id in place of the one already there. An empty pointer makes an entry as well.
   void AddShape(ObjectId id, const std::shared_ptr<TopoShape>& shape);
   void AddShape(ObjectId id, const std::shared_ptr<GRepShape>& grep);
+  /// An empty pointer to a shape.
+  void AddShape(ObjectId id, std::nullptr_t) { AddShape(id, std::shared_ptr<TopoShape>()); }
 
   /// What is stored under an id, or an empty pointer (of a type: null).
   std::shared_ptr<TopoShape> FindShape(const ObjectId& id) const;

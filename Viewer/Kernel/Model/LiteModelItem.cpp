@@ -22,7 +22,8 @@ bool IsFinite(const glm::dmat4& matrix) {
   return true;
 }
 
-/// All sixteen numbers, or nothing: a placement has no sensible default for a part of it.
+/// All sixteen numbers, or nothing: a placement has no sensible default for a part of it. A number may be too large for a
+/// double.
 void ReadTransform(const rapidjson::Value& array, glm::dmat4& transform) {
   if (array.Size() < 16) return;
   glm::dmat4 matrix;
@@ -31,7 +32,7 @@ void ReadTransform(const rapidjson::Value& array, glm::dmat4& transform) {
     matrix[static_cast<glm::dmat4::length_type>(k / 4)][static_cast<glm::dvec4::length_type>(k % 4)] =
         array[k].GetDouble();
   }
-  transform = matrix;
+  if (IsFinite(matrix)) transform = matrix;
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <rapidjson/reader.h>
 
 #include <string_view>
+#include <utility>
 
 namespace mirel {
 
@@ -11,17 +12,20 @@ namespace {
 // Ends the parsing (by returning false) when "Metadata" of the root object does.
 class MetadataHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, MetadataHandler> {
  public:
-  explicit MetadataHandler(PackageCounts& counts) : counts_(counts) {}
+  explicit MetadataHandler(PackageCounts& counts) : shapes_(&counts.shapes), greps_(&counts.greps) {}
 
   bool Key(const char* text, rapidjson::SizeType length, bool /*copy*/) {
     const std::string_view key(text, length);
     if (depth_ == 1) {
+      if (inMetadata_) {
+        return false;  // it was no object
+      }
       inMetadata_ = key == "Metadata";
     }
-    const bool isHere = inMetadata_ && depth_ == 2;
-    count_ = isHere && key == "PkgShape"  ? &counts_.shapes
-             : isHere && key == "PkgGRep" ? &counts_.greps
-                                          : nullptr;
+    count_ = nullptr;
+    if (inMetadata_ && depth_ == 2) {
+      count_ = key == "PkgShape" ? TakeFirst(shapes_) : key == "PkgGRep" ? TakeFirst(greps_) : nullptr;
+    }
     return true;
   }
   bool Uint(unsigned int value) {
@@ -46,7 +50,11 @@ class MetadataHandler : public rapidjson::BaseReaderHandler<rapidjson::UTF8<>, M
   bool EndArray(rapidjson::SizeType elements) { return EndObject(elements); }
 
  private:
-  PackageCounts& counts_;
+  // Of members with one name the first counts, whatever it is; null for the later ones.
+  static std::uint32_t* TakeFirst(std::uint32_t*& count) { return std::exchange(count, nullptr); }
+
+  std::uint32_t* shapes_;
+  std::uint32_t* greps_;
   std::uint32_t* count_ = nullptr;  // what the next value is
   std::uint64_t depth_ = 0;
   bool inMetadata_ = false;

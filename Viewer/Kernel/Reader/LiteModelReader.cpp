@@ -1,7 +1,6 @@
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
 
 #include <Viewer/Kernel/Model/ItemJson.h>
-#include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
 #include <Viewer/Kernel/Model/LogFailure.h>
 #include <Viewer/Kernel/Reader/ShallowDocument.h>
@@ -32,11 +31,7 @@ bool LiteModelReader::Load(std::string&& text) {
 bool LiteModelReader::LoadIndex(std::string&& text) {
   ShallowDocument document;
   if (!document.ParseText(std::move(text))) {
-    if (document.IsTooDeep()) {
-      MIREL_FAILURE("The index nests deeper than %d levels of objects and arrays", kMaxIndexDepth);
-    } else {
-      MIREL_FAILURE("Failed to parse json content!");
-    }
+    MIREL_FAILURE("Failed to parse json content!");
     return false;
   }
   if (rapidjson::Value* const metadata = FindMember(document, "Metadata")) {

@@ -18,8 +18,7 @@ class MIREL_VIEWER_KERNEL_API LiteModelReader {
 
   /// Adds the types and items of an index to the model. `text` is the JSON itself, up to its first NUL character.
   ///
-  /// False when the text is not JSON, or nests deeper than `kMaxIndexDepth` levels (both logged at level 3), or has no
-  /// arrays "Types" and "Items". Nothing is undone then: package counts and types that came before stay. Items that
+  /// False when the text is not JSON (logged at level 3), or has no arrays "Types" and "Items". Nothing is undone then: package counts and types that came before stay. Items that
   /// cannot be read are left out, after messages of their own. A count that is no unsigned 32-bit integer counts as
   /// absent, and an absent one keeps its value. Loading twice adds every item twice.
   bool Load(const std::string& text);

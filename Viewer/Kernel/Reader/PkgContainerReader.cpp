@@ -22,7 +22,7 @@ struct Item {
   ObjectId id;
   const char* bytes = nullptr;
   unsigned int size = 0;
-  bool whole = false;
+  unsigned int present = 0;  // of the bytes
   std::shared_ptr<void> decoded;
   HeldMessages messages;
 };
@@ -39,7 +39,7 @@ std::vector<Item> NextBatch(const PackageTable& table, std::size_t first, const 
     item.id = entry.id;
     item.bytes = bytes;
     item.size = entry.size;
-    item.whole = present == entry.size;
+    item.present = static_cast<unsigned int>(present);
     bytes += present;
   }
   return items;
@@ -50,15 +50,15 @@ void DecodeAll(std::vector<Item>& items, const DecodeItem& decode) {
   std::vector<Item*> order;
   std::size_t bytes = 0;
   for (Item& item : items) {
-    if (!item.whole) continue;
+    if (item.present == 0 && item.size > 0) continue;
     order.push_back(&item);
-    bytes += item.size;
+    bytes += item.present;
   }
   std::stable_sort(order.begin(), order.end(),
-                   [](const Item* a, const Item* b) { return a->size > b->size; });
+                   [](const Item* a, const Item* b) { return a->present > b->present; });
   ShareOut(order.size(), bytes, [&](std::size_t i) {
     Item& item = *order[i];
-    item.messages.Collect([&] { item.decoded = decode(item.bytes, item.size); });
+    item.messages.Collect([&] { item.decoded = decode(item.bytes, item.present); });
   });
 }
 
@@ -83,7 +83,8 @@ bool ReadPackage(const char* data, unsigned int size, const std::string& source,
       Logger& logger = Logger::Instance();
       logger.Message(1, "%s: item %llu of %llu, id %s, %u bytes%s", source.c_str(),
                      static_cast<unsigned long long>(item.number), static_cast<unsigned long long>(count),
-                     item.id.toString().c_str(), item.size, item.whole ? "" : ", is cut short");
+                     item.id.toString().c_str(), item.size,
+                     item.present == item.size ? "" : ", is cut short");
       logger.Message(3, "Shape is null!");
       logger.Message(1, "\t#%d, %s", line, Logger::GetFileName(file));
     }

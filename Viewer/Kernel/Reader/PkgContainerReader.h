@@ -16,11 +16,12 @@ using AddItem = std::function<void(const ObjectId& id, std::shared_ptr<void> dec
 /// Takes the package container apart, which shape and GRep packages share: a count, a table of (id, offset, size) and
 /// the items' bytes back to back.
 ///
-/// Calls `decode` with each item's bytes, which lie in `data`, and `add` with what comes of it. For large packages
+/// Calls `decode` with each item's bytes, and `add` with what comes of it. For large packages
 /// `decode` is called by several threads at once, in any order, and what it logs is kept back; `add` is called by the
 /// calling thread, in table order, and the log has the messages of each item in that order too. Where nothing came of
-/// the bytes, "Shape is null!" is logged with the item's place, id and size. An item that is not whole is not decoded
-/// and logged the same way. Nothing is allocated for what the table claims.
+/// the bytes, "Shape is null!" is logged with the item's place, id and size. Of an item that
+/// claims more bytes than are left, these are decoded: they may hold all of it. One of which nothing is left is not decoded.
+/// Nothing is allocated for what the table claims.
 ///
 /// False, with nothing decoded, when the block is empty, its count is 0 or its table is cut short. `source` names the
 /// package in messages, and `file` and `line` the caller. All threads have ended when this returns. An exception of

@@ -20,7 +20,8 @@ class MIREL_VIEWER_KERNEL_API PkgGRepReader {
   /// Adds the GReps of one package to the model, in the order of its table; of two under one id the later stays.
   /// `data` is read in place and not needed afterwards.
   ///
-  /// A GRep that does not decode, or whose bytes are cut short, is left out: "Shape is null!" at level 3, its place in
+  /// A GRep whose bytes are cut short is read when what is there is all of it. One that does not decode is left out:
+  /// "Shape is null!" at level 3, its place in
   /// the package at level 1. False, with the model unchanged, when the package is empty or its table is cut short.
   bool Load(const char* data, unsigned int size);
 

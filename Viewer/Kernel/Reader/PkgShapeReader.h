@@ -19,7 +19,8 @@ class MIREL_VIEWER_KERNEL_API PkgShapeReader {
   /// Adds the shapes of one package to the model, in the order of its table; of two under one id the later stays.
   /// `data` is read in place and not needed afterwards.
   ///
-  /// A shape that does not decode, or whose bytes are cut short, is left out: "Shape is null!" at level 3, its place in
+  /// A shape whose bytes are cut short is read when what is there is all of it. One that does not decode is left out:
+  /// "Shape is null!" at level 3, its place in
   /// the package at level 1. False, with the model unchanged, when the package is empty or its table is cut short.
   bool Load(const char* data, unsigned int size);
 

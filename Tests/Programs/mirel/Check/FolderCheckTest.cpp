@@ -116,6 +116,15 @@ Damage Sealed(const Damage& damage) {
   };
 }
 
+// A type of so many groups in each other, with a shape in the innermost.
+std::string DeepType(int groups) {
+  std::string text = R"({"Type":"Shape","Id":"70000","Name":"","SId":"10","FColor":[]})";
+  for (int i = 1; i <= groups; ++i)
+    text =
+        R"({"Type":"Group","Id":")" + std::to_string(70000 + i) + R"(","Name":"","Children":[)" + text + "]}";
+  return text;
+}
+
 // Adds types, and an item that is an instance of the last of them.
 Damage Types(unsigned long long count,
              const std::function<std::unique_ptr<LiteModelItem>(unsigned long long)>& make) {
@@ -183,6 +192,8 @@ const std::vector<Case>& Cases() {
                                                        "\"Name\":\"\",\"TId\":\"100\"},{\"Type\":\"Shape\"")},
     // Types in each other: the text is flat, what it unfolds into is not.
     {"I020", Types(kMaxNesting, [](unsigned long long id) { return MakeInstance(id, "", before(id)); })},
+    {"I020 I024", Edit("\"Types\":[", "\"Types\":[" + DeepType(kMaxNesting) + ",")},
+    {"I011", Edit(",2.0,1.0]", ",1.8e308,1.0]")},
     {"I021", Types(70,
                    [](unsigned long long id) {
                      return MakeGroup(id, "", MakeInstance(2 * id, "", before(id)),
@@ -214,7 +225,7 @@ const std::vector<Case>& Cases() {
 #endif
     {"P004 A001", Pack("model/1.gz", {})},
     {"P004 A002", Change("grep/1.gz", [](std::string& bytes) { bytes.replace(0, 4, "\xFF\xFF\xFF\xFF"); })},
-    {"P005 A002", Change("grep/1.gz", [](std::string& bytes) { bytes.pop_back(); })},
+    {"P005 B003 A002", Change("grep/1.gz", [](std::string& bytes) { bytes.pop_back(); })},
     {"P006", Change("grep/1.gz", [](std::string& bytes) { bytes += "more"; })},
     {"P007", Change("grep/1.gz", [](std::string& bytes) { bytes[4 + 16 + 8] = 1; })},
     {"P008", Pack("grep/1.gz", {{10, Record11()}, {11, Record11()}, {10, Record10()}})},

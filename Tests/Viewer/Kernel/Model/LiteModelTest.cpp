@@ -1,5 +1,6 @@
 #include <Viewer/Kernel/Model/LiteModel.h>
 
+#include <Viewer/Kernel/App/LiteBBoxVisitor.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Model/ItemWalk.h>
@@ -141,13 +142,45 @@ TEST(LiteModel, ClearKeepsGRepsAndName) {
 TEST(ItemWalk, StopsOnceAtTheLimitOfItems) {
   LogCapture log;
   ItemWalk walk;
-  for (std::size_t i = 0; i < kMaxWalkItems; ++i) {
-    if (!walk.CountItem()) FAIL() << "after " << i << " items";
+  const ShapeItem item;
+  ShapeItem longName;
+  longName.SetName(std::string(1000000, 'n'));
+  const std::size_t kNameCounts = 977;
+  for (int round = 0; round < 2; ++round) {  // each walk through a model has the whole number
+    const ItemWalk::Model model;
+    for (std::size_t i = 0; i < kMaxWalkItems - kNameCounts - 3; ++i) {
+      if (!walk.CountItem(item)) FAIL() << "after " << i << " items";
+    }
+    EXPECT_TRUE(walk.CountItem(longName));
+    EXPECT_TRUE(walk.CountItem(item, 32));
+    EXPECT_TRUE(log.GetEntries().empty());
+    for (int i = 0; i < 3; ++i)
+      EXPECT_FALSE(walk.CountItem(item));
+    EXPECT_EQ(log.GetTexts(3).size(), 1U);
+    log.Clear();
   }
+  EXPECT_TRUE(walk.CountItem(item));
+}
+
+// A visitor may be used again, for the same model or for single items.
+TEST(ItemWalk, ALaterWalkOfAVisitorCountsFromTheBeginning) {
+  LiteModel model;
+  for (unsigned level = 0; level < 3; ++level) {
+    auto group = MakeGroup(100 + level, "");
+    for (unsigned i = 0; i < 150; ++i) {
+      group->AddItem(level == 0 ? std::unique_ptr<LiteModelItem>(MakeGroup(1000 + i, ""))
+                                : MakeInstance(1000 + i, "", 99 + level));
+    }
+    model.AddType(std::move(group));
+  }
+  model.AddItem(MakeInstance(1, "", 102));
+  LogCapture log;
+  LiteBBoxVisitor visitor(model);
+  model.Apply(&visitor);
+  model.Apply(&visitor);
+  for (int i = 0; i < 2; ++i)
+    model.GetItems()[0]->Apply(&visitor);
   EXPECT_TRUE(log.GetEntries().empty());
-  for (int i = 0; i < 3; ++i)
-    EXPECT_FALSE(walk.CountItem());
-  EXPECT_EQ(log.GetTexts(3).size(), 1U);
 }
 
 }  // namespace

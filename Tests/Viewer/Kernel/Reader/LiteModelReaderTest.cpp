@@ -3,12 +3,15 @@
 #include <Viewer/Kernel/App/LiteBBoxVisitor.h>
 #include <Viewer/Kernel/Model/LiteLimits.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
+#include <Viewer/Kernel/Reader/ShallowDocument.h>
 
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Support/TestModel.h>
 
 #include <gtest/gtest.h>
 #include <rapidjson/pointer.h>
+
+#include <cmath>
 
 #if !defined(_WIN32)
 #include <pthread.h>
@@ -181,11 +184,29 @@ TEST(LiteModelReader, NumbersAreRoundedCorrectly) {
         << text;
     EXPECT_EQ(model.GetItems().at(0)->GetTransform()[3].x, expected) << text;
   }
-  for (const std::string text : {"1.8e308", "-0.0018e311", "1e309"}) {
+  // Numbers that no double holds are what the JSON library makes of them.
+  for (const std::string text :
+       {"1.8e308", "-18e307", "1000e306", "1.5e-9223372036854775809", "-2e-99999999999999999999",
+        "0.0000001e315", "1e309", "-0.0018e312", "0e400"}) {
     LogCapture log;
     LiteModel model;
-    EXPECT_FALSE(LiteModelReader(model).Load(R"({"Types":[],"Items":[],"x":)" + text + "}")) << text;
-    EXPECT_EQ(log.Count(3, "Failed to parse json content!"), 1) << text;
+    rapidjson::Document document;
+    const bool isNumber = !document.Parse(text.c_str()).HasParseError();
+    ShallowDocument ours;
+    ASSERT_EQ(ours.ParseText(text), isNumber) << text;
+    if (isNumber) {
+      EXPECT_EQ(ours.GetDouble(), document.GetDouble()) << text;
+    }
+    EXPECT_EQ(LiteModelReader(model).Load(
+                  R"({"Types":[],"Items":[{"Type":"Shape","Transform":[2,0,0,0,0,2,0,0,0,0,2,0,)" + text +
+                  R"(,0,0,1]}]})"),
+              isNumber);
+    EXPECT_EQ(log.Count(3, "Failed to parse json content!"), isNumber ? 0 : 1) << text;
+    if (isNumber) {
+      const bool isFinite = std::isfinite(document.GetDouble());
+      EXPECT_EQ(model.GetItems().at(0)->GetTransform()[0].x, isFinite ? 2.0 : 1.0)
+          << "all of a placement or nothing";
+    }
   }
 }
 
@@ -297,24 +318,34 @@ std::string DeepIndex(int level) {
   return text + "]}";
 }
 
-TEST(LiteModelReader, RefusesAnIndexThatNestsTooDeep) {
+TEST(LiteModelReader, LeavesOutWhatNestsTooDeep) {
   LogCapture log;
   LiteModel deepest;
   EXPECT_TRUE(LiteModelReader(deepest).Load(DeepIndex(kMaxNesting)));
   EXPECT_NE(Describe(deepest).find("\"7777\""), std::string::npos);
   EXPECT_TRUE(log.GetEntries().empty());
 
-  const std::string brackets(1000000, '[');
-  for (const std::string& text :
-       {DeepIndex(kMaxNesting + 1), DeepIndex(100000), brackets, "{\"a\":" + brackets}) {
-    log.Clear();
+  for (const int levels : {kMaxNesting + 1, 100000}) {
     LiteModel model;
-    LiteModelReader reader(model);
-    EXPECT_FALSE(reader.Load(text));
-    EXPECT_EQ(log.GetTexts(3),
-              std::vector<std::string>{"The index nests deeper than " + std::to_string(kMaxIndexDepth) +
-                                       " levels of objects and arrays"});
-    EXPECT_TRUE(model.GetItems().empty());
+    EXPECT_TRUE(LiteModelReader(model).Load(DeepIndex(levels)));
+    EXPECT_EQ(log.GetTexts(3).size(), 1U);
+    EXPECT_TRUE(log.Contains("is nested deeper than 500 levels: its content is left out"));
+    EXPECT_EQ(model.GetItems().size(), 1U);
+    EXPECT_EQ(Describe(model).find("\"7777\""), std::string::npos);
+    log.Clear();
+  }
+  // What nobody knows may nest to any depth.
+  const std::string brackets(1000000, '[');
+  const std::string unknown = brackets + "1,\"]\",null,{\"a\":true}" + std::string(1000000, ']');
+  LiteModel ignores;
+  EXPECT_TRUE(LiteModelReader(ignores).Load("{\"x\":" + unknown + "," + DeepIndex(2).substr(1)));
+  EXPECT_NE(Describe(ignores).find("\"7777\""), std::string::npos);
+  EXPECT_TRUE(log.GetEntries().empty());
+  for (const std::string& text : {brackets, "{\"a\":" + brackets, unknown + "]"}) {
+    log.Clear();
+    LiteModel none;
+    EXPECT_FALSE(LiteModelReader(none).Load(text));
+    EXPECT_EQ(log.GetTexts(3), std::vector<std::string>{"Failed to parse json content!"});
   }
   // Brackets in strings do not count, escaped quotation marks do not end one.
   LiteModel model;

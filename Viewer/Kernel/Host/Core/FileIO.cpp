@@ -1,6 +1,7 @@
 #include <Viewer/Kernel/Host/Core/FileIO.h>
 
 #include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/Core/ObjectId.h>
 
 #include <cerrno>
@@ -120,6 +121,10 @@ bool ReadGzipFile(const std::string& path, MallocBytes& bytes, std::size_t& size
     if (!file) return false;
     if (fileSize > kMaxPackedBytes) {
       reason = "the file is too large";
+      return false;
+    }
+    if (fileSize > MemoryBudget::GetLimit()) {
+      reason = "the file would take more memory than the limit allows";
       return false;
     }
     // A file may say that it is long and take no place on the disk: its beginning comes before the room for it.

@@ -7,6 +7,22 @@ namespace mirel {
 // What the host layer accepts at most. Each limit keeps a hostile file from taking time or memory out of proportion
 // and lies far above what real models need.
 
+/// What opening may take in all, in bytes, unless the program says otherwise (`MemoryBudget`).
+constexpr std::uint64_t kMemoryLimit = std::uint64_t{64} << 30;
+
+/// What readers make at most of one byte of content: an index of the shortest items that there can be becomes 25 times as
+/// large, an ordinary one four times; graphics of nothing but faces 30 times, ordinary ones twelve. A file is inflated only when so much is left.
+constexpr std::uint64_t kMemoryPerContentByte = 32;
+
+/// By how much a file may be larger when it is inflated: so many bytes whatever its size, which is several times a package,
+/// and so many for each of its bytes. Deflate itself reaches 1032, with content that is all the same; the index of a million
+/// instances of one type reaches 30, text of bodies 10.
+constexpr std::uint64_t kFreeContentBytes = std::uint64_t{16} << 20;
+constexpr std::uint64_t kMaxContentRatio = 100;
+
+/// What a scene node takes, with its place in its parent.
+constexpr std::uint64_t kSceneNodeBytes = 320;
+
 /// Inflated content of one gzip file: sizes are handed on as unsigned 32-bit numbers.
 constexpr std::uint64_t kMaxInflatedBytes = 0xFFFFFFFFu;
 

@@ -14,6 +14,8 @@ class MIREL_HOST_API ObjectId {
   /// The default id, whose integer is 0. `NewId` never gives it.
   ObjectId() noexcept = default;
 
+  explicit ObjectId(unsigned long long integer) noexcept : value_(integer) {}
+
   /// Reads the form that `toString` writes: a decimal integer of at most 64 bits without sign or spaces. Any other
   /// text gives the default id.
   explicit ObjectId(const std::string& text) noexcept;

@@ -1,6 +1,7 @@
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 
 #include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/Geometry/BRepTextCheck.h>
 
 #include <BRepTools.hxx>
@@ -50,7 +51,8 @@ TopoDS_Shape Decode(std::string& text) {
 
 struct TopoShape::State {
   std::once_flag decoded;
-  std::string text;  // until it is decoded
+  std::string text;            // until it is decoded
+  MemoryBudget::Share memory;  // for it
   TopoDS_Shape shape;
 };
 
@@ -68,6 +70,7 @@ const TopoDS_Shape& TopoShape::GetImpl() const {
     if (state.text.empty()) return;
     state.shape = Decode(state.text);
     std::string().swap(state.text);
+    state.memory = {};
   });
   return state.shape;
 }
@@ -84,6 +87,11 @@ std::shared_ptr<TopoShape> TopoShape::Read(std::string&& text) {
     return nullptr;
   }
   std::unique_ptr<State> state(new State);
+  state->memory = MemoryBudget::Share(text.size());
+  if (!state->memory.HasTaken(text.size())) {
+    Logger::Instance().Message(1, "BRep text is refused: it would take more memory than the limit allows.");
+    return nullptr;
+  }
   state->text = std::move(text);
   return std::shared_ptr<TopoShape>(new TopoShape(std::move(state)));
 }

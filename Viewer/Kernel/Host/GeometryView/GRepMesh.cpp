@@ -10,6 +10,12 @@ std::size_t GRepMesh::CountFacesWithoutTriangles() const {
       std::count_if(faces.begin(), faces.end(), [](const GRepFace& face) { return face.indexCount == 0; }));
 }
 
+std::size_t GRepMesh::CountBytes() const {
+  const auto bytes = [](const auto& array) { return array.capacity() * sizeof array[0]; };
+  return bytes(vertices) + bytes(fineVertices) + bytes(triangles) + bytes(faces) + bytes(polylines) +
+         bytes(edges) + bytes(surfaces) + bytes(sides);
+}
+
 glm::dvec3 GRepMesh::GetPosition(std::size_t index) const {
   const glm::dvec3 place =
       vertices.empty() ? glm::dvec3(fineVertices[index].x, fineVertices[index].y, fineVertices[index].z)

@@ -110,6 +110,9 @@ struct MIREL_HOST_API GRepMesh {
   /// The number of faces that have no triangles because they could not be meshed.
   std::size_t CountFacesWithoutTriangles() const;
 
+  /// The memory of the arrays.
+  std::size_t CountBytes() const;
+
   /// The position of a vertex in mm; `index` must be below `GetVertexCount()`.
   glm::dvec3 GetPosition(std::size_t index) const;
 

@@ -32,7 +32,12 @@ std::shared_ptr<GRepShape> GRepShape::Create(const std::shared_ptr<TopoShape>& s
 std::shared_ptr<GRepShape> GRepShape::FromStream(std::istream& stream) {
   std::shared_ptr<GRepShape> grep(new GRepShape(nullptr, 0.0, true));
   const char* reason = ReadGRepRecord(stream, grep->mesh_);
-  if (reason == nullptr) return grep;
+  if (reason == nullptr) {
+    const std::uint64_t bytes = grep->mesh_.CountBytes();
+    grep->memory_ = MemoryBudget::Share(bytes);
+    if (grep->memory_.HasTaken(bytes)) return grep;
+    reason = "it would take more memory than the limit allows";
+  }
   Logger::Instance().Message(1, "Not a graphics record: %s", reason);
   return nullptr;
 }

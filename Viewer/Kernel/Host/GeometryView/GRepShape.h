@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Viewer/Kernel/Host/Core/HostExport.h>
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/GeometryView/AABoxT.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
 
@@ -102,6 +103,7 @@ class MIREL_HOST_API GRepShape {
   bool withEdges_;
   std::unique_ptr<EarlyTessellation> early_;  // from Create to the first Compute
   GRepMesh mesh_;
+  MemoryBudget::Share memory_;  // for a mesh that was read
 };
 
 }  // namespace mirel

@@ -3,11 +3,13 @@
 #include <Viewer/Kernel/Host/Core/FileIO.h>
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/Logger.h>
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/Gzip/GzSections.h>
 #include <Viewer/Kernel/Host/Gzip/Inflater.h>
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <new>
 #include <vector>
 
@@ -21,6 +23,24 @@ namespace {
 
 /// Deflate's best: two bits stand for a copy of 258 bytes.
 constexpr std::uint64_t kMaxDeflateRatio = 1032;
+
+/// How large the content of a file may be, and why not larger.
+struct Ceiling {
+  std::uint64_t bytes;
+  const char* reason;
+};
+
+Ceiling CeilingOf(std::size_t size) {
+  const std::uint64_t limit = MemoryBudget::GetLimit();
+  const std::uint64_t left = limit - std::min(limit, MemoryBudget::GetUsed());
+  const Ceiling ceilings[] = {
+      {size * kMaxDeflateRatio, "damaged gzip data"},
+      {kMaxInflatedBytes, "the content is too large"},
+      {kFreeContentBytes + size * kMaxContentRatio, "the content is out of proportion to the file"},
+      {left / kMemoryPerContentByte, "the content would take more memory than the limit allows"}};
+  return *std::min_element(std::begin(ceilings), std::end(ceilings),
+                           [](const Ceiling& a, const Ceiling& b) { return a.bytes < b.bytes; });
+}
 
 /// The length field in the last four bytes: that of the last member, modulo 2^32. A hint, nothing more.
 std::uint64_t DeclaredSize(const char* data, std::size_t size) {
@@ -71,11 +91,17 @@ bool InflateInSections(const char* data, std::size_t size, std::uint64_t ceiling
 
 bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size_t& contentSize,
              std::string& reason) {
-  const std::uint64_t ceiling = std::min<std::uint64_t>(kMaxInflatedBytes, size * kMaxDeflateRatio);
-  if (InflateInSections(data, size, ceiling, content, contentSize)) return true;
+  const Ceiling ceiling = CeilingOf(size);
+  if (InflateInSections(data, size, ceiling.bytes, content, contentSize)) return true;
 
   const Inflater inflater = MakeInflater();
-  std::uint64_t capacity = std::min(DeclaredSize(data, size), ceiling);
+  const std::uint64_t declared = DeclaredSize(data, size);
+  if (declared > ceiling.bytes &&
+      declared <= size * kMaxDeflateRatio) {  // or it is not true, and the file is damaged
+    reason = ceiling.reason;
+    return false;
+  }
+  std::uint64_t capacity = std::min(declared, ceiling.bytes);
   if (!inflater || !Grow(content, capacity)) {
     reason = "out of memory";
     return false;
@@ -94,11 +120,11 @@ bool Inflate(const char* data, std::size_t size, MallocBytes& content, std::size
       written += memberWritten;
       break;
     case LIBDEFLATE_INSUFFICIENT_SPACE:  // several members, or a wrong declared size
-      if (capacity == ceiling) {
-        reason = ceiling == kMaxInflatedBytes ? "the content is too large" : "damaged gzip data";
+      if (capacity == ceiling.bytes) {
+        reason = ceiling.reason;
         return false;
       }
-      capacity = std::min(ceiling, std::max<std::uint64_t>(2 * capacity, 4096));
+      capacity = std::min(ceiling.bytes, std::max<std::uint64_t>(2 * capacity, 4096));
       if (!Grow(content, capacity)) {
         reason = "out of memory";
         return false;
@@ -139,7 +165,12 @@ std::shared_ptr<RawBuffer> GzBuffer::FromMemory(const char* data, std::size_t si
     LogReason(name, reason);
     return nullptr;
   }
-  return std::make_shared<RawBuffer>(std::shared_ptr<const char>(std::move(content)), contentSize);
+  struct Content {
+    MemoryBudget::Share share;
+    MallocBytes bytes;
+  };
+  const auto held = std::make_shared<Content>(Content{MemoryBudget::Share(contentSize), std::move(content)});
+  return std::make_shared<RawBuffer>(std::shared_ptr<const char>(held, held->bytes.get()), contentSize);
 }
 
 }  // namespace mirel

@@ -17,7 +17,8 @@ class MIREL_HOST_API GzBuffer {
   ///
   /// Gives an empty pointer, and the path and the reason as a notice (level 1), when the path names no regular file,
   /// the file cannot be read, any byte of it belongs to no gzip member, a checksum or length does not fit, or the
-  /// content is larger than a package or an index may be (`kMaxInflatedBytes`). The size that a file declares is
+  /// content is larger than a package or an index may be (`kMaxInflatedBytes`), out of all proportion to the file
+  /// (`kMaxContentRatio`), or more than the `MemoryBudget` has room for. The size that a file declares is
   /// believed only as far as its compressed bytes could hold it.
   static std::shared_ptr<RawBuffer> FromFile(const std::string& path);
 

@@ -1,5 +1,7 @@
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 
+#include <Viewer/Kernel/Host/Renderer/NodeRoom.h>
+
 #include <algorithm>
 #include <iterator>
 #include <utility>
@@ -14,7 +16,7 @@ GroupSceneNode::~GroupSceneNode() {
 }
 
 void GroupSceneNode::AddNode(const std::shared_ptr<SceneNode>& node) {
-  if (!node) return;
+  if (!node || !HasRoomForNode()) return;
   nodes_.push_back(node);
   node->parent_ = this;
   node->Settle();

@@ -15,7 +15,7 @@ class MIREL_HOST_API GroupSceneNode : public SceneNode {
 
   SceneNodeKind GetKind() const override { return SceneNodeKind::kGroup; }
 
-  /// Appends a child; an empty pointer is ignored.
+  /// Appends a child; an empty pointer is ignored, and a node for which the `MemoryBudget` has no room (logged).
   void AddNode(const std::shared_ptr<SceneNode>& node);
 
   /// Takes a child out, the last one if it was added more than once; false when it is none. Takes a time in proportion
@@ -25,7 +25,7 @@ class MIREL_HOST_API GroupSceneNode : public SceneNode {
   void Clear();
 
   /// The children in the order in which they were added.
-  const std::vector<std::shared_ptr<SceneNode>>& GetNodes() const { return nodes_; }
+  const std::vector<std::shared_ptr<SceneNode>>& GetNodes() const override { return nodes_; }
 
  private:
   friend class SceneNode;

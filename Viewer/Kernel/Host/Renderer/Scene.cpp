@@ -1,6 +1,7 @@
 #include <Viewer/Kernel/Host/Renderer/Scene.h>
 
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/Host/Renderer/NodeRoom.h>
 
 #include <map>
 #include <utility>
@@ -32,7 +33,7 @@ Scene::Scene() : root_(std::make_unique<Root>()) {}
 Scene::~Scene() = default;
 
 unsigned long long Scene::AddNode(const std::shared_ptr<SceneNode>& node) {
-  if (!node) return 0;
+  if (!node || !HasRoomForNode()) return 0;
   root_->AddNode(node);
   return root_->GetNodes().size();
 }

@@ -23,7 +23,8 @@ class MIREL_HOST_API Scene {
   Scene(const Scene&) = delete;
   Scene& operator=(const Scene&) = delete;
 
-  /// Appends a top-level node and returns its number in the scene, from 1 on. An empty pointer is ignored: 0.
+  /// Appends a top-level node and returns its number in the scene, from 1 on. An empty pointer is ignored: 0; so is a
+  /// node for which the `MemoryBudget` has no room (logged).
   unsigned long long AddNode(const std::shared_ptr<SceneNode>& node);
 
   /// Takes a top-level node out; false when it is none.

@@ -1,5 +1,7 @@
 #include <Viewer/Kernel/Host/Renderer/SceneNode.h>
 
+#include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/Core/SharedPool.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 
@@ -21,9 +23,18 @@ std::shared_ptr<const std::string> Share(const std::string& name) {
 
 }  // namespace
 
-SceneNode::SceneNode() = default;
+SceneNode::SceneNode() {
+  MemoryBudget::Add(kSceneNodeBytes);
+}
 
-SceneNode::~SceneNode() = default;
+SceneNode::~SceneNode() {
+  MemoryBudget::GiveBack(kSceneNodeBytes);
+}
+
+const std::vector<std::shared_ptr<SceneNode>>& SceneNode::GetNodes() const {
+  static const auto* const none = new std::vector<std::shared_ptr<SceneNode>>;
+  return *none;
+}
 
 GroupSceneNode* SceneNode::GetParent() const {
   return parent_ && !parent_->IsRoot() ? parent_ : nullptr;

@@ -80,6 +80,9 @@ class MIREL_HOST_API SceneNode : public GfxObject {
   /// Valid until another name is set. Nodes with the same long name share it.
   const std::string& GetName() const;
 
+  /// The nodes below this one, in the order in which they were added; none for a node that holds none.
+  virtual const std::vector<std::shared_ptr<SceneNode>>& GetNodes() const;
+
   /// Called when the node has been given to a group or a scene, its properties set: what it shares with other nodes is
   /// shared from then on. Setting properties stays allowed.
   virtual void Settle() {}

@@ -1,9 +1,9 @@
-#include <Viewer/Kernel/App/SceneBuilder.h>
+#include <Viewer/Kernel/Scene/SceneBuilder.h>
 
-#include <Viewer/Kernel/App/LiteVisualVisitor.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/Host/Renderer/Scene.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
+#include <Viewer/Kernel/Scene/LiteVisualVisitor.h>
 
 namespace mirel {
 

@@ -1,4 +1,4 @@
-#include <Viewer/Kernel/App/LiteVisualVisitor.h>
+#include <Viewer/Kernel/Scene/LiteVisualVisitor.h>
 
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
@@ -47,7 +47,7 @@ void LiteVisualVisitor::Add(const std::shared_ptr<SceneNode>& node) {
 }
 
 void LiteVisualVisitor::Visit(GroupItem* item) {
-  if (!walk_->CountItem()) return;
+  if (!walk_->CountItem(*item)) return;
   const std::shared_ptr<GroupSceneNode> node = MakeGroupNode(*item);
   if (const ItemWalk::Level level(*walk_, *item, item->GetChildren().size()); level) {
     LiteVisualVisitor children(*this, node);
@@ -65,7 +65,7 @@ void LiteVisualVisitor::Visit(InstanceItem* item) {
     MIREL_FAILURE("Type is null!");
     return;
   }
-  if (!walk_->CountItem()) return;
+  if (!walk_->CountItem(*item)) return;
   const ItemWalk::Level level(*walk_, *item, *type);
   if (!level) return;
   const std::shared_ptr<GroupSceneNode> node = MakeGroupNode(*item);
@@ -81,7 +81,7 @@ void LiteVisualVisitor::Visit(ShapeItem* item) {
     MIREL_FAILURE("Shape is null!");
     return;
   }
-  if (!walk_->CountItem()) return;
+  if (!walk_->CountItem(*item, item->GetFaceColor().size())) return;
   const auto node = std::make_shared<BrepSceneNode>(grep);
   node->SetName(item->GetName());
   node->SetUserId(item->GetId().GetInteger());
