@@ -65,16 +65,20 @@ class FileRun {
       : source_(source),
         stem_(std::filesystem::path(source).stem().string()),
         work_(options.work + stem_ + "/"),
-        rounds_(options.rounds) {}
+        rounds_(options.rounds),
+        copiedBodies_(options.tiny ? 100 : 1000000) {}
 
   void Measure(Report& report) {
     std::fprintf(stderr, "preparing %s\n", source_.c_str());
     RunChild({"prepare", source_, "--work", work_});
     WarmUp(work_);
     for (const char* const name :
-         {"open", "floor", "binxcaf", "glb", "glb-merged", "save", "stages", "save-stages"}) {
+         {"open", "floor", "binxcaf", "glb", "glb-merged", "save", "stages", "save-stages", "picture"}) {
       things_.Add(name, TaskOf(name, work_));
     }
+    Arguments copies = TaskOf("copies", work_);
+    copies.insert(copies.end(), {"--count", std::to_string(copiedBodies_)});
+    things_.Add("copies", copies);
     TryMesher();
     for (const char* const name : {"step", "program", "entities", "step-entities"}) {
       Arguments task = TaskOf(name, work_);
@@ -86,6 +90,7 @@ class FileRun {
     AddOpening(report);
     AddConverting(report);
     AddSaving(report);
+    AddDrawing(report);
     AddSizes(report);
     AddGoals(report);
   }
@@ -200,6 +205,23 @@ class FileRun {
     report.AddTable(table);
   }
 
+  void AddDrawing(Report& report) const {
+    report.AddTable({stem_ + ": drawing",
+                     {{"time", "ms", kMilli, 1, true},
+                      {"processor time", "ms", kMilli, 1, false},
+                      {"peak memory", "MB", kMega, 1, false},
+                      {"placed", "", 1.0, 0, false}},
+                     {{"picture",
+                       {things_.Get("picture", "seconds"), things_.Get("picture", "userSeconds"),
+                        things_.Get("picture", "peakBytes"), things_.Get("open", "placedShapes")}},
+                      {"copies",
+                       {things_.Get("copies", "seconds"), things_.Get("copies", "userSeconds"),
+                        things_.Get("copies", "peakBytes"), things_.Get("copies", "placedShapes")}}}});
+    report.AddTable({stem_ + ": picking",
+                     {{"time", "us", kMicro, 2, true}},
+                     {{"pick", {things_.Get("copies", "pickSeconds")}}}});
+  }
+
   void AddSizes(Report& report) {
     folderBytes_ = static_cast<double>(BytesOnDisk(ModelFolder(work_)));
     zippedGlbBytes_ = GzipBytes(MergedGlbFile(work_));
@@ -239,6 +261,7 @@ class FileRun {
   std::string stem_;
   std::string work_;
   int rounds_;
+  std::size_t copiedBodies_;
   Rounds things_;
   std::string mesher_;
   std::vector<std::pair<std::string, Figures>> variants_;

@@ -38,5 +38,6 @@ std::vector<Task> ReadTasks();
 std::vector<Task> IndexTasks();
 std::vector<Task> SceneTasks();
 std::vector<Task> GrowthTasks();
+std::vector<Task> PictureTasks();
 
 }  // namespace mirel::bench

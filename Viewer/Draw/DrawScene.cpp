@@ -130,10 +130,14 @@ class DrawScene::Gathering {
     return scene_.batches_.back();
   }
 
+  // And gives back what the lists had grown too large.
   void Number() {
+    scene_.nodes_.shrink_to_fit();
     std::uint32_t first = 0;
     for (DrawBatch& batch : scene_.batches_) {
       batch.first = first;
+      batch.placements.shrink_to_fit();
+      batch.nodes.shrink_to_fit();
       first += static_cast<std::uint32_t>(batch.placements.size());
     }
   }

@@ -254,7 +254,7 @@ ExitCode InfoVerb::Run(Console& console) {
   }
   if (!picture_.output.empty()) {
     PictureReply reply;
-    const ExitCode drawn = PictureCall::Draw(console, folder_, *root, picture_, reply);
+    const ExitCode drawn = PictureCall::Draw(console, folder_, root, picture_, reply);
     if (drawn != ExitCode::kDone) {
       return drawn;
     }

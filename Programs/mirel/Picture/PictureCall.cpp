@@ -28,7 +28,7 @@ bool PictureCall::IsPossible(Console& console) {
   return false;
 }
 
-ExitCode PictureCall::Draw(Console& console, const std::string& input, const SceneNode& root,
+ExitCode PictureCall::Draw(Console& console, const std::string& input, std::shared_ptr<const SceneNode> root,
                            const PictureRequest& request, PictureReply& reply) {
   const auto draw = reinterpret_cast<decltype(&MirelDrawPictures)>(LoadLibrary().GetFunction());
   const LogRecorder log(console, input);

@@ -3,10 +3,13 @@
 #include <Programs/mirel/Picture/DrawPictures.h>
 #include <Programs/mirel/Picture/PictureMaker.h>
 
+#include <utility>
+
 namespace mirel {
 
-void MirelDrawPictures(const SceneNode& root, const PictureRequest& request, PictureReply& reply) {
-  PictureMaker(root, request).Make(reply);
+void MirelDrawPictures(std::shared_ptr<const SceneNode>& root, const PictureRequest& request,
+                       PictureReply& reply) {
+  PictureMaker(std::move(root), request).Make(reply);
 }
 
 }  // namespace mirel

@@ -189,32 +189,36 @@ bool ShowsSomething(const Picture& picture, const PictureOptions& options, const
   return false;
 }
 
-void Draw(const SceneNode& root, const PictureRequest& request, PictureReply& reply) {
-  const auto scene = std::make_shared<const DrawScene>(root, ReadVisibility(root, request));
+}  // namespace
+
+void PictureMaker::Draw(PictureReply& reply) {
+  const auto scene = std::make_shared<const DrawScene>(*root_, ReadVisibility(*root_, request_));
   reply.leftOut = scene->GetLeftOutCount();
-  Camera camera = MakeCamera(root, *scene, request);
-  PictureOptions options = request.options;
-  options.sections = PlaceSections(request, *scene, camera);
+  Camera camera = MakeCamera(*root_, *scene, request_);
+  PictureOptions options = request_.options;
+  options.sections = PlaceSections(request_, *scene, camera);
+  if (request_.facesOutput.empty()) {
+    root_.reset();  // the legend alone has their names
+  }
   const PictureRenderer renderer(std::make_shared<const RayCaster>(scene));
-  const int count = std::max(1, request.turntable);
+  const int count = std::max(1, request_.turntable);
   for (int i = 0; i < count; ++i) {
     const Picture picture = renderer.Draw(camera, options);
     if (i == 0) {
       reply.nothingSeen = !ShowsSomething(picture, options, renderer, camera);
     }
-    SavePicture(picture, request.turntable > 0 ? NumberFile(request.output, i + 1) : request.output, reply);
-    if (i == 0 && !request.facesOutput.empty()) {
-      SaveFaces(renderer, *scene, camera, options, request.facesOutput, reply);
+    SavePicture(picture, request_.turntable > 0 ? NumberFile(request_.output, i + 1) : request_.output,
+                reply);
+    if (i == 0 && !request_.facesOutput.empty()) {
+      SaveFaces(renderer, *scene, camera, options, request_.facesOutput, reply);
     }
     camera.Orbit(kTurn / count, 0.0);
   }
 }
 
-}  // namespace
-
-void PictureMaker::Make(PictureReply& reply) const {
+void PictureMaker::Make(PictureReply& reply) {
   try {
-    Draw(root_, request_, reply);
+    Draw(reply);
   } catch (const Refusal& refusal) {
     reply.result = refusal.result;
     reply.file = refusal.file;

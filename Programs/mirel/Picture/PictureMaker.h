@@ -2,6 +2,9 @@
 
 #include <Programs/mirel/Picture/PictureRequest.h>
 
+#include <memory>
+#include <utility>
+
 namespace mirel {
 
 class SceneNode;
@@ -9,13 +12,17 @@ class SceneNode;
 /// Draws what is asked for of the nodes below a root, and writes the files.
 class PictureMaker {
  public:
-  /// Keeps references to both.
-  PictureMaker(const SceneNode& root, const PictureRequest& request) : root_(root), request_(request) {}
+  /// Takes the nodes, and keeps a reference to the request.
+  PictureMaker(std::shared_ptr<const SceneNode> root, const PictureRequest& request)
+      : root_(std::move(root)), request_(request) {}
 
-  void Make(PictureReply& reply) const;
+  /// Once.
+  void Make(PictureReply& reply);
 
  private:
-  const SceneNode& root_;
+  void Draw(PictureReply& reply);
+
+  std::shared_ptr<const SceneNode> root_;  // until they are not needed any more
   const PictureRequest& request_;
 };
 

@@ -13,6 +13,7 @@
 #include <CLI/CLI.hpp>
 
 #include <filesystem>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -110,12 +111,12 @@ ExitCode PictureVerb::Run(Console& console) {
 
 ExitCode PictureVerb::DrawFolder(Console& console, const std::string& folder) {
   bool complete = false;
-  const std::shared_ptr<GroupSceneNode> root = SceneOpener::Open(console, folder, complete);
+  std::shared_ptr<GroupSceneNode> root = SceneOpener::Open(console, folder, complete);
   if (!root) {
     return ExitCode::kInputUnread;
   }
   PictureReply reply;
-  const ExitCode result = PictureCall::Draw(console, input_, *root, request_, reply);
+  const ExitCode result = PictureCall::Draw(console, input_, std::move(root), request_, reply);
   if (result != ExitCode::kDone) {
     return result;
   }
