@@ -45,7 +45,7 @@ struct Body {
   Entry placements;  // begins with their number
   std::vector<Entry> entries[kSections];
   std::vector<Axes> axes;
-  std::vector<Entry> edgeRanges;  // two parameters each
+  std::vector<Entry> edgeCurves;  // lines that end with two parameters
   std::vector<Entry> subShapes;   // of one shape: pairs of reference and placement
 };
 
@@ -118,7 +118,7 @@ class Parser {
       }
     }
     if (!good_ || !GoTo("TShapes")) return false;
-    FindEdgeRanges();
+    FindEdgeCurves();
     FindSubShapes();
     return true;
   }
@@ -202,12 +202,12 @@ class Parser {
 
   // An edge has a line for each of its curves: 1 (in space), 2 (on a surface) or 3 (a seam), as many references as that
   // and one more, and the range.
-  void FindEdgeRanges() {
+  void FindEdgeCurves() {
     for (std::size_t first = next_, i = next_; i < body_.tokens.size(); ++i) {
       if (body_.tokens[i].blank.find('\n') == std::string::npos) continue;
       const long kind = std::strtol(body_.tokens[first].text.c_str(), nullptr, 10);
       if (kind >= 1 && kind <= 3 && i + 1 - first == static_cast<std::size_t>(kind) + 4) {
-        body_.edgeRanges.push_back({i - 1, i + 1});
+        body_.edgeCurves.push_back({first, i + 1});
         body_.tokens[i - 1].role = body_.tokens[i].role = Role::kReal;
       }
       first = i + 1;
@@ -271,7 +271,7 @@ class Mutator {
     switch (Below(12)) {
     case 0:
     case 1:
-      return ChangeRange();
+      return ChangeCurve();
     case 2:
     case 3:
       return TurnAxes();
@@ -348,20 +348,23 @@ class Mutator {
     }
   }
 
-  // Swaps the ends of an edge, makes it empty, or longer by powers of ten or by turns.
-  void ChangeRange() {
-    if (body_.edgeRanges.empty()) return;
-    const Entry range = Any(body_.edgeRanges);
-    std::string &from = At(range.first)->text, &to = At(range.first + 1)->text;
+  // Takes a curve of an edge away, swaps its ends, makes it empty, or longer by powers of ten or by turns.
+  void ChangeCurve() {
+    if (body_.edgeCurves.empty()) return;
+    const Entry curve = Any(body_.edgeCurves);
+    std::string &from = At(curve.end - 2)->text, &to = At(curve.end - 1)->text;
     const double first = ToReal(from), last = ToReal(to);
-    switch (Below(4)) {
+    switch (Below(5)) {
     case 0:
       return from.swap(to);
     case 1:
       to = from;
       return;
     case 2:
-      to = ToText(first + (last - first) * std::pow(10.0, static_cast<double>(Below(19)) - 9.0));
+      body_.tokens.erase(At(curve.first), At(curve.end));
+      return;
+    case 3:
+      to = ToText(first + (last - first) * std::pow(10.0, static_cast<double>(Below(29)) - 9.0));
       return;
     default:
       to = ToText(last + 6.283185307179586 * std::pow(10.0, static_cast<double>(Below(5))));
@@ -444,9 +447,13 @@ class Mutator {
 
   // Adds a placement and gives it to a sub-shape.
   void AddPlacement() {
-    static const std::vector<std::string> kMatrices = {
-        "1 0 0 5 0 1 0 0 0 0 1 0", "-1 0 0 0 0 1 0 0 0 0 1 0", "1000 0 0 0 0 1000 0 0 0 0 1000 0",
-        "1e-06 0 0 0 0 1e-06 0 0 0 0 1e-06 0", "0 -1 0 1e+09 1 0 0 0 0 0 1 0"};
+    static const std::vector<std::string> kMatrices = {"1 0 0 5 0 1 0 0 0 0 1 0",
+                                                       "-1 0 0 0 0 1 0 0 0 0 1 0",
+                                                       "1000 0 0 0 0 1000 0 0 0 0 1000 0",
+                                                       "1e-06 0 0 0 0 1e-06 0 0 0 0 1e-06 0",
+                                                       "0 -1 0 1e+09 1 0 0 0 0 0 1 0",
+                                                       "1 0 0 1e+16 0 1 0 0 0 0 1 -1e+90",
+                                                       "1e+50 0 0 0 0 1e+50 0 0 0 0 1e+50 0"};
     std::string& count = At(body_.placements.first)->text;
     count = std::to_string(std::strtol(count.c_str(), nullptr, 10) + 1);
     if (!body_.subShapes.empty()) {

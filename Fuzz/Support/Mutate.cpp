@@ -57,7 +57,8 @@ std::string MutateNumber(const std::string& old, Random& random) {
   static const std::vector<std::string> kNumbers =
       Split("0 -0 1 -1 0.5 2 3 7 25 26 100 1000 65536 2147483647 -2147483648 4294967295 4294967296 "
             "1e-300 1e-100 1e-17 1e-12 1e-09 1e-07 -1e-07 1e-05 1e+06 1e+07 -1e+07 1e+09 "
-            "10000000000 1.0001e10 -1e10 1e+100 -1e+100 2e+100 -2e+100 1e308 1e999 nan inf "
+            "10000000000 -1e+11 1e+13 1e+15 -1e+18 1e+20 1e+38 -1e+60 1e+100 -1e+100 2e+100 -2e+100 1e+154 "
+            "1e+308 1e999 nan inf "
             "1.5707963267949 3.1415926535897931 6.2831853071795862 62.8318530717959 62831.8530717959");
   const double value = std::strtod(old.c_str(), nullptr);
   const auto print = [](double number, int digits = 17) {

@@ -219,7 +219,7 @@ void FolderCheck::CheckBodies() {
                              static_cast<double>(bodies_.GetPackageCount()));
     }
     GuardedLoop::Run(
-        items.size(), bodySeconds_,
+        items.size(), GuardedLoop::Limits{bodySeconds_, 0},
         [&](std::size_t i, const GuardedLoop::Say& say) { CheckBody(items[i], file, say); },
         [&](std::size_t i, const std::string& said) {
           if (said.compare(0, 2, "==") == 0) {

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <fcntl.h>
+#include <fstream>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -88,8 +89,19 @@ bool Receive(int pipe, char& kind, std::string& text) {
   return ReadAll(pipe, text.data(), size);
 }
 
+void LimitMemory(std::uint64_t more) {
+  std::uint64_t pages = 0;
+  if (more == 0 || !(std::ifstream("/proc/self/statm") >> pages)) {
+    return;
+  }
+  const auto bytes = static_cast<rlim_t>(pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE)) + more);
+  const rlimit limit = {bytes, bytes};
+  setrlimit(RLIMIT_AS, &limit);
+}
+
 // The child's part. The alarm ends it even when the caller is gone.
-[[noreturn]] void Work(int pipe, std::size_t first, std::size_t count, unsigned int seconds, const Job& job) {
+[[noreturn]] void Work(int pipe, std::size_t first, std::size_t count, const GuardedLoop::Limits& limits,
+                       const Job& job) {
   for (const int number :
        {SIGALRM, SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
     std::signal(number, SIG_DFL);
@@ -103,8 +115,9 @@ bool Receive(int pipe, char& kind, std::string& text) {
   if (nowhere >= 0) {
     dup2(nowhere, STDOUT_FILENO);
   }
+  LimitMemory(limits.memory);
   for (std::size_t i = first; i < count; ++i) {
-    alarm(seconds);
+    alarm(limits.seconds);
     const bool good = RunJob(job, i, [pipe](const std::string& text) { Send(pipe, kSaid, text); });
     alarm(0);
     Send(pipe, good ? kDone : kFailed, std::string());
@@ -116,7 +129,7 @@ bool Receive(int pipe, char& kind, std::string& text) {
 
 }  // namespace
 
-void GuardedLoop::Run(std::size_t count, [[maybe_unused]] unsigned int seconds, const Job& job,
+void GuardedLoop::Run(std::size_t count, [[maybe_unused]] const Limits& limits, const Job& job,
                       const std::function<void(std::size_t, const std::string&)>& hear,
                       const std::function<void(std::size_t, End)>& end) {
   std::size_t next = 0;
@@ -129,7 +142,7 @@ void GuardedLoop::Run(std::size_t count, [[maybe_unused]] unsigned int seconds, 
     const pid_t child = fork();
     if (child == 0) {
       close(ends[0]);
-      Work(ends[1], next, count, seconds, job);
+      Work(ends[1], next, count, limits, job);
     }
     close(ends[1]);
     if (child < 0) {

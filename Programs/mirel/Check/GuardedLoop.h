@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <string>
 
@@ -17,10 +18,14 @@ class GuardedLoop {
  public:
   enum class End { kDone, kCrashed, kTimedOut };
   using Say = std::function<void(const std::string& text)>;
+  struct Limits {
+    unsigned int seconds = 60;  ///< for each job
+    std::uint64_t memory = 0;   ///< bytes beyond what the caller has, on Linux; 0 for no limit
+  };
 
-  /// Calls `job` with 0 to `count` - 1; each may take `seconds`. For each number in turn, `hear` gets what the job said,
-  /// in order, and then `end` how it ended. An exception that leaves a job is its crash.
-  static void Run(std::size_t count, unsigned int seconds,
+  /// Calls `job` with 0 to `count` - 1. For each number in turn, `hear` gets what the job said, in order, and then `end`
+  /// how it ended. An exception that leaves a job is its crash.
+  static void Run(std::size_t count, const Limits& limits,
                   const std::function<void(std::size_t index, const Say& say)>& job,
                   const std::function<void(std::size_t index, const std::string& text)>& hear,
                   const std::function<void(std::size_t index, End end)>& end);

@@ -1,91 +1,82 @@
 #include <Programs/mirel/Import/BRepFile.h>
 
+#include <Programs/mirel/Check/GuardedLoop.h>
+#include <Programs/mirel/Import/BodyText.h>
+
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Model/LogFailure.h>
+#include <Viewer/Kernel/Reader/MemoryStream.h>
+
+#include <BinTools.hxx>
+#include <TopoDS_Shape.hxx>
+
 #include <algorithm>
-#include <charconv>
-#include <string_view>
+#include <utility>
 
 namespace mirel {
 
 namespace {
 
-constexpr std::string_view kDrawHeader = "DBRep_DrawableShape";
-constexpr std::string_view kVersion1 = "CASCADE Topology V1, (c) Matra-Datavision";
-constexpr std::string_view kVersion2 = "CASCADE Topology V2, (c) Matra-Datavision";
-constexpr std::string_view kVersion3 = "CASCADE Topology V3, (c) Open Cascade";
-constexpr std::string_view kTriangulations = "\nTriangulations ";
-constexpr std::string_view kBlanks = " \t\n";
+constexpr char kTextHeader[] = "CASCADE Topology V";
+constexpr char kBinaryHeader[] = "Open CASCADE Topology V";
+constexpr std::size_t kHeaderWithin = 1024;  // bytes, in binary files
 
-// Walks over the tokens of a text.
-class Tokens {
- public:
-  Tokens(std::string_view text, std::size_t at) : text_(text), at_(at) {}
+constexpr unsigned int kSeconds = 60;
+constexpr std::size_t kBytesPerSecond = std::size_t{1} << 20;
+constexpr std::uint64_t kMemory = std::uint64_t{256} << 20;
+constexpr std::uint64_t kMemoryPerByte = 64;
 
-  std::string_view Next() {
-    const std::size_t begin = std::min(text_.find_first_not_of(kBlanks, at_), text_.size());
-    at_ = std::min(text_.find_first_of(kBlanks, begin), text_.size());
-    return text_.substr(begin, at_ - begin);
+std::shared_ptr<TopoShape> ReadText(std::string text) {
+  text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
+  text += '\n';  // an editor may have taken it away, and a number at the end might be cut
+  const std::size_t header = text.find(kTextHeader);
+  if (header != std::string::npos) {
+    text.erase(0, header);
   }
-
-  // False when the token is no number that can count tokens of this text.
-  bool NextCount(std::size_t& count) {
-    const std::string_view token = Next();
-    const auto result = std::from_chars(token.data(), token.data() + token.size(), count);
-    return result.ec == std::errc() && result.ptr == token.data() + token.size() && count <= text_.size();
+  std::shared_ptr<TopoShape> body = TopoShape::ReadFile(std::move(text));
+  if (!body) {
+    MIREL_FAILURE("not a valid BRep file");
   }
+  return body;
+}
 
-  bool Skip(std::size_t count) {
-    for (; count > 0; --count) {
-      if (Next().empty()) return false;
-    }
-    return true;
+void Convert(const std::string& content, const GuardedLoop::Say& say) {
+  MemoryStream stream(content.data(), content.size());
+  // The reader hardly looks at the state of its stream, and loops for ever on one that has failed.
+  stream.exceptions(std::ios::failbit | std::ios::badbit);
+  TopoDS_Shape shape;
+  BinTools::Read(shape, stream);
+  say(BodyText::Of(shape));
+}
+
+std::shared_ptr<TopoShape> ReadBinary(const std::string& content) {
+  GuardedLoop::Limits limits;
+  limits.seconds = kSeconds + static_cast<unsigned int>(content.size() / kBytesPerSecond);
+  limits.memory = kMemory + kMemoryPerByte * content.size();
+  std::string text;
+  auto end = GuardedLoop::End::kCrashed;
+  GuardedLoop::Run(
+      1, limits, [&](std::size_t, const GuardedLoop::Say& say) { Convert(content, say); },
+      [&](std::size_t, const std::string& said) { text = said; },
+      [&](std::size_t, GuardedLoop::End how) { end = how; });
+  std::shared_ptr<TopoShape> body;
+  if (end == GuardedLoop::End::kDone) {
+    body = TopoShape::Read(std::move(text));
   }
-
-  std::size_t GetPosition() const { return at_; }
-
- private:
-  std::string_view text_;
-  std::size_t at_;
-};
-
-// Version 3 has a flag for normals behind the flag for parameters of each triangulation.
-void AddNormalFlags(std::string& text) {
-  const std::size_t section = text.find(kTriangulations);
-  if (section == std::string::npos) return;
-  Tokens tokens(text, section + kTriangulations.size());
-  std::string rewritten;
-  std::size_t copied = 0;
-  std::size_t count = 0;
-  if (!tokens.NextCount(count)) return;
-  for (; count > 0; --count) {
-    std::size_t nodes = 0;
-    std::size_t triangles = 0;
-    std::size_t hasParameters = 0;
-    if (!tokens.NextCount(nodes) || !tokens.NextCount(triangles) || !tokens.NextCount(hasParameters)) return;
-    rewritten.append(text, copied, tokens.GetPosition() - copied);
-    rewritten += " 0";
-    copied = tokens.GetPosition();
-    if (!tokens.Skip(1 + nodes * (hasParameters != 0 ? 5 : 3) + triangles * 3)) return;
+  if (!body) {
+    MIREL_FAILURE("not a valid binary BRep file: %s",
+                  end == GuardedLoop::End::kDone       ? "it holds no sound shape"
+                  : end == GuardedLoop::End::kTimedOut ? "OpenCASCADE does not come to an end with it"
+                                                       : "OpenCASCADE fails or crashes with it");
   }
-  rewritten.append(text, copied, std::string::npos);
-  text = std::move(rewritten);
+  return body;
 }
 
 }  // namespace
 
-bool BRepFile::MakeVersion3(std::string& text, std::string& reason) {
-  text.erase(std::remove(text.begin(), text.end(), '\r'), text.end());
-  if (text.compare(0, kDrawHeader.size(), kDrawHeader) == 0) text.erase(0, kDrawHeader.size() + 1);
-  const std::size_t header = text.find_first_not_of(kBlanks);
-  if (header == std::string::npos) return true;
-  if (text.compare(header, kVersion2.size(), kVersion2) == 0) {
-    reason = "is a BRep file of format version 2; versions 1 and 3 can be read";
-    return false;
-  }
-  if (text.compare(header, kVersion1.size(), kVersion1) == 0) {
-    text.replace(header, kVersion1.size(), kVersion3);
-    AddNormalFlags(text);
-  }
-  return true;
+std::shared_ptr<TopoShape> BRepFile::Read(std::string content) {
+  const std::string head = content.substr(0, kHeaderWithin);
+  return head.find(kBinaryHeader) != std::string::npos ? ReadBinary(content) : ReadText(std::move(content));
 }
 
 }  // namespace mirel

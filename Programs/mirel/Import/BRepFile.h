@@ -1,19 +1,22 @@
 #pragma once
 
+#include <memory>
 #include <string>
 
 namespace mirel {
 
-/// The text of BRep files, as programs built on OpenCASCADE write them into files of their own.
+class TopoShape;
+
+/// BRep files, as programs built on OpenCASCADE write them into files of their own.
 class BRepFile {
  public:
-  /// Makes of the content of a file the text that `TopoShape::Read` takes: format version 3, with line ends
-  /// of one character, without the line that some programs put before it. Version 1, which OpenCASCADE wrote
-  /// before 7.6, is rewritten: the two differ in the first line and in a flag of each triangulation. Text
-  /// that it does not understand is left as it is, for the reader to refuse.
+  /// Makes a body of the content of a file: text of format versions 1 to 3, with line ends of any system, or binary of
+  /// versions 1 to 4. Lines before the header and what stands behind the shape are passed over, the latter with a notice.
+  /// Null when it cannot be read, with a failure in the log.
   ///
-  /// False, with a reason, for version 2, which hardly any program has written.
-  static bool MakeVersion3(std::string& text, std::string& reason);
+  /// OpenCASCADE sees nothing of text that is not sound. Binary is converted into text by a process of its own (not on
+  /// Windows), with a minute and a second for each megabyte, and 256 MiB and 64 bytes for each byte of the file.
+  static std::shared_ptr<TopoShape> Read(std::string content);
 };
 
 }  // namespace mirel

@@ -62,7 +62,8 @@ SourceFile::Format FormatByContent(const std::string& head) {
   if (head.compare(start, 12, "ISO-10303-21") == 0) {
     return SourceFile::Format::kStep;
   }
-  if (head.compare(start, 10, "DBRep_Draw") == 0 || head.compare(start, 16, "CASCADE Topology") == 0) {
+  if (head.compare(start, 10, "DBRep_Draw") == 0 || head.compare(start, 16, "CASCADE Topology") == 0 ||
+      head.compare(start, 21, "Open CASCADE Topology") == 0) {
     return SourceFile::Format::kBrep;
   }
   return IsIgesLine(head) ? SourceFile::Format::kIges : SourceFile::Format::kUnknown;

@@ -80,7 +80,7 @@ std::vector<BodyCheck::Fault> BodyCheck::FindDrawnWrongly(const LiteModel& readB
     }
   };
   GuardedLoop::Run(
-      ids.size(), seconds,
+      ids.size(), GuardedLoop::Limits{seconds, 0},
       [&](std::size_t index, const GuardedLoop::Say& say) {
         BodyAgreement::Compare(model_.FindShape(ids[index])->GetImpl(),
                                readBack.FindGRepShape(ids[index])->GetMesh(), BodyAgreement::Effort::kLittle,

@@ -156,20 +156,13 @@ ExitCode SaveVerb::ReadBody(Console& console, ProgressBar& progress, const Sourc
     console.Error(input_, "cannot be read to its end");
     return ExitCode::kInputUnread;
   }
-  std::string reason;
-  if (!BRepFile::MakeVersion3(text, reason)) {
-    console.Error(input_, reason);
-    return ExitCode::kInputUnread;
-  }
   std::shared_ptr<TopoShape> body;
   TopoDS_Shape shape;
   {
     const LogRecorder log(console, input_);
-    body = TopoShape::Read(text);
+    body = BRepFile::Read(std::move(text));
     if (body) {
       shape = body->GetImpl();
-    } else {
-      Logger::Instance().Message(3, "not a valid BRep file");
     }
   }
   if (shape.IsNull()) {

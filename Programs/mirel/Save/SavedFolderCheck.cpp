@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Check/FindingList.h>
 #include <Programs/mirel/Check/PackageSet.h>
+#include <Programs/mirel/Import/BodyText.h>
 
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
@@ -10,11 +11,6 @@
 #include <Viewer/Kernel/Model/LiteModel.h>
 #include <Viewer/Kernel/Model/ShapeItem.h>
 #include <Viewer/Kernel/Writer/PkgGRepBuilder.h>
-
-#include <BRepTools.hxx>
-#include <Message_ProgressRange.hxx>
-#include <TopTools_FormatVersion.hxx>
-#include <TopoDS_Shape.hxx>
 
 #include <algorithm>
 #include <locale>
@@ -28,14 +24,6 @@ namespace mirel {
 namespace {
 
 const char* const kIndex = "index.gz";
-
-std::string TextOf(const TopoShape& body) {
-  std::ostringstream stream;
-  stream.imbue(std::locale::classic());
-  BRepTools::Write(body.GetImpl(), stream, true, false, TopTools_FormatVersion_VERSION_3,
-                   Message_ProgressRange());
-  return stream.str();
-}
 
 std::string RecordOf(const GRepShape& grep) {
   std::ostringstream stream;
@@ -186,7 +174,7 @@ void SavedFolderCheck::Compare(const LiteModel& model, const PkgGRepBuilder& gre
   ItemComparison(model, findings).Compare(readBack);
   ComparePackages(
       folder, "model", model.GetShape(), CheckCode::kTextDiffers,
-      [](const TopoShape& body) { return TextOf(body); }, findings);
+      [](const TopoShape& body) { return BodyText::Of(body.GetImpl()); }, findings);
   LiteModel::GRepTable made;
   for (const auto& [id, grep] : greps.GetItems()) {
     made[id] = grep;

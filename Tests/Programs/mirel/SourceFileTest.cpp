@@ -1,20 +1,8 @@
-#include <Programs/mirel/Import/BRepFile.h>
 #include <Programs/mirel/Import/IdSequence.h>
 #include <Programs/mirel/Import/SourceFile.h>
 
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Support/TestFolder.h>
-
-#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
-
-#include <BRepMesh_IncrementalMesh.hxx>
-#include <BRepPrimAPI_MakeCylinder.hxx>
-#include <BRepTools.hxx>
-#include <BRep_Tool.hxx>
-#include <TopExp_Explorer.hxx>
-#include <TopLoc_Location.hxx>
-#include <TopoDS.hxx>
-#include <TopoDS_Face.hxx>
 
 #include <gtest/gtest.h>
 
@@ -41,6 +29,7 @@ TEST(SourceFileTest, TellsTheFormat) {
       {"Größe", "ISO-10303-21;\n", Format::kStep},
       {"e.txt", "\r\n ISO-10303-21;", Format::kStep},
       {"f", "DBRep_DrawableShape\n", Format::kBrep},
+      {"f.bin", "\nOpen CASCADE Topology V4, (c) Open Cascade\n", Format::kBrep},
       {"g.dat", iges, Format::kIges},
       {"g0.dat", std::string(72, ' ') + "S0000001\n", Format::kIges},
       {"h.txt", "a letter", Format::kUnknown},
@@ -135,45 +124,6 @@ TEST(IdSequenceTest, RepeatsItselfAndNothingElse) {
   EXPECT_EQ(seen.count(0), 0u);
   // The one seed whose first value would be 0.
   EXPECT_NE(IdSequence(0 - 0x9E3779B97F4A7C15ull).Next(), ObjectId());
-}
-
-// Every way in which OpenCASCADE writes a body into a file, with and without triangles.
-TEST(BRepFileTest, AllVersionsButTheSecondAreRead) {
-  const TestFolder scratch;
-  TopoDS_Shape body = BRepPrimAPI_MakeCylinder(10, 20).Shape();
-  for (const bool meshed : {false, true}) {
-    if (meshed) BRepMesh_IncrementalMesh(body, 0.1);
-    for (const TopTools_FormatVersion version :
-         {TopTools_FormatVersion_VERSION_1, TopTools_FormatVersion_VERSION_3}) {
-      const std::string path = scratch.GetPath() + "body.brep";
-      ASSERT_TRUE(BRepTools::Write(body, path.c_str(), meshed, false, version));
-      for (const bool windows : {false, true}) {
-        std::string text = ReadFile(path);
-        if (windows) {
-          for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2)
-            text.insert(at, "\r");
-        }
-        std::string reason;
-        ASSERT_TRUE(BRepFile::MakeVersion3(text, reason));
-        const LogCapture log;
-        const std::shared_ptr<TopoShape> read = TopoShape::Read(text);
-        ASSERT_TRUE(read) << version << meshed << log.GetTexts(1).at(0);
-        const TopoDS_Face face = TopoDS::Face(TopExp_Explorer(read->GetImpl(), TopAbs_FACE).Current());
-        TopLoc_Location location;
-        EXPECT_EQ(BRep_Tool::Triangulation(face, location).IsNull(), !meshed);
-      }
-    }
-  }
-  std::string second = "\nCASCADE Topology V2, (c) Matra-Datavision\n";
-  std::string reason;
-  EXPECT_FALSE(BRepFile::MakeVersion3(second, reason));
-  EXPECT_NE(reason, "");
-  for (std::string text : {"", "\r\n", "DBRep_DrawableShape", "\nCASCADE Topology V1, (c) Matra-Datavision",
-                           "CASCADE Topology V1, (c) Matra-Datavision\nTriangulations 99999999999999999999",
-                           "CASCADE Topology V1, (c) Matra-Datavision\nTriangulations 2\n1 1 1 0.5\n0 0"}) {
-    EXPECT_TRUE(BRepFile::MakeVersion3(text, reason));
-    EXPECT_FALSE(TopoShape::Read(text));
-  }
 }
 
 }  // namespace

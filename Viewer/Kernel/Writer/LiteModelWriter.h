@@ -27,7 +27,8 @@ class MIREL_VIEWER_KERNEL_API LiteModelWriter {
 
   /// Writes the folder at a path that ends with a separator; file names are appended to it directly. (Without the separator
   /// they begin with the last part of the path, and the folder that the path names is made and stays empty.) Missing
-  /// folders are made. A second `Save` starts anew. An empty shape is left out, with a message at level 3. A shape whose
+  /// folders are made. A second `Save` starts anew. An empty shape is left out, with a message at level 3; so is the text
+  /// of one that `TopoShape::Read` would refuse, whose graphics are saved. A shape whose
   /// tessellation does not come to an end is given up after a while (`GRepShape::Compute`) with a message at level 3: it
   /// is saved, and nothing is drawn of it.
   ///

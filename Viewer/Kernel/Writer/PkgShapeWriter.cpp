@@ -47,7 +47,10 @@ int PkgShapeWriter::AddItem(const ObjectId& id, const std::shared_ptr<TopoShape>
   std::string reason = "it is empty";
   const std::string text =
       shape && !shape->GetImpl().IsNull() ? WriteText(shape->GetImpl(), reason) : std::string();
-  if (text.empty()) {
+  // What a reader would refuse is lost: better to hear of it now. The log has the reason.
+  const bool isReadable = !text.empty() && TopoShape::Read(text) != nullptr;
+  if (!text.empty() && !isReadable) reason = "readers would refuse its text";
+  if (!isReadable) {
     MIREL_FAILURE("Shape %s is not written: %s", id.toString().c_str(), reason.c_str());
     return container_.GetDataSize();
   }

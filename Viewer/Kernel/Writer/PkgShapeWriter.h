@@ -21,8 +21,9 @@ class MIREL_VIEWER_KERNEL_API PkgShapeWriter {
   PkgShapeWriter& operator=(PkgShapeWriter&& other) noexcept;
 
   /// Appends a shape as its OpenCASCADE BRep text (format version 3, with triangles, without normals) and returns
-  /// the size of all items' bytes so far. What cannot be written, an empty pointer for one, is left out, with
-  /// a message at level 3.
+  /// the size of all items' bytes so far. What cannot be written, an empty pointer for one, and what
+  /// `TopoShape::Read` would refuse, is left out, with a message at level 3 that names the id: whatever is written can
+  /// be read.
   int AddItem(const ObjectId& id, const std::shared_ptr<TopoShape>& shape);
 
   int GetItemCount() const { return container_.GetItemCount(); }

@@ -11,8 +11,11 @@
 
 #include <gtest/gtest.h>
 
+#include <BRepBuilderAPI_MakeVertex.hxx>
 #include <TopoDS_Shape.hxx>
+#include <TopoDS_Vertex.hxx>
 
+#include <limits>
 #include <locale>
 
 namespace mirel {
@@ -69,6 +72,10 @@ TEST(PkgWriters, StoreTextsAndRecordsAndLeaveOutWhatIsEmpty) {
   EXPECT_EQ(shapes.AddItem(Id(3), std::make_shared<TopoShape>(TopoDS_Shape())),
             static_cast<int>(text.size()));
   EXPECT_EQ(shapes.AddItem(Id(4), box), static_cast<int>(2 * text.size()));
+  const double nan = std::numeric_limits<double>::quiet_NaN();
+  const auto odd = std::make_shared<TopoShape>(BRepBuilderAPI_MakeVertex(gp_Pnt(0, nan, 0)).Vertex());
+  EXPECT_EQ(shapes.AddItem(Id(5), odd), static_cast<int>(2 * text.size()));
+  EXPECT_NE(log.GetTexts(1).back().find("A number is not finite"), std::string::npos);
   shapes.Write(folder.GetPath());
   EXPECT_EQ(Inflate(folder.GetPath() + "-3.gz"), MakePackage({{1, text}, {4, text}}));
 
@@ -78,9 +85,10 @@ TEST(PkgWriters, StoreTextsAndRecordsAndLeaveOutWhatIsEmpty) {
   EXPECT_EQ(greps.AddItem(Id(2), nullptr), static_cast<int>(record.size()));
   greps.Write(folder.GetPath());
   EXPECT_EQ(Inflate(folder.GetPath() + "2147483647.gz"), MakePackage({{1, record}}));
-  EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{"Shape 2 is not written: it is empty",
-                                                       "Shape 3 is not written: it is empty",
-                                                       "GRep 2 is not written: it is empty"}));
+  EXPECT_EQ(log.GetTexts(3), (std::vector<std::string>{
+                                 "Shape 2 is not written: it is empty", "Shape 3 is not written: it is empty",
+                                 "Shape 5 is not written: readers would refuse its text",
+                                 "GRep 2 is not written: it is empty"}));
 }
 
 /// A package whose items are sizes: what it is given is all that counts for the series.

@@ -65,16 +65,10 @@ constexpr int kMaxFaceNodes = 2000000;
 /// others leave. Once there are so many, no further body is tessellated.
 constexpr unsigned kMaxAbandonedBodies = 64;
 
-// BRep text. Whoever raises one of these should know what OpenCASCADE does with the larger value.
+// BRep text. Each limit is there because OpenCASCADE crashes or hangs beyond it; numbers have none.
 
-/// Coordinates, parameters, radii and the like: 10,000 km in mm, so that parts placed in map coordinates pass. Larger
-/// numbers make OpenCASCADE's algorithms run for ever more often than they mean anything.
-constexpr double kMaxBRepNumber = 1e10;
-constexpr unsigned kMaxBRepWholeDigits = 10;  // kMaxBRepNumber itself has one more and takes the slow way
-
-/// What OpenCASCADE writes for "unbounded" and recognises as such: 1e100 and 2e100.
+/// From here on OpenCASCADE takes a parameter as unbounded.
 constexpr double kMinBRepInfinity = 1e100;
-constexpr double kMaxBRepInfinity = 2.000001e100;
 
 /// Bytes of white space in a row. The reader takes some lines into buffers of 256 bytes.
 constexpr unsigned kMaxBRepBlank = 64;
@@ -86,25 +80,31 @@ constexpr unsigned kMaxBRepDegree = 25;
 /// recurses; OpenCASCADE's constructors leave at most eight.
 constexpr unsigned kMaxBRepGeometryDepth = 12;
 
-/// How often an edge may run round a periodic B-spline: OpenCASCADE subtracts one period at a time.
+/// How often an edge may run round a periodic B-spline: OpenCASCADE subtracts one period at a time, for ever once that
+/// makes no difference any more.
 constexpr double kMaxBRepTurns = 1e4;
 
 /// Representations (curves, polygons, continuities) of one edge: OpenCASCADE searches all for each that it adds.
 constexpr unsigned kMaxBRepRepresentations = 4096;
 
-/// Factors of one placement, and of all placements on the way from a shape to a sub-shape: some of OpenCASCADE's
-/// functions recurse over them.
-constexpr unsigned kMaxBRepPlacementFactors = 64;
+/// Factors of all placements on the way from a shape to a sub-shape. OpenCASCADE multiplies, compares and releases
+/// placements by recursion over their factors, which overflows a stack of 1 MiB (Windows) from some 5,000 on.
 constexpr unsigned kMaxBRepPlacementChain = 1024;
 
-/// Power of a factor of a placement.
-constexpr unsigned kMaxBRepPlacementPower = 1000;
+/// Sum of the squares of the numbers of factors, over all placements. OpenCASCADE's reader copies a product for each
+/// factor that it adds: this many steps take it some five seconds.
+constexpr std::uint64_t kMaxBRepPlacementSteps = 50000000;
 
-/// Shapes within shapes. A solid has five levels below it; nested compounds add to that.
-constexpr unsigned kMaxBRepDepth = 128;
+/// Power of a factor of a placement. OpenCASCADE adds up the powers of equal factors along a chain in an `int`.
+constexpr unsigned kMaxBRepPlacementPower = 0x7FFFFFFFu / kMaxBRepPlacementChain;
 
-/// Sub-shapes met when the root is walked without remembering which were seen: a few lines of text can stand for 2^40.
-/// A walk over this many takes OpenCASCADE a few seconds; the largest real body met so far has 20,000.
+/// Shapes within shapes. A solid has five levels below it; nested compounds add to that. OpenCASCADE copies shapes by
+/// recursion, which overflows a stack of 1 MiB from some 1,150 levels on.
+constexpr unsigned kMaxBRepDepth = 500;
+
+/// What a walk from the root meets that does not remember where it was: sub-shapes and the factors of their placements.
+/// A few lines of text can stand for 2^40. A walk over this many takes OpenCASCADE a few seconds; the largest real body
+/// met so far has 20,000.
 constexpr std::uint64_t kMaxBRepUnfolded = 50000000;
 
 }  // namespace mirel

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstdint>
 #include <cstring>
+#include <initializer_list>
 #include <limits>
 #include <map>
 #include <set>
@@ -27,6 +28,11 @@ constexpr double kPlacementTolerance = 1e-4;
 constexpr double kTrimTolerance = 1e-7 / 100.0;  // written as there, so that both round alike
 // OpenCASCADE accepts a bend of 1e-12 rad under an offset curve; half of it leaves room for other rounding.
 constexpr double kBendTolerance = 0.5e-12;
+
+// The first line of each format version.
+constexpr const char* kHeaders[] = {"CASCADE Topology V1, (c) Matra-Datavision",
+                                    "CASCADE Topology V2, (c) Matra-Datavision",
+                                    "CASCADE Topology V3, (c) Open Cascade"};
 
 enum CurveKind { kLine = 1, kCircle, kEllipse, kParabola, kHyperbola, kBezier, kBSpline, kTrimmed, kOffset };
 enum SurfaceKind {
@@ -111,7 +117,7 @@ struct ShapeInfo {
   bool used = false;
   std::uint16_t depth = 1;
   std::uint32_t chain = 0;     // most placement factors on the way to a sub-shape
-  std::uint64_t unfolded = 1;  // shapes met in a walk from here
+  std::uint64_t unfolded = 1;  // shapes and factors of placements met in a walk from here
 };
 
 struct Vector {
@@ -126,13 +132,15 @@ Vector Cross(const Vector& a, const Vector& b) {
 
 class Checker {
  public:
-  Checker(const char* data, std::size_t size) : lexer_(data, size) {}
+  Checker(const char* data, std::size_t size, BRepTextOrigin origin)
+      : lexer_(data, size), isFile_(origin == BRepTextOrigin::kFile) {}
 
-  BRepTextResult Run() { return Tables() && Shapes() && Root() ? BRepTextResult() : Refusal(); }
+  BRepTextResult Run() {
+    if (Tables() && Shapes() && Root()) return {nullptr, lexer_.Position()};
+    return {lexer_.Reason(), lexer_.Offset()};
+  }
 
  private:
-  BRepTextResult Refusal() const { return {lexer_.Reason(), lexer_.Offset()}; }
-
   bool Tables() {
     return Header() && Locations() && Curves(2) && Curves(3) && Polygons3D() && PolygonsOnTriangulation() &&
            Surfaces() && Triangulations();
@@ -143,9 +151,13 @@ class Checker {
   // The reader takes lines until one is the header.
   bool Header() {
     unsigned lines;
-    constexpr const char* kReason = "The text does not start as BRep text of format version 3 does";
-    return lexer_.SkipBlank(lines) && (lines == lexer_.Position() || Fail(kReason)) &&
-           lexer_.Line("CASCADE Topology V3, (c) Open Cascade", kReason);
+    if (!lexer_.SkipBlank(lines)) return false;
+    const bool isFirst = lines == lexer_.Position();
+    for (version_ = 3; isFirst && version_ > (isFile_ ? 0 : 2); --version_)
+      if (lexer_.Line(kHeaders[version_ - 1])) return true;
+    return lexer_.Fail(isFile_ ? "The text does not start as BRep text of format versions 1 to 3 does"
+                               : "The text does not start as BRep text of format version 3 does",
+                       lexer_.Position());
   }
 
   // --- Placements
@@ -204,12 +216,14 @@ class Checker {
       if (placements_[index - 1].isProduct) return Fail("A placement is a product of products");
       if (power == 0 || (!factors.empty() && index == factors.back().first))
         return Fail("A product of placements is not in lowest terms");
-      if (factors.size() == kMaxBRepPlacementFactors) return Fail("A placement has too many factors");
+      if (factors.size() == kMaxBRepPlacementChain) return Fail("A placement has too many factors");
       factors.emplace_back(index, negative ? -static_cast<int>(power) : static_cast<int>(power));
     }
     if (factors.empty() || (factors.size() == 1 && factors[0].second == 1))
       return Fail("A product of placements is not in lowest terms");
-    placements_.push_back({static_cast<std::uint8_t>(factors.size()), true});
+    placementSteps_ += std::uint64_t{factors.size()} * factors.size();
+    if (placementSteps_ > kMaxBRepPlacementSteps) return Fail("The placements have too many factors");
+    placements_.push_back({static_cast<std::uint16_t>(factors.size()), true});
     return products_.insert(std::move(factors)).second || Fail("A placement occurs twice");
   }
 
@@ -431,8 +445,7 @@ class Checker {
 
   bool TrimmedCurve(int dimension, unsigned depth, bool underOffset, CurveInfo& info) {
     double first, last;
-    if (!lexer_.MaybeInfinite(first) || !lexer_.MaybeInfinite(last) ||
-        !Curve(dimension, depth + 1, underOffset, info))
+    if (!lexer_.Finite(first) || !lexer_.Finite(last) || !Curve(dimension, depth + 1, underOffset, info))
       return false;
     if (info.kind == kTrimmed) return Fail("A trimmed curve is trimmed again");
     info.overOffset = info.kind == kOffset;
@@ -495,7 +508,7 @@ class Checker {
         return false;
       if (nodes == 0) return Fail("A polygon has no nodes");
       const std::size_t numbers = std::size_t{nodes} * (hasParameters ? 4 : 3);
-      if (!lexer_.MaybeInfinite() || !lexer_.Finite(numbers)) return false;
+      if (!lexer_.Finite() || !lexer_.Finite(numbers)) return false;
     }
     return true;
   }
@@ -512,7 +525,7 @@ class Checker {
       std::uint32_t largest = 0;
       bool hasParameters;
       if (!lexer_.Indices(nodes, 0x7FFFFFFFu, largest, "A polygon's node is out of range") ||
-          !lexer_.Word("p", "A polygon's parameters are missing") || !lexer_.MaybeInfinite() ||
+          !lexer_.Word("p", "A polygon's parameters are missing") || !lexer_.Finite() ||
           !lexer_.Flag(hasParameters, "The flag for parameters is neither 0 nor 1") ||
           (hasParameters && !lexer_.Finite(nodes)))
         return false;
@@ -528,17 +541,26 @@ class Checker {
       return false;
     for (std::uint32_t i = 0; i < count; ++i) {
       std::uint32_t nodes, triangles, largest;
-      bool hasUv, hasNormals;
+      bool hasUv, hasNormals = false;
       if (!lexer_.Count(6, nodes) || !lexer_.Count(6, triangles) ||
           !lexer_.Flag(hasUv, "The flag for UV nodes is neither 0 nor 1") ||
-          !lexer_.Flag(hasNormals, "The flag for normals is neither 0 nor 1"))
+          (version_ >= 3 && !lexer_.Flag(hasNormals, "The flag for normals is neither 0 nor 1")))
         return false;
       if (nodes == 0 || triangles == 0) return Fail("A triangulation is empty");
-      if (!lexer_.MaybeInfinite() || !lexer_.Finite(std::size_t{nodes} * (hasUv ? 5 : 3)) ||
+      if (!lexer_.Finite() || !lexer_.Finite(std::size_t{nodes} * (hasUv ? 5 : 3)) ||
           !lexer_.Indices(std::size_t{triangles} * 3, nodes, largest, "A triangle's node is out of range") ||
-          (hasNormals && !lexer_.Finite(std::size_t{nodes} * 3)))
+          (hasNormals && !Normals(std::size_t{nodes} * 3)))
         return false;
       triangulationNodes_.push_back(nodes);
+    }
+    return true;
+  }
+
+  // OpenCASCADE keeps them in single precision.
+  bool Normals(std::size_t count) {
+    for (double value; count > 0; --count) {
+      if (!lexer_.Finite(value)) return false;
+      if (std::fabs(value) > std::numeric_limits<float>::max()) return Fail("A normal is too large");
     }
     return true;
   }
@@ -642,8 +664,8 @@ class Checker {
 
   bool RectangularSurface(unsigned depth, SurfaceInfo& info) {
     double u1, u2, v1, v2;
-    if (!lexer_.MaybeInfinite(u1) || !lexer_.MaybeInfinite(u2) || !lexer_.MaybeInfinite(v1) ||
-        !lexer_.MaybeInfinite(v2) || !Surface(depth + 1, info))
+    if (!lexer_.Finite(u1) || !lexer_.Finite(u2) || !lexer_.Finite(v1) || !lexer_.Finite(v2) ||
+        !Surface(depth + 1, info))
       return false;
     if (info.kind == kRectangular) return Fail("A trimmed surface is trimmed again");
     info.overOffset = info.kind == kOffsetSurface;
@@ -720,36 +742,44 @@ class Checker {
     return kind == kVertex ? Vertex() : kind == kEdge ? Edge() : kind == kFace ? Face() : true;
   }
 
-  bool Tolerance() { return lexer_.Accept("1e-07 ") || lexer_.Accept("1e-07\n") || lexer_.MaybeInfinite(); }
+  bool Tolerance() { return lexer_.Accept("1e-07 ") || lexer_.Accept("1e-07\n") || lexer_.Finite(); }
 
   bool Vertex() {
     if (!Tolerance()) return false;
     for (int i = 0; i < 3; ++i) {
-      if (!lexer_.MaybeInfinite()) return false;
+      if (!lexer_.Finite()) return false;
     }
     for (;;) {
       if (lexer_.Accept("0 0\n")) return true;
       std::uint32_t kind, index;
-      if (!lexer_.MaybeInfinite() || !lexer_.Number(3, kind, "A vertex has a point of an unknown kind"))
+      if (!lexer_.Finite() || !lexer_.Number(3, kind, "A vertex has a point of an unknown kind"))
         return false;
       if (kind == 0) return true;
       const bool good = kind == 1   ? CurveIndex(index)
                         : kind == 2 ? PlaneCurveIndex(index) && SurfaceIndex(index)
-                                    : lexer_.MaybeInfinite() && SurfaceIndex(index);
+                                    : lexer_.Finite() && SurfaceIndex(index);
       if (!good || !Placement(index)) return false;
     }
   }
 
-  bool ParameterRange(const Loop& loop) {
-    if (loop.period == 0.0) return lexer_.MaybeInfinite() && lexer_.MaybeInfinite();
+  // OpenCASCADE evaluates a curve that it adds to an edge first at the range that the edge has from another one.
+  bool ParameterRange(std::initializer_list<Loop> loops) {
+    if (curves2d_.loops.empty() && curves3d_.loops.empty()) return lexer_.Finite() && lexer_.Finite();
     double first, last;
-    if (!lexer_.MaybeInfinite(first) || !lexer_.MaybeInfinite(last)) return false;
-    for (const double parameter : {first, last}) {
-      if (std::fabs(parameter - loop.first) > kMaxBRepTurns * loop.period)
-        return Fail("An edge runs round a periodic curve too often");
+    if (!lexer_.Finite(first) || !lexer_.Finite(last)) return false;
+    ranges_ = {std::min({ranges_.first, first, last}), std::max({ranges_.last, first, last})};
+    for (const Loop& loop : loops) {
+      if (loop.period == 0.0) continue;
+      const double reach = kMaxBRepTurns * loop.period;
+      reachable_ = {std::max(reachable_.first, loop.first - reach),
+                    std::min(reachable_.last, loop.first + reach)};
     }
-    return true;
+    return (ranges_.first >= reachable_.first && ranges_.last <= reachable_.last) ||
+           Fail("An edge runs round a periodic curve too often");
   }
+
+  // Where a curve on a surface begins and ends.
+  bool EndPoints() { return version_ != 2 || lexer_.Finite(4); }
 
   // The letters stand glued to the number before them.
   bool Continuity(const BRepTextLexer::Token& token, unsigned first) {
@@ -761,24 +791,20 @@ class Checker {
   }
 
   bool Edge() {
-    bool sameParameter, sameRange, degenerated;
     if (!Tolerance()) return false;
-    if (lexer_.Accept("1 1 0\n"))
-      degenerated = false;
-    else if (!lexer_.Flag(sameParameter, "A flag of an edge is neither 0 nor 1") ||
-             !lexer_.Flag(sameRange, "A flag of an edge is neither 0 nor 1") ||
-             !lexer_.Flag(degenerated, "A flag of an edge is neither 0 nor 1"))
+    constexpr const char* kReason = "A flag of an edge is neither 0 nor 1";
+    bool sameParameter, sameRange, degenerated;
+    if (!lexer_.Accept("1 1 0\n") && (!lexer_.Flag(sameParameter, kReason) ||
+                                      !lexer_.Flag(sameRange, kReason) || !lexer_.Flag(degenerated, kReason)))
       return false;
-    bool hasCurve = false;
-    bool isSeam = false;
+    constexpr double kLargest = std::numeric_limits<double>::max();
+    ranges_ = {kLargest, -kLargest};
+    reachable_ = {-kLargest, kLargest};
     for (unsigned i = 0; i <= kMaxBRepRepresentations; ++i) {
       std::uint32_t kind;
       if (!lexer_.Number(7, kind, "An edge has a representation of an unknown kind")) return false;
-      // OpenCASCADE's mesher follows the curve of a seam without looking whether there is one.
-      if (kind == 0) return !isSeam || hasCurve || degenerated || Fail("A seam has no curve in space");
+      if (kind == 0) return true;
       if (!Representation(kind)) return false;
-      hasCurve = hasCurve || kind == 1;
-      isSeam = isSeam || kind == 3;
     }
     return Fail("An edge has too many representations");
   }
@@ -788,10 +814,10 @@ class Checker {
     BRepTextLexer::Token token;
     switch (kind) {
     case 1:
-      return CurveIndex(curve) && Placement(placement) && ParameterRange(curves3d_.LoopOf(curve));
+      return CurveIndex(curve) && Placement(placement) && ParameterRange({curves3d_.LoopOf(curve)});
     case 2:
       return PlaneCurveIndex(curve) && SurfaceIndex(surface) && Placement(placement) &&
-             ParameterRange(curves2d_.LoopOf(curve));
+             ParameterRange({curves2d_.LoopOf(curve)}) && EndPoints();
     case 3: {
       if (!PlaneCurveIndex(curve) || !lexer_.Next(token)) return false;
       const unsigned letters = token.length > 2 ? token.length - 2 : 0;
@@ -803,10 +829,8 @@ class Checker {
                               "A shape refers to a plane curve that does not exist"))
         return false;
       if (second == 0) return Fail("A shape refers to a plane curve that does not exist");
-      if (!SurfaceIndex(surface) || !Placement(placement)) return false;
-      // Both curves run over the same parameters.
-      const Loop a = curves2d_.LoopOf(curve), b = curves2d_.LoopOf(second);
-      return ParameterRange(b.period == 0.0 || (a.period != 0.0 && a.period < b.period) ? a : b);
+      return SurfaceIndex(surface) && Placement(placement) &&
+             ParameterRange({curves2d_.LoopOf(curve), curves2d_.LoopOf(second)}) && EndPoints();
     }
     case 4:
       return lexer_.Next(token) && Continuity(token, 0) && SurfaceIndex(surface) && Placement(placement) &&
@@ -865,7 +889,7 @@ class Checker {
       part.used = true;
       shape.depth = std::max<std::uint16_t>(shape.depth, part.depth + 1u);
       shape.chain = std::max(shape.chain, part.chain + Factors(placement));
-      shape.unfolded += part.unfolded;
+      shape.unfolded += part.unfolded + Factors(placement);
       if (shape.depth > kMaxBRepDepth) return Fail("Shapes are nested too deep");
       if (shape.chain > kMaxBRepPlacementChain) return Fail("Placements add up to too many factors");
       if (shape.unfolded > kMaxBRepUnfolded) return Fail("Shapes unfold to too many sub-shapes");
@@ -896,12 +920,12 @@ class Checker {
       if (!shapes_[i].used) return Fail("A shape belongs to no other");
     }
     unsigned lines;
-    return lexer_.SkipBlank(lines) &&
-           (lexer_.AtEnd() || lexer_.Fail("Something follows the shape", lexer_.Position()));
+    return isFile_ || (lexer_.SkipBlank(lines) &&
+                       (lexer_.AtEnd() || lexer_.Fail("Something follows the shape", lexer_.Position())));
   }
 
   struct PlacementInfo {
-    std::uint8_t factors;
+    std::uint16_t factors;
     bool isProduct;
   };
   struct KnotSum {
@@ -910,7 +934,10 @@ class Checker {
   };
 
   BRepTextLexer lexer_;
+  const bool isFile_;
+  int version_ = 3;
   std::vector<PlacementInfo> placements_;
+  std::uint64_t placementSteps_ = 0;  // of the reader, to make the products
   std::set<std::vector<std::pair<std::uint32_t, int>>> products_;
   CurveTable curves2d_;
   CurveTable curves3d_;
@@ -920,6 +947,8 @@ class Checker {
   std::vector<std::uint32_t> triangulationNodes_;  // how many each triangulation has
   std::uint32_t shapeCount_ = 0;
   std::vector<ShapeInfo> shapes_;
+  Range ranges_;                 // of the edge that is being read: what all its ranges take in
+  Range reachable_;              // and where its periodic curves can be evaluated
   std::vector<KnotSum> knots_;   // of the B-spline read last: those as multiple as its degree
   std::vector<Vector> poles_;    // of the B-spline under an offset
   std::vector<double> corners_;  // its parameters where it bends
@@ -927,8 +956,8 @@ class Checker {
 
 }  // namespace
 
-BRepTextResult CheckBRepText(const char* data, std::size_t size) {
-  return Checker(data, size).Run();
+BRepTextResult CheckBRepText(const char* data, std::size_t size, BRepTextOrigin origin) {
+  return Checker(data, size, origin).Run();
 }
 
 }  // namespace mirel

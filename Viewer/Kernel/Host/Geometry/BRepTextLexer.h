@@ -103,10 +103,10 @@ class BRepTextLexer {
     return true;
   }
 
-  /// One real of a table: finite and within kMaxBRepNumber.
+  /// A real. What OpenCASCADE writes for "unbounded", 1e100 and more, is one like any other.
   bool Finite() {
     Token token;
-    return Next(token) && (IsPlain(token) || IsTiny(token) || CheckUnusual(token, false, nullptr));
+    return Next(token) && (IsPlain(token) || IsTiny(token) || CheckUnusual(token, nullptr));
   }
   bool Finite(std::size_t count) {
     for (std::size_t i = 0; i < count; ++i) {
@@ -116,17 +116,7 @@ class BRepTextLexer {
   }
   bool Finite(double& value) {
     Token token;
-    return Next(token) && (IsPlain(token) ? Convert(token, value) : CheckUnusual(token, false, &value));
-  }
-
-  /// A real that may also stand for "unbounded".
-  bool MaybeInfinite() {
-    Token token;
-    return Next(token) && (IsPlain(token) || IsTiny(token) || CheckUnusual(token, true, nullptr));
-  }
-  bool MaybeInfinite(double& value) {
-    Token token;
-    return Next(token) && (IsPlain(token) ? Convert(token, value) : CheckUnusual(token, true, &value));
+    return Next(token) && (IsPlain(token) ? Convert(token, value) : CheckUnusual(token, &value));
   }
 
   /// A component of a direction, exact to about 1e-16.
@@ -151,7 +141,7 @@ class BRepTextLexer {
       const double size = digits[0] - '0' + Fraction(digits + 2, letter - 2);
       value = size * kPowers[power < 23 ? power : 23];
     } else {
-      return IsPlain(token) ? Convert(token, value) : CheckUnusual(token, false, &value);
+      return IsPlain(token) ? Convert(token, value) : CheckUnusual(token, &value);
     }
     value = negative ? -value : value;
     return true;
@@ -161,9 +151,9 @@ class BRepTextLexer {
   bool NotNegative(const char* negative) {
     Token token;
     if (!Next(token)) return false;
-    if (token.text[0] != '-') return IsPlain(token) || IsTiny(token) || CheckUnusual(token, false, nullptr);
+    if (token.text[0] != '-') return IsPlain(token) || IsTiny(token) || CheckUnusual(token, nullptr);
     double value;
-    return (IsPlain(token) ? Convert(token, value) : CheckUnusual(token, false, &value)) &&
+    return (IsPlain(token) ? Convert(token, value) : CheckUnusual(token, &value)) &&
            (value >= 0.0 || Fail(negative));
   }
 
@@ -198,11 +188,10 @@ class BRepTextLexer {
     if (!Number(0x7FFFFFFFu, value, "A count is out of range")) return false;
     return value <= Remaining() / least || Fail("A count is larger than the remaining text can hold");
   }
-  /// A whole line, which may hold blanks and starts here.
-  bool Line(const char* line, const char* reason) {
+  /// Takes a whole line, which may hold blanks, if it stands here.
+  bool Line(const char* line) {
     const std::size_t length = std::strlen(line);
-    if (Remaining() <= length || std::memcmp(next_, line, length) != 0 || next_[length] != '\n')
-      return Fail(reason, Position());
+    if (Remaining() <= length || std::memcmp(next_, line, length) != 0 || next_[length] != '\n') return false;
     next_ += length;
     spaces_ = 0;
     return true;
@@ -310,17 +299,16 @@ class BRepTextLexer {
                                  : Fail("A token is too long", Position());
   }
 
-  // "12", "-0.5": digits, perhaps a sign before and a fraction behind, and few enough of them before the
-  // point.
+  // "12", "-0.5": digits, perhaps a sign before and a fraction behind.
   static bool IsPlain(const Token& token) {
     const unsigned negative = token.text[0] == '-';
     const std::uint64_t others = token.others & ~std::uint64_t{negative};
     const unsigned point = TrailingZeros(others | std::uint64_t{1} << token.length);
-    const bool few = point - negative - 1u < kMaxBRepWholeDigits;
+    const bool whole = point != negative;
     const bool single = (others & (others - 1u)) == 0;
     const bool fraction = point + 1 != token.length;
     const bool isPoint = (point == token.length) | (token.text[point] == '.');
-    return few & single & fraction & isPoint;
+    return whole & single & fraction & isPoint;
   }
 
   // "1e-07", "-1.5e-16": near zero, so that the value hardly ever matters.
@@ -338,8 +326,8 @@ class BRepTextLexer {
       if (mantissa - point < 2) return false;
     }
     const unsigned digits = token.length - mantissa - 2u;
-    return whole - 1u < kMaxBRepWholeDigits && others == std::uint64_t{3} << mantissa &&
-           token.text[mantissa] == 'e' && token.text[mantissa + 1] == '-' && digits - 2u < 2u;
+    return whole != 0 && others == std::uint64_t{3} << mantissa && token.text[mantissa] == 'e' &&
+           token.text[mantissa + 1] == '-' && digits - 2u < 2u;
   }
 
   MIREL_NEVER_INLINE bool ParseUnusualNumber(const Token& token, unsigned first, std::uint32_t most,
@@ -355,8 +343,8 @@ class BRepTextLexer {
     return number <= most || Fail(tooLarge);
   }
 
-  // Everything else that may be a number: with an exponent, or too large.
-  MIREL_NEVER_INLINE bool CheckUnusual(const Token& token, bool mayBeInfinite, double* value) {
+  // Everything else that may be a number: with an exponent.
+  MIREL_NEVER_INLINE bool CheckUnusual(const Token& token, double* value) {
     const char* text = token.text;
     const char* end = text + token.length;
     const auto skipDigits = [&] {
@@ -383,16 +371,15 @@ class BRepTextLexer {
         good = digits >= 2 && digits <= 3;
       }
     }
-    if (!good || text != end) return Fail("A number is not written as numbers are");
-    if (tiny && !value && whole <= static_cast<std::ptrdiff_t>(kMaxBRepWholeDigits)) return true;
+    if (!good || text != end)
+      return Fail(whole == 0 && (*text == 'n' || *text == 'i') ? "A number is not finite"
+                                                               : "A number is not written as numbers are");
+    if (tiny && !value) return true;
     double number = 0.0;
     const std::from_chars_result result = std::from_chars(token.text, end, number);
     if (result.ec == std::errc::result_out_of_range && tiny)
       number = 0.0;
     else if (result.ec != std::errc())
-      return Fail("A number is too large");
-    const double size = std::fabs(number);
-    if (size > kMaxBRepNumber && !(mayBeInfinite && size >= kMinBRepInfinity && size <= kMaxBRepInfinity))
       return Fail("A number is too large");
     if (value) *value = number;
     return true;

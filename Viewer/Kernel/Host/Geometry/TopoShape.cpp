@@ -47,6 +47,15 @@ TopoDS_Shape Decode(std::string& text) {
   return TopoDS_Shape();
 }
 
+BRepTextResult Check(const std::string& text, BRepTextOrigin origin) {
+  const BRepTextResult result = CheckBRepText(text.data(), text.size(), origin);
+  if (!result.IsGood()) {
+    Logger::Instance().Message(1, "BRep text is refused at byte %llu: %s.",
+                               static_cast<unsigned long long>(result.offset), result.reason);
+  }
+  return result;
+}
+
 }  // namespace
 
 struct TopoShape::State {
@@ -80,12 +89,23 @@ std::shared_ptr<TopoShape> TopoShape::Read(const std::string& text) {
 }
 
 std::shared_ptr<TopoShape> TopoShape::Read(std::string&& text) {
-  const BRepTextResult result = CheckBRepText(text.data(), text.size());
-  if (!result.IsGood()) {
-    Logger::Instance().Message(1, "BRep text is refused at byte %llu: %s.",
-                               static_cast<unsigned long long>(result.offset), result.reason);
-    return nullptr;
+  if (!Check(text, BRepTextOrigin::kPackage).IsGood()) return nullptr;
+  return FromGoodText(std::move(text));
+}
+
+std::shared_ptr<TopoShape> TopoShape::ReadFile(std::string&& text) {
+  const BRepTextResult result = Check(text, BRepTextOrigin::kFile);
+  if (!result.IsGood()) return nullptr;
+  const std::size_t behind = text.find_first_not_of(" \n", result.offset);
+  if (behind != std::string::npos) {
+    Logger::Instance().Message(1, "Text of %llu bytes behind the shape is ignored.",
+                               static_cast<unsigned long long>(text.find_last_not_of(" \n") + 1 - behind));
+    text.resize(result.offset);
   }
+  return FromGoodText(std::move(text));
+}
+
+std::shared_ptr<TopoShape> TopoShape::FromGoodText(std::string&& text) {
   std::unique_ptr<State> state(new State);
   state->memory = MemoryBudget::Share(text.size());
   if (!state->memory.HasTaken(text.size())) {

@@ -39,13 +39,29 @@ class MIREL_HOST_API TopoShape {
   /// builds nothing, because OpenCASCADE's own reader may crash, hang or invent a shape on text that breaks
   /// them. Text that fails gives an empty pointer and a notice (level 1) with byte position and reason. Bytes
   /// behind the shape other than white space fail the check too.
+  ///
+  /// Whatever `BRepTools::Write` writes passes, but for what OpenCASCADE itself does not read back:
+  /// - numbers that are not finite; a face with an empty triangulation; an offset of a curve with a corner;
+  ///   knots or weights of a B-spline that are no longer in order when they are rounded to 15 digits;
+  ///
+  /// and for what makes OpenCASCADE crash or run for ever, here or on other systems:
+  /// - shapes nested in each other more than 500 deep, or that unfold to more than 50 million;
+  /// - placements with more than 1,024 factors on the way from the shape to a sub-shape, with a power beyond
+  ///   2,097,151, or with so many factors in all that the sum of their squares is above 50 million;
+  /// - an edge that runs round a periodic B-spline more than 10,000 times, or has more than 4,096 curves and
+  ///   polygons.
   static std::shared_ptr<TopoShape> Read(const std::string& text);
   /// The same, but good text is taken over instead of copied: bodies are most of what a model folder holds.
   static std::shared_ptr<TopoShape> Read(std::string&& text);
 
+  /// Makes a body from the content of a BRep text file, whatever program has written it: as `Read`, but format
+  /// versions 1 and 2 pass too, and what stands behind the shape is passed over with a notice.
+  static std::shared_ptr<TopoShape> ReadFile(std::string&& text);
+
  private:
   struct State;
   explicit TopoShape(std::unique_ptr<State> state);
+  static std::shared_ptr<TopoShape> FromGoodText(std::string&& text);
 
   std::unique_ptr<State> state_;
 };

@@ -30,6 +30,7 @@
 #include <BRepPrimAPI_MakeWedge.hxx>
 #include <BRepTools.hxx>
 #include <BRep_Builder.hxx>
+#include <BRep_Tool.hxx>
 #include <Geom2d_BSplineCurve.hxx>
 #include <Geom2d_BezierCurve.hxx>
 #include <Geom2d_Circle.hxx>
@@ -445,11 +446,43 @@ void AddTopology(Samples& samples) {
   samples.Add("vertex on curve and surface", Compound(edge, plane));
 }
 
+// What OpenCASCADE writes and reads, though hardly anybody means it.
+void AddExtremes(Samples& samples) {
+  const BRep_Builder builder;
+  samples.Add("large box", BRepPrimAPI_MakeBox(gp_Pnt(-3e11, 2e11, 0), 1e11, 2e10, 3e10).Shape());
+  samples.Add("as good as unbounded box", BRepPrimAPI_MakeBox(gp_Pnt(1e40, 0, 0), 1e39, 1e39, 1e38).Shape());
+  samples.Add("long edge",
+              BRepBuilderAPI_MakeEdge(gp_Lin(gp_Pnt(), gp_Dir(1, 0, 0)), -5e10, 123456789012.5).Edge());
+
+  TopoDS_Shape box = BRepPrimAPI_MakeBox(1, 2, 3).Shape();
+  gp_Trsf turn, shift;
+  turn.SetRotation(gp_Ax1(gp_Pnt(1, 2, 3), gp_Dir(0, 0, 1)), 0.01);
+  shift.SetTranslation(gp_Vec(0.25, 0, 0));
+  const TopLoc_Location steps[] = {TopLoc_Location(turn), TopLoc_Location(shift)};
+  TopLoc_Location path;
+  for (int i = 0; i < 300; ++i)
+    path = path * steps[i % 2];
+  samples.Add("box moved often", Compound(box.Located(path)));
+  samples.Add("box placed by a power", Compound(box.Located(steps[1].Powered(-5000))));
+  for (int i = 0; i < 400; ++i)
+    box = Compound(box);
+  samples.Add("box nested deep", box);
+
+  const TopoDS_Shape cylinder = BRepPrimAPI_MakeCylinder(2, 5).Shape();
+  for (TopExp_Explorer edges(cylinder, TopAbs_EDGE); edges.More(); edges.Next()) {
+    const TopoDS_Edge& edge = TopoDS::Edge(edges.Current());
+    if (BRep_Tool::IsClosed(edge, TopoDS::Face(TopExp_Explorer(cylinder, TopAbs_FACE).Current())))
+      builder.UpdateEdge(edge, Handle(Geom_Curve)(), 1e-7);
+  }
+  samples.Add("seam without a curve in space", cylinder);
+}
+
 }  // namespace
 
 std::vector<BodySample> MakeBodySamples() {
   Samples samples;
   AddSolids(samples);
+  AddExtremes(samples);
   AddTopology(samples);
   for (const auto& [name, curve] : SpaceCurves())
     samples.Add("edge on a " + name, MakeEdge(curve));

@@ -1,0 +1,20 @@
+#include <Programs/mirel/Import/BodyText.h>
+
+#include <BRepTools.hxx>
+#include <Message_ProgressRange.hxx>
+#include <TopTools_FormatVersion.hxx>
+#include <TopoDS_Shape.hxx>
+
+#include <locale>
+#include <sstream>
+
+namespace mirel {
+
+std::string BodyText::Of(const TopoDS_Shape& shape) {
+  std::ostringstream stream;
+  stream.imbue(std::locale::classic());
+  BRepTools::Write(shape, stream, true, false, TopTools_FormatVersion_VERSION_3, Message_ProgressRange());
+  return stream.str();
+}
+
+}  // namespace mirel
