@@ -30,7 +30,6 @@
 #include <sstream>
 #include <string>
 #include <utility>
-#include <vector>
 
 #include <sys/prctl.h>
 #include <sys/resource.h>
@@ -46,6 +45,8 @@ namespace {
 constexpr double kPatience = 0.3;
 constexpr rlim_t kSeconds = 8;  // of the processor: other programs do not count
 constexpr std::size_t kMegabytes = 1536;
+// One or two points inside a face say little: a border that crosses itself looks like that.
+constexpr std::size_t kMinInside = 3;
 
 // Memory beyond what the process has, or has set aside as the address sanitizer does.
 void LimitCosts() {
@@ -71,34 +72,45 @@ void Use(const TopoShape& body) {
   }
 }
 
-// The corners of a face's triangles that are not on its border, where the curves of edges may be off the surface.
-std::vector<std::uint32_t> FindInside(const GRepMesh& mesh, const GRepFace& face) {
+using Place = std::array<double, 3>;
+
+Place PlaceOf(const GRepMesh& mesh, std::uint32_t vertex) {
+  const glm::dvec3 position = mesh.GetPosition(vertex);
+  return {position.x, position.y, position.z};
+}
+
+// The corners of a face's triangles that are neither on its border nor at the place of an edge: curves of edges may be off
+// the surface.
+std::set<std::uint32_t> FindInside(const GRepMesh& mesh, const GRepFace& face, const std::set<Place>& edges) {
   std::map<std::pair<std::uint32_t, std::uint32_t>, int> sides;
-  std::set<std::uint32_t> border;
-  std::set<std::uint32_t> corners;
+  std::set<std::uint32_t> inside;
   for (std::uint32_t i = face.firstIndex; i < face.firstIndex + face.indexCount; ++i) {
     const std::uint32_t next = i % 3 == 2 ? i - 2 : i + 1;
     ++sides[std::minmax(mesh.triangles[i], mesh.triangles[next])];
-    corners.insert(mesh.triangles[i]);
+    if (edges.count(PlaceOf(mesh, mesh.triangles[i])) == 0) inside.insert(mesh.triangles[i]);
   }
   for (const auto& [ends, count] : sides)
-    if (count == 1) border.insert({ends.first, ends.second});
-  std::vector<std::uint32_t> inside;
-  std::set_difference(corners.begin(), corners.end(), border.begin(), border.end(),
-                      std::back_inserter(inside));
+    if (count == 1)
+      for (const std::uint32_t end : {ends.first, ends.second})
+        inside.erase(end);
   return inside;
 }
 
-// Most points inside each face on a surface with a formula for it are on that surface, and stand on it as they should.
+// Most points inside each face that has some, on a surface with a formula for it are on that surface, and stand on it as they should.
 void CompareWithSurfaces(const TopoDS_Shape& body, const GRepMesh& mesh) {
   TopTools_IndexedMapOfShape faces;
   TopExp::MapShapes(body, TopAbs_FACE, faces);
   if (mesh.faces.empty()) return;  // OpenCASCADE could not even copy the body
   MIREL_FUZZ_CHECK(mesh.faces.size() == static_cast<std::size_t>(faces.Extent()), "A face is missing");
+  std::set<Place> edges;
+  for (const std::uint32_t vertex : mesh.polylines)
+    edges.insert(PlaceOf(mesh, vertex));
   for (int i = 1; i <= faces.Extent(); ++i) {
     FaceProbe probe(TopoDS::Face(faces(i)));
     if (!probe.IsElementary()) continue;
-    const std::vector<std::uint32_t> inside = FindInside(mesh, mesh.faces[static_cast<std::size_t>(i - 1)]);
+    const std::set<std::uint32_t> inside =
+        FindInside(mesh, mesh.faces[static_cast<std::size_t>(i - 1)], edges);
+    if (inside.size() < kMinInside) continue;
     std::size_t off = 0;
     for (const std::uint32_t vertex : inside) {
       const glm::dvec3 position = mesh.GetPosition(vertex);
