@@ -143,9 +143,12 @@ bool TarPieces::Keep(archive* reader, archive_entry* member, const std::string& 
 
 bool TarPieces::Count(std::int64_t bytes) {
   const std::uint64_t added = static_cast<std::uint64_t>(std::max<std::int64_t>(bytes, 0));
-  const std::uint64_t most = std::min(kMaxBytes, MemoryBudget::GetLimit());
-  if (added > most - bytes_) {
-    error_ = "holds more than " + std::to_string(most) + " bytes";
+  if (added > kMaxBytes - bytes_) {
+    error_ = "holds more than " + std::to_string(kMaxBytes >> 30) + " GiB";
+    return false;
+  }
+  if (bytes_ + added > MemoryBudget::GetLimit()) {
+    error_ = "holds more than the memory limit allows";
     return false;
   }
   bytes_ += added;
