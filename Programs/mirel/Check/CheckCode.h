@@ -7,7 +7,7 @@ namespace mirel {
 
 /// What a check can find. Each finding has a code for scripts, documented in docs/check.md: never renumber, and never use
 /// the number of one that is gone for another. The letter tells the level: index, packages, bodies, agreement; S is for
-/// the seal, V for what `mirel save --verify` finds when it compares a folder with the model that was saved.
+/// the seal, X for extras, V for what `mirel save --verify` finds when it compares a folder with the model that was saved.
 enum class CheckCode {
   kIndexUnreadable,
   kIndexNoJson,
@@ -57,6 +57,14 @@ enum class CheckCode {
   kRecordBehindEnd,
   kBodyCrash,
   kBodyTimeout,
+  kExtrasUnreadable,
+  kExtrasNoJson,
+  kExtrasMember,
+  kExtrasUnknownMember,
+  kExtrasMemberTwice,
+  kExtrasVersion,
+  kExtrasItem,
+  kExtrasPart,
   kItemWithoutBody,
   kItemWithoutGraphics,
   kBodyUnused,

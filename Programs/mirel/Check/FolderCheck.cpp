@@ -3,6 +3,7 @@
 #include <Programs/mirel/Check/BodyAgreement.h>
 #include <Programs/mirel/Check/GuardedLoop.h>
 #include <Programs/mirel/Check/SealCheck.h>
+#include <Programs/mirel/Extras/ExtrasReader.h>
 #include <Programs/mirel/LogNotes.h>
 #include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/ProgressBar.h>
@@ -49,6 +50,20 @@ std::string NameOfPath(const fs::path& path) {
   return path.filename().u8string();
 }
 
+CheckCode CodeOf(ExtrasReader::Fault fault) {
+  switch (fault) {
+  case ExtrasReader::Fault::kBadMember:
+    return CheckCode::kExtrasMember;
+  case ExtrasReader::Fault::kUnknownMember:
+    return CheckCode::kExtrasUnknownMember;
+  case ExtrasReader::Fault::kMemberTwice:
+    return CheckCode::kExtrasMemberTwice;
+  case ExtrasReader::Fault::kVersion:
+    break;
+  }
+  return CheckCode::kExtrasVersion;
+}
+
 }  // namespace
 
 FolderCheck::FolderCheck(const std::string& path)
@@ -80,6 +95,9 @@ void FolderCheck::Run(Level level) {
   }
   if (compares_ && contents_.opens) {
     CheckUses();
+    for (std::size_t i = 0; i < extras_.items.size(); ++i) {
+      CheckExtrasItem(extras_.items[i], "element " + std::to_string(i + 1) + " of Items");
+    }
   }
   Summarise(level);
 }
@@ -120,6 +138,9 @@ void FolderCheck::CheckFiles() {
       CheckFolder(name, contents_.grepPackages);
     } else if (FolderFiles::IsBeside(name)) {
       NoteLink(name);
+      if (name == FolderFiles::kExtras) {
+        CheckExtras();
+      }
     } else if (name != indexName_) {
       findings_.Add(CheckCode::kForeignFile, name, WhyForeign(name));
     }
@@ -250,6 +271,68 @@ void FolderCheck::CheckBodies() {
           goodBodies_.erase(items[i].id);
         });
   });
+}
+
+void FolderCheck::CheckExtras() {
+  const std::string file = FolderFiles::kExtras;
+  ExtrasReader reader;
+  const bool good = reader.ReadFile(folder_ + file, [&](ExtrasReader::Fault fault, const std::string& text) {
+    findings_.Add(CodeOf(fault), file, text);
+  });
+  if (good) {
+    extras_ = reader.GetExtras();
+  } else {
+    findings_.Add(reader.IsNoJson() ? CheckCode::kExtrasNoJson : CheckCode::kExtrasUnreadable, file,
+                  reader.GetError());
+  }
+}
+
+void FolderCheck::CheckExtrasItem(const Extras::Item& item, const std::string& name) {
+  const std::string file = FolderFiles::kExtras;
+  const auto checkIds = [&](const Extras::Ids& ids) {
+    for (const ObjectId& id : ids) {
+      if (contents_.bodyOf.count(id) == 0) {
+        findings_.Add(CheckCode::kExtrasItem, file,
+                      name + ": the index has no item with the id " + id.toString());
+      }
+    }
+  };
+  checkIds(item.ids);
+  std::for_each(item.within.begin(), item.within.end(), checkIds);
+  for (const ObjectId& id : item.ids) {
+    const auto body = contents_.bodyOf.find(id);
+    const auto grep = body == contents_.bodyOf.end() ? goodGReps_.end() : goodGReps_.find(body->second);
+    // Where the graphics are missing, something else is found.
+    const bool isShape = body != contents_.bodyOf.end() && body->second != ObjectId();
+    if (isShape && grep == goodGReps_.end()) {
+      continue;
+    }
+    const std::size_t faces = isShape ? grep->second->GetMesh().faces.size() : 0;
+    const std::size_t edges = isShape ? grep->second->GetMesh().edges.size() : 0;
+    const auto check = [&](const char* kind, std::size_t count, std::uint32_t index) {
+      if (index >= count) {
+        findings_.Add(CheckCode::kExtrasPart, file,
+                      name + ": item " + id.toString() + " has no " + kind + " " + std::to_string(index));
+      }
+    };
+    for (const auto& face : item.faceAlphas) {
+      check("face", faces, face.first);
+    }
+    for (const std::uint32_t face : item.hiddenFaces) {
+      check("face", faces, face);
+    }
+    for (const auto& edge : item.edgeColors) {
+      check("edge", edges, edge.first);
+    }
+    for (const std::uint32_t edge : item.hiddenEdges) {
+      check("edge", edges, edge);
+    }
+    for (const Extras::Part& part : item.parts) {
+      if (part.kind == "Face" || part.kind == "Edge") {
+        check(part.kind == "Face" ? "face" : "edge", part.kind == "Face" ? faces : edges, part.index);
+      }
+    }
+  }
 }
 
 void FolderCheck::CheckUses() {

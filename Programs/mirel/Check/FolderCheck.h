@@ -3,6 +3,7 @@
 #include <Programs/mirel/Check/FindingList.h>
 #include <Programs/mirel/Check/IndexCheck.h>
 #include <Programs/mirel/Check/PackageSet.h>
+#include <Programs/mirel/Extras/Extras.h>
 
 #include <cstdint>
 #include <functional>
@@ -75,6 +76,8 @@ class FolderCheck {
   void CheckBodies();
   void CheckBody(const PackageSet::Item& item, const std::string& file,
                  const std::function<void(const std::string&)>& say) const;
+  void CheckExtras();
+  void CheckExtrasItem(const Extras::Item& item, const std::string& name);
   void CheckUses();
   void CheckUnused(const PackageSet& packages, CheckCode code, const char* what);
   void Summarise(Level level);
@@ -89,6 +92,7 @@ class FolderCheck {
   FindingList findings_;
   Figures figures_;
   IndexCheck contents_;
+  Extras extras_;
   PackageSet bodies_;
   PackageSet greps_;
   bool compares_ = false;

@@ -238,9 +238,10 @@ class Checker {
     if (level == 1) {
       content_->name = name;
     }
-    CheckCommon(value, name, typeId);
+    const ObjectId id = CheckCommon(value, name, typeId);
+    result_.bodyOf[id] = ObjectId();
     if (isShape) {
-      CheckShape(value, name);
+      result_.bodyOf[id] = CheckShape(value, name);
     } else if (isGroup) {
       CheckMembers(value, name, {"Type", "Id", "Name", "Color", "Transform", "Children"});
       // What lies deeper is not read; `CheckDepth` tells it.
@@ -305,7 +306,8 @@ class Checker {
     return true;
   }
 
-  void CheckCommon(const Value& item, const std::string& name, ObjectId* typeId) {
+  // The id of the item; 0 when it has none.
+  ObjectId CheckCommon(const Value& item, const std::string& name, ObjectId* typeId) {
     ObjectId id;
     if (ReadId(item, name, "Id", typeId != nullptr, id) && typeId == nullptr) {
       const auto [place, isNew] = names_.emplace(id, name);
@@ -331,6 +333,7 @@ class Checker {
         CheckTransform(*transform, name);
       }
     }
+    return id;
   }
 
   void CheckName(std::string_view text, const std::string& name) {
@@ -405,7 +408,8 @@ class Checker {
     }
   }
 
-  void CheckShape(const Value& item, const std::string& name) {
+  // The id of the body; 0 when it has none.
+  ObjectId CheckShape(const Value& item, const std::string& name) {
     CheckMembers(item, name, {"Type", "Id", "Name", "Color", "Transform", "SId", "FColor"});
     IndexCheck::Use use;
     use.item = name;
@@ -415,9 +419,11 @@ class Checker {
         content_->own.Add({CountAsWalkItems(0, use.faces.size()) - 1, 0});
       }
     }
-    if (ReadId(item, name, "SId", true, use.body)) {
-      result_.uses.push_back(std::move(use));
+    if (!ReadId(item, name, "SId", true, use.body)) {
+      return ObjectId();
     }
+    result_.uses.push_back(std::move(use));
+    return result_.uses.back().body;
   }
 
   void CheckFaceColors(const Value& colors, const std::string& name, std::vector<std::uint32_t>& faces) {

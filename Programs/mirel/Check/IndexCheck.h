@@ -1,9 +1,11 @@
 #pragma once
 
 #include <Viewer/Kernel/Host/Core/ObjectId.h>
+#include <Viewer/Kernel/Model/ObjectIdHash.h>
 
 #include <cstdint>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 namespace mirel {
@@ -28,6 +30,8 @@ struct IndexCheck {
   std::uint64_t items = 0;  ///< stored ones, types and what is in them included
   std::uint64_t types = 0;
   std::vector<Use> uses;  ///< one for each shape item
+  /// The body of each item that has an id, those inside types and types themselves included; 0 when it has none.
+  std::unordered_map<ObjectId, ObjectId, SecretIdHash> bodyOf;
 };
 
 }  // namespace mirel

@@ -1,5 +1,6 @@
 #include <Programs/mirel/Import/AssemblyImporter.h>
 
+#include <Programs/mirel/Import/BodyPart.h>
 #include <Programs/mirel/Import/PlacementMatrix.h>
 #include <Programs/mirel/Import/XcafLabel.h>
 
@@ -14,8 +15,6 @@
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <XCAFDoc_DocumentTool.hxx>
 #include <XCAFDoc_GraphNode.hxx>
-
-#include <list>
 
 namespace mirel {
 
@@ -66,7 +65,7 @@ std::optional<std::size_t> AssemblyImporter::ReadProduct(const TDF_Label& label)
   }
   const std::size_t place = products_.size();
   places_.ChangeFind(label) = static_cast<int>(place);
-  record_.products.push_back({{}, product.name, product.color});
+  record_.products.push_back({{}, product.name, product.color, product.faceAlphas});
   products_.push_back(std::move(product));
   return place;
 }
@@ -97,7 +96,7 @@ void AssemblyImporter::ReadOccurrences(const TDF_Label& place, Component& compon
     if (node->NbFathers() > 0 || !color) {
       continue;  // not the outermost component of its chain, which has the colour
     }
-    record_.occurrences.push_back({{}, std::string(), color});
+    record_.occurrences.push_back({{}, std::string(), color, {}});
     Way way;
     std::size_t product = component.product;
     while (node->NbChildren() == 1) {
@@ -112,7 +111,7 @@ void AssemblyImporter::ReadOccurrences(const TDF_Label& place, Component& compon
       product = products_[product].components[way.back()].product;
     }
     if (!way.empty()) {
-      component.occurrences.push_back({way, {color->r, color->g, color->b}, record_.occurrences.size() - 1});
+      component.occurrences.push_back({way, ToRgba(*color), record_.occurrences.size() - 1});
     }
   }
 }
@@ -132,45 +131,25 @@ void AssemblyImporter::ReadComponents(const TDF_Label& label, Product& product) 
   }
   product.firstComponent = record_.components.size();
   for (const Component& component : product.components) {
-    record_.components.push_back({{}, component.name, component.color});
+    record_.components.push_back({{}, component.name, component.color, {}});
   }
 }
 
 void AssemblyImporter::ReadFaceColors(const TDF_Label& label, Product& product) {
-  struct Part {
-    TopoDS_Shape shape;
-    glm::vec3 color{0.0F};
-    TopTools_IndexedMapOfShape faces;
-  };
-  TDF_LabelSequence labels;
-  XCAFDoc_ShapeTool::GetSubShapes(label, labels);
-  std::list<Part> parts;  // sorting moves no map
-  for (const TDF_Label& part : labels) {
-    const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(part);
-    const Color color = XcafLabel::GetColor(colors_, part);
-    if (color && !shape.IsNull() && shape.ShapeType() <= TopAbs_FACE) {
-      Part& added = parts.emplace_back();
-      added.shape = shape;
-      added.color = *color;
-      TopExp::MapShapes(shape, TopAbs_FACE, added.faces);
-    }
-  }
+  const std::vector<BodyPart> parts = BodyPart::ListOf(label);
   if (parts.empty()) {
     return;
   }
-  // From the outside in, so that what is closer to a face has the last word: a compound may hold another,
-  // which then has fewer faces.
-  parts.sort([](const Part& a, const Part& b) {
-    return a.shape.ShapeType() != b.shape.ShapeType() ? a.shape.ShapeType() < b.shape.ShapeType()
-                                                      : a.faces.Extent() > b.faces.Extent();
-  });
   TopTools_IndexedMapOfShape faces;
   TopExp::MapShapes(product.shape, TopAbs_FACE, faces);
-  for (const Part& part : parts) {
-    for (int i = 1; i <= part.faces.Extent(); ++i) {
-      const int index = faces.FindIndex(part.faces(i));
-      if (index > 0) {
-        product.faceColors[static_cast<std::uint32_t>(index - 1)] = part.color;
+  for (const BodyPart& part : parts) {
+    const Color color = XcafLabel::GetColor(colors_, part.label);
+    for (const int index : color ? part.FindIn(faces) : std::vector<int>()) {
+      const auto face = static_cast<std::uint32_t>(index);
+      product.faceColors[face] = *color;
+      product.faceAlphas.erase(face);
+      if (color->a < 1.0F) {
+        product.faceAlphas[face] = color->a;
       }
     }
   }
@@ -184,7 +163,8 @@ void AssemblyImporter::AddRoot(const TDF_Label& label) {
     if (!component) {
       return;
     }
-    record_.components.push_back({{}, component->name, component->color});
+    rootPlaces_.Bind(label, static_cast<int>(record_.components.size()));
+    record_.components.push_back({{}, component->name, component->color, {}});
     model_.AddItem(
         BuildInstance(*component, record_.components.size() - 1, component->color, std::nullopt, {}));
     return;
@@ -208,11 +188,11 @@ std::unique_ptr<LiteModelItem> AssemblyImporter::BuildItem(std::size_t place, co
       Color own = component.color;
       OccurrenceColors insideComponent;
       for (; next != inside.end() && next->first.front() == i; ++next) {
-        const auto& [way, rgb] = *next;
+        const auto& [way, rgba] = *next;
         if (way.size() == 1) {
-          own = glm::vec3(rgb[0], rgb[1], rgb[2]);
+          own = glm::vec4(rgba[0], rgba[1], rgba[2], rgba[3]);
         } else {
-          insideComponent.emplace(Way(way.begin() + 1, way.end()), rgb);
+          insideComponent.emplace(Way(way.begin() + 1, way.end()), rgba);
         }
       }
       group->AddItem(
@@ -234,6 +214,7 @@ std::unique_ptr<LiteModelItem> AssemblyImporter::BuildItem(std::size_t place, co
   if (color) {
     item->SetColor(*color);
   }
+  RecordAlpha(id, color);
   record_.products[place].ids.push_back(id);
   return item;
 }
@@ -270,8 +251,7 @@ std::unique_ptr<InstanceItem> AssemblyImporter::BuildInstance(const Component& c
 
 std::size_t AssemblyImporter::BuildType(std::size_t product, const Color& shown,
                                         const OccurrenceColors& inside) {
-  const TypeKey key(product, shown ? std::optional<Rgb>({shown->r, shown->g, shown->b}) : std::nullopt,
-                    inside);
+  const TypeKey key(product, shown ? std::optional<Rgba>(ToRgba(*shown)) : std::nullopt, inside);
   const auto found = typeOf_.find(key);
   if (found != typeOf_.end()) {
     return found->second;
@@ -344,8 +324,33 @@ void AssemblyImporter::AddTypes() {
   }
 }
 
+const ImportRecord::Entry* AssemblyImporter::FindProduct(const TDF_Label& label) const {
+  return places_.IsBound(label) ? &record_.products[static_cast<std::size_t>(places_.Find(label))] : nullptr;
+}
+
+const ImportRecord::Entry* AssemblyImporter::FindComponent(const TDF_Label& label) const {
+  if (rootPlaces_.IsBound(label)) {
+    return &record_.components[static_cast<std::size_t>(rootPlaces_.Find(label))];
+  }
+  if (!componentPlaces_.IsBound(label) || !places_.IsBound(label.Father())) {
+    return nullptr;
+  }
+  const Product& product = products_[static_cast<std::size_t>(places_.Find(label.Father()))];
+  return &record_.components[product.firstComponent + static_cast<std::size_t>(componentPlaces_.Find(label))];
+}
+
+void AssemblyImporter::RecordAlpha(const ObjectId& id, const Color& color) {
+  if (color && color->a < 1.0F) {
+    record_.alphas.emplace_back(id, color->a);
+  }
+}
+
 void AssemblyImporter::Record(const Type::Use& use, const ObjectId& id) {
-  record_.components[use.component].ids.push_back(id);
+  ImportRecord::Entry& component = record_.components[use.component];
+  component.ids.push_back(id);
+  if (id == use.instance->GetId()) {
+    RecordAlpha(id, component.color);
+  }
   const auto [first, last] = occurrencesOf_.equal_range(use.instance);
   for (auto occurrence = first; occurrence != last; ++occurrence) {
     record_.occurrences[occurrence->second].ids.push_back(id);

@@ -14,6 +14,7 @@
 
 #include <glm/mat4x4.hpp>
 #include <glm/vec3.hpp>
+#include <glm/vec4.hpp>
 
 #include <array>
 #include <map>
@@ -60,20 +61,24 @@ class AssemblyImporter {
 
   const ImportRecord& GetRecord() const { return record_; }
 
+  /// What became of a product or a component; null when the label is neither, or was not imported.
+  const ImportRecord::Entry* FindProduct(const TDF_Label& label) const;
+  const ImportRecord::Entry* FindComponent(const TDF_Label& label) const;
+
  private:
-  using Color = std::optional<glm::vec3>;
-  using Rgb = std::array<float, 3>;  // a colour that has an order
+  using Color = std::optional<glm::vec4>;  // with its opacity
+  using Rgba = std::array<float, 4>;       // a colour that has an order
 
   // The way from a product to a component inside it: positions in the components of product after product.
   using Way = std::vector<std::size_t>;
   // Colours of single occurrences inside a product.
-  using OccurrenceColors = std::map<Way, Rgb>;
+  using OccurrenceColors = std::map<Way, Rgba>;
 
   struct Component {
     // A colour that the assembly of this component gives to an occurrence inside it.
     struct Occurrence {
       Way way;  // from the product of this component
-      Rgb color;
+      Rgba color;
       std::size_t recorded;  // in the record
     };
 
@@ -93,6 +98,7 @@ class AssemblyImporter {
     std::size_t firstComponent = 0;  // of `components` in the record
     TopoDS_Shape shape;              // of a part
     std::unordered_map<std::uint32_t, glm::vec3> faceColors;
+    std::map<std::uint32_t, float> faceAlphas;
   };
 
   struct Type {
@@ -105,7 +111,7 @@ class AssemblyImporter {
   };
 
   // Product, its colour if it has one, and those of occurrences inside it.
-  using TypeKey = std::tuple<std::size_t, std::optional<Rgb>, OccurrenceColors>;
+  using TypeKey = std::tuple<std::size_t, std::optional<Rgba>, OccurrenceColors>;
 
   std::optional<std::size_t> ReadProduct(const TDF_Label& label);
   // Nothing for a component without a product, or inside itself; it is counted as broken.
@@ -124,6 +130,8 @@ class AssemblyImporter {
   const InstanceItem* FindOccurrence(std::size_t type, const Way& way) const;
   ObjectId StoreBody(const TopoDS_Shape& shape);
   void AddTypes();
+  static Rgba ToRgba(const glm::vec4& color) { return {color.r, color.g, color.b, color.a}; }
+  void RecordAlpha(const ObjectId& id, const Color& color);
   // Says which item of the folder stands for a use of a type.
   void Record(const Type::Use& use, const ObjectId& id);
 
@@ -134,6 +142,7 @@ class AssemblyImporter {
   ImportRecord record_;
   std::vector<Product> products_;
   TDF_LabelIntegerMap places_;  // label -> position in products_; kBeingRead while its components are read
+  TDF_LabelIntegerMap rootPlaces_;       // of placements at the top -> place in the components of the record
   TDF_LabelIntegerMap componentPlaces_;  // label -> position in the components of its product
   std::vector<Type> types_;
   std::map<TypeKey, std::size_t> typeOf_;

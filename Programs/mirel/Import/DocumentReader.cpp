@@ -3,6 +3,7 @@
 #include <Programs/mirel/Import/OcctMessages.h>
 #include <Programs/mirel/Import/OcctProgress.h>
 #include <Programs/mirel/Stopwatch.h>
+#include <Programs/mirel/Text/Utf8.h>
 
 #include <Interface_Check.hxx>
 #include <Interface_CheckIterator.hxx>
@@ -10,7 +11,6 @@
 #include <Interface_ReportEntity.hxx>
 #include <Interface_Static.hxx>
 #include <Standard_Failure.hxx>
-#include <TCollection_HAsciiString.hxx>
 #include <TDF_LabelSequence.hxx>
 #include <Transfer_TransientProcess.hxx>
 #include <XCAFApp_Application.hxx>
@@ -47,6 +47,12 @@ const char* WhyUnread(IFSelect_ReturnStatus status) {
 IFSelect_ReturnStatus DocumentReader::ReadEntities(const SourceFile& file, XSControl_Reader& reader,
                                                    StageProgress&) {
   return reader.ReadFile(file.GetReadPath().c_str());
+}
+
+void DocumentReader::AddHeader(const char* key, const Handle(TCollection_HAsciiString) & text) {
+  if (!text.IsNull() && text->Length() > 0) {
+    header_[key].push_back(Utf8::MakeValid(text->ToCString()));
+  }
 }
 
 void DocumentReader::AddErrors(const Handle(Interface_InterfaceModel) & entities,

@@ -6,10 +6,12 @@
 
 #include <IFSelect_ReturnStatus.hxx>
 #include <Message_ProgressRange.hxx>
+#include <TCollection_HAsciiString.hxx>
 #include <TDocStd_Document.hxx>
 
 #include <cstddef>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -44,6 +46,9 @@ class DocumentReader {
 
   const std::string& GetError() const { return error_; }
   const std::vector<std::string>& GetMessages() const { return messages_; }
+
+  /// What the file says of itself.
+  const std::map<std::string, std::vector<std::string>>& GetHeader() const { return header_; }
 
   /// What the file says and the document does not, counted; every kind that the format has.
   const std::vector<LossReport::Loss>& GetLosses() const { return losses_; }
@@ -82,6 +87,8 @@ class DocumentReader {
     losses_.insert(losses_.end(), losses.begin(), losses.end());
   }
   void SetUnreadableBodies(std::vector<std::string> names) { unreadableBodies_ = std::move(names); }
+  // Adds to what the file says of itself; a text that says nothing is left out.
+  void AddHeader(const char* key, const Handle(TCollection_HAsciiString) & text);
   void AddMissingFile(const std::string& line) { missingFiles_.push_back(line); }
 
  private:
@@ -120,6 +127,7 @@ class DocumentReader {
   std::vector<std::string> unreadableBodies_;
   std::vector<std::string> missingFiles_;
   std::vector<LossReport::Loss> losses_;
+  std::map<std::string, std::vector<std::string>> header_;
 };
 
 }  // namespace mirel

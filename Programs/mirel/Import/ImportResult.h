@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Programs/mirel/Extras/Extras.h>
 #include <Programs/mirel/Import/ImportRecord.h>
 #include <Programs/mirel/Save/LossReport.h>
 #include <Programs/mirel/Save/ModelCounts.h>
@@ -18,6 +19,8 @@ struct ImportResult {
   ModelCounts source;  ///< what the file holds
   std::vector<LossReport::Loss>
       losses;  ///< of every kind that a folder has no place for, also those that are none
+  std::vector<LossReport::Loss> kept;  ///< likewise, what of them `extras` keep
+  Extras extras;
 
   std::vector<LossReport::Loss> remarks;  ///< what is wrong with the file, but loses nothing
 

@@ -1,11 +1,14 @@
 #include <Programs/mirel/Import/ModelImport.h>
 
+#include <Programs/mirel/Extras/ExtrasCollector.h>
 #include <Programs/mirel/Import/AssemblyImporter.h>
 #include <Programs/mirel/Import/DocumentReader.h>
 #include <Programs/mirel/Import/SourceCensus.h>
 #include <Programs/mirel/Stopwatch.h>
 
 #include <Standard_Failure.hxx>
+
+#include <algorithm>
 
 namespace mirel {
 
@@ -35,8 +38,18 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
 
   const SourceCensus census(document);
   result.source = census.GetCounts();
+  ExtrasCollector extras(document, importer);
+  extras.Collect();
+  result.extras = extras.GetExtras();
+  result.extras.header = reader.GetHeader();
+  result.kept.push_back({"header", "entry|entries of the header of the file", result.extras.header.size(), {}});
   for (const SourceCensus::Loss& loss : census.GetLosses()) {
-    result.losses.push_back({loss.key, loss.text, loss.count, {}});
+    const auto found = extras.GetCounts().find(loss.key);
+    const std::uint64_t kept = found == extras.GetCounts().end() ? 0 : std::min(found->second, loss.count);
+    result.losses.push_back({loss.key, loss.text, loss.count - kept, {}});
+    if (found != extras.GetCounts().end()) {
+      result.kept.push_back({loss.key, loss.text, kept, {}});
+    }
   }
   result.losses.insert(result.losses.end(), reader.GetLosses().begin(), reader.GetLosses().end());
   result.losses.push_back({"badNumbers", "body|bodies with numbers that are none, or without bounds",

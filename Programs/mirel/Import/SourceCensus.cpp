@@ -2,7 +2,6 @@
 
 #include <Programs/mirel/Import/XcafLabel.h>
 
-#include <Quantity_ColorRGBA.hxx>
 #include <TDF_AttributeSequence.hxx>
 #include <TDF_ChildIterator.hxx>
 #include <TDF_LabelMap.hxx>
@@ -65,9 +64,9 @@ class Counter {
     std::uint64_t partNames = 0;
     for (TDF_ChildIterator labels(shapes_->BaseLabel(), Standard_True); labels.More(); labels.Next()) {
       const TDF_Label label = labels.Value();
-      transparent += IsTransparent(label);
+      transparent += XcafLabel::IsTransparent(colors_, label);
       hidden += !colors_->IsVisible(label);
-      curveColors += HasCurveColor(label);
+      curveColors += XcafLabel::GetCurveColor(colors_, label).has_value();
       properties += label.IsAttribute(XCAFDoc_Volume::GetID());
       properties += label.IsAttribute(XCAFDoc_Area::GetID());
       properties += label.IsAttribute(XCAFDoc_Centroid::GetID());
@@ -182,26 +181,6 @@ class Counter {
       }
     }
     return 1;
-  }
-
-  bool IsTransparent(const TDF_Label& label) const {
-    for (const XCAFDoc_ColorType type : {XCAFDoc_ColorSurf, XCAFDoc_ColorGen}) {
-      Quantity_ColorRGBA color;
-      if (colors_->GetColor(label, type, color) && color.Alpha() < 1.0F) {
-        return true;
-      }
-    }
-    return false;
-  }
-
-  // A curve colour, or any colour of an edge or a vertex.
-  bool HasCurveColor(const TDF_Label& label) const {
-    if (colors_->IsSet(label, XCAFDoc_ColorCurv)) {
-      return true;
-    }
-    const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(label);
-    return !shape.IsNull() && shape.ShapeType() > TopAbs_FACE &&
-           XcafLabel::GetColor(colors_, label).has_value();
   }
 
   struct LabelOrder {

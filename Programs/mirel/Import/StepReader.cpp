@@ -5,6 +5,10 @@
 #include <Programs/mirel/Import/StepCensus.h>
 #include <Programs/mirel/Import/StepNumbers.h>
 
+#include <APIHeaderSection_MakeHeader.hxx>
+#include <HeaderSection_FileDescription.hxx>
+#include <HeaderSection_FileName.hxx>
+#include <HeaderSection_FileSchema.hxx>
 #include <Interface_InterfaceModel.hxx>
 #include <Interface_ReportEntity.hxx>
 #include <Interface_UndefinedContent.hxx>
@@ -12,6 +16,7 @@
 #include <STEPCAFControl_Reader.hxx>
 #include <StepBasic_DocumentFile.hxx>
 #include <StepBasic_Product.hxx>
+#include <StepData_StepModel.hxx>
 #include <StepData_UndefinedEntity.hxx>
 #include <StepRepr_NextAssemblyUsageOccurrence.hxx>
 #include <TCollection_HAsciiString.hxx>
@@ -76,6 +81,7 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
 
 void StepReader::LookAround(STEPCAFControl_Reader& reader, const SourceFile& file,
                             const Handle(TDocStd_Document) & document) {
+  ReadHeader(Handle(StepData_StepModel)::DownCast(reader.ChangeReader().WS()->Model()));
   StepCensus census;
   census.Add(*reader.ChangeReader().WS()->Model(), document);
   const fs::path folder = fs::u8path(file.GetPath()).parent_path();
@@ -92,6 +98,33 @@ void StepReader::LookAround(STEPCAFControl_Reader& reader, const SourceFile& fil
     AddMissingFile(line);
   }
   AddLosses(census.GetLosses());
+}
+
+void StepReader::ReadHeader(const Handle(StepData_StepModel) & entities) {
+  const APIHeaderSection_MakeHeader header(entities);
+  AddHeader("Format", new TCollection_HAsciiString("STEP"));
+  if (header.HasFn()) {
+    AddHeader("Name", header.Name());
+    AddHeader("Date", header.TimeStamp());
+    AddHeader("Authors", header.FnValue()->Author());
+    AddHeader("Organizations", header.FnValue()->Organization());
+    AddHeader("Preprocessor", header.PreprocessorVersion());
+    AddHeader("System", header.OriginatingSystem());
+    AddHeader("Authorization", header.Authorisation());
+  }
+  if (header.HasFd()) {
+    AddHeader("Descriptions", header.FdValue()->Description());
+    AddHeader("Level", header.ImplementationLevel());
+  }
+  if (header.HasFs()) {
+    AddHeader("Schemas", header.FsValue()->SchemaIdentifiers());
+  }
+}
+
+void StepReader::AddHeader(const char* key, const Handle(Interface_HArray1OfHAsciiString) & texts) {
+  for (int i = texts.IsNull() ? 1 : texts->Lower(); !texts.IsNull() && i <= texts->Upper(); ++i) {
+    AddHeader(key, texts->Value(i));
+  }
 }
 
 bool StepReader::IsOtherFile(const Handle(Standard_Transient) & entity) const {

@@ -2,7 +2,10 @@
 
 #include <Programs/mirel/Import/DocumentReader.h>
 
+#include <Interface_HArray1OfHAsciiString.hxx>
+
 class STEPCAFControl_Reader;
+class StepData_StepModel;
 
 namespace mirel {
 
@@ -12,6 +15,9 @@ class StepReader final : public DocumentReader {
   explicit StepReader(StageProgress& progress) : DocumentReader(progress) {}
 
  private:
+  using DocumentReader::AddHeader;
+  void AddHeader(const char* key, const Handle(Interface_HArray1OfHAsciiString) & texts);
+  void ReadHeader(const Handle(StepData_StepModel) & entities);
   // Names the files that were not read, and counts what a document cannot hold.
   void LookAround(STEPCAFControl_Reader& reader, const SourceFile& file,
                   const Handle(TDocStd_Document) & document);

@@ -11,6 +11,18 @@
 
 namespace mirel {
 
+namespace {
+
+glm::vec3 ToRgb(const Quantity_Color& color) {
+  Standard_Real red = 0.0;
+  Standard_Real green = 0.0;
+  Standard_Real blue = 0.0;
+  color.Values(red, green, blue, Quantity_TOC_sRGB);
+  return glm::vec3(red, green, blue);
+}
+
+}  // namespace
+
 std::string XcafLabel::GetName(const TDF_Label& label) {
   Handle(TDataStd_Name) name;
   if (!label.FindAttribute(TDataStd_Name::GetID(), name)) {
@@ -35,18 +47,33 @@ bool XcafLabel::IsInOtherFile(const TDF_Label& label) {
   return isExternal;
 }
 
-std::optional<glm::vec3> XcafLabel::GetColor(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label) {
+std::optional<glm::vec4> XcafLabel::GetColor(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label) {
   for (const XCAFDoc_ColorType type : {XCAFDoc_ColorSurf, XCAFDoc_ColorGen}) {
     Quantity_ColorRGBA color;
     if (tool->GetColor(label, type, color)) {
-      Standard_Real red = 0.0;
-      Standard_Real green = 0.0;
-      Standard_Real blue = 0.0;
-      color.GetRGB().Values(red, green, blue, Quantity_TOC_sRGB);
-      return glm::vec3(red, green, blue);
+      return glm::vec4(ToRgb(color.GetRGB()), color.Alpha());
     }
   }
   return std::nullopt;
+}
+
+bool XcafLabel::IsTransparent(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label) {
+  const std::optional<glm::vec4> color = GetColor(tool, label);
+  return color && color->a < 1.0F;
+}
+
+std::optional<glm::vec3> XcafLabel::GetCurveColor(const Handle(XCAFDoc_ColorTool) & tool,
+                                                  const TDF_Label& label) {
+  Quantity_Color color;
+  if (tool->GetColor(label, XCAFDoc_ColorCurv, color)) {
+    return ToRgb(color);
+  }
+  const TopoDS_Shape shape = XCAFDoc_ShapeTool::GetShape(label);
+  if (shape.IsNull() || shape.ShapeType() <= TopAbs_FACE) {
+    return std::nullopt;
+  }
+  const std::optional<glm::vec4> any = GetColor(tool, label);
+  return any ? std::optional<glm::vec3>(*any) : std::nullopt;
 }
 
 }  // namespace mirel

@@ -5,6 +5,7 @@
 #include <XCAFDoc_ColorTool.hxx>
 
 #include <glm/vec3.hpp>
+#include <glm/vec4.hpp>
 
 #include <optional>
 #include <string>
@@ -26,8 +27,15 @@ class XcafLabel {
 
   /// The colour that the label gives to surfaces, if any, as the values that a STEP file states. XCAF keeps
   /// colours as linear RGB and takes the values in files for sRGB; viewers of model folders take the values
-  /// as they are.
-  static std::optional<glm::vec3> GetColor(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label);
+  /// as they are. The fourth component is the opacity, 1 for all that is not transparent.
+  static std::optional<glm::vec4> GetColor(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label);
+
+  /// Whether the label gives a colour to surfaces that is not opaque.
+  static bool IsTransparent(const Handle(XCAFDoc_ColorTool) & tool, const TDF_Label& label);
+
+  /// The colour that the label gives to edges: one for curves, or any that an edge itself has.
+  static std::optional<glm::vec3> GetCurveColor(const Handle(XCAFDoc_ColorTool) & tool,
+                                                const TDF_Label& label);
 };
 
 }  // namespace mirel

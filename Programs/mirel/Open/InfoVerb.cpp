@@ -1,7 +1,10 @@
 #include <Programs/mirel/Open/InfoVerb.h>
 
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Extras/ExtrasText.h>
+#include <Programs/mirel/Extras/ExtrasWriter.h>
 #include <Programs/mirel/LogRecorder.h>
+#include <Programs/mirel/Open/ExtrasOpener.h>
 #include <Programs/mirel/Open/ModelFigures.h>
 #include <Programs/mirel/Open/ModelFolder.h>
 #include <Programs/mirel/Open/SceneOpener.h>
@@ -17,6 +20,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <utility>
 #include <vector>
 
@@ -208,6 +212,7 @@ CLI::App* InfoVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
       program.add_subcommand("info", "Tell what is in a model folder and how long it takes to open");
   verb->add_option("FOLDER", folder_, "Model folder, or its index file")->required();
+  verb->add_flag("--extras", extras_, "Print what the source says and the model has no place for, instead");
   verb->add_flag("--json", json_, "Print as JSON");
   verb->add_option("--picture", picture_.output, "Also draw it into this PNG file")->type_name("FILE");
   return verb;
@@ -218,6 +223,9 @@ ExitCode InfoVerb::Run(Console& console) {
   if (!refusal.empty()) {
     console.Error(folder_, refusal);
     return ExitCode::kInputUnread;
+  }
+  if (extras_) {
+    return PrintExtras(console);
   }
   if (!picture_.output.empty() && !PictureCall::IsPossible(console)) {
     return ExitCode::kOutputUnwritten;
@@ -260,6 +268,19 @@ ExitCode InfoVerb::Run(Console& console) {
     }
   }
   return complete ? ExitCode::kDone : ExitCode::kInputUnread;
+}
+
+ExitCode InfoVerb::PrintExtras(Console& console) const {
+  std::optional<Extras> extras;
+  if (!ExtrasOpener::Open(console, folder_, extras)) {
+    return ExitCode::kInputUnread;
+  }
+  extras = extras.value_or(Extras());
+  if (!console.Data(json_ ? ExtrasWriter::ToJson(*extras) + "\n" : ExtrasText::Of(*extras))) {
+    console.Error("", "the extras could not be printed");
+    return ExitCode::kOutputUnwritten;
+  }
+  return ExitCode::kDone;
 }
 
 }  // namespace mirel

@@ -14,7 +14,10 @@ class InfoVerb : public Verb {
   ExitCode Run(Console& console) override;
 
  private:
+  ExitCode PrintExtras(Console& console) const;
+
   std::string folder_;
+  bool extras_ = false;
   bool json_ = false;
   PictureRequest picture_;  // none without an output
 };

@@ -1,6 +1,7 @@
 #include <Programs/mirel/Open/NodeTreePrinter.h>
 
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Extras/ExtrasWriter.h>
 #include <Programs/mirel/Text/JsonText.h>
 #include <Programs/mirel/Text/Utf8.h>
 
@@ -158,6 +159,10 @@ bool NodeTreePrinter::Print(const GroupSceneNode& root) {
   }
   if (json_) {
     json.EndArray();
+    if (extras_ != nullptr) {
+      json.Key("extras");
+      ExtrasWriter::AddTo(json, *extras_);
+    }
     json.EndObject();
     buffer.push_back('\n');
   }

@@ -9,6 +9,7 @@ class Console;
 class GroupSceneNode;
 class JsonText;
 class SceneNode;
+struct Extras;
 
 /// Prints a tree of scene nodes, in one go through a large buffer: a million nodes take seconds. The nodes
 /// below the root are printed, not the root itself.
@@ -16,6 +17,9 @@ class NodeTreePrinter {
  public:
   /// `depth` is the number of levels to print; the level below says how many children were left out.
   NodeTreePrinter(Console& console, bool json, std::uint64_t depth);
+
+  /// Under JSON, the extras of the model follow its nodes. Not owned.
+  void SetExtras(const Extras* extras) { extras_ = extras; }
 
   /// False when stdout did not take all of it.
   bool Print(const GroupSceneNode& root);
@@ -28,6 +32,7 @@ class NodeTreePrinter {
   Console& console_;
   bool json_;
   std::uint64_t depth_;
+  const Extras* extras_ = nullptr;
   std::string text_;
 };
 

@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Open/ExtrasOpener.h>
 #include <Programs/mirel/Open/NodeTreePrinter.h>
 #include <Programs/mirel/Open/SceneOpener.h>
 
@@ -29,7 +30,13 @@ ExitCode TreeVerb::Run(Console& console) {
   if (!root) {
     return ExitCode::kInputUnread;
   }
-  if (!NodeTreePrinter(console, json_, depth_).Print(*root)) {
+  std::optional<Extras> extras;
+  if (json_ && !ExtrasOpener::Open(console, folder_, extras)) {
+    complete = false;
+  }
+  NodeTreePrinter printer(console, json_, depth_);
+  printer.SetExtras(extras ? &*extras : nullptr);
+  if (!printer.Print(*root)) {
     console.Error("", "the tree could not be printed");
     return ExitCode::kOutputUnwritten;
   }

@@ -54,6 +54,17 @@ std::vector<BodyCheck::Fault> BodyCheck::FindMissing(const LiteModel& readBack) 
   return missing;
 }
 
+std::vector<ObjectId> BodyCheck::GetItems(const ObjectId& body) const {
+  std::vector<ObjectId> ids;
+  const auto items = items_.find(body);
+  if (items != items_.end()) {
+    for (const ShapeItem* const item : items->second) {
+      ids.push_back(item->GetId());
+    }
+  }
+  return ids;
+}
+
 void BodyCheck::Empty(const std::vector<Fault>& missing) {
   for (const Fault& fault : missing) {
     TopoDS_Compound nothing;

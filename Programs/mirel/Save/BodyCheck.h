@@ -33,6 +33,9 @@ class BodyCheck : private LiteModelVisitor {
   /// that makes OpenCASCADE crash, or takes longer, has a fault.
   std::vector<Fault> FindDrawnWrongly(const LiteModel& readBack, unsigned int seconds) const;
 
+  /// The items that show a body.
+  std::vector<ObjectId> GetItems(const ObjectId& body) const;
+
  private:
   void Visit(GroupItem* item) override;
   void Visit(InstanceItem* item) override;

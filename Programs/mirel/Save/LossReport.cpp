@@ -92,6 +92,7 @@ std::string LossReport::ToText() const {
         Plural::Count(colorVariants, "type|types was|were added to show products in more than one colour") +
         "\n";
   }
+  AppendCounts(text, "kept beside the model, in extras.gz:", kept);
   AppendCounts(text, "not saved:", losses);
   AppendCounts(text, "without a loss:", remarks);
   if (!HasLosses()) {
@@ -132,6 +133,7 @@ std::string LossReport::ToJson() const {
   }
   json.Key("colorVariants");
   json.Unsigned(colorVariants);
+  AddCounts(json, "kept", kept);
   AddCounts(json, "losses", losses);
   AddCounts(json, "remarks", remarks);
   json.Key("details");

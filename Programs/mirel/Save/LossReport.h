@@ -29,6 +29,7 @@ struct LossReport {
   ModelCounts saved;
   std::uint64_t colorVariants = 0;  ///< types made only to show a product in another colour
   std::vector<Loss> losses;         ///< every kind, also those that did not happen
+  std::vector<Loss> kept;           ///< likewise, what is not in the model but in extras.gz
   std::vector<Loss> remarks;        ///< likewise, what is wrong with the source but loses nothing
   std::vector<std::pair<std::string, double>> seconds;  ///< stage -> seconds, in order
 

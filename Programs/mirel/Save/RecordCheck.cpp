@@ -65,7 +65,7 @@ std::uint64_t CountEntries(const std::vector<ImportRecord::Entry>& entries, cons
     // A product may also have become items in other colours, which hide its own.
     counts.coloredItems +=
         entry.color && std::any_of(items.begin(), items.end(), [&](const LiteModelItem* item) {
-          return item->GetColor() == *entry.color;
+          return item->GetColor() == glm::vec3(*entry.color);
         });
   }
   return found;

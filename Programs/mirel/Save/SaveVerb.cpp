@@ -4,6 +4,8 @@
 #include <Programs/mirel/Check/FolderCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/CrashGuard.h>
+#include <Programs/mirel/Extras/ExtrasReader.h>
+#include <Programs/mirel/Extras/ExtrasWriter.h>
 #include <Programs/mirel/Import/BRepFile.h>
 #include <Programs/mirel/Import/IdSequence.h>
 #include <Programs/mirel/Import/ImportLibrary.h>
@@ -33,6 +35,7 @@
 #include <TopoDS_Shape.hxx>
 
 #include <algorithm>
+#include <filesystem>
 #include <sstream>
 #include <utility>
 
@@ -85,6 +88,7 @@ ExitCode SaveVerb::Save(Console& console) {
   Stopwatch watch;
   report_ = LossReport();
   record_ = ImportRecord();
+  extras_ = Extras();
   LiteModel model;
   ExitCode result = ExitCode::kDone;
   {
@@ -142,6 +146,8 @@ ExitCode SaveVerb::ReadAssembly(Console& console, ProgressBar& progress, const S
   report_.source = result.source;
   report_.losses = std::move(result.losses);
   report_.remarks = std::move(result.remarks);
+  report_.kept = std::move(result.kept);
+  extras_ = std::move(result.extras);
   report_.seconds.emplace_back("reading", result.readSeconds);
   report_.seconds.emplace_back("transfer", result.transferSeconds);
   return ExitCode::kDone;
@@ -178,7 +184,7 @@ ExitCode SaveVerb::ReadBody(Console& console, ProgressBar& progress, const Sourc
   item->SetName(Utf8::MakeValid(file.GetStem()));  // a BRep file holds no names
   item->SetTransform(PlacementMatrix::Of(shape.Location()));
   model.AddShape(item->GetShapeId(), body);
-  record_.products.push_back({{item->GetId()}, std::string(), std::nullopt});
+  record_.products.push_back({{item->GetId()}, std::string(), std::nullopt, {}});
   model.AddItem(std::move(item));
 
   TopTools_IndexedMapOfShape faces;
@@ -214,6 +220,9 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   }
   if (!lost.empty()) {
     bodies.Empty(lost);
+    for (const BodyCheck::Fault& fault : lost) {
+      extras_.ForgetParts(bodies.GetItems(fault.id));
+    }
     saved = WriteOnce(console, progress, model, replacement.GetFolder());
   }
   report_.seconds.emplace_back("tessellation", saved.times.tessellation);
@@ -235,7 +244,7 @@ ExitCode SaveVerb::Write(Console& console, ProgressBar& progress, LiteModel& mod
   for (const ModelFolder::File& file : readBack.GetFiles()) {
     report_.folderBytes += file.packedBytes;
   }
-  if (!Seal(console, replacement.GetFolder())) {
+  if (!SaveExtras(console, replacement.GetFolder()) || !Seal(console, replacement.GetFolder())) {
     return ExitCode::kOutputUnwritten;
   }
   report_.seconds.emplace_back("checking", watch.Lap());
@@ -296,6 +305,36 @@ SaveVerb::SavedOnce SaveVerb::WriteOnce(Console& console, ProgressBar& progress,
   saved.givenUp = GRepShape::CountGivenUp() - givenUpBefore;
   saved.isWhole = isRead && log.GetFailureCount() <= saved.givenUp;
   return saved;
+}
+
+bool SaveVerb::SaveExtras(Console& console, const std::string& folder) {
+  if (extras_.IsEmpty()) {
+    return true;
+  }
+  const std::string content = ExtrasWriter::ToJson(extras_);
+  if (content.size() > ExtrasWriter::kMaxBytes) {  // no reader would take it
+    for (const LossReport::Loss& kept : std::exchange(report_.kept, {})) {
+      const auto loss = std::find_if(report_.losses.begin(), report_.losses.end(),
+                                     [&](const LossReport::Loss& entry) { return entry.key == kept.key; });
+      if (loss == report_.losses.end()) {
+        report_.losses.push_back(kept);
+      } else {
+        loss->count += kept.count;
+      }
+    }
+    return true;
+  }
+  ExtrasWriter::Save(content, folder);
+  const std::string path = folder + FolderFiles::kExtras;
+  ExtrasReader readBack;
+  if (!readBack.ReadFile(path) || ExtrasWriter::ToJson(readBack.GetExtras()) != content) {
+    console.Error(folder_, std::string(FolderFiles::kExtras) + " cannot be read back as it was written: " +
+                               (readBack.GetError().empty() ? "it differs" : readBack.GetError()));
+    return false;
+  }
+  std::error_code ignored;
+  report_.folderBytes += std::filesystem::file_size(std::filesystem::u8path(path), ignored);
+  return true;
 }
 
 bool SaveVerb::Verify(Console& console, ProgressBar& progress, const LiteModel& model,

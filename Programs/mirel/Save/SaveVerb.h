@@ -1,5 +1,6 @@
 #pragma once
 
+#include <Programs/mirel/Extras/Extras.h>
 #include <Programs/mirel/Import/ImportRecord.h>
 #include <Programs/mirel/Open/ModelFolder.h>
 #include <Programs/mirel/Save/BodyCheck.h>
@@ -33,6 +34,8 @@ class SaveVerb : public Verb {
   ExitCode ReadAssembly(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode ReadBody(Console& console, ProgressBar& progress, const SourceFile& file, LiteModel& model);
   ExitCode Write(Console& console, ProgressBar& progress, LiteModel& model);
+  // Puts what the model has no place for into a file of the folder, and reads it back.
+  bool SaveExtras(Console& console, const std::string& folder);
   bool Seal(Console& console, const std::string& folder);
 
   // A folder that was written and read back.
@@ -67,6 +70,7 @@ class SaveVerb : public Verb {
   bool json_ = false;
 
   ImportRecord record_;
+  Extras extras_;
   LossReport report_;
 };
 

@@ -3,6 +3,7 @@
 #include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/LogRecorder.h>
+#include <Programs/mirel/Open/ExtrasOpener.h>
 #include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/View/TarPieces.h>
 #include <Programs/mirel/View/WindowlessViewer.h>
@@ -145,7 +146,11 @@ ExitCode StreamVerb::Load(Console& console, const std::string& subject, const Pi
     }
     complete = log.GetFailureCount() == 0;
   }
-  if (!viewer.PrintScene(console, json_, depth_)) {
+  std::optional<Extras> extras;
+  if (json_ && !ExtrasOpener::Open(console, subject, source, extras)) {
+    complete = false;
+  }
+  if (!viewer.PrintScene(console, json_, depth_, extras ? &*extras : nullptr)) {
     console.Error("", "the tree could not be printed");
     return ExitCode::kOutputUnwritten;
   }

@@ -1,5 +1,7 @@
 #include <Programs/mirel/View/TarPieces.h>
 
+#include <Programs/mirel/Extras/ExtrasReader.h>
+
 #include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Model/FolderFiles.h>
@@ -31,7 +33,7 @@ std::string GetPieceName(const std::string& path) {
   };
   const std::size_t file = startOfLast(path.size());
   std::string name = path.substr(file);
-  if (name == "index.gz") {
+  if (name == FolderFiles::kIndex || name == FolderFiles::kExtras) {
     return name;
   }
   const std::size_t digits = name.size() > 3 ? name.size() - 3 : 0;
@@ -170,6 +172,11 @@ std::vector<std::uint32_t> TarPieces::ListPackages(const std::string& kind) cons
     }
   }
   return numbers;
+}
+
+bool TarPieces::ReadExtras(ExtrasReader& reader) const {
+  const auto found = files_.find(FolderFiles::kExtras);
+  return found != files_.end() && reader.ReadGzip({found->second.begin(), found->second.end()});
 }
 
 std::shared_ptr<RawBuffer> TarPieces::Read(const std::string& name) const {

@@ -2,6 +2,8 @@
 
 #include <Programs/mirel/View/PieceSource.h>
 
+#include <Viewer/Kernel/Model/FolderFiles.h>
+
 #include <cstdint>
 #include <cstdio>
 #include <map>
@@ -15,7 +17,7 @@ namespace mirel {
 /// The files of a model folder out of a tar archive, which may be compressed as a whole. The archive is read to
 /// its end once, and the files are kept in memory as they are there, compressed.
 ///
-/// Members are taken for what their last names say: "index.gz", "model/N.gz", "grep/N.gz". They may stand in a
+/// Members are taken for what their last names say: "index.gz", "model/N.gz", "grep/N.gz", "extras.gz". They may stand in a
 /// folder ("trolley/index.gz", "./index.gz"), all in the same one; other members are passed over.
 class TarPieces : public PieceSource {
  public:
@@ -31,6 +33,8 @@ class TarPieces : public PieceSource {
   bool Has(const std::string& name) const;
   std::vector<std::uint32_t> ListPackages(const std::string& kind) const override;
   std::shared_ptr<RawBuffer> Read(const std::string& name) const override;
+  bool HasExtras() const override { return Has(FolderFiles::kExtras); }
+  bool ReadExtras(ExtrasReader& reader) const override;
 
  private:
   bool LoadMembers(archive* reader);

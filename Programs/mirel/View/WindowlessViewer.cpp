@@ -18,7 +18,7 @@ bool WindowlessViewer::IsEmpty() const {
   return viewer_->GetContext()->GetScene()->GetNodes().empty();
 }
 
-bool WindowlessViewer::PrintScene(Console& console, bool json, std::uint64_t depth) {
+bool WindowlessViewer::PrintScene(Console& console, bool json, std::uint64_t depth, const Extras* extras) {
   GroupSceneNode all;
   for (const std::shared_ptr<SceneNode>& node : viewer_->GetContext()->GetScene()->GetNodes()) {
     const auto* import = dynamic_cast<const GroupSceneNode*>(node.get());
@@ -30,7 +30,9 @@ bool WindowlessViewer::PrintScene(Console& console, bool json, std::uint64_t dep
       all.AddNode(child);
     }
   }
-  return NodeTreePrinter(console, json, depth).Print(all);
+  NodeTreePrinter printer(console, json, depth);
+  printer.SetExtras(extras);
+  return printer.Print(all);
 }
 
 }  // namespace mirel

@@ -8,6 +8,7 @@
 namespace mirel {
 
 class Console;
+struct Extras;
 class Viewer;
 
 /// A running application with one active viewer, as commands and loaders find it, except that nothing is drawn.
@@ -24,7 +25,8 @@ class WindowlessViewer {
 
   /// Prints the nodes of all that was put into the scene, as `mirel tree` prints a folder's: what was added as
   /// a group is one import, and its root is not printed. False when stdout did not take all of it.
-  bool PrintScene(Console& console, bool json, std::uint64_t depth);
+  /// Under JSON, extras follow the nodes if there are any.
+  bool PrintScene(Console& console, bool json, std::uint64_t depth, const Extras* extras = nullptr);
 
  private:
   BaseApplication application_;

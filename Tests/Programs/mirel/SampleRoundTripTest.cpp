@@ -64,12 +64,12 @@ void WalkXcaf(const Handle(TDocStd_Document) & document, const TDF_Label& label,
       }
     }
     here.matrix = here.matrix * matrix;
-    here.color = color.value_or(glm::vec3(-1));
+    here.color = color ? glm::vec3(*color) : glm::vec3(-1);
     WalkXcaf(document, referred, here, found);
     return;
   }
   if (here.color.r < 0) {
-    here.color = color.value_or(glm::vec3(-1));
+    here.color = color ? glm::vec3(*color) : glm::vec3(-1);
   }
   TDF_LabelSequence components;
   if (XCAFDoc_ShapeTool::GetComponents(label, components)) {
@@ -220,7 +220,7 @@ TEST(SampleRoundTripTest, SavingTwiceGivesTheSameBytes) {
   ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, path + "a"}), 0);
   ASSERT_EQ(Mirel({"--quiet", "save", MIREL_SAMPLE, path + "b"}), 0);
   const FileContents files = ReadFiles(path + "a");
-  EXPECT_EQ(files.size(), 4u);  // index, bodies, graphics, checksums
+  EXPECT_EQ(files.size(), 5u);  // index, bodies, graphics, extras, checksums
   EXPECT_TRUE(ReadFiles(path + "b") == files);
 
   // A source that cannot be read replaces nothing.
