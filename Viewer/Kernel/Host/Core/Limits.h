@@ -65,7 +65,10 @@ constexpr int kMaxFaceNodes = 2000000;
 /// others leave. Once there are so many, no further body is tessellated.
 constexpr unsigned kMaxAbandonedBodies = 64;
 
-// BRep text. Each limit is there because OpenCASCADE crashes or hangs beyond it; numbers have none.
+// BRep text. Each limit is there because of what OpenCASCADE does beyond it.
+
+/// Any number: what OpenCASCADE makes of a larger one when it writes it with 15 digits is none any more.
+constexpr double kMaxBRepNumber = 1.797693134862314e308;
 
 /// From here on OpenCASCADE takes a parameter as unbounded.
 constexpr double kMinBRepInfinity = 1e100;

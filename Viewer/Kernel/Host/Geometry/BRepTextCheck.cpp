@@ -3,6 +3,19 @@
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Geometry/BRepTextLexer.h>
 
+#include <Geom2d_BSplineCurve.hxx>
+#include <Geom2d_OffsetCurve.hxx>
+#include <Geom2d_TrimmedCurve.hxx>
+#include <Geom_BSplineCurve.hxx>
+#include <Geom_OffsetCurve.hxx>
+#include <Geom_TrimmedCurve.hxx>
+#include <Standard_Failure.hxx>
+#include <TColStd_Array1OfInteger.hxx>
+#include <TColStd_Array1OfReal.hxx>
+#include <TColgp_Array1OfPnt.hxx>
+#include <TColgp_Array1OfPnt2d.hxx>
+#include <gp.hxx>
+
 #include <algorithm>
 #include <cmath>
 #include <cstdint>
@@ -26,8 +39,6 @@ constexpr double kUnitTolerance = 1e-6;
 constexpr double kPlacementTolerance = 1e-4;
 // By how much OpenCASCADE lets a trim reach beyond its basis.
 constexpr double kTrimTolerance = 1e-7 / 100.0;  // written as there, so that both round alike
-// OpenCASCADE accepts a bend of 1e-12 rad under an offset curve; half of it leaves room for other rounding.
-constexpr double kBendTolerance = 0.5e-12;
 
 // The first line of each format version.
 constexpr const char* kHeaders[] = {"CASCADE Topology V1, (c) Matra-Datavision",
@@ -84,8 +95,7 @@ struct CurveInfo {
   // Of the B-spline at the bottom, if periodic: OpenCASCADE brings parameters into this range step by step.
   double loopFirst = 0.0;
   double loopPeriod = 0.0;
-  bool overOffset = false;       // an offset curve, or a trimmed one
-  bool periodicCorners = false;  // the B-spline at the bottom is periodic and has a corner
+  bool overOffset = false;  // an offset curve, or a trimmed one
 };
 
 struct SurfaceInfo {
@@ -126,8 +136,48 @@ struct Vector {
 double Dot(const Vector& a, const Vector& b) {
   return a.x * b.x + a.y * b.y + a.z * b.z;
 }
-Vector Cross(const Vector& a, const Vector& b) {
-  return {a.y * b.z - a.z * b.y, a.z * b.x - a.x * b.z, a.x * b.y - a.y * b.x};
+
+struct Spline {
+  std::vector<Vector> poles;
+  std::vector<double> weights;
+  std::vector<double> knots;
+  std::vector<int> multiplicities;
+  int degree = 0;
+  bool periodic = false;
+};
+
+// Whether OpenCASCADE's constructor takes a B-spline, trimmed to `range`, as the basis of an offset curve. It refuses those
+// with a corner, of a bend of 1e-12 rad on, which is less than what rounding leaves of some smooth ones: only it knows.
+bool CanBeOffset(const Spline& spline, int dimension, const Range& range) {
+  if (spline.poles.empty()) return true;
+  const auto count = static_cast<int>(spline.poles.size());
+  const auto knotCount = static_cast<int>(spline.knots.size());
+  const TColStd_Array1OfReal weights(spline.weights.front(), 1, count);
+  const TColStd_Array1OfReal knots(spline.knots.front(), 1, knotCount);
+  const TColStd_Array1OfInteger multiplicities(spline.multiplicities.front(), 1, knotCount);
+  TColgp_Array1OfPnt poles(1, count);
+  TColgp_Array1OfPnt2d flat(1, count);
+  for (int i = 1; i <= count; ++i) {
+    const Vector& pole = spline.poles[static_cast<std::size_t>(i - 1)];
+    poles(i).SetCoord(pole.x, pole.y, pole.z);
+    flat(i).SetCoord(pole.x, pole.y);
+  }
+  try {
+    if (dimension == 2) {
+      Handle(Geom2d_Curve) basis =
+          new Geom2d_BSplineCurve(flat, weights, knots, multiplicities, spline.degree, spline.periodic);
+      if (!range.periodic) basis = new Geom2d_TrimmedCurve(basis, range.first, range.last);
+      const Handle(Geom2d_Curve) offset = new Geom2d_OffsetCurve(basis, 1.0);
+    } else {
+      Handle(Geom_Curve) basis =
+          new Geom_BSplineCurve(poles, weights, knots, multiplicities, spline.degree, spline.periodic);
+      if (!range.periodic) basis = new Geom_TrimmedCurve(basis, range.first, range.last);
+      const Handle(Geom_Curve) offset = new Geom_OffsetCurve(basis, 1.0, gp::DZ());
+    }
+    return true;
+  } catch (const Standard_Failure&) {
+    return false;
+  }
 }
 
 class Checker {
@@ -311,8 +361,7 @@ class Checker {
     return lexer_.Index(kMaxBRepDegree, degree, "A degree is not between 1 and 25");
   }
 
-  bool Weight() {
-    double weight;
+  bool Weight(double& weight) {
     return lexer_.Finite(weight) &&
            (weight > std::numeric_limits<double>::min() || Fail("A weight is not positive"));
   }
@@ -327,7 +376,8 @@ class Checker {
     if (!rational)
       return lexer_.Finite(static_cast<std::size_t>(count) * static_cast<std::size_t>(dimension));
     for (std::uint64_t i = 0; i < count; ++i) {
-      if (!Point(dimension) || !Weight()) return false;
+      double weight;
+      if (!Point(dimension) || !Weight(weight)) return false;
     }
     return true;
   }
@@ -340,10 +390,10 @@ class Checker {
   }
 
   // Knots and multiplicities of one parameter.
-  bool Knots(std::uint32_t degree, std::uint32_t poles, std::uint32_t count, bool periodic, Range& range) {
+  bool Knots(std::uint32_t degree, std::uint32_t poles, std::uint32_t count, bool periodic, Range& range,
+             Spline* kept = nullptr) {
     // OpenCASCADE builds a B-spline with fewer poles, and reads beside its arrays later.
     if (!periodic && poles < degree + 1) return Fail("A B-spline has fewer poles than its degree needs");
-    knots_.clear();
     std::uint64_t sum = 0;
     std::uint32_t firstMultiplicity = 0;
     double previous = 0.0;
@@ -372,7 +422,10 @@ class Checker {
       }
       if (periodic && i + 1 == count && multiplicity != firstMultiplicity)
         return Fail("The end knots of a periodic B-spline differ in multiplicity");
-      if (multiplicity == degree && !isEnd) knots_.push_back({knot, sum});
+      if (kept) {
+        kept->knots.push_back(knot);
+        kept->multiplicities.push_back(static_cast<int>(multiplicity));
+      }
       previous = knot;
     }
     if (periodic ? sum - firstMultiplicity != poles : sum != std::uint64_t{poles} + degree + 1)
@@ -399,48 +452,29 @@ class Checker {
       return false;
     if (poles < 2 || knots < 2) return Fail("A B-spline has fewer than two poles or knots");
     if (!(underOffset ? KeptPoles(dimension, poles, rational) : Poles(dimension, poles, rational)) ||
-        !Knots(degree, poles, knots, periodic, info.range))
+        !Knots(degree, poles, knots, periodic, info.range, underOffset ? &underOffset_ : nullptr))
       return false;
+    underOffset_.degree = static_cast<int>(degree);
+    underOffset_.periodic = periodic;
     if (periodic) {
       info.loopFirst = info.range.first;
       info.loopPeriod = info.range.last - info.range.first;
     }
-    if (underOffset) Corners(degree, periodic, info);
     return true;
   }
 
   bool KeptPoles(int dimension, std::uint32_t count, bool rational) {
     if (!PoleCount(dimension, count, rational)) return false;
-    poles_.clear();
     for (std::uint32_t i = 0; i < count; ++i) {
       Vector pole;
+      double weight = 1.0;
       if (!lexer_.Finite(pole.x) || !lexer_.Finite(pole.y) || (dimension == 3 && !lexer_.Finite(pole.z)) ||
-          (rational && !Weight()))
+          (rational && !Weight(weight)))
         return false;
-      poles_.push_back(pole);
+      underOffset_.poles.push_back(pole);
+      underOffset_.weights.push_back(weight);
     }
     return true;
-  }
-
-  // Where a knot is as multiple as the degree, the curve passes through a pole and may bend there; its
-  // tangents are the legs of the pole polygon.
-  void Corners(std::uint32_t degree, bool periodic, CurveInfo& info) {
-    corners_.clear();
-    for (const KnotSum& knot : knots_) {
-      if (periodic) {
-        info.periodicCorners = true;
-        return;
-      }
-      if (knot.parameter <= info.range.first || knot.parameter >= info.range.last) continue;
-      const auto pole = static_cast<std::size_t>(knot.sum - degree - 1);
-      const Vector &a = poles_[pole - 1], &b = poles_[pole], &c = poles_[pole + 1];
-      const Vector before{b.x - a.x, b.y - a.y, b.z - a.z};
-      const Vector after{c.x - b.x, c.y - b.y, c.z - b.z};
-      const Vector cross = Cross(before, after);
-      const double dot = Dot(before, after);
-      if (!(dot > 0.0 && std::sqrt(Dot(cross, cross)) < kBendTolerance * dot))
-        corners_.push_back(knot.parameter);
-    }
   }
 
   bool TrimmedCurve(int dimension, unsigned depth, bool underOffset, CurveInfo& info) {
@@ -481,16 +515,13 @@ class Checker {
 
   bool OffsetCurve(int dimension, unsigned depth, CurveInfo& info) {
     Vector direction;
-    corners_.clear();
+    underOffset_ = {};
     if (!lexer_.Finite() || (dimension == 3 && !Direction(3, direction)) ||
         !Curve(dimension, depth + 1, true, info))
       return false;
     if (info.kind == kOffset || info.overOffset) return Fail("An offset curve is offset again");
-    bool smooth = !info.periodicCorners;
-    for (const double corner : corners_)
-      smooth = smooth && (corner < info.range.first || corner > info.range.last);
     info.kind = kOffset;
-    return smooth || Fail("A curve with a corner is offset");
+    return CanBeOffset(underOffset_, dimension, info.range) || Fail("A curve with a corner is offset");
   }
 
   // --- Polygons
@@ -928,10 +959,6 @@ class Checker {
     std::uint16_t factors;
     bool isProduct;
   };
-  struct KnotSum {
-    double parameter;
-    std::uint64_t sum;  // of the multiplicities up to this knot
-  };
 
   BRepTextLexer lexer_;
   const bool isFile_;
@@ -947,11 +974,9 @@ class Checker {
   std::vector<std::uint32_t> triangulationNodes_;  // how many each triangulation has
   std::uint32_t shapeCount_ = 0;
   std::vector<ShapeInfo> shapes_;
-  Range ranges_;                 // of the edge that is being read: what all its ranges take in
-  Range reachable_;              // and where its periodic curves can be evaluated
-  std::vector<KnotSum> knots_;   // of the B-spline read last: those as multiple as its degree
-  std::vector<Vector> poles_;    // of the B-spline under an offset
-  std::vector<double> corners_;  // its parameters where it bends
+  Range ranges_;        // of the edge that is being read: what all its ranges take in
+  Range reachable_;     // and where its periodic curves can be evaluated
+  Spline underOffset_;  // the B-spline at the bottom of an offset curve, if there is one
 };
 
 }  // namespace

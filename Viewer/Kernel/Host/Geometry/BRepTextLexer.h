@@ -379,7 +379,7 @@ class BRepTextLexer {
     const std::from_chars_result result = std::from_chars(token.text, end, number);
     if (result.ec == std::errc::result_out_of_range && tiny)
       number = 0.0;
-    else if (result.ec != std::errc())
+    else if (result.ec != std::errc() || std::fabs(number) > kMaxBRepNumber)
       return Fail("A number is too large");
     if (value) *value = number;
     return true;

@@ -41,8 +41,8 @@ class MIREL_HOST_API TopoShape {
   /// behind the shape other than white space fail the check too.
   ///
   /// Whatever `BRepTools::Write` writes passes, but for what OpenCASCADE itself does not read back:
-  /// - numbers that are not finite; a face with an empty triangulation; an offset of a curve with a corner;
-  ///   knots or weights of a B-spline that are no longer in order when they are rounded to 15 digits;
+  /// - numbers that are not finite, or not when they are rounded to 15 digits; a face with an empty triangulation;
+  ///   an offset of a curve with a corner; knots or weights of a B-spline that are no longer in order when rounded;
   ///
   /// and for what makes OpenCASCADE crash or run for ever, here or on other systems:
   /// - shapes nested in each other more than 500 deep, or that unfold to more than 50 million;

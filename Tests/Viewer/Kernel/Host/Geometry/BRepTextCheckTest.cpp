@@ -123,6 +123,8 @@ const std::vector<Fault> kFaults = {
     {"2.5 1.5", "2.5 0x1", "A number is not written as numbers are"},
     {"2.5 1.5", "2.5 1.5.5", "A number is not written as numbers are"},
     {"2.5 1.5", "2.5 1e+999", "A number is too large"},
+    {"2.5 1.5", "2.5 1.7976931348623157e+308",
+     "A number is too large"},  // with 15 digits it is none any more
     {"2.5 1.5", "2.5 1.5" + std::string(65, ' '), "White space is longer than any writer leaves it"},
     {"2.5 1.5", "2.5 1." + std::string(5000, '1'), "A token is too long"},
     {"p 0.01", std::string(5000, 'p') + " 0.01", "A token is too long"},  // buffers of 255 bytes overflow
