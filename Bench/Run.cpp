@@ -249,7 +249,7 @@ class FileRun {
                     things_.Ratio("step", "open", "seconds")});
     report.AddGoal({stem_ + ": peak memory of opening, of that of binary XCAF", true, 0.6,
                     things_.Ratio("open", "binxcaf", "peakBytes")});
-    report.AddGoal({stem_ + ": opening takes, times GLB with merged faces", true, 1.25,
+    report.AddGoal({stem_ + ": opening takes, times GLB with merged faces", true, 2.0,
                     things_.Ratio("open", "glb-merged", "seconds")});
     report.AddGoal({stem_ + ": folder on disk, of the GLB with merged faces after gzip -6", true, 1.0,
                     Exact(folderBytes_ / zippedGlbBytes_)});
