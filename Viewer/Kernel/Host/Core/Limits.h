@@ -84,7 +84,8 @@ constexpr unsigned kMaxBRepDegree = 25;
 constexpr unsigned kMaxBRepGeometryDepth = 12;
 
 /// How often an edge may run round a periodic B-spline: OpenCASCADE subtracts one period at a time, for ever once that
-/// makes no difference any more.
+/// makes no difference any more. And how many periods a trim may be away from its basis, to which OpenCASCADE moves it: of
+/// one too far away, rounding leaves another trim each time it is read.
 constexpr double kMaxBRepTurns = 1e4;
 
 /// Representations (curves, polygons, continuities) of one edge: OpenCASCADE searches all for each that it adds.

@@ -491,10 +491,14 @@ class Checker {
   // reverse the basis for a trim that runs backwards, but never writes one.
   bool Trim(double first, double last, Range& range) {
     if (first == last || (!range.periodic && first > last)) return Fail("A trim is empty or runs backwards");
-    if (range.periodic)
+    if (range.periodic) {
+      const double reach = kMaxBRepTurns * (range.last - range.first);
+      if (std::fabs(first - range.first) > reach || std::fabs(last - range.first) > reach)
+        return Fail("A trim is too many turns away from its basis");
       AdjustPeriodic(range, first, last);
-    else if (range.first - first > kTrimTolerance || last - range.last > kTrimTolerance)
+    } else if (range.first - first > kTrimTolerance || last - range.last > kTrimTolerance) {
       return Fail("A trim reaches beyond its basis");
+    }
     range = {first, last, false};
     return true;
   }

@@ -49,7 +49,7 @@ class MIREL_HOST_API TopoShape {
   /// - placements with more than 1,024 factors on the way from the shape to a sub-shape, with a power beyond
   ///   2,097,151, or with so many factors in all that the sum of their squares is above 50 million;
   /// - an edge that runs round a periodic B-spline more than 10,000 times, or has more than 4,096 curves and
-  ///   polygons.
+  ///   polygons; a trim as far away from its periodic basis.
   static std::shared_ptr<TopoShape> Read(const std::string& text);
   /// The same, but good text is taken over instead of copied: bodies are most of what a model folder holds.
   static std::shared_ptr<TopoShape> Read(std::string&& text);

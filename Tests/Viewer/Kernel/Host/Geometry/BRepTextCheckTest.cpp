@@ -188,6 +188,7 @@ const std::vector<Fault> kFaults = {
     {"7 0 0  2 5 3  0 0 0  1 1 0  2 2 0  3 3 0  4 5 0 \n 0 3 1 2 2 3",
      "7 0 0  3 5 3  0 0 0  1 1 0  2 2 0  3 3 0  4 5 0 \n 0 3 1 3 2 3", "A B-spline has an empty range"},
     {"10 0.5 1 -1 1\n", "10 0.5 1 -1 1\n10 0.5 1 -1 1\n", "A trimmed surface is trimmed again"},
+    {"10 0.5 1 -1 1\n", "10 -1e+18 1 -1 1\n", "A trim is too many turns away from its basis"},
     {"10 0.5 1 -1 1\n", "10 0.5 0.5 -1 1\n", "A trim is empty or runs backwards"},
     {"10 0.5 1 -1 1\n", "9 0 0 0 0 1 1 1 2 2 2 \n", "A B-spline has fewer than two poles or knots"},
     {"10 0.5 1 -1 1\n", "9 0 0 0 0 26 1 2 2 2 2 \n", "A degree is not between 1 and 25"},
