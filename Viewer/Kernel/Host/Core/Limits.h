@@ -29,8 +29,12 @@ constexpr std::uint64_t kMaxInflatedBytes = 0xFFFFFFFFu;
 /// Bytes of one gzip file: what the largest content takes when it does not compress.
 constexpr std::uint64_t kMaxPackedBytes = kMaxInflatedBytes + (1u << 20);
 
-/// Coordinates of a mesh, in mm: a thousand kilometres times a thousand. Bodies that reach farther count as unbounded.
+/// Coordinates of a mesh, in mm: a thousand kilometres times a thousand.
 constexpr double kMaxMeshCoordinate = 1e12;
+
+/// Coordinates of the box of a body that is drawn; others count as unbounded. What is drawn may reach beyond the box by
+/// its diagonal, and must be a mesh still.
+constexpr double kMaxBodyCoordinate = kMaxMeshCoordinate / 10.0;
 
 /// Vertices, triangle corners, faces, polyline points or edges of one mesh: ranges are unsigned 32-bit numbers.
 constexpr std::uint64_t kMaxMeshElements = 0x7FFFFFFFu;

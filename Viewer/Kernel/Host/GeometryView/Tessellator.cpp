@@ -169,16 +169,21 @@ class Builder {
     return false;
   }
 
+  static bool IsBounded(const Bnd_Box& bounds) {
+    if (bounds.IsOpen()) return false;
+    const gp_XYZ low = bounds.CornerMin().XYZ(), high = bounds.CornerMax().XYZ();
+    bool bounded = true;
+    for (int axis = 1; axis <= 3; ++axis)
+      bounded = bounded && low.Coord(axis) >= -kMaxBodyCoordinate && high.Coord(axis) <= kMaxBodyCoordinate;
+    return bounded;
+  }
+
   // Finds the deflection and the grid's kind; false when there is nothing that could be meshed.
   bool Measure() {
     Bnd_Box bounds;
     BRepBndLib::Add(original_, bounds, false);
     if (bounds.IsVoid()) return false;
-    const double limit = kMaxMeshCoordinate;
-    bool bounded = !bounds.IsOpen();
-    for (int axis = 1; axis <= 3 && bounded; ++axis)
-      bounded = bounds.CornerMin().Coord(axis) >= -limit && bounds.CornerMax().Coord(axis) <= limit;
-    if (!bounded) {
+    if (!IsBounded(bounds) || !IsBounded(bounds.Transformed(placement_))) {
       mesh_.box.SetInfinite();
       Logger::Instance().Message(1, "A body without bounds is not drawn");
       return false;

@@ -449,13 +449,15 @@ void AddTopology(Samples& samples) {
 // What OpenCASCADE writes and reads, though hardly anybody means it.
 void AddExtremes(Samples& samples) {
   const BRep_Builder builder;
-  samples.Add("large box", BRepPrimAPI_MakeBox(gp_Pnt(-3e11, 2e11, 0), 1e11, 2e10, 3e10).Shape());
+  samples.Add("large box", BRepPrimAPI_MakeBox(gp_Pnt(-9.9e10, 2e10, 0), 1e10, 7.9e10, 3e10).Shape());
   samples.Add("as good as unbounded box", BRepPrimAPI_MakeBox(gp_Pnt(1e40, 0, 0), 1e39, 1e39, 1e38).Shape());
   samples.Add("long edge",
-              BRepBuilderAPI_MakeEdge(gp_Lin(gp_Pnt(), gp_Dir(1, 0, 0)), -5e10, 123456789012.5).Edge());
+              BRepBuilderAPI_MakeEdge(gp_Lin(gp_Pnt(), gp_Dir(1, 0, 0)), -5e10, 98765432109.5).Edge());
 
   TopoDS_Shape box = BRepPrimAPI_MakeBox(1, 2, 3).Shape();
-  gp_Trsf turn, shift;
+  gp_Trsf turn, shift, far;
+  far.SetTranslation(gp_Vec(1e13, 0, 0));
+  samples.Add("box where it is as good as unbounded", box.Located(TopLoc_Location(far)));
   turn.SetRotation(gp_Ax1(gp_Pnt(1, 2, 3), gp_Dir(0, 0, 1)), 0.01);
   shift.SetTranslation(gp_Vec(0.25, 0, 0));
   const TopLoc_Location steps[] = {TopLoc_Location(turn), TopLoc_Location(shift)};
