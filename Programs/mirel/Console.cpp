@@ -54,7 +54,10 @@ void Console::Detail(const std::string& text) {
 }
 
 Console::Progress::Progress(Console& console)
-    : console_(console), bar_(!console.options_.quiet && IsTerminal(stderr)) {
+    : console_(console),
+      bar_(console.options_.progressLines                  ? ProgressBar::Form::kLines
+           : !console.options_.quiet && IsTerminal(stderr) ? ProgressBar::Form::kBar
+                                                           : ProgressBar::Form::kNone) {
   console_.bar_ = &bar_;
 }
 

@@ -20,6 +20,7 @@ class Console {
   struct Options {
     bool quiet = false;    ///< no notes and no progress; errors are still printed
     bool verbose = false;  ///< details too: notices, and where in the source a failure arose
+    bool progressLines = false;  ///< progress as lines for a program that reads them, terminal or not
   };
 
   explicit Console(const Options& options);
@@ -45,8 +46,8 @@ class Console {
   /// A message for someone who looks for a cause; only under --verbose.
   void Detail(const std::string& text);
 
-  /// A progress line on stderr while the guard lives; at most one at a time. Shown when stderr is a terminal
-  /// and the program is not to be quiet.
+  /// Progress on stderr while the guard lives; at most one at a time. Shown when stderr is a terminal
+  /// and the program is not to be quiet, or as lines if those are asked for.
   class Progress {
    public:
     explicit Progress(Console& console);

@@ -141,6 +141,8 @@ int Program::Run(int argc, char** argv) {
   app.set_version_flag("--version", "mirel " MIREL_VERSION, "Print the version and end");
   app.add_flag("-q,--quiet", options.quiet, "No progress, notes or reports; errors are still printed");
   app.add_flag("-v,--verbose", options.verbose, "Details of what happens, for finding a cause");
+  app.add_flag("--progress", options.progressLines,
+               "Progress as lines on standard error, for a program that runs this one");
   std::uint64_t memoryLimit = 0;
   app.add_option("--memory-limit", memoryLimit,
                  "What opening a folder may take, such as 2G; beyond it files are refused and nodes left out")

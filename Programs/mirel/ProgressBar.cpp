@@ -12,8 +12,8 @@ constexpr auto kRedraw = std::chrono::milliseconds(100);
 
 }  // namespace
 
-ProgressBar::ProgressBar(bool enabled) : enabled_(enabled), begun_(std::chrono::steady_clock::now()) {
-  if (enabled_) {
+ProgressBar::ProgressBar(Form form) : form_(form), begun_(std::chrono::steady_clock::now()) {
+  if (form_ != Form::kNone) {
     thread_ = std::thread([this] { Run(); });
   }
 }
@@ -54,9 +54,21 @@ void ProgressBar::End() {
 void ProgressBar::Run() {
   std::unique_lock<std::mutex> lock(mutex_);
   while (!wake_.wait_for(lock, kRedraw, [this] { return ending_; })) {
-    Draw();
+    form_ == Form::kBar ? Draw() : PrintLine();
   }
   Erase();
+}
+
+void ProgressBar::PrintLine() {
+  std::string line = "progress: " + stage_;
+  if (fraction_ >= 0.0) {
+    line += " " + std::to_string(static_cast<int>(fraction_ * 100.0));
+  }
+  if (!stage_.empty() && line != line_) {
+    line_ = line;
+    std::fputs((line + "\n").c_str(), stderr);
+    std::fflush(stderr);
+  }
 }
 
 void ProgressBar::Draw() {

@@ -10,14 +10,18 @@
 
 namespace mirel {
 
-/// One line on stderr that shows the stage at work, how far it is and how long all has taken so far. Draws on a terminal
-/// only: anywhere else every operation does nothing.
+/// Shows on stderr the stage at work, how far it is and how long all has taken so far.
 ///
 /// Thread safety: every operation may be called from any thread. The line is redrawn by a thread of its own,
 /// so that it lives on while a library works without a word.
 class ProgressBar : public StageProgress {
  public:
-  explicit ProgressBar(bool enabled);
+  enum class Form {
+    kNone,  ///< nothing
+    kBar,   ///< one line of a terminal, which is drawn over itself
+    kLines,  ///< "progress: STAGE PERCENT", or without the percentage when it is not known; a line for each change
+  };
+  explicit ProgressBar(Form form);
   ~ProgressBar() override;
 
   ProgressBar(const ProgressBar&) = delete;
@@ -36,15 +40,17 @@ class ProgressBar : public StageProgress {
  private:
   void Run();
   void Draw();
+  void PrintLine();
   void Erase();
 
-  const bool enabled_;
+  const Form form_;
   std::mutex mutex_;
   std::condition_variable wake_;
   std::string stage_;
   double fraction_ = -1.0;  // negative: not known
   const std::chrono::steady_clock::time_point begun_;
   std::size_t drawn_ = 0;  // columns on the screen
+  std::string line_;       // the last one printed
   bool ending_ = false;
   std::thread thread_;
 };

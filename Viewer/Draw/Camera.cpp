@@ -189,6 +189,13 @@ void Camera::Orbit(double azimuth, double elevation) {
                {0, 0, 1});
 }
 
+void Camera::Orbit(double azimuth, double elevation, const glm::dvec3& center) {
+  const glm::dvec3 away = target_ - center;
+  const glm::dvec3 seen(glm::dot(away, GetRight()), glm::dot(away, up_), glm::dot(away, forward_));
+  Orbit(azimuth, elevation);
+  target_ = center + GetRight() * seen.x + up_ * seen.y + forward_ * seen.z;
+}
+
 void Camera::Pan(double right, double up) {
   target_ += (GetRight() * right + up_ * up) * GetHeight();
 }

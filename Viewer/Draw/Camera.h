@@ -71,6 +71,8 @@ class MIREL_DRAW_API Camera {
   /// Turns about the target: `azimuth` about the scene's z axis, positive to the left, and `elevation` upwards, in
   /// radians. Does not go over the top.
   void Orbit(double azimuth, double elevation);
+  /// The same about another point, which stays where it is in the picture.
+  void Orbit(double azimuth, double elevation, const glm::dvec3& center);
   /// Moves camera and target by a part of the picture's height, to the right and upwards.
   void Pan(double right, double up);
   /// Comes nearer by a factor above 1, or goes away by one below it; `center` stays where it is in the picture.

@@ -60,6 +60,7 @@ class DrawScene::Gathering {
  public:
   Gathering(DrawScene& scene, const NodeVisibility& visibility) : scene_(scene), visibility_(visibility) {}
 
+  /// To be followed by `Finish` after the last root.
   void Walk(const SceneNode& root) {
     Visit(root, {DrawNode::kNone, glm::dmat4x3(1.0), {}});
     // Levels come from a file, so what waits is kept in a list, not on the stack.
@@ -69,7 +70,13 @@ class DrawScene::Gathering {
       for (const std::shared_ptr<SceneNode>& child : next.group->GetNodes())
         Visit(*child, next.place);
     }
+  }
+
+  void Finish() {
     Number();
+    if (scene_.leftOut_ > 0)
+      Logger::Instance().Message(1, "%u bodies cannot be drawn where they are placed and are left out",
+                                 scene_.leftOut_);
   }
 
  private:
@@ -149,10 +156,16 @@ class DrawScene::Gathering {
 };
 
 DrawScene::DrawScene(const SceneNode& root, const NodeVisibility& visibility) {
-  Gathering(*this, visibility).Walk(root);
-  if (leftOut_ > 0)
-    Logger::Instance().Message(1, "%u bodies cannot be drawn where they are placed and are left out",
-                               leftOut_);
+  Gathering gathering(*this, visibility);
+  gathering.Walk(root);
+  gathering.Finish();
+}
+
+DrawScene::DrawScene(const std::vector<std::shared_ptr<SceneNode>>& roots, const NodeVisibility& visibility) {
+  Gathering gathering(*this, visibility);
+  for (const std::shared_ptr<SceneNode>& root : roots)
+    gathering.Walk(*root);
+  gathering.Finish();
 }
 
 DrawScene::~DrawScene() = default;

@@ -34,14 +34,14 @@ struct DrawBatch {
 
 /// A node of the tree that the scene was made of.
 struct DrawNode {
-  /// `parent` of the root.
+  /// `parent` of a root.
   static constexpr std::uint32_t kNone = 0xFFFFFFFFu;
 
   const SceneNode* node;  ///< only to be looked into while the caller keeps the tree
   std::uint32_t parent;   ///< position in `DrawScene::GetNodes`
 };
 
-/// What is to be drawn of a tree of scene nodes, as batches. A picture of the moment: what happens to the nodes
+/// What is to be drawn of trees of scene nodes, as batches. A picture of the moment: what happens to the nodes
 /// afterwards does not show, and they may go. The graphics are shared with them, not copied.
 ///
 /// A *placement* is one body at one place. Its number counts the placements of all batches, in their order.
@@ -53,6 +53,9 @@ class MIREL_DRAW_API DrawScene {
   /// that cannot be drawn where they stand, since their placement is not finite, flattens them or puts them farther
   /// from the origin than `kMaxCoordinate`; one notice (level 1) says how many. At most `kMaxPlacements` are gathered.
   explicit DrawScene(const SceneNode& root, const NodeVisibility& visibility = NodeVisibility());
+  /// The same below several roots, such as the top-level nodes of a `Scene`.
+  explicit DrawScene(const std::vector<std::shared_ptr<SceneNode>>& roots,
+                     const NodeVisibility& visibility = NodeVisibility());
   ~DrawScene();
 
   DrawScene(const DrawScene&) = delete;
@@ -69,7 +72,7 @@ class MIREL_DRAW_API DrawScene {
   const DrawBatch& GetBatch(std::uint32_t placement) const;
   const glm::dmat4x3& GetPlacement(std::uint32_t placement) const;
 
-  /// All nodes that were visited, parents before their children; the root is the first.
+  /// All nodes that were visited, parents before their children; a root is the first.
   const std::vector<DrawNode>& GetNodes() const { return nodes_; }
   /// The nodes from the root to a placement's body.
   std::vector<const SceneNode*> GetPath(std::uint32_t placement) const;

@@ -1,7 +1,7 @@
 #include <Programs/mirel/Check/CheckVerb.h>
 
 #include <Programs/mirel/Console.h>
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/Text/JsonText.h>
 #include <Programs/mirel/Text/Plural.h>
 
@@ -155,7 +155,7 @@ CLI::App* CheckVerb::Declare(CLI::App& program) {
 }
 
 ExitCode CheckVerb::Run(Console& console) {
-  const std::string refusal = SceneOpener::Check(folder_);
+  const std::string refusal = ModelPath::Check(folder_);
   if (!refusal.empty() && !HasPackages(folder_)) {
     console.Error(folder_, refusal);
     return ExitCode::kInputUnread;

@@ -5,7 +5,7 @@
 #include <Programs/mirel/Check/SealCheck.h>
 #include <Programs/mirel/Extras/ExtrasReader.h>
 #include <Programs/mirel/LogNotes.h>
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/ProgressBar.h>
 #include <Programs/mirel/Text/Plural.h>
 
@@ -67,7 +67,7 @@ CheckCode CodeOf(ExtrasReader::Fault fault) {
 }  // namespace
 
 FolderCheck::FolderCheck(const std::string& path)
-    : index_(SceneOpener::FindIndex(path)),
+    : index_(ModelPath::FindIndex(path)),
       indexName_(NameOfPath(fs::u8path(index_))),
       folder_(PathUtil::GetFolderPath(index_)),
       readBody_([](const std::string& text) { return TopoShape::Read(text); }),

@@ -3,7 +3,7 @@
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/Open/ModelFolder.h>
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/Text/JsonText.h>
 #include <Programs/mirel/Text/Utf8.h>
 
@@ -157,7 +157,7 @@ CLI::App* BoxVerb::Declare(CLI::App& program) {
 }
 
 ExitCode BoxVerb::Run(Console& console) {
-  const std::string refusal = SceneOpener::Check(folder_);
+  const std::string refusal = ModelPath::Check(folder_);
   if (!refusal.empty()) {
     console.Error(folder_, refusal);
     return ExitCode::kInputUnread;

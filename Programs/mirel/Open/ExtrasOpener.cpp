@@ -2,7 +2,7 @@
 
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Extras/ExtrasReader.h>
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/View/PieceSource.h>
 
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
@@ -11,7 +11,7 @@
 namespace mirel {
 
 bool ExtrasOpener::Open(Console& console, const std::string& path, std::optional<Extras>& extras) {
-  return Open(console, path, FolderPieces(PathUtil::GetFolderPath(SceneOpener::FindIndex(path))), extras);
+  return Open(console, path, FolderPieces(PathUtil::GetFolderPath(ModelPath::FindIndex(path))), extras);
 }
 
 bool ExtrasOpener::Open(Console& console, const std::string& subject, const PieceSource& source,

@@ -7,7 +7,7 @@
 #include <Programs/mirel/Open/ExtrasOpener.h>
 #include <Programs/mirel/Open/ModelFigures.h>
 #include <Programs/mirel/Open/ModelFolder.h>
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/Picture/PictureCall.h>
 #include <Programs/mirel/Stopwatch.h>
 #include <Programs/mirel/Text/JsonText.h>
@@ -219,7 +219,7 @@ CLI::App* InfoVerb::Declare(CLI::App& program) {
 }
 
 ExitCode InfoVerb::Run(Console& console) {
-  const std::string refusal = SceneOpener::Check(folder_);
+  const std::string refusal = ModelPath::Check(folder_);
   if (!refusal.empty()) {
     console.Error(folder_, refusal);
     return ExitCode::kInputUnread;

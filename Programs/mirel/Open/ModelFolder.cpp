@@ -1,6 +1,6 @@
 #include <Programs/mirel/Open/ModelFolder.h>
 
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/Stopwatch.h>
 
 #include <Viewer/Kernel/Host/Core/Logger.h>
@@ -36,7 +36,7 @@ bool TakeIndex(LiteModel& model, std::shared_ptr<RawBuffer> buffer, unsigned int
 }  // namespace
 
 bool ModelFolder::Load(const std::string& path) {
-  const std::string index = SceneOpener::FindIndex(path);
+  const std::string index = ModelPath::FindIndex(path);
   const std::string folder = PathUtil::GetFolderPath(index);
   Stopwatch watch;
   const auto read = [&](const std::string& name, const std::string& file, auto&& take) {

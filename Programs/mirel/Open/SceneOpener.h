@@ -14,12 +14,6 @@ class SceneOpener {
   /// The root node, or an empty pointer after a message. `path` names the folder or its index file.
   /// `complete` becomes false when anything could not be read; what could is under the root.
   static std::shared_ptr<GroupSceneNode> Open(Console& console, const std::string& path, bool& complete);
-
-  /// The index file of a folder, given the folder or the index file itself.
-  static std::string FindIndex(const std::string& path);
-
-  /// Says why `path` cannot be a model folder; empty when it may be one.
-  static std::string Check(const std::string& path);
 };
 
 }  // namespace mirel

@@ -1,7 +1,7 @@
 #include <Programs/mirel/Seal/SealVerb.h>
 
 #include <Programs/mirel/Console.h>
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/Save/FolderLock.h>
 #include <Programs/mirel/Seal/FolderSeal.h>
 
@@ -24,12 +24,12 @@ CLI::App* SealVerb::Declare(CLI::App& program) {
 }
 
 ExitCode SealVerb::Run(Console& console) {
-  const std::string refusal = SceneOpener::Check(folder_);
+  const std::string refusal = ModelPath::Check(folder_);
   if (!refusal.empty()) {
     console.Error(folder_, refusal);
     return ExitCode::kInputUnread;
   }
-  const std::string folder = PathUtil::GetFolderPath(SceneOpener::FindIndex(folder_));
+  const std::string folder = PathUtil::GetFolderPath(ModelPath::FindIndex(folder_));
   // Another seal would write the same files, and a save may replace the folder meanwhile.
   std::error_code failure;
   const fs::path place = fs::canonical(fs::u8path(folder.empty() ? "." : folder), failure);

@@ -6,12 +6,10 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace mirel {
 
 class PieceSource;
-class StreamModelLoader;
 
 /// `mirel stream FOLDER`: hands the files of a model folder over to the registered stream model loader, as a
 /// program does that gets them from elsewhere, and prints the nodes that it puts into the viewer.
@@ -21,18 +19,7 @@ class StreamVerb : public Verb {
   ExitCode Run(Console& console) override;
 
  private:
-  /// The file of a model folder and the name under which a loader takes its content.
-  struct Piece {
-    std::string file;
-    const char* kind;
-  };
-
   ExitCode Load(Console& console, const std::string& subject, const PieceSource& source) const;
-  /// False, after messages, when the viewer got nothing.
-  bool Deliver(const PieceSource& source, StreamModelLoader& loader) const;
-  /// All that the index names, in the order in which it is handed over.
-  std::vector<Piece> ListPieces(const PieceSource& source, const char* index) const;
-  void Shuffle(std::vector<Piece>& pieces) const;
 
   std::string folder_;
   ModuleOption module_;

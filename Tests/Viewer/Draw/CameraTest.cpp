@@ -82,6 +82,10 @@ TEST(CameraTest, TurnsPansAndZoomsAboutItsTarget) {
   camera.Zoom(3.0, mark);
   EXPECT_LT(glm::distance(glm::dvec2(camera.Project(mark, kSize)), glm::dvec2(before)), 1e-9);
   EXPECT_NEAR(glm::distance(camera.GetEye(), camera.GetTarget()), distance / 3, 1e-9);
+  const glm::dvec3 direction = camera.GetForward();
+  camera.Orbit(0.5, -0.8, mark);
+  EXPECT_LT(glm::distance(glm::dvec2(camera.Project(mark, kSize)), glm::dvec2(before)), 1e-9);
+  EXPECT_GT(glm::distance(camera.GetForward(), direction), 0.5);
   const glm::dvec3 seen = camera.Project(camera.GetTarget(), kSize);
   const glm::dvec3 old = camera.GetTarget();
   camera.Pan(0.5, 0.0);

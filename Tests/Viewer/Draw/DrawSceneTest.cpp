@@ -66,6 +66,11 @@ TEST(DrawSceneTest, DrawsWhatIsAlikeTogether) {
   }
   EXPECT_EQ(scene.GetBox().GetMin(), glm::dvec3(-7, 0, 0));
   EXPECT_EQ(scene.GetBox().GetMax(), glm::dvec3(8, 24, 101));
+
+  const DrawScene twice(std::vector<std::shared_ptr<SceneNode>>{root, root});
+  EXPECT_EQ(twice.GetBatches().size(), 4u);
+  EXPECT_EQ(twice.GetPlacementCount(), 12u);
+  EXPECT_EQ(twice.GetNodes().size(), 2 * scene.GetNodes().size());
 }
 
 TEST(DrawSceneTest, LeavesOutWhatIsHiddenOrNotShownAlone) {
