@@ -5,7 +5,7 @@
 #include <Programs/mirel/Open/SceneOpener.h>
 #include <Programs/mirel/Picture/PictureArguments.h>
 #include <Programs/mirel/Picture/PictureCall.h>
-#include <Programs/mirel/Save/SaveVerb.h>
+#include <Programs/mirel/Save/Conversion.h>
 #include <Programs/mirel/Save/TemporaryFolder.h>
 
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
@@ -101,7 +101,7 @@ ExitCode PictureVerb::Run(Console& console) {
     return DrawFolder(console, input_);
   }
   const TemporaryFolder folder;
-  const ExitCode saved = SaveVerb::Convert(console, input_, folder.GetPath());
+  const ExitCode saved = Conversion({}).Run(console, input_, folder.GetPath());
   if (saved != ExitCode::kDone) {
     return saved;
   }
