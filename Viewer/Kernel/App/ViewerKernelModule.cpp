@@ -5,7 +5,7 @@
 #include <Viewer/Kernel/Host/Application/StreamModelLoaderFactory.h>
 #include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
 #include <Viewer/Kernel/Host/View/CommandManager.h>
-#include <Viewer/Kernel/IO/LiteSceneReader.h>
+#include <Viewer/Kernel/IO/LiteFolderReader.h>
 
 #include <memory>
 #include <mutex>
@@ -32,7 +32,7 @@ void RegisterLoader() {
 }();
 
 [[maybe_unused]] const bool g_readerRegistered = [] {
-  SceneExchangeManager::Instance().AddReader(std::make_shared<LiteSceneReader>());
+  SceneExchangeManager::Instance().AddReader(std::make_shared<LiteFolderReader>());
   return true;
 }();
 

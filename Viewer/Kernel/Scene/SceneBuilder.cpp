@@ -1,5 +1,6 @@
 #include <Viewer/Kernel/Scene/SceneBuilder.h>
 
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/Host/Renderer/Scene.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
@@ -9,6 +10,8 @@ namespace mirel {
 
 std::shared_ptr<GroupSceneNode> BuildScene(LiteModel& model) {
   model.ApplyShape();
+  for (const auto& [id, grep] : model.GetGRepShapes())
+    if (grep) grep->SetBodyId(id);
   auto root = std::make_shared<GroupSceneNode>();
   LiteVisualVisitor visitor(model, nullptr, root);
   model.Apply(&visitor);

@@ -87,8 +87,10 @@ TEST_F(ImportLiteModelCommandTest, AddsTheChosenModelEachTime) {
   }
   EXPECT_NE(Nodes()[0], Nodes()[1]);
   EXPECT_NE(DescribeNodes(*Nodes()[1]).find("Schraube"), std::string::npos);
+  EXPECT_TRUE(Run(folder.GetPath())) << "a dialog may answer with the folder";
+  EXPECT_EQ(Nodes().size(), 3U);
   EXPECT_TRUE(Run("missing/index.gz")) << "the reader has reported it";
-  EXPECT_EQ(Nodes().size(), 2U);
+  EXPECT_EQ(Nodes().size(), 3U);
   EXPECT_EQ(log_.GetTexts(3), std::vector<std::string>{"Buffer is null!"});
 }
 

@@ -115,7 +115,7 @@ TEST_F(LiteSceneReaderTest, WithoutAnIndexThereIsNoRoot) {
   EXPECT_EQ(LoadAndDescribe(), "<none>");
   EXPECT_EQ(log_.GetTexts(3), std::vector<std::string>{"Buffer is null!"});
   EXPECT_TRUE(log_.GetTexts(2).empty());
-  EXPECT_TRUE(log_.Contains("LiteSceneReader.cpp"));
+  EXPECT_TRUE(log_.Contains("FolderLoad.cpp"));
 
   for (const char* const text : {"", "no JSON", "{}", "[]", R"({"Types":[]})", R"({"Items":[]})"}) {
     WriteGzip(index_, text);

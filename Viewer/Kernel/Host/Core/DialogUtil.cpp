@@ -1,6 +1,8 @@
 #include <Viewer/Kernel/Host/Core/DialogUtil.h>
 
+#include <filesystem>
 #include <mutex>
+#include <system_error>
 #include <utility>
 
 namespace mirel {
@@ -18,7 +20,10 @@ Path DialogUtil::OpenFileDialog(const std::string& name, const std::vector<std::
     const std::lock_guard<std::mutex> lock(g_mutex);
     ask = g_openFile;  // called without the lock: a dialog may stay open for minutes
   }
-  return ask ? ask(name, filters) : Path();
+  const Path chosen = ask ? ask(name, filters) : Path();
+  std::error_code ignored;
+  const std::filesystem::path inside = std::filesystem::u8path(chosen.GetText()) / name;
+  return chosen && std::filesystem::is_regular_file(inside, ignored) ? Path(inside.u8string()) : chosen;
 }
 
 void DialogUtil::SetOpenFileFunction(OpenFileFunction function) {

@@ -15,7 +15,8 @@ namespace mirel {
 class MIREL_HOST_API DialogUtil {
  public:
   /// Given the suggested file name and the filters (description, pattern, description, pattern, ...), returns the
-  /// chosen path, or an empty one when the user cancels.
+  /// chosen path, or an empty one when the user cancels. It may be a folder that holds a file of the suggested name, which
+  /// is then what was chosen.
   using OpenFileFunction =
       std::function<Path(const std::string& name, const std::vector<std::string>& filters)>;
 

@@ -1,6 +1,7 @@
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 
 #include <Viewer/Kernel/Host/Core/SharedPool.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 namespace mirel {
 
@@ -24,6 +25,10 @@ std::shared_ptr<const FacePalette> Share(FacePalette palette) {
 BrepSceneNode::BrepSceneNode(const std::shared_ptr<GRepShape>& grep) : grep_(grep) {}
 
 BrepSceneNode::~BrepSceneNode() = default;
+
+ObjectId BrepSceneNode::GetBodyId() const {
+  return grep_ ? grep_->GetBodyId() : ObjectId();
+}
 
 const glm::vec3& BrepSceneNode::GetDrawnColor(unsigned int face) const {
   const FacePalette& palette = GetFaceColors();

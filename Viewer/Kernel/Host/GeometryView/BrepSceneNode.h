@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Viewer/Kernel/Host/Core/HostExport.h>
+#include <Viewer/Kernel/Host/Core/ObjectId.h>
 #include <Viewer/Kernel/Host/GeometryView/FacePalette.h>
 #include <Viewer/Kernel/Host/Renderer/GeneralSceneNode.h>
 
@@ -24,6 +25,9 @@ class MIREL_HOST_API BrepSceneNode : public GeneralSceneNode {
   ~BrepSceneNode() override;
 
   const std::shared_ptr<GRepShape>& GetGRep() const { return grep_; }
+
+  /// `GRepShape::GetBodyId` of what it draws; the default id when it draws nothing. `GetUserId` is the item's.
+  ObjectId GetBodyId() const;
 
   SceneNodeKind GetKind() const override { return SceneNodeKind::kBrep; }
 

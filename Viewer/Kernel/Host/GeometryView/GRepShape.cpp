@@ -3,6 +3,7 @@
 #include <Viewer/Kernel/Host/Core/Logger.h>
 #include <Viewer/Kernel/Host/Core/WatchedWork.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
+#include <Viewer/Kernel/Host/GeometryView/BodyArrival.h>
 #include <Viewer/Kernel/Host/GeometryView/EarlyTessellation.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepRecord.h>
 #include <Viewer/Kernel/Host/GeometryView/Tessellator.h>
@@ -67,10 +68,23 @@ bool GRepShape::ToStream(std::ostream& stream) const {
 
 bool GRepShape::SetShape(const std::shared_ptr<TopoShape>& shape, bool recompute) {
   if (!shape) return false;
-  shape_ = shape;
+  std::atomic_store(&shape_, shape);
   early_.reset();
   if (recompute) Compute();
   return true;
+}
+
+std::shared_ptr<TopoShape> GRepShape::GetShape() const {
+  return std::atomic_load(&shape_);
+}
+
+bool GRepShape::IsShapeExpected() const {
+  return !GetShape() && arrival_ && !arrival_->HasEnded();
+}
+
+std::shared_ptr<TopoShape> GRepShape::WaitForShape() const {
+  if (IsShapeExpected()) arrival_->WaitFor([this] { return GetShape() != nullptr; });
+  return GetShape();
 }
 
 }  // namespace mirel

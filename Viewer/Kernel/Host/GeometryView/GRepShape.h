@@ -2,14 +2,17 @@
 
 #include <Viewer/Kernel/Host/Core/HostExport.h>
 #include <Viewer/Kernel/Host/Core/MemoryBudget.h>
+#include <Viewer/Kernel/Host/Core/ObjectId.h>
 #include <Viewer/Kernel/Host/GeometryView/AABoxT.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
 
 #include <iosfwd>
 #include <memory>
+#include <utility>
 
 namespace mirel {
 
+class BodyArrival;
 class EarlyTessellation;
 class MaterialInstance;
 class TopoShape;
@@ -20,7 +23,8 @@ class TopoShape;
 /// (`FromStream`) and given its body later (`SetShape`). Reading never tessellates.
 ///
 /// Thread safety: different GReps may be used by different threads at once, `Compute` included, also when
-/// they share a body. One GRep may be read by several threads while none changes it.
+/// they share a body. One GRep may be read by several threads while none changes it, but for its body: that may be given
+/// to it, without computing anew, while others read.
 class MIREL_HOST_API GRepShape {
  public:
   /// A GRep of `shape` that draws nothing yet: its box is empty until `Compute`. An empty pointer, with a
@@ -86,8 +90,21 @@ class MIREL_HOST_API GRepShape {
   /// empty.
   bool SetShape(const std::shared_ptr<TopoShape>& shape, bool recompute);
 
-  /// The body; an empty pointer for a GRep that was read and not given one.
-  std::shared_ptr<TopoShape> GetShape() const { return shape_; }
+  /// The body; an empty pointer for a GRep that was read and not given one, or not yet. Does not wait.
+  std::shared_ptr<TopoShape> GetShape() const;
+
+  /// Says that the body will be given to it later, if it can be had. To be called before other threads know the GRep.
+  void ExpectShape(std::shared_ptr<const BodyArrival> arrival) { arrival_ = std::move(arrival); }
+  /// Whether the body is still on its way.
+  bool IsShapeExpected() const;
+  /// The body. Waits for it as long as it is on its way; an empty pointer when it has not come. Any thread may call it but
+  /// the one that brings the body.
+  std::shared_ptr<TopoShape> WaitForShape() const;
+
+  /// The id of the body in its model, under which packages, items and messages name it; the default id when it was not
+  /// opened with a model.
+  const ObjectId& GetBodyId() const { return bodyId_; }
+  void SetBodyId(const ObjectId& id) { bodyId_ = id; }
 
   /// The box of what is drawn, in the coordinates of the body; see `GRepMesh::box`.
   const AABoxT<double>& GetBoundingBox() const { return mesh_.box; }
@@ -98,7 +115,9 @@ class MIREL_HOST_API GRepShape {
  private:
   GRepShape(const std::shared_ptr<TopoShape>& shape, double deflection, bool withEdges);
 
-  std::shared_ptr<TopoShape> shape_;
+  std::shared_ptr<TopoShape> shape_;  // loaded and stored atomically
+  std::shared_ptr<const BodyArrival> arrival_;
+  ObjectId bodyId_;
   double deflection_;
   bool withEdges_;
   std::unique_ptr<EarlyTessellation> early_;  // from Create to the first Compute

@@ -2,10 +2,22 @@
 
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/Renderer/SceneReader.h>
+#include <Viewer/Kernel/Host/Renderer/StagedReader.h>
 
 #include <algorithm>
+#include <filesystem>
+#include <system_error>
 
 namespace mirel {
+
+namespace {
+
+bool OpensFolder(const SceneReader& reader, const std::string& path) {
+  const auto* const staged = dynamic_cast<const StagedReader*>(&reader);
+  return staged != nullptr && !staged->FindFile(path).empty();
+}
+
+}  // namespace
 
 SceneExchangeManager::SceneExchangeManager() = default;
 
@@ -33,6 +45,12 @@ std::shared_ptr<SceneReader> SceneExchangeManager::FindReader(const std::string&
   const std::size_t dot = name.rfind('.');
   const std::string extension = dot == std::string::npos ? std::string() : name.substr(dot);
   const std::vector<std::shared_ptr<SceneReader>> readers = GetReaders();
+  std::error_code ignored;
+  if (std::filesystem::is_directory(std::filesystem::u8path(path), ignored)) {
+    for (auto reader = readers.rbegin(); reader != readers.rend(); ++reader) {
+      if (OpensFolder(**reader, path)) return *reader;
+    }
+  }
   for (auto reader = readers.rbegin(); reader != readers.rend(); ++reader) {
     if ((*reader)->Support(extension)) return *reader;
   }

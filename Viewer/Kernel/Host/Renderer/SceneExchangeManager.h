@@ -23,7 +23,8 @@ class MIREL_HOST_API SceneExchangeManager {
   std::vector<std::shared_ptr<SceneReader>> GetReaders() const;
 
   /// The reader added last among those that support a file's extension, empty when there is none. The extension is
-  /// that of the path's file name, dot included, as it is written ("a/index.gz": ".gz").
+  /// that of the path's file name, dot included, as it is written ("a/index.gz": ".gz"). Of a folder that is there, it is
+  /// the reader added last among those that open it (`StagedReader::FindFile`), if any does; its `Load` takes the folder.
   std::shared_ptr<SceneReader> FindReader(const std::string& path) const;
 
  private:
