@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Checks the format of all sources, and the sources themselves with clang-tidy.
+# Checks the format of all sources, and those in C++ themselves with clang-tidy.
 # usage: scripts/lint.sh [FILE...]     default: all sources
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -10,6 +10,10 @@ if [[ ${#files[@]} -eq 0 ]]; then
   mapfile -t files < <(git ls-files '*.cpp' '*.h')
 fi
 clang-format-14 --dry-run -Werror "${files[@]}"
+
+if [[ -d Web/node_modules ]]; then
+  (cd Web && npm run --silent lint)
+fi
 
 cmake --preset dev >/dev/null
 sources=()

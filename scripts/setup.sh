@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs those packages of packages.txt that are missing; says nothing when there are none.
-# usage: scripts/setup.sh [lint] [windows] [fuzz]
+# usage: scripts/setup.sh [lint] [windows] [fuzz] [web]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -9,17 +9,19 @@ if ! command -v dpkg-query >/dev/null; then
   exit 1
 fi
 
-# Names of the packages without a group and of those in the groups asked for.
-packages=$(awk -v groups="$*" '
-  BEGIN { count = split(groups, names, " "); for (i = 1; i <= count; i++) wanted["@" names[i]] = 1 }
-  { sub(/#.*/, "") }
-  NF == 1 || (NF == 2 && $2 in wanted) { print $1 }' scripts/packages.txt)
-
 missing=()
-for package in $packages; do
+while read -r package marks; do
+  isWanted=true
+  for mark in $marks; do
+    case $mark in
+      @*) [[ " $* " == *" ${mark#@} "* ]] || isWanted=false ;;
+      command=*) command -v "${mark#command=}" >/dev/null && isWanted=false ;;
+    esac
+  done
+  $isWanted || continue
   state=$(dpkg-query -W -f '${db:Status-Status}' "$package" 2>/dev/null || true)
   [[ $state == installed ]] || missing+=("$package")
-done
+done < <(sed 's/#.*//; /^ *$/d' scripts/packages.txt)
 [[ ${#missing[@]} -gt 0 ]] || exit 0
 
 as_root=()

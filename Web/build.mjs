@@ -1,0 +1,17 @@
+// Bundles what is published: the reader, the three.js objects and the web component, each minified, for browsers and node;
+// and the viewer with all that it needs in one script, for pages that load nothing else.
+// usage: node build.mjs [FOLDER]     default: dist
+import { build } from 'esbuild';
+
+const outdir = process.argv[2] ?? 'dist';
+const common = {
+  bundle: true,
+  minify: true,
+  target: 'es2022',
+  legalComments: 'none',
+  logLevel: 'warning',
+  outdir,
+};
+const inputs = name => ({ [name]: `src/${name === 'index' ? '' : `${name}/`}index.ts` });
+
+await Promise.all([build({ ...common, entryPoints: inputs('index'), format: 'esm' })]);

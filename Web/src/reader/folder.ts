@@ -1,0 +1,148 @@
+import { MemoryBudget } from './budget.js';
+import { ReadError } from './failure.js';
+import { inflateFile } from './gzip.js';
+import { readIndex, type ModelIndex } from './items.js';
+import { maxMissingPackages, memoryLimit } from './limits.js';
+import { countMeshBytes, type Mesh } from './mesh.js';
+import { readPackage } from './package.js';
+import { readRecord } from './record.js';
+import { httpSource, type FolderSource } from './source.js';
+
+/** How far reading has got. */
+export interface Progress {
+  /** The file that is being fetched. */
+  file: string;
+  loaded: number;
+  /** Undefined when the server does not say. */
+  total?: number;
+}
+
+export interface OpenOptions {
+  /** Ends opening and reading with the signal's reason. */
+  signal?: AbortSignal;
+  onProgress?: (progress: Progress) => void;
+  /** Is told, in a sentence for people, what is damaged and was left out. */
+  onMessage?: (message: string) => void;
+  /** Bytes that opening may take in all; 64 GiB if nothing is said. */
+  memoryLimit?: number;
+}
+
+/** The graphics of one body. */
+export interface Graphics {
+  shapeId: string;
+  mesh: Mesh;
+}
+
+/** A model folder that has been opened: its index, and access to its packages. */
+export class ModelFolder {
+  private constructor(
+    readonly index: ModelIndex,
+    private readonly source: FolderSource,
+    private readonly options: OpenOptions,
+    private readonly budget: MemoryBudget,
+  ) {}
+
+  /**
+   * Opens a folder: fetches its index and reads it. `source` is the folder's address, or what gives its files.
+   * Throws a `ReadError` when there is no model, and the signal's reason.
+   */
+  static async open(source: string | URL | FolderSource, options: OpenOptions = {}): Promise<ModelFolder> {
+    const files = typeof source === 'function' ? source : httpSource(source);
+    const budget = new MemoryBudget(options.memoryLimit ?? memoryLimit);
+    const content = await fetchContent('index.gz', files, options, budget);
+    if (!content) throw new ReadError('index.gz', 'not found: there is no model');
+    return new ModelFolder(readIndex(content), files, options, budget);
+  }
+
+  /**
+   * Fetches packages of graphics and gives what is in them, body after body. `numbers` says which, and in what order; left
+   * out, all. What is missing or damaged is left out after a message. Of two graphics of one body the later counts.
+   */
+  async *graphics(numbers?: Iterable<number>): AsyncGenerator<Graphics, void, undefined> {
+    let missing = 0;
+    const count = this.index.graphicsPackages;
+    for (const number of numbers ?? countTo(count)) {
+      const file = `grep/${number}.gz`;
+      const content = await this.fetchPackage(file);
+      if (content) {
+        for (const { shapeId, mesh } of this.readMeshes(content, file)) {
+          this.options.signal?.throwIfAborted();
+          yield { shapeId, mesh };
+        }
+      } else if (++missing >= maxMissingPackages) {
+        this.say(
+          `${file}: so many packages are missing that no more are asked for; the index counts ${count}`,
+        );
+        return;
+      }
+    }
+  }
+
+  /** The exact body with an id as BRep text; undefined when none of the packages `model/` that are there has it. */
+  async brepText(shapeId: string): Promise<Uint8Array | undefined> {
+    for (let number = Math.min(this.index.shapePackages, maxPackageSearch); number > 0; --number) {
+      const content = await this.fetchPackage(`model/${number}.gz`);
+      const item =
+        content &&
+        readPackage(content)
+          .filter(({ id }) => id === shapeId)
+          .at(-1);
+      if (item && item.bytes.length === item.size) return item.bytes;
+    }
+    return undefined;
+  }
+
+  private async fetchPackage(file: string): Promise<Uint8Array | undefined> {
+    try {
+      const content = await fetchContent(file, this.source, this.options, this.budget);
+      if (!content) this.say(`${file}: not found`);
+      return content;
+    } catch (error) {
+      if (!(error instanceof ReadError)) throw error;
+      this.say(error.message);
+      return undefined;
+    }
+  }
+
+  private *readMeshes(content: Uint8Array, file: string): Generator<Graphics, void, undefined> {
+    const items = readPackage(content);
+    if (items.length === 0) this.say(`${file}: not a package, or its table is cut short`);
+    for (const [i, { id, size, bytes }] of items.entries()) {
+      let mesh = readRecord(bytes);
+      if (typeof mesh !== 'string' && !this.budget.take(countMeshBytes(mesh)))
+        mesh = 'it would take more memory than the limit allows';
+      if (typeof mesh !== 'string') yield { shapeId: id, mesh };
+      else
+        this.say(
+          `${file}: item ${i + 1} of ${items.length}, id ${id}, ${size} bytes` +
+            `${bytes.length < size ? ', is cut short' : ''}: not a graphics record: ${mesh}`,
+        );
+    }
+  }
+
+  private say(message: string): void {
+    this.options.onMessage?.(message);
+  }
+}
+
+/** Packages that are looked through for one body. */
+const maxPackageSearch = 10_000;
+
+async function fetchContent(
+  file: string,
+  source: FolderSource,
+  { signal, onProgress }: OpenOptions,
+  budget: MemoryBudget,
+): Promise<Uint8Array | undefined> {
+  signal?.throwIfAborted();
+  const onBytes = onProgress && ((loaded: number, total?: number) => onProgress({ file, loaded, total }));
+  const bytes = await source(file, { signal, onBytes });
+  signal?.throwIfAborted();
+  const content = bytes && (await inflateFile(bytes, file, budget));
+  signal?.throwIfAborted();
+  return content;
+}
+
+function* countTo(count: number): Generator<number> {
+  for (let number = 1; number <= count; ++number) yield number;
+}
