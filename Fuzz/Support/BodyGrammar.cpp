@@ -25,6 +25,8 @@ struct Token {
 };
 
 enum Section { kCurves2d, kCurves3d, kSurfaces, kSections };
+// Numbers of a text beyond this stand for it: what is added to one must fit.
+constexpr long kMostCounted = 1000000000000L;
 constexpr const char* kSectionNames[kSections] = {"Curve2ds", "Curves", "Surfaces"};
 
 // Tokens from `first` to before `end`.
@@ -313,7 +315,7 @@ class Mutator {
     std::string& word = At(chosen)->text;
     const bool isReference = token.role == Role::kReference;
     char* letters = nullptr;  // of a continuity, glued to an index
-    const long number = std::strtol(word.c_str() + isReference, &letters, 10);
+    const long number = std::min(std::strtol(word.c_str() + isReference, &letters, 10), kMostCounted);
     const std::string tail = letters;
     if (token.role == Role::kReal || word.find_first_of(".e") != std::string::npos) {
       word = ChangeReal(word);
