@@ -79,6 +79,8 @@ set(CPACK_DEBIAN_DRAW_PACKAGE_NAME libmirel-draw${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_DRAW_PACKAGE_SECTION libs)
 set(CPACK_COMPONENT_DRAW_DESCRIPTION "Light-weight CAD assemblies: drawing")
 set(CPACK_COMPONENT_DRAW_DEPENDS runtime)
+# Pango brings a font for Latin, Greek and Cyrillic letters; this one has what else names on drawing sheets are written in.
+set(CPACK_DEBIAN_DRAW_PACKAGE_RECOMMENDS fonts-droid-fallback)
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmirel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)

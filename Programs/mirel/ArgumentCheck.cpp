@@ -3,6 +3,7 @@
 #include <charconv>
 #include <cstdint>
 #include <system_error>
+#include <utility>
 
 namespace mirel {
 
@@ -33,6 +34,30 @@ std::string ArgumentCheck::IsSeconds(const std::string& text) {
   return Read(text, number) && number > 0.0 && number <= kMostSeconds
              ? ""
              : "\"" + text + "\" is not a number of seconds above 0, up to a million";
+}
+
+std::function<std::string(const std::string&)> ArgumentCheck::IsCountBetween(std::uint64_t least,
+                                                                             std::uint64_t most) {
+  return [least, most](const std::string& text) {
+    std::uint64_t number = 0;
+    return Read(text, number) && number >= least && number <= most
+               ? ""
+               : "\"" + text + "\" is not a whole number from " + std::to_string(least) + " to " +
+                     std::to_string(most);
+  };
+}
+
+std::function<std::string(const std::string&)> ArgumentCheck::IsOneOf(std::vector<std::string> words) {
+  return [words = std::move(words)](const std::string& text) {
+    std::string listed;
+    for (const std::string& word : words) {
+      if (text == word) {
+        return std::string();
+      }
+      listed += (listed.empty() ? "" : ", ") + word;
+    }
+    return "\"" + text + "\" is none of " + listed;
+  };
 }
 
 }  // namespace mirel

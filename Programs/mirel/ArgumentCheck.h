@@ -1,6 +1,9 @@
 #pragma once
 
+#include <cstdint>
+#include <functional>
 #include <string>
+#include <vector>
 
 namespace mirel {
 
@@ -14,6 +17,11 @@ class ArgumentCheck {
   static std::string IsPositiveCount(const std::string& text);
   /// A number of seconds above 0, up to a million.
   static std::string IsSeconds(const std::string& text);
+
+  /// Makes checks: a whole number from `least` to `most`, and one of these words.
+  static std::function<std::string(const std::string&)> IsCountBetween(std::uint64_t least,
+                                                                       std::uint64_t most);
+  static std::function<std::string(const std::string&)> IsOneOf(std::vector<std::string> words);
 };
 
 }  // namespace mirel

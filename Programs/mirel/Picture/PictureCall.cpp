@@ -42,6 +42,9 @@ ExitCode PictureCall::Draw(Console& console, const std::string& input, std::shar
     console.Note(input + ": " + std::to_string(reply.leftOut) +
                  " bodies cannot be drawn where they are placed");
   }
+  if (!reply.note.empty()) {
+    console.Note(input + ": " + reply.note);
+  }
   if (reply.nothingSeen) {
     console.Note(input + ": nothing is to be seen; the picture is empty");
   }

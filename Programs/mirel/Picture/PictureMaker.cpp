@@ -2,11 +2,13 @@
 
 #include <Programs/mirel/Picture/FaceLegend.h>
 #include <Programs/mirel/Picture/NodeSearch.h>
+#include <Programs/mirel/Picture/SheetMaker.h>
 
 #include <Viewer/Draw/Camera.h>
 #include <Viewer/Draw/DrawScene.h>
 #include <Viewer/Draw/PictureRenderer.h>
 #include <Viewer/Draw/RayCaster.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 
 #include <glm/glm.hpp>
 
@@ -189,6 +191,17 @@ bool ShowsSomething(const Picture& picture, const PictureOptions& options, const
   return false;
 }
 
+// The name of the one thing that the folder holds, or else what the request calls it.
+std::string GetTitle(const SceneNode& root, const PictureRequest& request) {
+  if (root.GetKind() == SceneNodeKind::kGroup) {
+    const auto& tops = static_cast<const GroupSceneNode&>(root).GetNodes();
+    if (tops.size() == 1 && !tops.front()->GetName().empty()) {
+      return tops.front()->GetName();
+    }
+  }
+  return request.title;
+}
+
 }  // namespace
 
 void PictureMaker::Draw(PictureReply& reply) {
@@ -197,10 +210,19 @@ void PictureMaker::Draw(PictureReply& reply) {
   Camera camera = MakeCamera(*root_, *scene, request_);
   PictureOptions options = request_.options;
   options.sections = PlaceSections(request_, *scene, camera);
+  const std::string title = GetTitle(*root_, request_);
   if (request_.facesOutput.empty()) {
     root_.reset();  // the legend alone has their names
   }
   const PictureRenderer renderer(std::make_shared<const RayCaster>(scene));
+  if (request_.sheet) {
+    SheetMaker sheet(renderer, *scene, options);
+    const Picture picture = sheet.Make(title);
+    reply.note = sheet.GetNote();
+    reply.nothingSeen = !ShowsSomething(picture, options, renderer, camera);
+    SavePicture(picture, request_.output, reply);
+    return;
+  }
   const int count = std::max(1, request_.turntable);
   for (int i = 0; i < count; ++i) {
     const Picture picture = renderer.Draw(camera, options);

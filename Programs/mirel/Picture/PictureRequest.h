@@ -33,6 +33,10 @@ struct PictureRequest {
   std::vector<Section> sections;
 
   int turntable = 0;  ///< draw so many pictures, from all around; 0: one
+  /// The smallest sheet that has room for its text.
+  static constexpr int kMinSheetWidth = 320, kMinSheetHeight = 240;
+  bool sheet = false;  ///< one picture with the standard views, dimensions and the model's name instead
+  std::string title;   ///< of the sheet, where the model has no name of its own
   std::string
       facesOutput;  ///< if any: a PNG file that names the face seen at each pixel, with a legend beside it
 };
@@ -49,6 +53,7 @@ struct PictureReply {
   std::string error;               ///< for the user; empty when all is done
   bool nothingSeen = false;        ///< the picture shows nothing
   unsigned leftOut = 0;            ///< bodies that could not be drawn where they stand
+  std::string note;                ///< what else the user should know; may be empty
   std::vector<std::string> files;  ///< what was written
 };
 

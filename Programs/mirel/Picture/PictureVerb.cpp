@@ -1,5 +1,6 @@
 #include <Programs/mirel/Picture/PictureVerb.h>
 
+#include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Import/SourceFile.h>
 #include <Programs/mirel/Open/SceneOpener.h>
@@ -31,6 +32,16 @@ bool IsSource(const std::string& path) {
   return fs::is_regular_file(file, failure) && file.filename() != "index.gz";
 }
 
+// What a model is called after the file or folder that it is in.
+std::string MakeTitle(const std::string& path) {
+  std::error_code failure;
+  fs::path place = fs::absolute(fs::u8path(path), failure).lexically_normal();
+  if (!place.has_filename() || place.filename() == "index.gz") {
+    place = place.parent_path();  // a folder with a slash behind it, or its index
+  }
+  return IsSource(path) ? place.stem().u8string() : place.filename().u8string();
+}
+
 }  // namespace
 
 CLI::App* PictureVerb::Declare(CLI::App& program) {
@@ -43,7 +54,7 @@ CLI::App* PictureVerb::Declare(CLI::App& program) {
       ->check([&options](const std::string& text) { return PictureArguments::ReadSize(text, options); });
   verb->add_option("--view", request_.view, "Look from this side: front back left right top bottom iso (iso)")
       ->type_name("SIDE")
-      ->check(CLI::IsMember({"front", "back", "left", "right", "top", "bottom", "iso"}));
+      ->check(ArgumentCheck::IsOneOf({"front", "back", "left", "right", "top", "bottom", "iso"}));
   verb->add_option("--from", from_, "Look from this direction instead, such as 1,-1,0.5; z is up")
       ->type_name("X,Y,Z")
       ->check([this](const std::string& text) {
@@ -70,19 +81,26 @@ CLI::App* PictureVerb::Declare(CLI::App& program) {
         return PictureArguments::ReadSection(text, ignored);
       });
   verb->add_option("--edges", edges_, "Lines: none, sharp or all (sharp)")
-      ->check(CLI::IsMember({"none", "sharp", "all"}));
+      ->type_name("WHICH")
+      ->check(ArgumentCheck::IsOneOf({"none", "sharp", "all"}));
   verb->add_option("--background", background_, "A color such as #f0f4f8 or white, or none for transparency")
       ->type_name("COLOR")
       ->check(
           [&options](const std::string& text) { return PictureArguments::ReadBackground(text, options); });
   verb->add_option("--samples", options.samples, "Rays for each pixel where more than one is needed (9)")
-      ->check(CLI::Range(1, kMaxSamples));
+      ->type_name("N")
+      ->check(ArgumentCheck::IsCountBetween(1, kMaxSamples));
   verb->add_option("--turntable", request_.turntable, "Draw N pictures from all around: OUT-001.png, ...")
       ->type_name("N")
-      ->check(CLI::Range(1, kMaxTurntable));
+      ->check(ArgumentCheck::IsCountBetween(1, kMaxTurntable));
+  CLI::Option* const sheet = verb->add_flag(
+      "--sheet", request_.sheet, "Draw a sheet: front, top, right and iso, dimensions in mm and the name");
   verb->add_option("--ids", request_.facesOutput,
                    "Also write a PNG file whose colors number the faces, with a legend in a .json beside it")
       ->type_name("FILE");
+  for (const char* const one : {"--view", "--from", "--up", "--parallel", "--fit", "--turntable", "--ids"}) {
+    sheet->excludes(verb->get_option(one));
+  }
   verb->add_flag("--strict", strict_, "End with exit code 4 when nothing is to be seen");
   return verb;
 }
@@ -94,6 +112,14 @@ ExitCode PictureVerb::Run(Console& console) {
   for (const std::string& text : sections_) {
     PictureArguments::ReadSection(text, request_.sections.emplace_back());
   }
+  const PictureOptions& options = request_.options;
+  if (request_.sheet &&
+      (options.width < PictureRequest::kMinSheetWidth || options.height < PictureRequest::kMinSheetHeight)) {
+    console.Error("--size", "a sheet has at least " + std::to_string(PictureRequest::kMinSheetWidth) + " x " +
+                                std::to_string(PictureRequest::kMinSheetHeight) + " pixels");
+    return ExitCode::kUsage;
+  }
+  request_.title = MakeTitle(input_);
   if (!PictureCall::IsPossible(console)) {
     return ExitCode::kOutputUnwritten;
   }
