@@ -14,7 +14,7 @@ for package in libmirel0 libmirel-draw0 libmirel-dev libmirel-draw-dev mirel; do
   depends=$(dpkg-deb -f "$deb" Depends)
   case $package in
   libmirel0) wanted=(libocct) ;;
-  libmirel-draw0) wanted=("libmirel0 (" libembree3) ;;
+  libmirel-draw0) wanted=("libmirel0 (" libembree3 libpango) ;;
   libmirel-dev) wanted=("libmirel0 (") ;;
   libmirel-draw-dev) wanted=("libmirel-draw0 (" "libmirel-dev (") ;;
   mirel) wanted=("libmirel0 (" libocct-data-exchange) ;;
@@ -23,7 +23,8 @@ for package in libmirel0 libmirel-draw0 libmirel-dev libmirel-draw-dev mirel; do
     [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
   done
   # Who does not draw needs nothing of what drawing takes.
-  [[ $package == libmirel-draw0 || $depends != *libembree* ]] || { echo "$package needs Embree: '$depends'" >&2; exit 1; }
+  [[ $package == libmirel-draw0 || ! $depends =~ libembree|libpango ]] ||
+    { echo "$package needs what draws: '$depends'" >&2; exit 1; }
   dpkg-deb -x "$deb" "$target"
 done
 "$target/usr/bin/mirel" save --strict "$(dirname "$0")/../../Samples/trolley.step" "$target/trolley"

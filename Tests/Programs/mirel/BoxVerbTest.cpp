@@ -126,7 +126,7 @@ TEST(BoxVerb, IsThatOfOpenCascadesTrianglesPlacedLevelByLevel) {
   std::string out;
   ASSERT_EQ(Mirel({"--quiet", "save", GetSource(), folder}, out), 0);
 
-  ProgressBar progress(false);
+  ProgressBar progress(ProgressBar::Form::kNone);
   StepReader reader(progress);
   const SourceFile file(GetSource());
   const Handle(TDocStd_Document) document = reader.Read(file);
