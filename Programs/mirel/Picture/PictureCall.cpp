@@ -4,6 +4,7 @@
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/Picture/DrawPictures.h>
 #include <Programs/mirel/ProgramLibrary.h>
+#include <Programs/mirel/Text/Plural.h>
 
 namespace mirel {
 
@@ -39,8 +40,8 @@ ExitCode PictureCall::Draw(Console& console, const std::string& input, std::shar
                                                             : ExitCode::kInputUnread;
   }
   if (reply.leftOut > 0) {
-    console.Note(input + ": " + std::to_string(reply.leftOut) +
-                 " bodies cannot be drawn where they are placed");
+    console.Note(input + ": " +
+                 Plural::Count(reply.leftOut, "body|bodies cannot be drawn where it|they is|are placed"));
   }
   if (!reply.note.empty()) {
     console.Note(input + ": " + reply.note);

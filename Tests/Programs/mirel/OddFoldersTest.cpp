@@ -39,6 +39,7 @@ class OddProgramInput : public ::testing::Test {
     for (const char* const verb : {"tree", "info", "box", "stream", "check"})
       ExpectRefusal(verb, {verb, input}, message);
     ExpectRefusal("run", {"run", "ImportLiteModel", "--file", input + "/index.gz"}, message);
+    ExpectRefusal("picture", {"picture", "--size", "40x30", input, path_ + "out.png"}, message);
   }
   void ExpectRefusal(const std::string& verb, const std::vector<std::string>& command,
                      const std::string& message) {
@@ -88,6 +89,7 @@ TEST_F(OddProgramInput, OnlyRegularFilesAreRead) {
     ExpectRefusal("save", {"save", input, target}, input + ": not a regular file\n");
     for (const char* const verb : {"tree", "info", "box", "stream", "check", "seal"})
       ExpectRefusal(verb, {verb, input}, "not a regular file");
+    ExpectRefusal("picture", {"picture", input, target}, "not a regular file");
     ExpectRefusal("run", {"run", "ImportLiteModel", "--file", input}, "not a regular file");
     for (const std::vector<std::string>& command : {std::vector<std::string>{"tree", model_},
                                                     {"stream", model_},
@@ -107,9 +109,9 @@ TEST_F(OddProgramInput, SaysWhatIsLostAndWhatToDo) {
   std::string bodies = Inflate(model_ + "/model/1.gz");
   const auto expect = [&](const std::string& verb, const std::string& line, const char* logged) {
     SCOPED_TRACE(verb);
-    const std::vector<std::string> command =
-        verb == "run" ? std::vector<std::string>{"run", "ImportLiteModel", "--file", model_ + "/index.gz"}
-                      : std::vector<std::string>{verb, model_};
+    std::vector<std::string> command = {verb, model_};
+    if (verb == "run") command = {"run", "ImportLiteModel", "--file", model_ + "/index.gz"};
+    if (verb == "picture") command = {"picture", "--size", "40x30", model_, path_ + "out.png"};
     const ChildRun run = Run(command);
     const std::size_t at = run.output.find(line);
     EXPECT_NE(at, std::string::npos) << line << "\n" << run.output;
@@ -117,19 +119,19 @@ TEST_F(OddProgramInput, SaysWhatIsLostAndWhatToDo) {
         << run.output;
   };
   fs::remove(fs::u8path(model_ + "/grep/1.gz"));
-  for (const char* const verb : {"tree", "info", "box", "run"})
+  for (const std::string verb : {"tree", "info", "box", "run", "picture"})
     expect(verb,
            model_ +
                "/grep/1.gz: cannot be read (No such file or directory): the shapes that it draws are not",
-           verb[0] == 't' || verb[0] == 'r' ? "Buffer is null!\n" : "grep/1.gz cannot be read\n");
+           verb != "info" && verb != "box" ? "Buffer is null!\n" : "grep/1.gz cannot be read\n");
   expect("stream", "grep/1.gz is missing: the shapes that it draws are not shown", "grep/1.gz is missing\n");
-  for (const char* const verb : {"tree", "info", "box", "run", "stream"})
+  for (const char* const verb : {"tree", "info", "box", "run", "stream", "picture"})
     expect(verb, "\"Gabel\" has no graphics: the model holds none with id ", "Shape is null!\n");
 
   // The first body and the graphics of it are damaged.
   WriteGzip(model_ + "/grep/1.gz", records.replace(200, 60, 60, '\0'));
   WriteGzip(model_ + "/model/1.gz", bodies.replace(300, 60, 60, 'x'));
-  for (const char* const verb : {"tree", "info", "box", "run", "stream"}) {
+  for (const char* const verb : {"tree", "info", "box", "run", "stream", "picture"}) {
     const bool isStream = verb[0] == 's';
     expect(verb, (isStream ? "GRep package, item 1 of 7, id " : model_ + "/grep/1.gz: item 1 of 7, id "),
            "Shape is null!\n");

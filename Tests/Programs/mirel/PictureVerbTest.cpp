@@ -9,6 +9,7 @@
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
+#include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
 #include <IntCurvesFace_ShapeIntersector.hxx>
 #include <TopExp.hxx>
@@ -179,6 +180,51 @@ TEST_F(PictureVerbTest, DrawsDamagedFoldersAsFarAsTheyGo) {
   fs::remove(fs::u8path(out_));
   EXPECT_EQ(Draw({}, damaged), 2);
   EXPECT_EQ(picture_.width, 0);
+}
+
+// Each model is drawn, or said not to be, with `tree`'s exit code; nothing of a sheet of it goes wrong either.
+TEST_F(PictureVerbTest, DrawsOddModels) {
+  const struct {
+    const char* name;
+    std::shared_ptr<TopoShape> shape;
+    std::vector<glm::dmat4> placements;
+    const char* message;
+    bool isSeen;
+  } models[] = {
+      {"empty", nullptr, {}, "nothing is to be seen", false},
+      {"vertex", MakePoints(1), {glm::dmat4(1.0)}, "nothing is to be seen", false},
+      {"unbounded", MakePlane(), {glm::dmat4(1.0)}, "nothing is to be seen", false},
+      {"mirrored and sheared", MakeBox(3, 2, 1), {Mirror(), Move(5, 0, 0) * Shear()}, "", true},
+      {"flattened",
+       MakeBox(3, 2, 1),
+       {glm::dmat4(0.0), glm::dmat4(1.0)},
+       ": 1 body cannot be drawn where it is placed\n",
+       true},
+      {"nowhere", MakeBox(3, 2, 1), {Move(0, 1e13, 0), Move(1e300, 0, 0)}, "nothing is to be seen", false},
+      {"far away", MakeBox(3, 2, 1), {Move(1e9, 0, 0), Move(1e9, 5, 0)}, "", true},
+  };
+  for (const auto& one : models) {
+    SCOPED_TRACE(one.name);
+    LiteModel model;
+    if (one.shape) model.AddShape(Id(1), one.shape);
+    for (const glm::dmat4& placement : one.placements) {
+      auto item = MakeShape(10 + model.GetItems().size(), "part", 1);
+      item->SetTransform(placement);
+      model.AddItem(std::move(item));
+    }
+    const std::string folder = folder_.GetPath() + one.name + "/";
+    LiteModelWriter(model).Save(folder);
+    const int tree = Mirel({"tree", folder}, text_);
+    EXPECT_EQ(Draw({"--size", "80x60", "--background", "none", "--section", "z"}, folder), tree);
+    EXPECT_NE(err_.find(one.message), std::string::npos) << err_;
+    EXPECT_TRUE(one.message[0] != '\0' || err_.empty()) << err_;
+    bool isSeen = false;
+    for (std::size_t i = 3; i < picture_.pixels.size(); i += 4)
+      isSeen = isSeen || picture_.pixels[i] != 0;
+    EXPECT_EQ(isSeen, one.isSeen);
+    EXPECT_EQ(Draw({"--sheet", "--size", "400x300"}, folder), tree);
+    EXPECT_EQ(picture_.width, 400);
+  }
 }
 
 TEST_F(PictureVerbTest, ConvertsOtherFilesFirstAndLeavesNothingOfThat) {
