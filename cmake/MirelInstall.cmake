@@ -1,5 +1,6 @@
 # What is installed, and the Debian packages made of it: libmirel0 (libraries), libmirel-draw0 (what draws, which needs
-# more), libmirel-dev and libmirel-draw-dev (headers, CMake and pkg-config files of both) and mirel (the program).
+# more), libmirel-draw-gl0 (what draws with OpenGL), libmirel-dev and libmirel-draw-dev (headers, CMake and pkg-config
+# files of what does not draw and of what does) and mirel (the program).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -24,6 +25,15 @@ install(
   FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT drawdev)
 install(EXPORT MirelDrawTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT drawdev)
 
+install(
+  TARGETS MirelDrawGL
+  EXPORT MirelDrawGLTargets
+  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT drawgl NAMELINK_COMPONENT drawdev
+  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT drawdev
+  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT drawgl
+  FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT drawdev)
+install(EXPORT MirelDrawGLTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT drawdev)
+
 configure_package_config_file(cmake/MirelConfig.cmake.in ${PROJECT_BINARY_DIR}/MirelConfig.cmake
                               INSTALL_DESTINATION ${MIREL_INSTALL_CMAKEDIR})
 # Until version 1 a change of the minor version may break what builds on it.
@@ -35,10 +45,10 @@ install(FILES ${PROJECT_BINARY_DIR}/MirelConfig.cmake ${PROJECT_BINARY_DIR}/Mire
 # The prefix relative to the .pc file, so that an installed tree can be moved.
 file(RELATIVE_PATH MIREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" MIREL_PC_PREFIX "\${pcfiledir}/${MIREL_PC_PREFIX}")
-foreach(module IN ITEMS mirel-host mirel-viewer-kernel mirel-draw)
+foreach(module IN ITEMS mirel-host mirel-viewer-kernel mirel-draw mirel-draw-gl)
   configure_file(cmake/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
   install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-          COMPONENT $<IF:$<STREQUAL:${module},mirel-draw>,drawdev,dev>)
+          COMPONENT $<IF:$<STREQUAL:${module},mirel-draw>,drawdev,$<IF:$<STREQUAL:${module},mirel-draw-gl>,drawdev,dev>>)
 endforeach()
 
 if(TARGET mirel)
@@ -55,7 +65,7 @@ if(TARGET mirel)
           RENAME mirel.xml COMPONENT program)
   install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 endif()
-set_target_properties(MirelViewerKernel MirelDraw PROPERTIES INSTALL_RPATH "$ORIGIN")
+set_target_properties(MirelViewerKernel MirelDraw MirelDrawGL PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(FILES README.md CHANGELOG.md docs/format.md docs/guide.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel
         COMPONENT program)
 install(FILES docs/developer.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmirel-dev COMPONENT dev)
@@ -70,7 +80,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
-set(CPACK_COMPONENTS_ALL runtime draw dev drawdev program)
+set(CPACK_COMPONENTS_ALL runtime draw drawgl dev drawdev program)
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmirel${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
@@ -81,6 +91,10 @@ set(CPACK_COMPONENT_DRAW_DESCRIPTION "Light-weight CAD assemblies: drawing")
 set(CPACK_COMPONENT_DRAW_DEPENDS runtime)
 # Pango brings a font for Latin, Greek and Cyrillic letters; this one has what else names on drawing sheets are written in.
 set(CPACK_DEBIAN_DRAW_PACKAGE_RECOMMENDS fonts-droid-fallback)
+set(CPACK_DEBIAN_DRAWGL_PACKAGE_NAME libmirel-draw-gl${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_DRAWGL_PACKAGE_SECTION libs)
+set(CPACK_COMPONENT_DRAWGL_DESCRIPTION "Light-weight CAD assemblies: drawing with OpenGL")
+set(CPACK_COMPONENT_DRAWGL_DEPENDS draw runtime)
 
 set(CPACK_DEBIAN_DEV_PACKAGE_NAME libmirel-dev)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)
@@ -92,7 +106,7 @@ set(CPACK_COMPONENT_DEV_DEPENDS runtime)
 set(CPACK_DEBIAN_DRAWDEV_PACKAGE_NAME libmirel-draw-dev)
 set(CPACK_DEBIAN_DRAWDEV_PACKAGE_SECTION libdevel)
 set(CPACK_COMPONENT_DRAWDEV_DESCRIPTION "Light-weight CAD assemblies: drawing, headers, CMake and pkg-config files")
-set(CPACK_COMPONENT_DRAWDEV_DEPENDS draw dev)
+set(CPACK_COMPONENT_DRAWDEV_DEPENDS draw drawgl dev)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_NAME mirel)
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_SECTION graphics)
 set(CPACK_COMPONENT_PROGRAM_DESCRIPTION

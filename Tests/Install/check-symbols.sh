@@ -9,7 +9,7 @@ set -euo pipefail
 include=$1
 shift
 
-public=$(grep -rhE "MIREL_(HOST|VIEWER_KERNEL|DRAW)_API " "$include" | grep -v "^ *#" |
+public=$(grep -rhE "MIREL_(HOST|VIEWER_KERNEL|DRAW|DRAW_GL)_API " "$include" | grep -v "^ *#" |
   sed -E -e 's/.*(class|struct) MIREL_[A-Z_]+_API ([A-Za-z0-9_]+).*/\2/' \
     -e 's/.*MIREL_[A-Z_]+_API .*[ &*]([A-Za-z0-9_]+)\(.*/\1/' | sort -u)
 [[ $(wc -w <<<"$public") -gt 30 ]] || { echo "check-symbols: no exported classes in $include" >&2; exit 1; }

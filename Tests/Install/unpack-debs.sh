@@ -8,15 +8,16 @@ rm -rf "$target"
 mkdir -p "$target/packages"
 "$cpack" --config "$build/CPackConfig.cmake" -B "$target/packages" >"$target/cpack.log" 2>&1 ||
   { cat "$target/cpack.log" >&2; exit 1; }
-for package in libmirel0 libmirel-draw0 libmirel-dev libmirel-draw-dev mirel; do
+for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-draw-dev mirel; do
   deb=$(find "$target/packages" -maxdepth 1 -name "${package}_*.deb")
   [[ -f $deb ]] || { echo "unpack-debs: no package $package" >&2; exit 1; }
   depends=$(dpkg-deb -f "$deb" Depends)
   case $package in
   libmirel0) wanted=(libocct) ;;
   libmirel-draw0) wanted=("libmirel0 (" libembree3 libpango) ;;
+  libmirel-draw-gl0) wanted=("libmirel-draw0 (" libepoxy) ;;
   libmirel-dev) wanted=("libmirel0 (") ;;
-  libmirel-draw-dev) wanted=("libmirel-draw0 (" "libmirel-dev (") ;;
+  libmirel-draw-dev) wanted=("libmirel-draw0 (" "libmirel-draw-gl0 (" "libmirel-dev (") ;;
   mirel) wanted=("libmirel0 (" libocct-data-exchange) ;;
   esac
   for want in "${wanted[@]}"; do
@@ -25,6 +26,7 @@ for package in libmirel0 libmirel-draw0 libmirel-dev libmirel-draw-dev mirel; do
   # Who does not draw needs nothing of what drawing takes.
   [[ $package == libmirel-draw0 || ! $depends =~ libembree|libpango ]] ||
     { echo "$package needs what draws: '$depends'" >&2; exit 1; }
+  [[ $package == libmirel-draw-gl0 || $depends != *libepoxy* ]] || { echo "$package needs OpenGL: '$depends'" >&2; exit 1; }
   dpkg-deb -x "$deb" "$target"
 done
 "$target/usr/bin/mirel" save --strict "$(dirname "$0")/../../Samples/trolley.step" "$target/trolley"

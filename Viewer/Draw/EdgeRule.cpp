@@ -1,5 +1,7 @@
 #include <Viewer/Draw/EdgeRule.h>
 
+#include <Viewer/Draw/Look.h>
+
 #include <glm/geometric.hpp>
 
 #include <algorithm>
@@ -9,9 +11,7 @@ namespace mirel {
 
 namespace {
 
-constexpr float kSharpCosine = 0.95f;   // 18 degrees between the faces
 constexpr float kRoughCosine = 0.985f;  // 10 degrees: shading differs visibly
-constexpr float kStepPixels = 2.5f;
 
 }  // namespace
 
@@ -19,7 +19,7 @@ bool EdgeRule::IsStep(const Surface& a, const Surface& b) {
   const glm::vec3 d = b.point - a.point;
   // On one smooth surface, one of two neighbours lies near the plane of the other, however slanted it is.
   const float off = std::min(std::abs(glm::dot(d, a.flatNormal)), std::abs(glm::dot(d, b.flatNormal)));
-  return off > kStepPixels * std::min(a.pixel, b.pixel);
+  return off > look::kStepPixels * std::min(a.pixel, b.pixel);
 }
 
 bool EdgeRule::IsEdge(const Surface& a, const Surface& b) const {
@@ -27,7 +27,7 @@ bool EdgeRule::IsEdge(const Surface& a, const Surface& b) const {
   if (a.placement != b.placement) return true;
   if (!a.IsSeen()) return false;
   if (a.face != b.face &&
-      (edges_ == PictureOptions::Edges::kAll || glm::dot(a.normal, b.normal) < kSharpCosine))
+      (edges_ == PictureOptions::Edges::kAll || glm::dot(a.normal, b.normal) < look::kSharpCosine))
     return true;
   return IsStep(a, b);
 }

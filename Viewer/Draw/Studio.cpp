@@ -1,6 +1,7 @@
 #include <Viewer/Draw/Studio.h>
 
 #include <Viewer/Draw/Camera.h>
+#include <Viewer/Draw/Look.h>
 
 #include <glm/geometric.hpp>
 
@@ -11,9 +12,6 @@
 namespace mirel {
 
 namespace {
-
-constexpr float kSkyLight = 0.62f, kGroundLight = 0.34f;
-constexpr float kGloss = 0.10f;
 
 float Decode(float component) {
   return component <= 0.04045f ? component / 12.92f : std::pow((component + 0.055f) / 1.055f, 2.4f);
@@ -42,31 +40,31 @@ glm::vec3 Turn(const Camera& camera, const glm::vec3& view) {
 
 Studio::Studio(const Camera& camera)
     : up_(glm::normalize(glm::vec3(camera.GetUp()) + glm::vec3(0.0f, 0.0f, 1.0f) * 0.999f)),
-      key_{Turn(camera, {-0.45f, 0.80f, 0.75f}), 0.62f},
-      fill_{Turn(camera, {0.85f, 0.05f, 0.55f}), 0.20f} {}
+      key_{Turn(camera, look::kKeyDirection), look::kKeyStrength},
+      fill_{Turn(camera, look::kFillDirection), look::kFillStrength} {}
 
 glm::vec3 Studio::Light(const glm::vec3& color, const glm::vec3& normal, const glm::vec3& view,
                         float open) const {
   const float upwards = 0.5f + 0.5f * glm::dot(normal, up_);
-  const float room = kGroundLight + (kSkyLight - kGroundLight) * upwards;
+  const float room = look::kGroundLight + (look::kSkyLight - look::kGroundLight) * upwards;
   const float key = std::max(0.0f, glm::dot(normal, key_.direction)) * key_.strength;
   const float fill = std::max(0.0f, glm::dot(normal, fill_.direction)) * fill_.strength;
   // Lamps are large: what stands close takes some of their light too.
-  const float shade = 0.35f + 0.65f * open;
+  const float shade = look::kLampInCorners + (1.0f - look::kLampInCorners) * open;
   const float light = room * open + (key + fill) * shade;
   const glm::vec3 half = glm::normalize(key_.direction + view);
-  const float gloss = kGloss * std::pow(std::max(0.0f, glm::dot(normal, half)), 28.0f);
+  const float gloss = look::kGloss * std::pow(std::max(0.0f, glm::dot(normal, half)), look::kGlossPower);
   const float rim = 1.0f - std::max(0.0f, glm::dot(normal, view));
-  const float mirror = 0.06f * rim * rim * rim;
+  const float mirror = look::kRimLight * rim * rim * rim;
   return ToLinear(color) * light + glm::vec3(gloss * shade + mirror * open);
 }
 
 glm::vec3 Studio::LightCut(const glm::vec3& color) {
-  return ToLinear(color) * 0.92f + 0.06f;
+  return ToLinear(color) * look::kCutLight + look::kCutGlow;
 }
 
 glm::vec3 Studio::GetBackdrop(float down) {
-  static const glm::vec3 top = ToLinear({0.80f, 0.85f, 0.91f}), bottom = ToLinear({0.985f, 0.985f, 0.98f});
+  static const glm::vec3 top = ToLinear(look::kBackdropTop), bottom = ToLinear(look::kBackdropBottom);
   const float t = down * down * (3.0f - 2.0f * down);
   return top + (bottom - top) * t;
 }

@@ -1,6 +1,7 @@
 #include <Viewer/Draw/TilePainter.h>
 
 #include <Viewer/Draw/DrawScene.h>
+#include <Viewer/Draw/Look.h>
 #include <Viewer/Draw/Selection.h>
 
 #include <glm/geometric.hpp>
@@ -15,24 +16,6 @@ namespace {
 
 // Around a tile: what the mean of the occlusion needs.
 constexpr int kBorder = AmbientOcclusion::kBorder + 1;
-
-const glm::vec3 kLineColor(0.012f, 0.014f, 0.018f);  // linear
-const glm::vec3 kSelectionColor(1.0f, 0.55f, 0.08f);
-constexpr float kSelectionStrength = 0.75f;
-
-// Of the light that falls on a surface, for one that is seen from within the material.
-constexpr float kBackLight = 0.6f;
-
-// Ghosts: how opaque they are where they are seen straight on, and at their rims.
-constexpr float kGhostBody = 0.10f, kGhostRim = 0.40f, kGhostLine = 0.35f;
-
-// Between the lines of a hatch, in pixels, and their width.
-constexpr float kHatchPitch = 11.0f, kHatchWidth = 1.1f, kHatchStrength = 0.45f;
-
-// The number that a body's hatch depends on: neighbours should differ.
-unsigned Scatter(std::uint32_t number) {
-  return (number * 2654435761u) >> 28;
-}
 
 float GetSmallerSide(const PictureOptions& options) {
   return static_cast<float>(std::min(options.width, options.height));
@@ -229,11 +212,12 @@ class TilePainter::Tile {
     cover *= weight;
     const float line =
         painter_.lineStrength_ * FindLine(x, y, solids_, [](const Sample& s) { return s.solid; });
-    glm::vec4 result(color * (1.0f - line) + kLineColor * line, cover + (1.0f - cover) * line);
+    glm::vec4 result(color * (1.0f - line) + look::kLineColor * line, cover + (1.0f - cover) * line);
     if (!ghosts_.empty()) {
       veil *= weight;
-      const float ghostLine = kGhostLine * FindLine(x, y, ghosts_, [](const Sample& s) { return s.ghost; });
-      veil = veil * (1.0f - ghostLine) + glm::vec4(kLineColor, 1.0f) * ghostLine;
+      const float ghostLine =
+          look::kGhostLine * FindLine(x, y, ghosts_, [](const Sample& s) { return s.ghost; });
+      veil = veil * (1.0f - ghostLine) + glm::vec4(look::kLineColor, 1.0f) * ghostLine;
       result = veil + result * (1.0f - veil.a);
     }
     Store(result, y, pixel);
@@ -273,8 +257,8 @@ TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& opti
       edges_(options.edges),
       studio_(finder.GetCamera()),
       occlusion_(finder),
-      lineRadius_(std::clamp(GetSmallerSide(options) / 1100.0f, 1.0f, 1.4f)),
-      lineStrength_(std::clamp(GetSmallerSide(options) / 900.0f, 0.6f, 0.88f)) {
+      lineRadius_(look::GetLineRadius(GetSmallerSide(options))),
+      lineStrength_(look::GetLineStrength(GetSmallerSide(options))) {
   int side = 1;
   while (side * side < options.samples && side < 8)
     ++side;
@@ -291,7 +275,7 @@ glm::vec3 TilePainter::GetColor(const Surface& surface) const {
       finder_.GetCaster().GetScene().GetBatch(surface.placement).palette->GetColor(surface.face);
   if (options_.selection == nullptr || !options_.selection->Contains(surface.placement, surface.face))
     return own;
-  return own + (kSelectionColor - own) * kSelectionStrength;
+  return own + (look::kSelectionColor - own) * look::kSelectionStrength;
 }
 
 float TilePainter::Hatch(const Surface& surface) const {
@@ -302,14 +286,15 @@ float TilePainter::Hatch(const Surface& surface) const {
                                                                    : glm::cross(glm::dvec3(0, 1, 0), normal));
   const glm::dvec3 along = glm::cross(normal, aside);
   const glm::dvec3 point = glm::dvec3(surface.point);
-  const double sign = Scatter(surface.placement) % 2 == 0 ? 1.0 : -1.0;
+  const double sign = look::Scatter(surface.placement) % 2 == 0 ? 1.0 : -1.0;
   const double across = (glm::dot(point, aside) + sign * glm::dot(point, along)) * 0.70710678;
-  const double pitch = finder_.GetCamera().GetHeight() / options_.height *
-                       static_cast<double>(kHatchPitch * lineRadius_) *
-                       (1.0 + 0.12 * (Scatter(surface.placement) / 2 % 4));
+  const double pitch =
+      finder_.GetCamera().GetHeight() / options_.height *
+      static_cast<double>(look::kHatchPitch * lineRadius_) *
+      (1.0 + static_cast<double>(look::kHatchPitchStep) * (look::Scatter(surface.placement) / 2 % 4));
   const double phase = across / pitch;
   return std::abs(phase - std::round(phase)) * pitch <
-                 0.5 * static_cast<double>(kHatchWidth) * static_cast<double>(surface.pixel)
+                 0.5 * static_cast<double>(look::kHatchWidth) * static_cast<double>(surface.pixel)
              ? 1.0f
              : 0.0f;
 }
@@ -317,17 +302,17 @@ float TilePainter::Hatch(const Surface& surface) const {
 glm::vec3 TilePainter::Shade(const Surface& surface, float open, const glm::vec2& point) const {
   if (surface.IsCut()) {
     const glm::vec3 light = Studio::LightCut(GetColor(surface));
-    return light + (kLineColor - light) * (kHatchStrength * Hatch(surface));
+    return light + (look::kLineColor - light) * (look::kHatchStrength * Hatch(surface));
   }
   const glm::vec3 view = -glm::vec3(finder_.GetCamera().GetRay(point, finder_.GetSize()).direction);
   const glm::vec3 light = studio_.Light(GetColor(surface), surface.normal, view, open);
-  return surface.isBack ? light * kBackLight : light;
+  return surface.isBack ? light * look::kBackLight : light;
 }
 
 glm::vec4 TilePainter::ShadeGhost(const Surface& surface) const {
   const glm::vec3 view(-finder_.GetCamera().GetForward());
   const float rim = 1.0f - std::abs(glm::dot(surface.normal, view));
-  const float alpha = kGhostBody + kGhostRim * rim * rim;
+  const float alpha = look::kGhostBody + look::kGhostRim * rim * rim;
   return glm::vec4(studio_.Light(GetColor(surface), surface.normal, view, 1.0f) * alpha, alpha);
 }
 

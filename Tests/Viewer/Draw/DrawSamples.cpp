@@ -2,7 +2,13 @@
 
 #include <Tests/Support/TestModel.h>
 
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <BRepAlgoAPI_Cut.hxx>
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepPrimAPI_MakeCylinder.hxx>
+#include <BRepPrimAPI_MakeTorus.hxx>
 
 #include <algorithm>
 #include <array>
@@ -29,6 +35,10 @@ std::shared_ptr<GRepShape> BoxGRep(double x, double y, double z) {
   return grep;
 }
 
+std::shared_ptr<GRepShape> MeshOf(const TopoDS_Shape& shape) {
+  return MakeGRep(std::make_shared<TopoShape>(shape));
+}
+
 std::shared_ptr<BrepSceneNode> BodyNode(const std::shared_ptr<GRepShape>& grep, const glm::dmat4& placement) {
   auto node = std::make_shared<BrepSceneNode>(grep);
   node->SetTransform(placement);
@@ -37,6 +47,26 @@ std::shared_ptr<BrepSceneNode> BodyNode(const std::shared_ptr<GRepShape>& grep, 
 
 std::shared_ptr<const RayCaster> MakeCaster(const SceneNode& root, const NodeVisibility& visibility) {
   return std::make_shared<RayCaster>(std::make_shared<DrawScene>(root, visibility));
+}
+
+Parts::Parts()
+    : plate(MeshOf(
+          BRepAlgoAPI_Cut(BRepPrimAPI_MakeBox(60, 40, 8).Shape(), BRepPrimAPI_MakeCylinder(10, 20).Shape()))),
+      ring(MeshOf(BRepPrimAPI_MakeTorus(12, 4).Shape())),
+      pin(MeshOf(BRepPrimAPI_MakeCylinder(6, 25).Shape())) {}
+
+std::shared_ptr<GroupSceneNode> Parts::MakeRoot() const {
+  const auto root = std::make_shared<GroupSceneNode>();
+  const auto add = [&](const std::shared_ptr<GRepShape>& grep, const glm::dmat4& placement,
+                       const glm::vec3& color) {
+    const auto node = BodyNode(grep, placement);
+    node->SetColor(color);
+    root->AddNode(node);
+  };
+  add(plate, glm::dmat4(1.0), {0.8f, 0.7f, 0.2f});
+  add(ring, Move(40, 20, 12), {0.2f, 0.4f, 0.8f});
+  add(pin, Move(70, 10, 0), {0.7f, 0.2f, 0.2f});
+  return root;
 }
 
 glm::dmat4 Mirror() {

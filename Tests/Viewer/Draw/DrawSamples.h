@@ -11,6 +11,8 @@
 
 #include <memory>
 
+class TopoDS_Shape;
+
 namespace mirel {
 
 /// Scenes of boxes for the tests of what draws.
@@ -18,10 +20,21 @@ namespace mirel {
 /// A body that is a box from (0, 0, 0), always the same one for the same size.
 std::shared_ptr<GRepShape> BoxGRep(double x, double y, double z);
 
+/// Any body.
+std::shared_ptr<GRepShape> MeshOf(const TopoDS_Shape& shape);
+
 std::shared_ptr<BrepSceneNode> BodyNode(const std::shared_ptr<GRepShape>& grep, const glm::dmat4& placement);
 
 std::shared_ptr<const RayCaster> MakeCaster(const SceneNode& root,
                                             const NodeVisibility& visibility = NodeVisibility());
+
+/// A plate with a hole, a ring that lies on it, and a pin beside it, each in a colour of its own.
+struct Parts {
+  std::shared_ptr<GRepShape> plate, ring, pin;
+
+  Parts();
+  std::shared_ptr<GroupSceneNode> MakeRoot() const;
+};
 
 glm::dmat4 Mirror();
 glm::dmat4 Shear();

@@ -9,12 +9,10 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <BRepAlgoAPI_Common.hxx>
-#include <BRepAlgoAPI_Cut.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
 #include <BRepGProp.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
-#include <BRepPrimAPI_MakeTorus.hxx>
 #include <BRep_Builder.hxx>
 #include <GProp_GProps.hxx>
 #include <TopExp_Explorer.hxx>
@@ -28,32 +26,6 @@
 
 namespace mirel {
 namespace {
-
-std::shared_ptr<GRepShape> Mesh(const TopoDS_Shape& shape) {
-  return MakeGRep(std::make_shared<TopoShape>(shape));
-}
-
-// A plate with a hole, a ring that lies on it, and a cylinder beside it.
-struct Parts {
-  std::shared_ptr<GRepShape> plate =
-      Mesh(BRepAlgoAPI_Cut(BRepPrimAPI_MakeBox(60, 40, 8).Shape(), BRepPrimAPI_MakeCylinder(10, 20).Shape()));
-  std::shared_ptr<GRepShape> ring = Mesh(BRepPrimAPI_MakeTorus(12, 4).Shape());
-  std::shared_ptr<GRepShape> pin = Mesh(BRepPrimAPI_MakeCylinder(6, 25).Shape());
-
-  std::shared_ptr<GroupSceneNode> MakeRoot() const {
-    const auto root = std::make_shared<GroupSceneNode>();
-    const auto add = [&](const std::shared_ptr<GRepShape>& grep, const glm::dmat4& placement,
-                         const glm::vec3& color) {
-      const auto node = BodyNode(grep, placement);
-      node->SetColor(color);
-      root->AddNode(node);
-    };
-    add(plate, glm::dmat4(1.0), {0.8f, 0.7f, 0.2f});
-    add(ring, Move(40, 20, 12), {0.2f, 0.4f, 0.8f});
-    add(pin, Move(70, 10, 0), {0.7f, 0.2f, 0.2f});
-    return root;
-  }
-};
 
 PictureOptions Small() {
   PictureOptions options;
@@ -112,7 +84,7 @@ TEST(PictureRendererTest, ShowsWrongColorsMissingPartsAndFlippedFaces) {
   for (TopExp_Explorer face(parts.pin->GetShape()->GetImpl(), TopAbs_FACE); face.More(); face.Next())
     builder.Add(flipped, flipped.NbChildren() == 0 ? face.Current().Reversed() : face.Current());
   Parts others = parts;
-  others.pin = Mesh(flipped);
+  others.pin = MeshOf(flipped);
   expectDifferent(*others.MakeRoot(), "face");
 }
 
@@ -149,7 +121,7 @@ TEST(PictureRendererTest, HasLimits) {
 TEST(PictureRendererTest, DrawsSharpEdgesAndNoSeams) {
   const auto root = std::make_shared<GroupSceneNode>();
   root->AddNode(
-      BodyNode(Mesh(BRepPrimAPI_MakeCylinder(10, 30).Shape()), TurnAboutZ(-45)));  // its seam in front
+      BodyNode(MeshOf(BRepPrimAPI_MakeCylinder(10, 30).Shape()), TurnAboutZ(-45)));  // its seam in front
   const auto caster = MakeCaster(*root);
   Camera camera;
   camera.SetView(Camera::View::kFront);
@@ -245,7 +217,7 @@ TEST(PictureRendererTest, CutsSheetsOpen) {
     if (sheet.NbChildren() < 5) builder.Add(sheet, face.Current());
   }
   const auto root = std::make_shared<GroupSceneNode>();
-  root->AddNode(BodyNode(Mesh(sheet), glm::dmat4(1.0)));
+  root->AddNode(BodyNode(MeshOf(sheet), glm::dmat4(1.0)));
   const auto caster = MakeCaster(*root);
   Camera camera;
   camera.Fit(caster->GetScene(), 1.0);
