@@ -46,11 +46,12 @@ std::vector<std::pair<std::string, std::size_t>> LogRecorder::GetFailures() cons
 
 void LogRecorder::Receive(int level, const std::string& text) {
   const std::lock_guard<std::mutex> lock(mutex_);
+  std::vector<std::string>& notices = notices_[std::this_thread::get_id()];
   if (level < 3) {
     if (level == 1 && !IsLocationLine(text)) {
-      notices_.push_back(text);
-      if (notices_.size() > kNoticesKept) {
-        notices_.erase(notices_.begin());
+      notices.push_back(text);
+      if (notices.size() > kNoticesKept) {
+        notices.erase(notices.begin());
       }
     }
     console_.Detail(text);
@@ -68,21 +69,21 @@ void LogRecorder::Receive(int level, const std::string& text) {
   const std::size_t count = ++failures_[places_.at(text)].second;
   if (count <= kPrintedPerText && printedCount_ < kPrintedInAll) {
     ++printedCount_;
-    const std::optional<FailureWords::Line> line = FailureWords::Explain(text, notices_, subject_);
+    const std::optional<FailureWords::Line> line = FailureWords::Explain(text, notices, subject_);
     if (line) {
       console_.Error(line->file, line->text);
       console_.ErrorDetail(text);
-      notices_.resize(notices_.size() - std::min(line->told, notices_.size()));
+      notices.resize(notices.size() - std::min(line->told, notices.size()));
     } else {
       console_.Error(subject_, text);
     }
     if (!console_.IsVerbose()) {
-      for (const std::string& notice : notices_) {
+      for (const std::string& notice : notices) {
         console_.ErrorDetail(notice);
       }
     }
   }
-  notices_.clear();
+  notices.clear();
 }
 
 }  // namespace mirel

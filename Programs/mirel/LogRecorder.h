@@ -4,6 +4,7 @@
 
 #include <mutex>
 #include <string>
+#include <thread>
 #include <unordered_map>
 #include <vector>
 
@@ -38,7 +39,8 @@ class LogRecorder {
   Console& console_;
   const std::string subject_;
   mutable std::mutex mutex_;
-  std::vector<std::string> notices_;  // since the last failure; the newest few
+  // Of each thread, since its last failure; the newest few.
+  std::unordered_map<std::thread::id, std::vector<std::string>> notices_;
   std::vector<std::pair<std::string, std::size_t>> failures_;
   std::unordered_map<std::string, std::size_t> places_;  // text -> position in failures_
   std::size_t failureCount_ = 0;

@@ -261,6 +261,7 @@ ExitCode InfoVerb::Run(Console& console) {
     return ExitCode::kOutputUnwritten;
   }
   if (!picture_.output.empty()) {
+    const LogRecorder log(console, folder_);
     PictureReply reply;
     const ExitCode drawn = PictureCall::Draw(console, folder_, root, picture_, reply);
     if (drawn != ExitCode::kDone) {

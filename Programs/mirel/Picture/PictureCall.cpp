@@ -1,7 +1,6 @@
 #include <Programs/mirel/Picture/PictureCall.h>
 
 #include <Programs/mirel/Console.h>
-#include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/Picture/DrawPictures.h>
 #include <Programs/mirel/ProgramLibrary.h>
 #include <Programs/mirel/Text/Plural.h>
@@ -32,7 +31,6 @@ bool PictureCall::IsPossible(Console& console) {
 ExitCode PictureCall::Draw(Console& console, const std::string& input, std::shared_ptr<const SceneNode> root,
                            const PictureRequest& request, PictureReply& reply) {
   const auto draw = reinterpret_cast<decltype(&MirelDrawPictures)>(LoadLibrary().GetFunction());
-  const LogRecorder log(console, input);
   draw(root, request, reply);
   if (!reply.error.empty()) {
     console.Error(reply.file.empty() ? input : reply.file, reply.error);

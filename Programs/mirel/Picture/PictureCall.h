@@ -17,7 +17,8 @@ class PictureCall {
   /// Loads the library; false after a message that tells what to install when it is not there.
   static bool IsPossible(Console& console);
 
-  /// Draws nodes of the model that a user calls `input`, after `IsPossible`. Prints messages. Lets go of `root` early.
+  /// Draws nodes of the model that a user calls `input`, after `IsPossible`. Prints messages, but for those of
+  /// the log. Lets go of `root` early.
   static ExitCode Draw(Console& console, const std::string& input, std::shared_ptr<const SceneNode> root,
                        const PictureRequest& request, PictureReply& reply);
 };

@@ -3,7 +3,7 @@
 #include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Import/SourceFile.h>
-#include <Programs/mirel/Open/SceneOpener.h>
+#include <Programs/mirel/Open/GraphicsOpener.h>
 #include <Programs/mirel/Picture/PictureArguments.h>
 #include <Programs/mirel/Picture/PictureCall.h>
 #include <Programs/mirel/Save/Conversion.h>
@@ -136,13 +136,14 @@ ExitCode PictureVerb::Run(Console& console) {
 }
 
 ExitCode PictureVerb::DrawFolder(Console& console, const std::string& folder) {
-  bool complete = false;
-  std::shared_ptr<GroupSceneNode> root = SceneOpener::Open(console, folder, complete);
+  GraphicsOpener opener(console, folder);
+  std::shared_ptr<GroupSceneNode> root = opener.TakeRoot();
   if (!root) {
     return ExitCode::kInputUnread;
   }
   PictureReply reply;
   const ExitCode result = PictureCall::Draw(console, input_, std::move(root), request_, reply);
+  const bool complete = opener.Finish();
   if (result != ExitCode::kDone) {
     return result;
   }
