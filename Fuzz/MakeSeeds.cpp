@@ -96,6 +96,46 @@ void MakeStreamSeeds(const std::string& folder) {
                                          MakePiece(0, indexes["shared-types"]));
 }
 
+/// Shapes of one body each, beside each other.
+std::string MakeRow(std::size_t count) {
+  std::string items;
+  for (std::size_t i = 0; i < count; ++i)
+    items +=
+        (i > 0 ? "," : "") + (R"({"Type":"Shape","SId":")" + std::to_string(i + 1)) +
+        R"(","Color":[0.8,0.4,0.1],"FColor":[{"FId":0,"Color":[0.1,0.4,0.8]}],"Transform":[1,0,0,0,0,1,0,0,0,0,1,0,)" +
+        std::to_string(3 * i) + ",0,0,1]}";
+  return R"({"Types":[],"Items":[)" + items + "]}";
+}
+
+void MakeDrawSeeds(const std::string& folder) {
+  std::set<std::string> drawn = {"wire",
+                                 "face",
+                                 "box",
+                                 "cylinder",
+                                 "torus",
+                                 "sewn open shell",
+                                 "wedge",
+                                 "sphere",
+                                 "vertex",
+                                 "far away",
+                                 "face of triangles only"};
+  std::vector<std::pair<unsigned long long, std::string>> greps;
+  for (const test::BodySample& sample : test::MakeBodySamples()) {
+    if (drawn.erase(sample.name) > 0)
+      greps.emplace_back(greps.size() + 1, ToRecord(MakeGRep(std::make_shared<TopoShape>(sample.shape))));
+  }
+  WriteFile(folder + "all", MakePiece(0, MakeRow(greps.size())) + MakePiece(2, MakePackage(greps)));
+  for (std::size_t i = 0; i < greps.size(); ++i)
+    WriteFile(folder + "body-" + std::to_string(i + 1),
+              MakePiece(0, MakeRow(1)) + MakePiece(2, MakePackage({{1, greps[i].second}})));
+  const std::string box = ToRecord(MakeGRep(MakeBox(1.0, 2.0, 3.0)));
+  std::map<std::string, std::string> indexes = MakeIndexes();
+  WriteFile(folder + "assembly",
+            MakePiece(0, indexes["assembly"]) + MakePiece(2, MakePackage({{10, box}, {11, box}})));
+  WriteFile(folder + "shared-types",
+            MakePiece(0, indexes["shared-types"]) + MakePiece(2, MakePackage({{7, box}})));
+}
+
 void MakeGzipSeeds(const std::string& folder) {
   std::string mixed;
   for (int i = 0; i < 600; ++i)
@@ -184,6 +224,7 @@ int main(int argc, char** argv) {
   const std::string folder = argv[1];
   MakeIndexSeeds(SeedFolder(folder, "IndexFuzz"));
   MakeStreamSeeds(SeedFolder(folder, "StreamFuzz"));
+  MakeDrawSeeds(SeedFolder(folder, "DrawFuzz"));
   MakeBodySeeds(SeedFolder(folder, "BodyTextFuzz"), SeedFolder(folder, "BodyMeshFuzz"));
   MakePackageSeeds(SeedFolder(folder, "ShapePackageFuzz"), SeedFolder(folder, "GRepPackageFuzz"));
   MakeStepSeeds(SeedFolder(folder, "StepTextFuzz"));

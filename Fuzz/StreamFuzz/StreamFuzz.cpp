@@ -1,10 +1,9 @@
 // A model that comes in pieces: any pieces in any order, then the end, with a viewer that shows what has come. An input
-// is a sequence of pieces, each a byte for its kind (below), its size as four bytes, lowest first, and its bytes.
+// is a sequence of pieces.
 
 #include <Fuzz/Support/FuzzCheck.h>
-#include <Fuzz/Support/IndexText.h>
+#include <Fuzz/Support/ModelPieces.h>
 #include <Fuzz/Support/ModelText.h>
-#include <Fuzz/Support/PackageBytes.h>
 #include <Viewer/Kernel/App/LiteBBoxVisitor.h>
 #include <Viewer/Kernel/App/LiteModelLoader.h>
 #include <Viewer/Kernel/App/LiteVisualVisitor.h>
@@ -17,8 +16,7 @@
 #include <Viewer/Kernel/Reader/PkgGRepReader.h>
 #include <Viewer/Kernel/Reader/PkgShapeReader.h>
 
-#include <algorithm>
-#include <vector>
+#include <string>
 
 using namespace mirel;
 using namespace mirel::fuzz;
@@ -29,52 +27,7 @@ namespace {
 constexpr std::size_t kMaxUnfolded = 10000;
 constexpr std::size_t kMaxDepth = 5000;
 
-constexpr std::size_t kHeadSize = 5;
-
-enum Kind { kScene, kShape, kGRep, kOther, kKinds };
-constexpr const char* kKindNames[kKinds] = {"Scene", "Shape", "GRep", "Other"};
-
-struct Piece {
-  Kind kind;
-  std::string bytes;
-};
-
-std::vector<Piece> ParsePieces(const std::string& input) {
-  std::vector<Piece> pieces;
-  for (std::size_t at = 0; at + kHeadSize <= input.size();) {
-    std::size_t size = 0;
-    for (std::size_t i = 4; i >= 1; --i)
-      size = size << 8 | static_cast<unsigned char>(input[at + i]);
-    const auto kind = static_cast<Kind>(static_cast<unsigned char>(input[at]) % kKinds);
-    pieces.push_back({kind, input.substr(at + kHeadSize, size)});
-    at += kHeadSize + pieces.back().bytes.size();
-  }
-  return pieces;
-}
-
-std::string FormatPieces(const std::vector<Piece>& pieces) {
-  std::string input;
-  for (const Piece& piece : pieces) {
-    input += static_cast<char>(piece.kind);
-    for (int i = 0; i < 4; ++i)
-      input += static_cast<char>(piece.bytes.size() >> (8 * i));
-    input += piece.bytes;
-  }
-  return input;
-}
-
-std::string MutatePiece(const Piece& piece, Random& random, std::size_t maxSize) {
-  switch (piece.kind) {
-  case kScene:
-    return MutateIndex(piece.bytes, random, maxSize);
-  case kShape:
-    return MutatePackage(piece.bytes, random, maxSize, MutateBodyText);
-  case kGRep:
-    return MutatePackage(piece.bytes, random, maxSize, MutateGRepRecord);
-  default:
-    return MutateBytes(piece.bytes, maxSize);
-  }
-}
+constexpr const char* kKindNames[Piece::kKinds] = {"Scene", "Shape", "GRep", "Other"};
 
 /// Hands a piece to the loader, and to a model of our own.
 void Load(LiteModelLoader& loader, LiteModel& model, const Piece& piece) {
@@ -84,13 +37,13 @@ void Load(LiteModelLoader& loader, LiteModel& model, const Piece& piece) {
   bool expected = false;
   {
     const QuietLog log;
-    loaded = piece.kind == kScene ? loader.LoadString(name, piece.bytes)
-                                  : loader.LoadData(name, piece.bytes.data(), size);
+    loaded = piece.kind == Piece::kScene ? loader.LoadString(name, piece.bytes)
+                                         : loader.LoadData(name, piece.bytes.data(), size);
   }
   const QuietLog log;
-  if (piece.kind == kScene) expected = LiteModelReader(model).Load(piece.bytes);
-  if (piece.kind == kShape) expected = PkgShapeReader(model).Load(piece.bytes.data(), size);
-  if (piece.kind == kGRep) expected = PkgGRepReader(model).Load(piece.bytes.data(), size);
+  if (piece.kind == Piece::kScene) expected = LiteModelReader(model).Load(piece.bytes);
+  if (piece.kind == Piece::kShape) expected = PkgShapeReader(model).Load(piece.bytes.data(), size);
+  if (piece.kind == Piece::kGRep) expected = PkgGRepReader(model).Load(piece.bytes.data(), size);
   MIREL_FUZZ_CHECK(loaded == expected, "The loader says something else than the reader");
 }
 
@@ -106,26 +59,7 @@ bool IsProper(const AABoxT<double>& box) {
 
 extern "C" std::size_t LLVMFuzzerCustomMutator(std::uint8_t* data, std::size_t size, std::size_t maxSize,
                                                unsigned int seed) {
-  Random random(seed);
-  std::vector<Piece> pieces = ParsePieces(std::string(reinterpret_cast<const char*>(data), size));
-  const std::size_t kind = Pick(random, 10);
-  if (pieces.empty() || kind == 0) return LLVMFuzzerMutate(data, size, maxSize);
-  Piece& piece = pieces[Pick(random, pieces.size())];
-  switch (kind) {
-  case 1:
-    std::swap(piece, pieces[Pick(random, pieces.size())]);
-    break;
-  case 2:
-    pieces.insert(pieces.end(), Piece(piece));
-    break;
-  case 3:
-    pieces.erase(pieces.begin() + (&piece - pieces.data()));
-    break;
-  default:
-    piece.bytes = MutatePiece(piece, random, maxSize - std::min(maxSize, size) + piece.bytes.size());
-    break;
-  }
-  return ReturnInput(FormatPieces(pieces), data, size, maxSize);
+  return MutatePieces(data, size, maxSize, seed);
 }
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
@@ -136,7 +70,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   LiteModel model;
   LiteModelLoader loader;
   loader.Begin();
-  for (const Piece& piece : ParsePieces(std::string(reinterpret_cast<const char*>(data), size)))
+  for (const Piece& piece : ParsePieces(data, size))
     Load(loader, model, piece);
   if (!CollectLeaves(model, kMaxUnfolded, kMaxDepth)) return 0;
 
