@@ -12,6 +12,9 @@ const common = {
   logLevel: 'warning',
   outdir,
 };
-const inputs = name => ({ [name]: `src/${name === 'index' ? '' : `${name}/`}index.ts` });
 
-await Promise.all([build({ ...common, entryPoints: inputs('index'), format: 'esm' })]);
+await Promise.all([
+  build({ ...common, format: 'esm', entryPoints: { index: 'src/index.ts' } }),
+  build({ ...common, format: 'esm', entryPoints: { three: 'src/three/index.ts' }, external: ['three'] }),
+  build({ ...common, format: 'esm', entryPoints: { viewer: 'src/viewer/index.ts' } }),
+]);

@@ -1,12 +1,12 @@
 // The reader and the C++ readers get the same bytes, and agree on what is accepted and on every number.
 import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { mkdtempSync, rmSync, writeFileSync } from 'node:fs';
+import { mkdtempSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
 import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
-import { gzipSync } from 'node:zlib';
-import { buildFolder, dist, fuzzInputs, makeRandom } from './support.js';
+import { gunzipSync, gzipSync } from 'node:zlib';
+import { buildFolder, dist, fuzzInputs, makeRandom, sampleFolder } from './support.js';
 
 const web = await import(join(dist, 'index.js'));
 const headerBytes = 132;

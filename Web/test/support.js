@@ -1,5 +1,6 @@
 // What the tests share: where things lie, inputs, and bytes by hand.
-import { readdirSync, readFileSync } from 'node:fs';
+import { execFileSync } from 'node:child_process';
+import { readdirSync, readFileSync, rmSync } from 'node:fs';
 import { join } from 'node:path';
 import { fileURLToPath } from 'node:url';
 import { gzipSync } from 'node:zlib';
@@ -23,15 +24,26 @@ export function fuzzInputs(target) {
   });
 }
 
-/** A model folder on disk as a source. */
-export function diskSource(folder) {
-  return async file => {
-    try {
-      return new Uint8Array(readFileSync(join(folder, file)));
-    } catch {
-      return undefined;
-    }
-  };
+/** The sample assembly as a model folder, saved anew for each file of tests. */
+export function sampleFolder() {
+  const folder = join(buildFolder, 'Web', `trolley-${process.pid}`);
+  process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
+  execFileSync(join(buildFolder, 'bin/mirel'), [
+    'save',
+    '-q',
+    join(sourceFolder, 'Samples/trolley.step'),
+    folder,
+  ]);
+  return folder;
+}
+
+/** A file below a folder; undefined when it is not there. */
+export function fileBelow(folder, name) {
+  try {
+    return readFileSync(join(folder, name));
+  } catch {
+    return undefined;
+  }
 }
 
 /** Random numbers that are the same each time: below `count`. */

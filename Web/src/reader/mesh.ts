@@ -4,8 +4,8 @@ export type BoxState = 'empty' | 'finite' | 'infinite';
 /** A box in mm, x, y, z. The corners are zeros unless it is finite. */
 export interface Box {
   state: BoxState;
-  min: Float64Array;
-  max: Float64Array;
+  min: ArrayLike<number>;
+  max: ArrayLike<number>;
 }
 
 /** Kinds of surfaces, as they are numbered in the record. */

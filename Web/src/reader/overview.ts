@@ -1,0 +1,49 @@
+import type { FolderSource } from './source.js';
+
+/** A package of graphics: how many bytes are to be fetched for it, and which bodies it has, with their boxes in mm. */
+export interface PackageOverview {
+  number: number;
+  bytes: number;
+  bodies: { shapeId: string; min: number[]; max: number[] }[];
+}
+
+/**
+ * Reads overview.json, which tells where things are before any package is there. It only helps to show something early: where
+ * it is missing or wrong nothing is lost, so that what is not understood is left out without a word.
+ */
+export async function readOverview(source: FolderSource, signal?: AbortSignal): Promise<PackageOverview[]> {
+  try {
+    const bytes = await source('overview.json', { signal });
+    const root: unknown = bytes && JSON.parse(new TextDecoder().decode(bytes));
+    return asArray(asObject(root).Packages).map((entry, i) => {
+      const { Bytes, Bodies } = asObject(entry);
+      return {
+        number: i + 1,
+        bytes: isNumber(Bytes) ? Bytes : 0,
+        bodies: asArray(Bodies).flatMap(readBody),
+      };
+    });
+  } catch {
+    signal?.throwIfAborted();
+    return [];
+  }
+}
+
+function readBody(value: unknown): PackageOverview['bodies'] {
+  const { SId, Box } = asObject(value);
+  const box = asArray(Box);
+  if (typeof SId !== 'string' || box.length !== 6 || !box.every(isNumber)) return [];
+  return [{ shapeId: SId, min: box.slice(0, 3), max: box.slice(3) }];
+}
+
+function asObject(value: unknown): { [name: string]: unknown } {
+  return typeof value === 'object' && value !== null ? (value as { [name: string]: unknown }) : {};
+}
+
+function asArray(value: unknown): unknown[] {
+  return Array.isArray(value) ? value : [];
+}
+
+function isNumber(value: unknown): value is number {
+  return typeof value === 'number' && Math.abs(value) <= 1e12;
+}
