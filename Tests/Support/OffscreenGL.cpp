@@ -15,8 +15,8 @@ OffscreenGL::OffscreenGL() {
 OffscreenGL::~OffscreenGL() {
   if (display_ == nullptr) return;
   eglMakeCurrent(display_, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+  // The display stays: all of a process have one.
   if (context_ != nullptr) eglDestroyContext(display_, context_);
-  eglTerminate(display_);
 }
 
 void OffscreenGL::Make() {
@@ -56,6 +56,27 @@ void OffscreenGL::Begin(int width, int height) {
   glViewport(0, 0, width, height);
   constexpr GLfloat kClear[] = {0.0f, 0.0f, 0.0f, 0.0f};
   glClearBufferfv(GL_COLOR, 0, kClear);
+}
+
+void OffscreenGL::Fill(const glm::vec3& color) {
+  const GLfloat opaque[] = {color.r, color.g, color.b, 1.0f};
+  glClearBufferfv(GL_COLOR, 0, opaque);
+}
+
+void OffscreenGL::SetViewport(int left, int bottom) {
+  glViewport(left, bottom, width_, height_);
+}
+
+int OffscreenGL::CountErrors() {
+  int count = 0;
+  while (glGetError() != GL_NO_ERROR)
+    ++count;
+  return count;
+}
+
+bool OffscreenGL::IsMesa() {
+  return std::string(reinterpret_cast<const char*>(glGetString(GL_VERSION))).find("Mesa") !=
+         std::string::npos;
 }
 
 Picture OffscreenGL::Read() const {

@@ -2,6 +2,8 @@
 
 #include <Viewer/Draw/Picture.h>
 
+#include <glm/vec3.hpp>
+
 #include <string>
 
 namespace mirel {
@@ -22,7 +24,13 @@ class OffscreenGL {
 
   /// Makes it the current one, with an empty framebuffer of this size bound, black and transparent.
   void Begin(int width, int height);
+  /// Fills the framebuffer, and lets the viewport begin somewhere else than at the left lower corner.
+  void Fill(const glm::vec3& color);
+  void SetViewport(int left, int bottom);
   Picture Read() const;
+  /// The errors of OpenGL since the last call.
+  static int CountErrors();
+  static bool IsMesa();
   /// Waits until all that was asked for is drawn.
   static void Finish();
 

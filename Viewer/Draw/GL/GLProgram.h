@@ -14,10 +14,10 @@ class GLProgram {
   /// Each is a kind of shader, such as GL_VERTEX_SHADER, and its text. Throws `GLError` with the driver's words when it
   /// does not take them.
   void Build(std::initializer_list<std::pair<GLenum, std::string>> shaders);
+  bool IsBuilt() const { return name_ != 0; }
   void Use() const { glUseProgram(name_); }
 
   void Release();
-  void Forget() { name_ = 0; }
 
  private:
   GLuint name_ = 0;

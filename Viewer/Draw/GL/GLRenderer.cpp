@@ -1,11 +1,10 @@
 #include <Viewer/Draw/GL/GLRenderer.h>
 
 #include <Viewer/Draw/DrawScene.h>
-#include <Viewer/Draw/GL/GLProgram.h>
 #include <Viewer/Draw/GL/MeshStore.h>
 #include <Viewer/Draw/GL/PlacementStore.h>
+#include <Viewer/Draw/GL/Programs.h>
 #include <Viewer/Draw/GL/RenderTargets.h>
-#include <Viewer/Draw/GL/Shaders.h>
 #include <Viewer/Draw/GL/ViewBlock.h>
 
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
@@ -149,7 +148,7 @@ class GLRenderer::Implementation {
     if (!isPrepared_ || drawn_ == 0 || x < 0 || y < 0 || x >= view_.size.x || y >= view_.size.y)
       return result;
     BindAll();
-    pick_.Use();
+    programs_.UsePick(GetParts());
     BindTargets();
     answer_.Reserve(sizeof(Answer));
     answer_.BindStorage(7);
@@ -167,8 +166,7 @@ class GLRenderer::Implementation {
 
   void Release() {
     if (!isPrepared_) return;
-    for (GLProgram* program : GetPrograms())
-      program->Release();
+    programs_.Release();
     meshes_.Release();
     placements_.Release();
     targets_.Release();
@@ -179,8 +177,7 @@ class GLRenderer::Implementation {
   }
 
   void Forget() {
-    for (GLProgram* program : GetPrograms())
-      program->Forget();
+    programs_.Forget();
     meshes_.Forget();
     placements_.Forget();
     targets_.Forget();
@@ -198,10 +195,6 @@ class GLRenderer::Implementation {
   };
   enum Array { kOrdinary, kFine, kPoints, kScreen, kArrays };
 
-  std::array<GLProgram*, 10> GetPrograms() {
-    return {&bodies_, &points_, &cuts_, &count_, &sum_, &list_, &commands_, &light_, &show_, &pick_};
-  }
-
   void Change() { drawn_ = 0; }
   bool IsUploaded() const { return meshes_.IsUploaded() && placements_.IsUploaded(); }
 
@@ -211,21 +204,6 @@ class GLRenderer::Implementation {
     if (!obstacle.empty()) throw GLError(obstacle);
     isPrepared_ = true;
     isReversed_ = epoxy_gl_version() >= 45 || epoxy_has_gl_extension("GL_ARB_clip_control");
-    bodies_.Build(
-        {{GL_VERTEX_SHADER, Shaders::GetBodyVertex()}, {GL_FRAGMENT_SHADER, Shaders::GetBodyFragment()}});
-    points_.Build(
-        {{GL_VERTEX_SHADER, Shaders::GetPointVertex()}, {GL_FRAGMENT_SHADER, Shaders::GetPointFragment()}});
-    cuts_.Build(
-        {{GL_VERTEX_SHADER, Shaders::GetBodyVertex()}, {GL_FRAGMENT_SHADER, Shaders::GetCutFragment()}});
-    count_.Build({{GL_COMPUTE_SHADER, Shaders::GetCullCount()}});
-    sum_.Build({{GL_COMPUTE_SHADER, Shaders::GetCullSum()}});
-    list_.Build({{GL_COMPUTE_SHADER, Shaders::GetCullList()}});
-    commands_.Build({{GL_COMPUTE_SHADER, Shaders::GetCullCommands()}});
-    light_.Build(
-        {{GL_VERTEX_SHADER, Shaders::GetScreenVertex()}, {GL_FRAGMENT_SHADER, Shaders::GetLightFragment()}});
-    show_.Build(
-        {{GL_VERTEX_SHADER, Shaders::GetScreenVertex()}, {GL_FRAGMENT_SHADER, Shaders::GetShowFragment()}});
-    pick_.Build({{GL_COMPUTE_SHADER, Shaders::GetPick()}});
     glGenVertexArrays(kArrays, arrays_.data());
     viewBuffer_.Reserve(sizeof(ViewBlock));
   }
@@ -289,6 +267,11 @@ class GLRenderer::Implementation {
     placements_.Bind();
   }
 
+  Shaders::Parts GetParts() const {
+    return {view_.modes.x != static_cast<int>(PictureOptions::Edges::kNone), view_.modes.y != 0,
+            view_.size.z > 0, view_.extras.z + view_.extras.w > 0};
+  }
+
   bool HasBodies() const { return placements_.GetUploadedCount() > 0; }
 
   // The card finds out itself what is in view, and writes the commands that draw it.
@@ -297,15 +280,15 @@ class GLRenderer::Implementation {
     SendView();
     placements_.BindForCulling();
     const GLuint groups = placements_.GetGroupCount();
-    const auto run = [](const GLProgram& program, GLuint count) {
-      program.Use();
+    const auto run = [this](Programs::Kind program, GLuint count) {
+      programs_.Use(program);
       glDispatchCompute(count, 1, 1);
       glMemoryBarrier(GL_SHADER_STORAGE_BARRIER_BIT);
     };
-    run(count_, groups);
-    run(sum_, 1);
-    run(list_, groups);
-    run(commands_, (placements_.GetBatchCount() + 63) / 64);
+    run(Programs::kCullCount, groups);
+    run(Programs::kCullSum, 1);
+    run(Programs::kCullList, groups);
+    run(Programs::kCullCommands, (placements_.GetBatchCount() + 63) / 64);
     glMemoryBarrier(GL_COMMAND_BARRIER_BIT | GL_VERTEX_ATTRIB_ARRAY_BARRIER_BIT);
   }
 
@@ -349,9 +332,9 @@ class GLRenderer::Implementation {
   void DrawSolids() {
     BeginBodies(RenderTargets::kSolid);
     if (HasBodies()) {
-      bodies_.Use();
+      programs_.Use(Programs::kBodies);
       DrawCommands(false);
-      points_.Use();
+      programs_.Use(Programs::kPoints);
       glBindVertexArray(arrays_[kPoints]);
       glDrawArraysIndirect(GL_POINTS, At(placements_.GetPointCommand()));
     }
@@ -360,7 +343,7 @@ class GLRenderer::Implementation {
 
   void DrawGhosts() {
     BeginBodies(RenderTargets::kGhost);
-    bodies_.Use();
+    programs_.Use(Programs::kBodies);
     if (HasBodies()) DrawCommands(true);
     ResetState(isReversed_);
   }
@@ -374,7 +357,7 @@ class GLRenderer::Implementation {
     glClearBufferfv(GL_COLOR, 0, kZero);
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
-    cuts_.Use();
+    programs_.Use(Programs::kCuts);
     if (HasBodies()) DrawCommands(false);
     ResetState(isReversed_);
   }
@@ -395,7 +378,7 @@ class GLRenderer::Implementation {
     BindTargets();
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
-    light_.Use();
+    programs_.UseLight(GetParts());
     glBindVertexArray(arrays_[kScreen]);
     glDrawArrays(GL_TRIANGLES, 0, 3);
     ResetState(isReversed_);
@@ -406,7 +389,7 @@ class GLRenderer::Implementation {
     host.BindFramebuffers();
     glViewport(host.GetLeft(), host.GetBottom(), view_.size.x, view_.size.y);
     BindTexture(0, targets_.GetColor(RenderTargets::kLight));
-    show_.Use();
+    programs_.Use(Programs::kShow);
     glUniform2i(kShowCorner, host.GetLeft(), host.GetBottom());
     if (view_.backdrop.w == static_cast<float>(PictureOptions::Background::kNone)) {
       glEnable(GL_BLEND);
@@ -420,7 +403,7 @@ class GLRenderer::Implementation {
   MeshStore meshes_;
   PlacementStore placements_;
   RenderTargets targets_;
-  GLProgram bodies_, points_, cuts_, count_, sum_, list_, commands_, light_, show_, pick_;
+  Programs programs_;
   GLBuffer viewBuffer_, answer_;
   std::array<GLuint, kArrays> arrays_{};
   bool isPrepared_ = false, isReversed_ = false, knowsClosed_ = false;

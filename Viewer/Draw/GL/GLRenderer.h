@@ -97,6 +97,7 @@ class MIREL_DRAW_GL_API GLRenderer {
 
   /// Draws. The first call after a change draws one sample of each pixel, or `options.samplesAtOnce`; each further call
   /// with the same camera and options adds as many, until all are in the picture: steps get smooth while nothing moves.
+  /// Without a background what is drawn is laid over what the framebuffer holds, by each call anew.
   ///
   /// Throws `GLError` when OpenGL is too old or its memory ends; then nothing, or a part, has been drawn, and the
   /// renderer is as after `Release`.

@@ -21,6 +21,11 @@ std::string Define(const char* name, const glm::vec3& value) {
   return text;
 }
 
+std::string Define(const Shaders::Parts& parts) {
+  return std::string(parts.edges ? "#define EDGES\n" : "") + (parts.ghosts ? "#define GHOSTS\n" : "") +
+         (parts.sections ? "#define SECTIONS\n" : "") + (parts.faces ? "#define FACES\n" : "");
+}
+
 std::string GetLook() {
   return Define("kLineColor", look::kLineColor) + Define("kSelectionColor", look::kSelectionColor) +
          Define("kSelectionStrength", look::kSelectionStrength) + Define("kHoverColor", look::kHoverColor) +
@@ -435,7 +440,7 @@ Surface FetchSolid(ivec2 texel) {
   texel = clamp(texel, ivec2(0), size.xy - 1);
   Sight sight = GetSight(vec2(texel) + 0.5);
   Surface s = Read(solids, solidDepths, texel, sight);
-  if (size.z == 0) return s;
+#ifdef SECTIONS
   float nearest, farthest;
   int plane = Clip(sight, nearest, farthest);
   if (plane < 0 || nearest >= farthest) return s;
@@ -449,6 +454,7 @@ Surface FetchSolid(ivec2 texel) {
   s.pixel = GetPixelSize(nearest);
   s.point = sight.origin + sight.direction * nearest;
   s.normal = s.flatNormal = planes[plane].xyz;
+#endif
   return s;
 }
 )";
@@ -463,6 +469,7 @@ vec3 ToLinear(vec3 srgb) {
   return mix(srgb / 12.92, pow((srgb + 0.055) / 1.055, vec3(2.4)), greaterThan(srgb, vec3(0.04045)));
 }
 
+#ifdef FACES
 // Lists of faces are in ascending order.
 bool IsListed(uint body, uint face, int first, int count) {
   int low = first, high = first + count;
@@ -474,6 +481,7 @@ bool IsListed(uint body, uint face, int first, int count) {
   }
   return low < first + count && faces[low] == uvec2(body, face);
 }
+#endif
 
 vec3 GetColor(Surface s) {
   uint state = states[s.body];
@@ -482,12 +490,13 @@ vec3 GetColor(Surface s) {
   uint bits = palettes[batch.palette + (s.face + 1u < batch.paletteSize && !s.isCut ? s.face + 1u : 0u)];
   if (modes.z != 0 && colors[s.body] != 0u) bits = colors[s.body];
   vec3 color = unpackUnorm4x8(bits).rgb;
-  if ((state & kSelected) != 0u ||
-      ((state & kFaceSelected) != 0u && IsListed(s.body, s.face, 0, extras.z)))
-    color = mix(color, kSelectionColor, kSelectionStrength);
-  if ((state & kHovered) != 0u ||
-      ((state & kFaceHovered) != 0u && IsListed(s.body, s.face, extras.z, extras.w)))
-    color = mix(color, kHoverColor, kHoverStrength);
+  bool isSelected = (state & kSelected) != 0u, isHovered = (state & kHovered) != 0u;
+#ifdef FACES
+  isSelected = isSelected || ((state & kFaceSelected) != 0u && IsListed(s.body, s.face, 0, extras.z));
+  isHovered = isHovered || ((state & kFaceHovered) != 0u && IsListed(s.body, s.face, extras.z, extras.w));
+#endif
+  if (isSelected) color = mix(color, kSelectionColor, kSelectionStrength);
+  if (isHovered) color = mix(color, kHoverColor, kHoverStrength);
   return color;
 }
 
@@ -544,42 +553,41 @@ Surface FetchGhost(ivec2 texel, Surface solid) {
   return s;
 }
 
-// Where many bodies meet in a few pixels, lines would leave nothing else.
-float Thin(ivec2 texel) {
-  uint bodies[9];
-  int count = 0;
-  for (int j = -1; j <= 1; ++j) {
-    for (int i = -1; i <= 1; ++i) {
-      uint body = FetchSolid(texel + ivec2(i, j)).body;
-      bool isNew = true;
-      for (int k = 0; k < count; ++k)
-        isNew = isNew && bodies[k] != body;
-      if (isNew) bodies[count++] = body;
-    }
-  }
-  return count > 3 ? 3.0 / float(count) : 1.0;
+// Where many bodies meet in a few pixels, lines would leave nothing else. Looks at five pixels out of the nine that are
+// meant.
+float Thin(ivec2 texel, ivec2 aside, ivec2 above, uint own, uint other, uint upper) {
+  uint before = texelFetch(solids, clamp(texel - aside, ivec2(0), size.xy - 1), 0).x;
+  uint lower = texelFetch(solids, clamp(texel - above, ivec2(0), size.xy - 1), 0).x;
+  int count = 1 + int(other != own) + int(upper != own && upper != other) +
+              int(before != own && before != other && before != upper) +
+              int(lower != own && lower != other && lower != upper && lower != before);
+  return count > 3 ? 2.0 / float(count) : 1.0;
 }
 
 void main() {
   ivec2 texel = ivec2(gl_FragCoord.xy);
   Sight sight = GetSight(gl_FragCoord.xy);
   Surface own = FetchSolid(texel);
-  light = vec4(0.0);
-  if (IsSeen(own)) light = vec4(Shade(own, sight), 1.0);
+  light = IsSeen(own) ? vec4(Shade(own, sight), 1.0) : vec4(0.0);
+#if defined(EDGES) || defined(GHOSTS)
   ivec2 aside = ivec2(extras.x, 0), above = ivec2(0, extras.y);
-  if (modes.x == 0 && modes.y == 0) return;
   Surface other = FetchSolid(texel + aside), upper = FetchSolid(texel + above);
-  if (modes.x != 0 && (IsEdge(own, other) || IsEdge(own, upper))) {
-    float line = pixel.z * Thin(texel);
+#endif
+#ifdef EDGES
+  if (IsEdge(own, other) || IsEdge(own, upper)) {
+    float line = pixel.z * Thin(texel, aside, above, own.body, other.body, upper.body);
     light = vec4(mix(light.rgb, kLineColor, line), light.a + (1.0 - light.a) * line);
   }
-  if (modes.y == 0) return;
+#endif
+#ifdef GHOSTS
   Surface ghost = FetchGhost(texel, own);
   vec4 veil = IsSeen(ghost) ? ShadeGhost(ghost) : vec4(0.0);
-  if (modes.x != 0 &&
-      (IsEdge(ghost, FetchGhost(texel + aside, other)) || IsEdge(ghost, FetchGhost(texel + above, upper))))
+#ifdef EDGES
+  if (IsEdge(ghost, FetchGhost(texel + aside, other)) || IsEdge(ghost, FetchGhost(texel + above, upper)))
     veil = mix(veil, vec4(kLineColor, 1.0), kGhostLine);
+#endif
   light = veil + light * (1.0 - veil.a);
+#endif
 }
 )";
 
@@ -652,14 +660,14 @@ std::string Shaders::GetCullCommands() {
 std::string Shaders::GetScreenVertex() {
   return kScreenVertex;
 }
-std::string Shaders::GetLightFragment() {
-  return std::string(kCommon) + GetLook() + kSight + kSurface + kLight;
+std::string Shaders::GetLightFragment(const Parts& parts) {
+  return std::string(kCommon) + Define(parts) + GetLook() + kSight + kSurface + kLight;
 }
 std::string Shaders::GetShowFragment() {
   return std::string(kCommon) + GetLook() + kShow;
 }
-std::string Shaders::GetPick() {
-  return std::string(kCommon) + kSight + kSurface + kPick;
+std::string Shaders::GetPick(const Parts& parts) {
+  return std::string(kCommon) + Define(parts) + kSight + kSurface + kPick;
 }
 
 }  // namespace mirel

@@ -1,12 +1,27 @@
 #pragma once
 
 #include <string>
+#include <tuple>
 
 namespace mirel {
 
 /// The texts of all shaders, in GLSL 4.30. The numbers of `Look.h` are in them as constants of the same names.
 class Shaders {
  public:
+  /// What a picture has beside solid bodies. Shaders leave out what it has not: processors that stand in for a graphics
+  /// card go through all of a shader for every pixel.
+  struct Parts {
+    bool edges = false;
+    bool ghosts = false;
+    bool sections = false;
+    bool faces = false;  ///< that are selected or lit up by themselves
+
+    bool operator<(const Parts& other) const {
+      return std::tie(edges, ghosts, sections, faces) <
+             std::tie(other.edges, other.ghosts, other.sections, other.faces);
+    }
+  };
+
   // Bodies: which body, which face and which normals are seen at each pixel.
   static std::string GetBodyVertex();
   static std::string GetBodyFragment();
@@ -26,11 +41,11 @@ class Shaders {
 
   // The light of what is seen at each pixel; and of all samples, with what is behind, as a picture.
   static std::string GetScreenVertex();
-  static std::string GetLightFragment();
+  static std::string GetLightFragment(const Parts& parts);
   static std::string GetShowFragment();
 
   // What is seen at one pixel, for the processor.
-  static std::string GetPick();
+  static std::string GetPick(const Parts& parts);
 };
 
 }  // namespace mirel

@@ -13,8 +13,8 @@ namespace mirel {
 
 namespace {
 
-// Of the farthest depth: nearer things are not drawn in perspective. Reversed depths lose no digits by a small one.
-constexpr double kNearest = 1e-6, kNearestNotReversed = 1e-3;
+// Of the height of what is seen: nearer things are not drawn in perspective. Reversed depths lose no digits by a small one.
+constexpr double kNearest = 1e-5, kNearestNotReversed = 1e-2;
 
 struct Depths {
   double nearest = std::numeric_limits<double>::max();
@@ -51,8 +51,8 @@ void FillLens(const Camera& camera, const GLViewOptions& options, const Depths& 
   const double pixel = camera.GetPixelSize(1.0, size);
   block.pixel.x = static_cast<float>(pixel);
   block.lens = glm::vec4(2.0 / (pixel * size.x), 2.0 / (pixel * size.y), 0.0f, 0.0f);
-  const double nearest = std::max(
-      depths.nearest, (isReversed ? kNearest : kNearestNotReversed) * std::abs(depths.farthest) + 1e-9);
+  const double nearest =
+      std::max(depths.nearest, (isReversed ? kNearest : kNearestNotReversed) * camera.GetHeight());
   block.depthMap = isPerspective ? glm::vec4(nearest, 0.0f, 0.0f, 1.0f)
                                  : glm::vec4(depths.farthest, depths.farthest - depths.nearest, 0.0f, 0.0f);
   block.depthMap.z = isReversed ? 1.0f : 0.0f;
