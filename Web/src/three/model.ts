@@ -84,6 +84,11 @@ export class ModelObject extends Group {
     return this.bodies.get(this.getItem(shape).shapeId)?.mesh;
   }
 
+  /** How many shapes have a body. */
+  countShapes(shapeId: string): number {
+    return this.shapesOfBody.get(shapeId)?.length ?? 0;
+  }
+
   /** Shapes that lie in the rows from `row` to before its end, as a range of numbers. */
   getShapesBelow(row: number): [first: number, end: number] {
     const { shapeRows, ends } = this.occurrences;

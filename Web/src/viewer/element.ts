@@ -313,6 +313,11 @@ export class MirelViewer extends HTMLElement {
     return this.model ? findRows(this.model.occurrences, text) : [];
   }
 
+  /** The row that the user points at, or -1. */
+  get hoveredRow(): number {
+    return this.hovered;
+  }
+
   /** Lights up a row that the user points at; -1, none. */
   hover(row: number): void {
     if (row === this.hovered) return;

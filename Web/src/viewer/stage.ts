@@ -116,6 +116,16 @@ export class Stage {
     return [((p.x + 1) / 2) * this.canvas.clientWidth, ((1 - p.y) / 2) * this.canvas.clientHeight];
   }
 
+  /** How many mm a pixel of the canvas is wide at a point of the model. */
+  getPixelSize(point: ArrayLike<number>): number {
+    const { camera } = this;
+    const distance = camera.perspective.position.distanceTo(camera.target);
+    const p = new Vector3(point[0], point[1], point[2]).sub(this.modelOrigin);
+    const depth = p.sub(camera.perspective.position).dot(camera.perspective.getWorldDirection(new Vector3()));
+    const height = camera.height * (camera.isParallel ? 1 : depth / distance);
+    return height / Math.max(1, this.canvas.clientHeight);
+  }
+
   pick(clientX: number, clientY: number): Pick | undefined {
     return this.model?.pick(this.getRay(clientX, clientY));
   }
