@@ -14,18 +14,21 @@ namespace mirel {
 /// of placements and threads share it.
 class MIREL_DRAW_API DrawPalette {
  public:
-  /// The colours of a node that draws a body of so many faces: the face's own, else the body's, else `BrepSceneNode::kDefaultColor`.
+  /// The colours of a node that draws a body: of a face its own, else the body's, else `BrepSceneNode::kDefaultColor`.
   /// Components outside 0 to 1 are drawn as the nearer end of it; what is not a number, as 0.
-  DrawPalette(const BrepSceneNode& node, std::size_t faceCount);
+  explicit DrawPalette(const BrepSceneNode& node);
 
-  /// The colour of what has no colour of its own in the body that a node draws.
+  /// The colour of the faces that have none of their own in the body that a node draws.
   static glm::vec3 GetBodyColor(const BrepSceneNode& node);
 
-  /// `face` is a position in `GRepMesh::faces`.
-  const glm::vec3& GetColor(std::uint32_t face) const { return face < faces_.size() ? faces_[face] : body_; }
+  /// `face` is a position in `GRepMesh::faces`. Any other number stands for what is not on a face, such as the material
+  /// where it is cut: the body's colour, or, for a body that has none, the colour of most of its surface.
+  const glm::vec3& GetColor(std::uint32_t face) const {
+    return face < faces_.size() ? faces_[face] : material_;
+  }
 
  private:
-  glm::vec3 body_;
+  glm::vec3 material_;
   std::vector<glm::vec3> faces_;  // empty when all have the body's
 };
 

@@ -36,12 +36,9 @@ bool IsInvertible(const glm::dmat4x3& placement) {
   return std::isfinite(lengths) && lengths > 1e-30 && volume > 1e-6 * lengths;
 }
 
-// Boxes that are finite always stay so here: the caller looks at the result.
-AABoxT<double> Place(const AABoxT<double>& box, const glm::dmat4x3& placement) {
-  AABoxT<double> placed;
-  for (int corner = 0; corner < 8; ++corner)
-    placed.Extend(placement * glm::dvec4(GetCorner(box, corner), 1.0));
-  return placed;
+AABoxT<double> Place(AABoxT<double> box, const glm::dmat4x3& placement) {
+  box.Transform(glm::dmat4(placement));
+  return box;
 }
 
 bool IsInReach(const AABoxT<double>& box) {
@@ -122,16 +119,17 @@ class DrawScene::Gathering {
   }
 
   // Whatever has the same of all these is drawn together.
-  using Likeness = std::tuple<const GRepShape*, const FacePalette*, float, float, float, bool>;
+  using Likeness = std::tuple<const GRepShape*, const FacePalette*, float, float, float, bool, bool>;
 
   DrawBatch& FindBatch(const BrepSceneNode& node, bool ghost) {
     const glm::vec3 color = DrawPalette::GetBodyColor(node);
-    const Likeness likeness(node.GetGRep().get(), node.GetPalette().get(), color.r, color.g, color.b, ghost);
+    const Likeness likeness(node.GetGRep().get(), node.GetPalette().get(), color.r, color.g, color.b,
+                            node.GetColor().r < 0.0f, ghost);
     const auto [known, isNew] = known_.try_emplace(likeness, scene_.batches_.size());
     if (!isNew) return scene_.batches_[known->second];
     DrawBatch batch;
     batch.grep = node.GetGRep();
-    batch.palette = std::make_shared<DrawPalette>(node, batch.grep->GetMesh().faces.size());
+    batch.palette = std::make_shared<DrawPalette>(node);
     batch.ghost = ghost;
     scene_.batches_.push_back(std::move(batch));
     return scene_.batches_.back();

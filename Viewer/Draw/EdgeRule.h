@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Viewer/Draw/PictureOptions.h>
+#include <Viewer/Draw/SmoothJoints.h>
 #include <Viewer/Draw/SurfaceFinder.h>
 
 namespace mirel {
@@ -8,7 +9,7 @@ namespace mirel {
 /// Between which neighbouring points of a picture a line is drawn.
 class EdgeRule {
  public:
-  explicit EdgeRule(PictureOptions::Edges edges) : edges_(edges) {}
+  EdgeRule(PictureOptions::Edges edges, const DrawScene& scene) : edges_(edges), joints_(scene) {}
 
   /// Whether two points, a few pixels apart at most, lie on different sides of an edge or an outline.
   bool IsEdge(const Surface& a, const Surface& b) const;
@@ -20,7 +21,10 @@ class EdgeRule {
   static bool IsStep(const Surface& a, const Surface& b);
 
  private:
+  bool IsSharp(const Surface& a, const Surface& b) const;
+
   PictureOptions::Edges edges_;
+  SmoothJoints joints_;
 };
 
 }  // namespace mirel

@@ -38,22 +38,6 @@ void ThrowIfFailed(RTCDevice device) {
   if (rtcGetDeviceError(device) != RTC_ERROR_NONE) throw std::bad_alloc();
 }
 
-std::vector<glm::vec3> ReadNormals(const GRepMesh& mesh) {
-  std::vector<glm::vec3> normals(mesh.GetVertexCount());
-  for (std::size_t i = 0; i < normals.size(); ++i)
-    normals[i] = mesh.GetNormal(i);
-  return normals;
-}
-
-std::vector<std::uint32_t> NumberTriangles(const GRepMesh& mesh) {
-  std::vector<std::uint32_t> numbers(mesh.GetTriangleCount());
-  for (std::uint32_t face = 0; face < mesh.faces.size(); ++face) {
-    const GRepFace& range = mesh.faces[face];
-    std::fill_n(numbers.begin() + range.firstIndex / 3, range.indexCount / 3, face);
-  }
-  return numbers;
-}
-
 // Gives every hit of one ray to a list, and goes on.
 struct ThroughContext : RTCIntersectContext {
   std::vector<RTCHit> hits;
@@ -133,8 +117,9 @@ struct RayCaster::Index {
     Body body;
     body.mesh = &mesh;
     body.middle = (mesh.box.GetMin() + mesh.box.GetMax()) * 0.5;
-    body.normals = ReadNormals(mesh);
-    body.triangleFaces = NumberTriangles(mesh);
+    body.normals.resize(mesh.GetVertexCount());
+    if (!body.normals.empty()) mesh.CopyNormals(&body.normals[0].x);
+    body.triangleFaces = mesh.MakeFaceOfTriangle();
     body.scene = NewScene();
     const RTCGeometry geometry = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_TRIANGLE);
     rtcSetSharedGeometryBuffer(geometry, RTC_BUFFER_TYPE_INDEX, 0, RTC_FORMAT_UINT3, mesh.triangles.data(), 0,
@@ -142,10 +127,7 @@ struct RayCaster::Index {
     auto* const points = static_cast<float*>(rtcSetNewGeometryBuffer(
         geometry, RTC_BUFFER_TYPE_VERTEX, 0, RTC_FORMAT_FLOAT3, 3 * sizeof(float), mesh.GetVertexCount()));
     if (points != nullptr) {
-      for (std::size_t i = 0; i < mesh.GetVertexCount(); ++i) {
-        const glm::vec3 point(mesh.GetPosition(i) - body.middle);
-        std::memcpy(points + 3 * i, &point, sizeof point);
-      }
+      mesh.CopyPositions(points, 3, body.middle);
       rtcCommitGeometry(geometry);
       rtcAttachGeometry(body.scene, geometry);
     }

@@ -254,7 +254,7 @@ TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& opti
     : finder_(finder),
       options_(options),
       hasGhosts_(hasGhosts),
-      edges_(options.edges),
+      edges_(options.edges, finder.GetCaster().GetScene()),
       studio_(finder.GetCamera()),
       occlusion_(finder),
       lineRadius_(look::GetLineRadius(GetSmallerSide(options))),

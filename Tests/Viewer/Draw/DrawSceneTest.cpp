@@ -73,6 +73,24 @@ TEST(DrawSceneTest, DrawsWhatIsAlikeTogether) {
   EXPECT_EQ(twice.GetNodes().size(), 2 * scene.GetNodes().size());
 }
 
+// Of a body without a colour of its own, what is cut shows the colour that most of it has.
+TEST(DrawSceneTest, GivesTheMaterialTheColorOfTheBodyOrOfMostOfIt) {
+  const glm::vec3 red(1, 0, 0), green(0, 1, 0), blue(0, 0, 1);
+  const auto node = BodyNode(BoxGRep(10, 2, 1), glm::dmat4(1.0));  // faces: x, x, y, y, z, z
+  const auto getMaterial = [&] { return DrawPalette(*node).GetColor(0x80000000u); };
+  EXPECT_EQ(getMaterial(), BrepSceneNode::kDefaultColor);
+  for (const unsigned face : {0u, 1u, 2u, 3u})
+    node->SetFaceColor(face, red);
+  EXPECT_EQ(getMaterial(), BrepSceneNode::kDefaultColor);  // 24 mm2 are red, 40 have no colour
+  node->SetFaceColor(5, green);
+  EXPECT_EQ(getMaterial(), red);
+  node->SetFaceColor(4, green);
+  EXPECT_EQ(getMaterial(), green);
+  node->SetColor(blue);
+  EXPECT_EQ(getMaterial(), blue);
+  EXPECT_EQ(DrawPalette(*node).GetColor(0), red);
+}
+
 TEST(DrawSceneTest, LeavesOutWhatIsHiddenOrNotShownAlone) {
   const auto root = std::make_shared<GroupSceneNode>(), group = std::make_shared<GroupSceneNode>();
   const auto a = BodyNode(BoxGRep(1, 1, 1), Move(0, 0, 0)), b = BodyNode(BoxGRep(1, 1, 1), Move(2, 0, 0));

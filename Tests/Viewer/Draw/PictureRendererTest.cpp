@@ -9,11 +9,14 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <BRepAlgoAPI_Common.hxx>
+#include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepFilletAPI_MakeFillet.hxx>
 #include <BRepGProp.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <BRep_Builder.hxx>
+#include <Bnd_Box.hxx>
 #include <GProp_GProps.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
@@ -143,6 +146,33 @@ TEST(PictureRendererTest, DrawsSharpEdgesAndNoSeams) {
     EXPECT_LT(darkest(Edges::kSharp, place.x, place.y) + 12, darkest(Edges::kNone, place.x, place.y));
   for (const Edges edges : {Edges::kSharp, Edges::kAll})
     EXPECT_EQ(darkest(edges, 120, 90), darkest(Edges::kNone, 120, 90));
+}
+
+// Nor have the sides of a round, however small it is in the picture.
+TEST(PictureRendererTest, DrawsNoLinesAlongRounds) {
+  const TopoDS_Shape box = BRepPrimAPI_MakeBox(gp_Pnt(-15, 0, -30), 30, 30, 30).Shape();
+  BRepFilletAPI_MakeFillet rounding(box);
+  for (TopExp_Explorer edge(box, TopAbs_EDGE); edge.More(); edge.Next()) {
+    Bnd_Box bounds;
+    BRepBndLib::Add(edge.Current(), bounds);
+    if (bounds.CornerMin().Z() > -1 && bounds.CornerMax().Y() < 1 && rounding.NbContours() == 0)
+      rounding.Add(0.4, TopoDS::Edge(edge.Current()));
+  }
+  const auto root = std::make_shared<GroupSceneNode>();
+  root->AddNode(BodyNode(MeshOf(rounding.Shape()), glm::dmat4(1.0)));
+  const auto caster = MakeCaster(*root);
+  Camera camera;
+  camera.SetDirection({0, -1, 1}, {0, 0, 1});
+  camera.Fit(caster->GetScene(), 4.0 / 3.0);
+  PictureOptions options = Small();
+  const Picture lines = PictureRenderer(caster).Draw(camera, options);
+  options.edges = PictureOptions::Edges::kNone;
+  const Picture plain = PictureRenderer(caster).Draw(camera, options);
+  const int middle = static_cast<int>(camera.Project({0, 0, 0}, {240, 180}).y);
+  int differences = 0;
+  for (int y = middle - 9; y < middle + 9; ++y)
+    differences += lines.GetPixel(120, y)[1] != plain.GetPixel(120, y)[1] ? 1 : 0;
+  EXPECT_EQ(differences, 0);
 }
 
 TEST(PictureRendererTest, ShowsWhatIsSelected) {
