@@ -1,11 +1,12 @@
 #include <Programs/mirel/CrashGuard.h>
 
+#include <Programs/mirel/HandlerStack.h>
 #include <Programs/mirel/Save/InterruptCleanup.h>
 #include <Programs/mirel/Text/Utf8.h>
 
 #if !defined(_WIN32)
 #include <csignal>
-#include <cstdlib>
+#include <optional>
 #include <unistd.h>
 #endif
 
@@ -22,14 +23,12 @@ namespace {
 
 constexpr int kSignals[] = {SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 constexpr std::size_t kSignalCount = sizeof kSignals / sizeof kSignals[0];
-constexpr std::size_t kStackBytes = 64 * 1024;
 
 // The handler may allocate nothing: all that it says is made before.
 std::string message;
 ExitCode exitCode = ExitCode::kInputUnread;
 struct sigaction before[kSignalCount];
-stack_t stackBefore;
-void* handlerStack = nullptr;
+std::optional<HandlerStack> handlerStack;
 
 extern "C" void EndAfterCrash(int) {
   const char* text = message.data();
@@ -50,12 +49,7 @@ extern "C" void EndAfterCrash(int) {
 CrashGuard::CrashGuard(const std::string& file, const std::string& reason, ExitCode code) {
   message = "\n" + Utf8::ForTerminal("mirel: " + file + ": " + reason, false) + "\n";
   exitCode = code;
-  // A crash may be an overflow of the stack, so the handler needs one of its own.
-  handlerStack = std::malloc(kStackBytes);
-  stack_t stack = {};
-  stack.ss_sp = handlerStack;
-  stack.ss_size = kStackBytes;
-  sigaltstack(&stack, &stackBefore);
+  handlerStack.emplace();
   struct sigaction action = {};
   action.sa_handler = &EndAfterCrash;
   action.sa_flags = SA_ONSTACK;
@@ -68,12 +62,7 @@ CrashGuard::~CrashGuard() {
   for (std::size_t i = 0; i < kSignalCount; ++i) {
     sigaction(kSignals[i], &before[i], nullptr);
   }
-  if ((stackBefore.ss_flags & SS_DISABLE) != 0) {
-    stackBefore = {};
-    stackBefore.ss_flags = SS_DISABLE;
-  }
-  sigaltstack(&stackBefore, nullptr);
-  std::free(handlerStack);
+  handlerStack.reset();
 }
 
 #endif

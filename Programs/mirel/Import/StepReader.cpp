@@ -1,5 +1,6 @@
 #include <Programs/mirel/Import/StepReader.h>
 
+#include <Programs/mirel/Import/Healing/HealingActor.h>
 #include <Programs/mirel/Import/OtherFiles.h>
 #include <Programs/mirel/Import/Part21/StepWorkLibrary.h>
 #include <Programs/mirel/Import/StepCensus.h>
@@ -71,6 +72,7 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   const bool good = Run(file, reader.ChangeReader(), [&](const Message_ProgressRange& range) {
     SetUnreadableBodies(StepNumbers::TakeOutBodies(reader.ChangeReader()));
     OtherFiles::TurnAway(*reader.ChangeReader().Model(), fs::u8path(file.GetPath()).parent_path());
+    HealingActor::HealTogether(reader.ChangeReader());
     return reader.Transfer(target, range);
   });
   if (good) {

@@ -2,6 +2,7 @@
 #include <Programs/mirel/Import/SourceFile.h>
 #include <Programs/mirel/StageProgress.h>
 
+#include <Tests/Support/StepFiles.h>
 #include <Tests/Support/StepScan.h>
 #include <Tests/Support/TestFolder.h>
 
@@ -18,8 +19,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <filesystem>
 #include <sstream>
 #include <vector>
 
@@ -42,24 +41,6 @@ bool IsTakenAlike(const std::string& text, std::size_t sectionBytes = kOneSectio
     EXPECT_TRUE(theirs.isGood && ours.records == theirs.records) << text.substr(0, 1000);
   }
   return ours.isGood;
-}
-
-/// The sample, and the files and folders that the environment names, with : between them.
-std::vector<std::string> RealFiles() {
-  std::vector<std::string> files = {MIREL_SAMPLE};
-  const char* const more = std::getenv("MIREL_STEP_FILES");
-  std::istringstream names(more == nullptr ? "" : more);
-  for (std::string name; std::getline(names, name, ':');) {
-    if (!std::filesystem::is_directory(name)) {
-      files.push_back(name);
-      continue;
-    }
-    for (const auto& entry : std::filesystem::recursive_directory_iterator(name)) {
-      const std::string extension = entry.path().extension().string();
-      if (extension == ".step" || extension == ".stp") files.push_back(entry.path().string());
-    }
-  }
-  return files;
 }
 
 TEST(Part21, TakesEveryTokenAsOpenCascadeDoes) {
@@ -196,7 +177,7 @@ TEST(Part21, SectionsAreTheWhole) {
 }
 
 TEST(Part21, RealFilesAreTakenAlike) {
-  for (const std::string& file : RealFiles())
+  for (const std::string& file : ListStepFiles(MIREL_SAMPLE))
     EXPECT_TRUE(IsTakenAlike(ReadFile(file), 100000)) << file;
 }
 
@@ -237,7 +218,7 @@ TEST(Part21, ModelsAreTheSame) {
   STEPCAFControl_Controller::Init();
   Message::DefaultMessenger()->ChangePrinters().Clear();
   const TestFolder folder;
-  std::vector<std::string> files = RealFiles();
+  std::vector<std::string> files = ListStepFiles(MIREL_SAMPLE);
   for (const char* const entities : {
            "#1=CARTESIAN_POINT('',(1.,2.,3.));#2=DIRECTION('a',(0.,0.,1.));#3=AXIS2_PLACEMENT_3D('',#1,#2,$)"
            ";",
