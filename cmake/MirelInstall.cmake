@@ -55,14 +55,17 @@ if(TARGET mirel)
   # The program finds the libraries beside it, wherever the installed tree lies.
   file(RELATIVE_PATH libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(mirel PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
-  set_target_properties(MirelReadSTEP MirelReadIGES MirelPicture PROPERTIES INSTALL_RPATH "$ORIGIN/..")
-  install(TARGETS MirelReadSTEP MirelReadIGES LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT program)
+  set_target_properties(MirelReadSTEP MirelReadIGES MirelPicture MirelPreview PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+  install(TARGETS MirelReadSTEP MirelReadIGES MirelPreview LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT program)
   install(TARGETS MirelPicture LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT draw)
   # Thumbnails of model folders' index files in the file managers of free desktops.
   install(FILES Programs/mirel/Picture/mirel.thumbnailer DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers
           COMPONENT program)
   install(FILES Programs/mirel/Picture/mirel-mime.xml DESTINATION ${CMAKE_INSTALL_DATADIR}/mime/packages
           RENAME mirel.xml COMPONENT program)
+  if(MIREL_WEB_DIR)
+    install(FILES ${MIREL_WEB_DIR}/viewer.js DESTINATION ${CMAKE_INSTALL_DATADIR}/mirel/web COMPONENT program OPTIONAL)
+  endif()
   install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 endif()
 set_target_properties(MirelViewerKernel MirelDraw MirelDrawGL PROPERTIES INSTALL_RPATH "$ORIGIN")

@@ -15,6 +15,8 @@
 #include <Programs/mirel/View/CommandsVerb.h>
 #include <Programs/mirel/View/RunVerb.h>
 #include <Programs/mirel/View/StreamVerb.h>
+#include <Programs/mirel/Web/PageVerb.h>
+#include <Programs/mirel/Web/SiteVerb.h>
 
 #include <Viewer/Kernel/App/ViewerKernelModule.h>
 #include <Viewer/Kernel/Host/Core/MemoryBudget.h>
@@ -56,6 +58,8 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   verbs.push_back(std::make_unique<CheckVerb>());
   verbs.push_back(std::make_unique<SealVerb>());
   verbs.push_back(std::make_unique<PictureVerb>());
+  verbs.push_back(std::make_unique<PageVerb>());
+  verbs.push_back(std::make_unique<SiteVerb>());
   verbs.push_back(std::make_unique<RunVerb>());
   verbs.push_back(std::make_unique<CommandsVerb>());
   verbs.push_back(std::make_unique<StreamVerb>());

@@ -18,7 +18,7 @@ for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-
   libmirel-draw-gl0) wanted=("libmirel-draw0 (" libepoxy) ;;
   libmirel-dev) wanted=("libmirel0 (") ;;
   libmirel-draw-dev) wanted=("libmirel-draw0 (" "libmirel-draw-gl0 (" "libmirel-dev (") ;;
-  mirel) wanted=("libmirel0 (" libocct-data-exchange) ;;
+  mirel) wanted=("libmirel0 (" libocct-data-exchange libcpp-httplib) ;;
   esac
   for want in "${wanted[@]}"; do
     [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
@@ -30,3 +30,7 @@ for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-
   dpkg-deb -x "$deb" "$target"
 done
 "$target/usr/bin/mirel" save --strict "$(dirname "$0")/../../Samples/trolley.step" "$target/trolley"
+# The viewer for web pages goes along where it was built.
+if [[ -f $build/Web/dist/viewer.js ]]; then
+  "$target/usr/bin/mirel" page "$target/trolley" "$target/trolley.html"
+fi

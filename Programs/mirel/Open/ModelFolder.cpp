@@ -8,6 +8,7 @@
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Reader/LiteModelReader.h>
 #include <Viewer/Kernel/Reader/PackageSearch.h>
+#include <Viewer/Kernel/Reader/PackageTable.h>
 #include <Viewer/Kernel/Reader/PkgGRepReader.h>
 #include <Viewer/Kernel/Reader/PkgShapeReader.h>
 
@@ -31,6 +32,15 @@ bool TakeIndex(LiteModel& model, std::shared_ptr<RawBuffer> buffer, unsigned int
   greps = reader.GetPkgGRep();
   shapes = reader.GetPkgShape();
   return good;
+}
+
+std::vector<ObjectId> ListBodies(const RawBuffer& package) {
+  const PackageTable table(package.GetData(), package.GetSize());
+  std::vector<ObjectId> bodies(table.GetCount());
+  for (std::size_t i = 0; i < bodies.size(); ++i) {
+    bodies[i] = table.GetEntry(i).id;
+  }
+  return bodies;
 }
 
 }  // namespace
@@ -67,6 +77,7 @@ bool ModelFolder::Load(const std::string& path) {
     for (const std::uint32_t number : search.numbers) {
       const std::string name = kind + "/" + FolderFiles::GetPackageName(number);
       read(name, folder + name, [&](const std::shared_ptr<RawBuffer>& buffer) {
+        files_.back().bodies = ListBodies(*buffer);
         const bool whole =
             buffer->GetSize() <= std::numeric_limits<unsigned int>::max() &&
             load(folder + name, buffer->GetData(), static_cast<unsigned int>(buffer->GetSize()));

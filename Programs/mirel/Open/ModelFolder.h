@@ -16,8 +16,9 @@ class ModelFolder {
   struct File {
     std::string name;  ///< relative to the folder: "index.gz", "model/1.gz", "grep/1.gz"
     std::uint64_t packedBytes = 0;
-    std::uint64_t bytes = 0;  ///< inflated
-    bool missing = false;     ///< named by the index, but not there or not readable
+    std::uint64_t bytes = 0;       ///< inflated
+    bool missing = false;          ///< named by the index, but not there or not readable
+    std::vector<ObjectId> bodies;  ///< of a package: what its table lists, in this order
   };
 
   /// Seconds.
@@ -33,6 +34,7 @@ class ModelFolder {
 
   const LiteModel& GetModel() const { return model_; }
   LiteModel& GetModel() { return model_; }
+  /// The index first, then the packages of graphics, then those of exact bodies, by their numbers.
   const std::vector<File>& GetFiles() const { return files_; }
   const Times& GetTimes() const { return times_; }
 

@@ -2,21 +2,16 @@
 
 #include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
-#include <Programs/mirel/Import/SourceFile.h>
 #include <Programs/mirel/Open/GraphicsOpener.h>
 #include <Programs/mirel/Picture/PictureArguments.h>
 #include <Programs/mirel/Picture/PictureCall.h>
-#include <Programs/mirel/Save/Conversion.h>
-#include <Programs/mirel/Save/TemporaryFolder.h>
+#include <Programs/mirel/Save/InputFolder.h>
 
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 
 #include <CLI/CLI.hpp>
 
-#include <filesystem>
 #include <utility>
-
-namespace fs = std::filesystem;
 
 namespace mirel {
 
@@ -24,23 +19,6 @@ namespace {
 
 constexpr int kMaxSamples = 64;
 constexpr int kMaxTurntable = 999;
-
-// Whether `path` is a file that `mirel save` reads, rather than a model folder or its index.
-bool IsSource(const std::string& path) {
-  const fs::path file = fs::u8path(path);
-  std::error_code failure;
-  return fs::is_regular_file(file, failure) && file.filename() != "index.gz";
-}
-
-// What a model is called after the file or folder that it is in.
-std::string MakeTitle(const std::string& path) {
-  std::error_code failure;
-  fs::path place = fs::absolute(fs::u8path(path), failure).lexically_normal();
-  if (!place.has_filename() || place.filename() == "index.gz") {
-    place = place.parent_path();  // a folder with a slash behind it, or its index
-  }
-  return IsSource(path) ? place.stem().u8string() : place.filename().u8string();
-}
 
 }  // namespace
 
@@ -119,20 +97,13 @@ ExitCode PictureVerb::Run(Console& console) {
                                 std::to_string(PictureRequest::kMinSheetHeight) + " pixels");
     return ExitCode::kUsage;
   }
-  request_.title = MakeTitle(input_);
+  request_.title = InputFolder::GetName(input_);
   if (!PictureCall::IsPossible(console)) {
     return ExitCode::kOutputUnwritten;
   }
-  if (!IsSource(input_)) {
-    return DrawFolder(console, input_);
-  }
-  const TemporaryFolder folder;
-  const ExitCode saved = Conversion({}).Run(console, input_, folder.GetPath());
-  if (saved != ExitCode::kDone) {
-    return saved;
-  }
-  folder.Watch();
-  return DrawFolder(console, folder.GetPath());
+  InputFolder folder;
+  const ExitCode prepared = folder.Prepare(console, input_);
+  return prepared == ExitCode::kDone ? DrawFolder(console, folder.GetPath()) : prepared;
 }
 
 ExitCode PictureVerb::DrawFolder(Console& console, const std::string& folder) {

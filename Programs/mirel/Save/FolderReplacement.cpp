@@ -59,11 +59,15 @@ std::optional<PackageCounts> CountPackages(const fs::path& folder) {
   return index ? std::optional<PackageCounts>(index->GetData()) : std::nullopt;
 }
 
-// The first thing in a folder that the model in it does not own, relative to the folder; empty when there is none.
-std::string FindForeign(const fs::path& folder, std::error_code& failure) {
+// The first thing in a folder that the model in it does not own, relative to the folder; empty when there is none. `others`
+// are files that may be there too.
+std::string FindForeign(const fs::path& folder, std::error_code& failure,
+                        const std::vector<std::string>& others = {}) {
   const std::optional<PackageCounts> counts = CountPackages(folder);
   for (const auto& [name, type] : List(folder, failure)) {
-    if (FolderFiles::IsHidden(name) || (FolderFiles::IsFile(name) && type == fs::file_type::regular)) {
+    const bool isOwn =
+        FolderFiles::IsFile(name) || std::find(others.begin(), others.end(), name) != others.end();
+    if (FolderFiles::IsHidden(name) || (isOwn && type == fs::file_type::regular)) {
       continue;
     }
     if (!FolderFiles::IsPackageFolder(name) || type != fs::file_type::directory) {
@@ -145,7 +149,7 @@ std::string FindObstacle(const fs::path& folder) {
 }
 
 // Removes what killed processes left in a folder. Whoever is alive holds a lock.
-void RemoveAbandoned(const fs::path& parent) {
+void RemoveAbandoned(const fs::path& parent, const std::vector<std::string>& others) {
   std::error_code failure;
   for (const auto& [name, type] : List(parent, failure)) {
     if (!IsAsideName(name) || type != fs::file_type::directory) {
@@ -154,7 +158,7 @@ void RemoveAbandoned(const fs::path& parent) {
     FolderLock lock;
     std::error_code unread;
     if (lock.Take(parent / name) == FolderLock::Result::kTaken &&
-        FindForeign(parent / name, unread).empty() && !unread) {
+        FindForeign(parent / name, unread, others).empty() && !unread) {
       std::error_code ignored;
       fs::remove_all(parent / name, ignored);
     }
@@ -197,7 +201,8 @@ std::string RandomHex() {
 
 }  // namespace
 
-FolderReplacement::FolderReplacement(const std::string& target, bool force) : force_(force) {
+FolderReplacement::FolderReplacement(const std::string& target, bool force, std::vector<std::string> others)
+    : force_(force), others_(std::move(others)) {
   std::error_code ignored;
   fs::path path = fs::absolute(fs::u8path(target), ignored).lexically_normal();
   if (!path.has_filename()) {
@@ -255,7 +260,7 @@ std::string FolderReplacement::Check() const {
     return obstacle;
   }
   failure.clear();
-  const std::string foreign = FindForeign(target_, failure);
+  const std::string foreign = FindForeign(target_, failure, others_);
   if (failure) {
     return failure.message();
   }
@@ -285,7 +290,7 @@ bool FolderReplacement::Begin(std::string& reason) {
     reason = "its parent folder cannot be made: " + failure.message();
     return false;
   }
-  RemoveAbandoned(target_.parent_path());
+  RemoveAbandoned(target_.parent_path(), others_);
   for (int attempt = 0; attempt < 100 && !failure; ++attempt) {
     if (MakeAside(failure)) {
       return true;

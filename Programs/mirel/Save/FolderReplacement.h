@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <string>
+#include <vector>
 
 namespace mirel {
 
@@ -17,8 +18,9 @@ namespace mirel {
 /// Any number of processes may replace one folder at once: it shows one of theirs, whole.
 class FolderReplacement {
  public:
-  /// `target` is a narrow path (UTF-8). `force` allows to replace a model folder that is there.
-  FolderReplacement(const std::string& target, bool force);
+  /// `target` is a narrow path (UTF-8). `force` allows to replace a model folder that is there. `others` are names of files
+  /// that such a folder holds too, beside those of the model.
+  FolderReplacement(const std::string& target, bool force, std::vector<std::string> others = {});
   ~FolderReplacement();
 
   FolderReplacement(const FolderReplacement&) = delete;
@@ -50,6 +52,7 @@ class FolderReplacement {
   bool MakeAside(std::error_code& failure);
 
   const bool force_;
+  const std::vector<std::string> others_;
   std::filesystem::path target_;
   std::filesystem::path aside_;  // empty when there is none
   FolderLock lock_;              // on the folder aside, so that nobody takes it for abandoned

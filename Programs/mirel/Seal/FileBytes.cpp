@@ -4,6 +4,7 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
+#include <random>
 #include <system_error>
 #include <vector>
 
@@ -90,6 +91,22 @@ bool FileBytes::Write(const std::string& path, const std::string& content, std::
                        Flush(file.get());
   // Network file systems report a full disk as late as when it is closed.
   return (written && std::fclose(file.release()) == 0) || Fail(reason);
+}
+
+bool FileBytes::Replace(const std::string& path, const std::string& content, std::string& reason) {
+  const fs::path target = fs::u8path(path);
+  fs::path aside = target;
+  aside.replace_filename("." + std::to_string(std::random_device()()) + ".part");
+  std::error_code failure;
+  if (Write(aside.u8string(), content, reason)) {
+    fs::rename(aside, target, failure);
+    if (!failure) {
+      return true;
+    }
+    reason = failure.message();
+  }
+  fs::remove(aside, failure);
+  return false;
 }
 
 }  // namespace mirel

@@ -18,6 +18,10 @@ struct FileBytes {
   /// Writes a new file and flushes it to the disk. False with the reason when that fails, or something has the name
   /// already, be it a link; there may be a part of the file otherwise.
   static bool Write(const std::string& path, const std::string& content, std::string& reason);
+
+  /// Writes a file aside and puts it in place in one step, in the place of one that is there. False with the reason when that
+  /// fails; then nothing has changed.
+  static bool Replace(const std::string& path, const std::string& content, std::string& reason);
 };
 
 }  // namespace mirel

@@ -21,9 +21,11 @@ struct FolderFiles {
   static constexpr const char* kSeal = "SHA256SUMS";
   /// What the source says of the model and items have no place for.
   static constexpr const char* kExtras = "extras.gz";
+  /// What a web page needs to know before it fetches packages.
+  static constexpr const char* kOverview = "overview.json";
   /// Files beside the index that opening does without. They tell of the model that they were written with, so a save
   /// of another one into the folder removes them.
-  static constexpr const char* kBeside[] = {kSeal, kExtras};
+  static constexpr const char* kBeside[] = {kSeal, kExtras, kOverview};
 
   static bool IsPackageFolder(std::string_view name) { return name == kShapes || name == kGReps; }
 

@@ -1,0 +1,31 @@
+#pragma once
+
+#include <Programs/mirel/ExitCode.h>
+#include <Programs/mirel/Save/TemporaryFolder.h>
+
+#include <optional>
+#include <string>
+
+namespace mirel {
+
+class Console;
+
+/// The model folder that a verb works on, given what a user names: a model folder, its index file, or a file that `mirel save`
+/// reads. Such a file is converted into a folder that goes with this object.
+class InputFolder {
+ public:
+  /// What a model is called after the file or folder that it is in: the last part of the path.
+  static std::string GetName(const std::string& input);
+
+  /// `kDone`, or, after a message, why the file cannot be converted. A folder is not looked at.
+  ExitCode Prepare(Console& console, const std::string& input);
+
+  /// The folder, or its index file.
+  const std::string& GetPath() const { return path_; }
+
+ private:
+  std::string path_;
+  std::optional<TemporaryFolder> converted_;
+};
+
+}  // namespace mirel

@@ -1,0 +1,74 @@
+#include <Programs/mirel/Web/PageVerb.h>
+
+#include <Programs/mirel/Console.h>
+#include <Programs/mirel/Save/InputFolder.h>
+#include <Programs/mirel/Seal/FileBytes.h>
+#include <Programs/mirel/Web/PageText.h>
+#include <Programs/mirel/Web/WebModel.h>
+#include <Programs/mirel/Web/WebScript.h>
+
+#include <CLI/CLI.hpp>
+
+#include <utility>
+
+namespace mirel {
+
+namespace {
+
+// What browsers hold as one text, less what the encoding adds.
+constexpr std::size_t kMaxModelBytes = std::size_t{256} << 20;
+
+}  // namespace
+
+CLI::App* PageVerb::Declare(CLI::App& program) {
+  CLI::App* const verb =
+      program.add_subcommand("page", "Make one HTML file that shows a model in a browser, off line");
+  verb->add_option("FOLDER", input_, "Model folder, its index file, or a file that save reads")->required();
+  verb->add_option("OUT", output_, "HTML file to write")->required();
+  verb->add_flag("--with-bodies", withBodies_, "Put the exact bodies in too, for download from the page");
+  verb->add_flag("--strict", strict_, "End with exit code 4 when nothing is to be seen");
+  return verb;
+}
+
+ExitCode PageVerb::Run(Console& console) {
+  std::string script;
+  if (!WebScript::Read(console, script)) {
+    return ExitCode::kOutputUnwritten;
+  }
+  InputFolder folder;
+  const ExitCode prepared = folder.Prepare(console, input_);
+  return prepared == ExitCode::kDone ? WritePage(console, folder.GetPath(), std::move(script)) : prepared;
+}
+
+ExitCode PageVerb::WritePage(Console& console, const std::string& folder, std::string script) const {
+  WebModel model(withBodies_);
+  if (!model.Open(console, folder)) {
+    return ExitCode::kInputUnread;
+  }
+  PageText::SelfContained page(model.MakeTitle(input_), std::move(script));
+  std::size_t size = 0;
+  for (const WebModel::File& file : model.GetFiles()) {
+    std::string content;
+    std::string reason;
+    if (!WebModel::Read(file, content, reason)) {
+      console.Error(file.path, reason);
+      return ExitCode::kInputUnread;
+    }
+    size += content.size();
+    if (size > kMaxModelBytes) {
+      console.Error(output_,
+                    "the model is too large for a single page, which browsers would not open; `mirel site` "
+                    "makes a folder of it");
+      return ExitCode::kOutputUnwritten;
+    }
+    page.AddFile(file.name, content);
+  }
+  std::string reason;
+  if (!FileBytes::Replace(output_, page.Finish(), reason)) {
+    console.Error(output_, reason);
+    return ExitCode::kOutputUnwritten;
+  }
+  return model.Conclude(console, input_, strict_);
+}
+
+}  // namespace mirel

@@ -1,0 +1,26 @@
+#pragma once
+
+#include <Programs/mirel/Web/WebScript.h>
+
+#include <Viewer/Kernel/Model/FolderFiles.h>
+
+#include <string>
+#include <vector>
+
+namespace mirel {
+
+/// The names in the folder of a site: those of a model folder, and these beside them.
+struct SiteFiles {
+  static constexpr const char* kPage = "index.html";
+  static constexpr const char* kReadme = "README.txt";
+
+  /// What is not of the model.
+  static std::vector<std::string> GetOthers() { return {kPage, WebScript::kName, kReadme}; }
+
+  /// Whether a file, named relative to the folder, belongs to a site.
+  static bool IsFile(const std::string& name) {
+    return name == kPage || name == WebScript::kName || name == kReadme || FolderFiles::IsFile(name);
+  }
+};
+
+}  // namespace mirel
