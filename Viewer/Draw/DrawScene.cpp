@@ -168,6 +168,28 @@ DrawScene::DrawScene(const std::vector<std::shared_ptr<SceneNode>>& roots, const
 
 DrawScene::~DrawScene() = default;
 
+std::shared_ptr<const DrawScene> DrawScene::Move(const std::vector<glm::vec3>& offsets, double factor) const {
+  const std::shared_ptr<DrawScene> moved(new DrawScene());
+  moved->batches_ = batches_;
+  moved->nodes_ = nodes_;
+  moved->placementCount_ = placementCount_;
+  moved->leftOut_ = leftOut_;
+  for (DrawBatch& batch : moved->batches_) {
+    for (std::size_t i = 0; i < batch.placements.size(); ++i) {
+      glm::dmat4x3& placement = batch.placements[i];
+      const glm::dvec3 before = placement[3];
+      if (batch.first + i < offsets.size()) placement[3] += factor * glm::dvec3(offsets[batch.first + i]);
+      AABoxT<double> box = Place(batch.grep->GetBoundingBox(), placement);
+      if (!box.IsFinite() || !IsInReach(box)) {
+        placement[3] = before;
+        box = Place(batch.grep->GetBoundingBox(), placement);
+      }
+      moved->box_.Merge(box);
+    }
+  }
+  return moved;
+}
+
 const DrawBatch& DrawScene::GetBatch(std::uint32_t placement) const {
   const auto behind =
       std::upper_bound(batches_.begin(), batches_.end(), placement,

@@ -84,11 +84,18 @@ class MIREL_DRAW_API DrawScene {
   /// The box of all placements; empty when there are none.
   const AABoxT<double>& GetBox() const { return box_; }
 
+  /// The same scene with each placement moved by `factor` times its offset in `offsets` (mm, scene coordinates): for rays and
+  /// pictures of what `Explosion` takes apart. Placements keep their numbers; those without an offset stay, and so do
+  /// those whose offset would lead beyond `kMaxCoordinate` or is not finite.
+  std::shared_ptr<const DrawScene> Move(const std::vector<glm::vec3>& offsets, double factor = 1.0) const;
+
   /// How many bodies could not be drawn where they stand.
   std::uint32_t GetLeftOutCount() const { return leftOut_; }
 
  private:
   class Gathering;
+
+  DrawScene() = default;
 
   std::vector<DrawBatch> batches_;
   std::vector<DrawNode> nodes_;

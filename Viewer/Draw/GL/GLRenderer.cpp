@@ -7,8 +7,6 @@
 #include <Viewer/Draw/GL/RenderTargets.h>
 #include <Viewer/Draw/GL/ViewBlock.h>
 
-#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
-
 #include <glm/geometric.hpp>
 
 #include <algorithm>
@@ -239,9 +237,8 @@ class GLRenderer::Implementation {
   void FindView(const Camera& camera, const GLViewOptions& options) {
     ViewBlock block;
     std::memset(static_cast<void*>(&block), 0, sizeof block);
-    static const DrawScene nothing{GroupSceneNode()};
-    const std::shared_ptr<const DrawScene>& scene = placements_.GetScene();
-    FillView(camera, options, scene ? *scene : nothing, placements_.GetAnchor(), isReversed_, block);
+    FillView(camera, options, placements_.GetBox(options.offsetFactor), placements_.GetAnchor(), isReversed_,
+             block);
     block.modes.y = placements_.HasGhosts() ? 1 : 0;
     block.modes.z = placements_.HasColors() ? 1 : 0;
     block.modes.w = placements_.HasOffsets() && options.offsetFactor != 0.0f ? 1 : 0;

@@ -12,6 +12,7 @@
 #include <glm/gtc/packing.hpp>
 
 #include <algorithm>
+#include <cmath>
 #include <cstring>
 #include <string>
 
@@ -86,13 +87,19 @@ void PlacementStore::SetScene(std::shared_ptr<const DrawScene> scene,
     anchor_ = (scene_->GetBox().GetMin() + scene_->GetBox().GetMax()) * 0.5;
   stateOf_.assign(scene_ ? scene_->GetPlacementCount() : 0, 0);
   colorOf_ = {};
-  offsets_ = {};
+  SetOffsets({});
   selectedFaces_.clear();
   hoveredFaces_.clear();
   batches_.clear();
   ResetLooks();
   uploaded_ = 0;
   batchesSent_ = palettesSent_ = facesSent_ = offsetsSent_ = false;
+}
+
+AABoxT<double> PlacementStore::GetBox(float offsetFactor) const {
+  if (!scene_ || !scene_->GetBox().IsFinite()) return {};
+  const glm::dvec3 reach(std::abs(static_cast<double>(offsetFactor * longestOffset_)));
+  return {scene_->GetBox().GetMin() - reach, scene_->GetBox().GetMax() + reach};
 }
 
 void PlacementStore::ResetLooks() {
@@ -163,6 +170,9 @@ void PlacementStore::SetHover(const Selection& hover) {
 void PlacementStore::SetOffsets(std::vector<glm::vec3> offsets) {
   offsets_ = std::move(offsets);
   if (!offsets_.empty()) offsets_.resize(stateOf_.size(), glm::vec3(0.0f));
+  longestOffset_ = 0.0f;
+  for (const glm::vec3& offset : offsets_)
+    longestOffset_ = std::max(longestOffset_, glm::length(offset));
   offsetsSent_ = false;
 }
 

@@ -3,6 +3,7 @@
 #include <Viewer/Draw/GL/GLBuffer.h>
 #include <Viewer/Draw/GL/MeshStore.h>
 #include <Viewer/Draw/NodeVisibility.h>
+#include <Viewer/Kernel/Host/GeometryView/AABoxT.h>
 
 #include <glm/vec3.hpp>
 #include <glm/vec4.hpp>
@@ -29,6 +30,8 @@ class PlacementStore {
   const std::shared_ptr<const DrawScene>& GetScene() const { return scene_; }
   /// What the scene's coordinates are counted from on the card.
   const glm::dvec3& GetAnchor() const { return anchor_; }
+  /// What encloses all placements that are moved by a part of their offsets.
+  AABoxT<double> GetBox(float offsetFactor) const;
 
   void SetLook(const std::vector<std::uint32_t>& placements, NodeVisibility::Look look);
   void ResetLooks();
@@ -102,6 +105,7 @@ class PlacementStore {
   std::vector<std::uint32_t> stateOf_;  // by placement
   std::vector<std::uint32_t> colorOf_;  // by placement; empty when no colours are set
   std::vector<glm::vec3> offsets_;
+  float longestOffset_ = 0.0f;
   std::vector<Face> selectedFaces_, hoveredFaces_;
   std::size_t ghosts_ = 0;
   std::uint32_t fineBatches_ = 0;

@@ -1,6 +1,5 @@
 #include <Viewer/Draw/GL/ViewBlock.h>
 
-#include <Viewer/Draw/DrawScene.h>
 #include <Viewer/Draw/Look.h>
 #include <Viewer/Draw/Studio.h>
 
@@ -21,9 +20,8 @@ struct Depths {
   double farthest = std::numeric_limits<double>::lowest();
 };
 
-Depths FindDepths(const Camera& camera, const DrawScene& scene, double slack) {
+Depths FindDepths(const Camera& camera, const AABoxT<double>& box) {
   Depths depths;
-  const AABoxT<double>& box = scene.GetBox();
   if (!box.IsFinite()) return {0.0, 1.0};
   for (int corner = 0; corner < 8; ++corner) {
     const glm::dvec3 point((corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
@@ -33,8 +31,8 @@ Depths FindDepths(const Camera& camera, const DrawScene& scene, double slack) {
     depths.nearest = std::min(depths.nearest, depth);
     depths.farthest = std::max(depths.farthest, depth);
   }
-  // Rounding may put a surface a little outside of the box, and offsets far.
-  const double margin = 1e-3 * (depths.farthest - depths.nearest) + 1e-6 + slack;
+  // Rounding may put a surface a little outside of the box.
+  const double margin = 1e-3 * (depths.farthest - depths.nearest) + 1e-6;
   return {depths.nearest - margin, depths.farthest + margin};
 }
 
@@ -83,7 +81,7 @@ void FillLight(const Camera& camera, const GLViewOptions& options, ViewBlock& bl
 
 }  // namespace
 
-void FillView(const Camera& camera, const GLViewOptions& options, const DrawScene& scene,
+void FillView(const Camera& camera, const GLViewOptions& options, const AABoxT<double>& box,
               const glm::dvec3& anchor, bool isReversed, ViewBlock& block) {
   const glm::dvec3 eye = camera.GetEye() - anchor;
   block.right = glm::vec4(glm::vec3(camera.GetRight()), 0.0f);
@@ -92,10 +90,7 @@ void FillView(const Camera& camera, const GLViewOptions& options, const DrawScen
   block.eyeHigh = glm::vec4(glm::vec3(eye), 0.0f);
   block.eyeLow = glm::vec4(glm::vec3(eye - glm::dvec3(glm::vec3(eye))), 0.0f);
   block.target = glm::vec4(glm::vec3(camera.GetTarget() - camera.GetEye()), 0.0f);
-  const AABoxT<double>& box = scene.GetBox();
-  const double size = box.IsFinite() ? glm::length(box.GetMax() - box.GetMin()) : 1.0;
-  const double slack = options.offsetFactor != 0.0f ? 4.0 * std::abs(options.offsetFactor) * size : 0.0;
-  FillLens(camera, options, FindDepths(camera, scene, slack), isReversed, block);
+  FillLens(camera, options, FindDepths(camera, box), isReversed, block);
   FillSections(camera, options, block);
   FillLight(camera, options, block);
   const auto side = static_cast<float>(std::min(options.width, options.height));

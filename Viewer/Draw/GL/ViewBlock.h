@@ -2,13 +2,12 @@
 
 #include <Viewer/Draw/Camera.h>
 #include <Viewer/Draw/GL/GLViewOptions.h>
+#include <Viewer/Kernel/Host/GeometryView/AABoxT.h>
 
 #include <glm/vec2.hpp>
 #include <glm/vec4.hpp>
 
 namespace mirel {
-
-class DrawScene;
 
 /// Most section planes that are drawn; further ones do not cut.
 constexpr int kMaxSections = 3;
@@ -36,9 +35,9 @@ struct ViewBlock {
   glm::vec4 hatchAside[kMaxSections], hatchAlong[kMaxSections];
 };
 
-/// Fills in what follows from the camera and the options. `sample` is the place in the pixel, 0 to 1 from its left
+/// Fills in what follows from the camera and the options; all that is drawn lies in `box`. `sample` is the place in the pixel, 0 to 1 from its left
 /// upper corner.
-void FillView(const Camera& camera, const GLViewOptions& options, const DrawScene& scene,
+void FillView(const Camera& camera, const GLViewOptions& options, const AABoxT<double>& box,
               const glm::dvec3& anchor, bool isReversed, ViewBlock& block);
 void FillSample(const glm::vec2& sample, int number, const GLViewOptions& options, ViewBlock& block);
 
