@@ -1,7 +1,7 @@
 // Bundles what is published: the reader, the three.js objects and the web component, each minified, for browsers and node;
 // and the viewer with all that it needs in one script, for pages that load nothing else.
 // usage: node build.mjs [FOLDER]     default: dist
-import { copyFileSync } from 'node:fs';
+import { copyFileSync, writeFileSync } from 'node:fs';
 import { build } from 'esbuild';
 
 const outdir = process.argv[2] ?? 'dist';
@@ -22,3 +22,5 @@ await Promise.all([
 ]);
 // What `mirel page` and `mirel site` fill in.
 copyFileSync('src/page/page.html', `${outdir}/page.html`);
+// The folder may lie anywhere; node takes what is in it for modules.
+writeFileSync(`${outdir}/package.json`, '{ "type": "module" }\n');

@@ -19,6 +19,7 @@ export {
   findRange,
   getPosition,
   getSurface,
+  isHiddenEdge,
   makeSegments,
   noFace,
   surfaceKinds,

@@ -10,11 +10,11 @@ const types = {
   json: 'application/json',
 };
 
-/** Serves what `find` gives for a path: bytes, or undefined for 404. */
+/** Serves what `find` gives for a path: bytes, perhaps later, or undefined for 404. */
 export async function serve(find) {
-  const server = createServer((request, response) => {
+  const server = createServer(async (request, response) => {
     const path = decodeURIComponent(new URL(request.url, 'http://x').pathname).slice(1);
-    const content = find(path);
+    const content = await find(path);
     if (path === 'favicon.ico') return response.writeHead(204).end();
     if (content === undefined) return response.writeHead(404).end();
     response.setHeader('Content-Type', types[path.split('.').at(-1) || 'html'] ?? 'application/octet-stream');

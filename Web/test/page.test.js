@@ -98,6 +98,34 @@ test('measures from exact surfaces are exact, and say so', async () => {
     return [shadowRoot.querySelector('.measure').textContent, x1 - x0];
   });
   assert.match(told[0], /plane, exactplane, exactdistance 600 mm, parallel, exact/);
+  // Between the axes of a wheel in front and one in the rear, which are one body.
+  const wheels = await inside(async ({ viewer, shadowRoot }) => {
+    const { model } = viewer;
+    const [id] = model.occurrences.items
+      .filter(item => item.type === 'Shape' && /Rad|wheel/i.test(item.name))
+      .map(item => item.shapeId);
+    const shapes = [...Array(model.shapeCount).keys()].filter(shape => model.getItem(shape).shapeId === id);
+    const hit = shape => {
+      const [x0, y0, z0, x1, y1] = model.bounds[shape];
+      const up = { origin: [(x0 + x1) / 2, (y0 + y1) / 2, z0 - 10], direction: [0, 0, 1] };
+      return model.pick(up);
+    };
+    for (const shape of [shapes[0], shapes[2]])
+      viewer.dispatchEvent(new CustomEvent('pick', { detail: { pick: hit(shape) }, cancelable: true }));
+    const centers = shapes
+      .slice(0, 2)
+      .map(shape => model.bounds[shape])
+      .map(b => [b[0] + b[3], b[1] + b[4], b[2] + b[5]].map(x => x / 2));
+    return { told: shadowRoot.querySelector('.measure').textContent, centers };
+  });
+  const [first, second] = wheels.centers;
+  const apart = Math.hypot(first[0] - second[0], first[2] - second[2]);
+  assert.match(wheels.told, /torus, radius 36 mm, tube 14 mm, exact.*distance [\d.]+ mm, parallel, exact/);
+  assert.ok(
+    Math.abs(Number(/distance ([\d.]+)/.exec(wheels.told)[1]) - apart) < 0.1,
+    `${wheels.told}, ${apart}`,
+  );
+
   // By hand, with the pointer: the handle is bent, and no surface of a kind that the record knows.
   await inside(({ viewer }) => viewer.fit(viewer.find('push handle')));
   const handle = await inside(({ viewer }) => {

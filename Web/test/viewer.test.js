@@ -3,9 +3,11 @@ import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { after, before, test } from 'node:test';
+import { gunzipSync } from 'node:zlib';
 import { launch, openPage, serve } from './browser.js';
 import { dist, exampleFolder, fileBelow, sampleFolder, sourceFolder } from './support.js';
 
+const web = await import(join(dist, 'index.js'));
 const trolley = sampleFolder();
 const tenLines = readFileSync(join(sourceFolder, 'docs/web.md'), 'utf8')
   .split('```html ten-lines.html\n')[1]
@@ -140,6 +142,35 @@ test('sections cap what they cut, edges can be left out, parts move away', async
   await viewer(element => element.explode(1));
   await viewer(element => element.fit());
   assert.notEqual((await look(viewer)).count, plain.count);
+  await page.close();
+});
+
+test('with an overview there are boxes before the bodies, and a tap selects', async () => {
+  const graphics = web.readPackage(new Uint8Array(gunzipSync(fileBelow(trolley, 'grep/1.gz'))));
+  const bodies = graphics.map(({ id, bytes }) => {
+    const { min, max } = web.readRecord(bytes).box;
+    return { SId: id, Box: [...min, ...max] };
+  });
+  files['slow/index.gz'] = fileBelow(trolley, 'index.gz');
+  files['slow/overview.json'] = JSON.stringify({ Version: 1, Packages: [{ Bytes: 1000, Bodies: bodies }] });
+  let letGo;
+  files['slow/grep/1.gz'] = new Promise(resolve => (letGo = () => resolve(fileBelow(trolley, 'grep/1.gz'))));
+  const { page, viewer } = await open();
+  const whole = await look(viewer);
+  await viewer(element => element.setAttribute('overview', ''));
+  await viewer(element => void element.open('slow/'));
+  await page.waitForFunction(() => document.querySelector('mirel-viewer').model?.bounds.length > 0);
+  const lines = await look(viewer);
+  assert.ok(lines.count > 100 && lines.count < whole.count / 2, `${lines.count} of ${whole.count} pixels`);
+  letGo();
+  await page.waitForFunction(
+    () => document.querySelector('mirel-viewer').shadowRoot.querySelector('progress').hidden,
+  );
+  assert.ok(Math.abs((await look(viewer)).count - whole.count) < 0.02 * whole.count);
+
+  const area = await viewer(element => element.getBoundingClientRect().toJSON());
+  await page.touchscreen.tap(area.x + area.width / 2, area.y + area.height / 2);
+  assert.equal(await viewer(element => element.selection.length), 1);
   await page.close();
 });
 

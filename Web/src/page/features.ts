@@ -1,8 +1,8 @@
 import {
-  edgeKinds,
   findRange,
   getPosition,
   getSurface,
+  isHiddenEdge,
   noFace,
   type Mesh,
   type Surface,
@@ -103,7 +103,7 @@ function findEdge(
   let best = reach;
   let found = -1;
   for (let edge = 0; edge + 1 < starts.length; ++edge) {
-    if (edgeKinds[mesh.sides?.kinds[edge] ?? 0] === 'seam') continue;
+    if (isHiddenEdge(mesh, edge)) continue;
     for (let i = starts[edge] + 1; i < starts[edge + 1]; ++i) {
       const a = toModel(getPosition(mesh, polylines[i - 1]));
       const b = toModel(getPosition(mesh, polylines[i]));

@@ -12,7 +12,7 @@ interface ItemBase {
   name: string;
   color: Color;
   /** 16 numbers, column by column: from the item's space to its parent's; undefined is the identity. */
-  transform?: Float64Array;
+  transform?: readonly number[];
 }
 
 /** A body, placed. */
@@ -137,10 +137,10 @@ function readColor(values: Json[] | undefined, missing: number): Color {
   return color;
 }
 
-function readTransform(values: Json[] | undefined): Float64Array | undefined {
+function readTransform(values: Json[] | undefined): number[] | undefined {
   if (!values || values.length < 16) return undefined;
-  const matrix = values.slice(0, 16);
-  return matrix.every(Number.isFinite) ? Float64Array.from(matrix as number[]) : undefined;
+  values.length = 16;
+  return values.every(value => Number.isFinite(value)) ? (values as number[]) : undefined;
 }
 
 function readFaceColors(entries: Json[]): Map<number, Color> {

@@ -44,6 +44,8 @@ const escapes: { [letter: string]: string } = {
   r: '\r',
   t: '\t',
 };
+/** What stands for itself in a string. */
+const plainText = /[^"\\\x00-\x1f]*/y;
 const numberForm = /-?(?:0|[1-9]\d*)(?:\.\d+)?(?:[eE][+-]?\d+)?/y;
 
 /**
@@ -109,10 +111,12 @@ class JsonParser {
       levels.push(level);
       return undefined;
     }
-    for (const [word, value] of words) {
-      if (!this.text.startsWith(word, this.at)) continue;
-      this.at += word.length;
-      return value;
+    if (code >= firstLetter) {
+      for (const [word, value] of words) {
+        if (!this.text.startsWith(word, this.at)) continue;
+        this.at += word.length;
+        return value;
+      }
     }
     return this.readNumber(levels.at(-1));
   }
@@ -126,22 +130,17 @@ class JsonParser {
   }
 
   private readString(): string {
-    const text = this.text;
+    this.at++;
     let result = '';
-    let begin = ++this.at;
     for (;;) {
-      const code = text.charCodeAt(this.at);
-      if (code === quote) {
-        result += text.slice(begin, this.at++);
-        return result;
-      }
-      if (!(code >= 0x20)) this.fail(); // NaN behind the end
-      if (code !== backslash) {
-        this.at++;
-        continue;
-      }
-      result += text.slice(begin, this.at++) + this.readEscape();
-      begin = this.at;
+      plainText.lastIndex = this.at;
+      plainText.test(this.text);
+      result += this.text.slice(this.at, plainText.lastIndex);
+      this.at = plainText.lastIndex;
+      const code = this.text.charCodeAt(this.at++);
+      if (code === quote) return result;
+      if (code !== backslash) this.fail(this.at - 1);
+      result += this.readEscape();
     }
   }
 
@@ -171,11 +170,12 @@ class JsonParser {
     this.at = numberForm.lastIndex;
     const text = this.text.slice(begin, this.at);
     const value = Number(text);
-    // Only of what is very large or 0 a number may be too big.
-    if ((value === 0 || Math.abs(value) > 1e308) && isTooBig(text)) this.fail(begin);
+    // Only what is very large, or 0 with an exponent, may be too big.
+    const isOddZero = value === 0 && text.length > 1;
+    if ((isOddZero || Math.abs(value) > 1e308) && isTooBig(text)) this.fail(begin);
     if (!level?.isArray) return new NumberText(text);
     // What is too close to 0 is 0 without a sign, and so is the integer -0.
-    return value === 0 && /^-0$|^[^eE]*[1-9]/.test(text) ? 0 : value;
+    return isOddZero && /^-0$|^[^eE]*[1-9]/.test(text) ? 0 : value;
   }
 
   /** The code of the next character that is no white space; NaN at the end. */
@@ -194,6 +194,7 @@ class JsonParser {
 
 const [quote, backslash, comma, colon, openingBracket, closingBracket, openingBrace, closingBrace] =
   Array.from('"\\,:[]{}', c => c.charCodeAt(0));
+const firstLetter = 'a'.charCodeAt(0);
 const words: [string, Json][] = [
   ['null', null],
   ['true', true],

@@ -146,20 +146,22 @@ export function getSurface(mesh: Mesh, face: number): Surface | undefined {
 }
 
 /**
- * The polylines as pairs of vertices, one for each segment. Seams, and edges where two faces go on smoothly, are left out,
- * because people who look at a drawing do not expect to see them; a mesh that does not know its sides gives all.
+ * Whether an edge is one that people who look at a drawing do not expect to see: a seam, or one where two faces go on smoothly. A
+ * mesh that does not know its sides has none.
  */
+export function isHiddenEdge(mesh: Mesh, edge: number): boolean {
+  const kind = edgeKinds[mesh.sides?.kinds[edge] ?? 0];
+  return kind === 'seam' || kind === 'smooth';
+}
+
+/** The polylines as pairs of vertices, one for each segment; hidden edges are left out. */
 export function makeSegments(mesh: Mesh): Uint16Array | Uint32Array {
-  const hidden = (edge: number) => {
-    const kind = edgeKinds[mesh.sides?.kinds[edge] ?? 0];
-    return kind === 'seam' || kind === 'smooth';
-  };
   const { polylines, edgePointStarts: starts } = mesh;
   const ArrayType = polylines.constructor as Uint32ArrayConstructor;
   const segments = new ArrayType(2 * polylines.length);
   let count = 0;
   for (let edge = 0; edge + 1 < starts.length; ++edge) {
-    if (hidden(edge)) continue;
+    if (isHiddenEdge(mesh, edge)) continue;
     for (let point = starts[edge] + 1; point < starts[edge + 1]; ++point) {
       segments[count++] = polylines[point - 1];
       segments[count++] = polylines[point];

@@ -30,7 +30,7 @@ class Unfolding {
   private readonly parents: number[] = [];
   private readonly ends: number[] = [];
   private readonly shapeRows: number[] = [];
-  private readonly placements: number[] = [];
+  private readonly placements: (readonly number[])[] = [];
   private readonly insideTypes = new Set<Item>();
   private weight = 0;
 
@@ -41,16 +41,18 @@ class Unfolding {
 
   run(): Occurrences {
     for (const item of this.index.items) this.add(item, -1, 1, identity);
+    const placements = new Float64Array(16 * this.placements.length);
+    this.placements.forEach((placement, shape) => placements.set(placement, 16 * shape));
     return {
       items: this.items,
       parents: Int32Array.from(this.parents),
       ends: Int32Array.from(this.ends),
       shapeRows: Int32Array.from(this.shapeRows),
-      placements: Float64Array.from(this.placements),
+      placements,
     };
   }
 
-  private add(item: Item, parent: number, level: number, outer: Float64Array): void {
+  private add(item: Item, parent: number, level: number, outer: readonly number[]): void {
     const type = item.type === 'Instance' ? this.index.types.get(item.typeId) : undefined;
     if (item.type === 'Instance' && !this.mayEnter(item.id, type)) return;
     if (!this.count(item)) return;
@@ -60,7 +62,7 @@ class Unfolding {
     const placement = item.transform ? multiply(outer, item.transform) : outer;
     if (item.type === 'Shape') {
       this.shapeRows.push(row);
-      for (let i = 0; i < 16; ++i) this.placements.push(placement[i]);
+      this.placements.push(placement);
     } else if (level < maxNesting) {
       if (type) this.insideTypes.add(type);
       const children = item.type === 'Group' ? item.children : [type!];
@@ -91,15 +93,15 @@ class Unfolding {
   }
 }
 
-const identity = Float64Array.of(1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1);
+const identity: readonly number[] = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1];
 
 /** The product of two matrices of 16 numbers, column by column. */
-export function multiply(a: ArrayLike<number>, b: ArrayLike<number>): Float64Array {
-  const product = new Float64Array(16);
+export function multiply(a: ArrayLike<number>, b: ArrayLike<number>): number[] {
+  const product: number[] = [];
   for (let column = 0; column < 16; column += 4) {
-    for (let row = 0; row < 4; ++row) {
-      for (let k = 0; k < 4; ++k) product[column + row] += a[4 * k + row] * b[column + k];
-    }
+    const [x, y, z, w] = [b[column], b[column + 1], b[column + 2], b[column + 3]];
+    for (let row = 0; row < 4; ++row)
+      product.push(a[row] * x + a[4 + row] * y + a[8 + row] * z + a[12 + row] * w);
   }
   return product;
 }

@@ -29,6 +29,7 @@ export class Batch extends Group {
   private readonly lines: LineSegments<InstancedBufferGeometry, ShaderMaterial>;
   private readonly look: InstancedBufferAttribute;
   private readonly shift: InstancedBufferAttribute;
+  private ghosts = 0;
 
   constructor(
     readonly body: Body,
@@ -81,9 +82,12 @@ export class Batch extends Group {
   }
 
   setLook(instance: number, look: Look): void {
+    const before = this.getLook(instance);
+    if (look === before) return;
     this.look.array[4 * instance] = looks.indexOf(look);
     this.look.needsUpdate = true;
-    this.ghost.visible = this.some(looks.indexOf('ghost'));
+    this.ghosts += Number(look === 'ghost') - Number(before === 'ghost');
+    this.ghost.visible = this.ghosts > 0;
   }
 
   getLook(instance: number): Look {
@@ -111,11 +115,6 @@ export class Batch extends Group {
     this.solid.geometry.dispose();
     this.lines.geometry.dispose();
     for (const object of [this.solid, this.ghost, this.lines]) object.material.dispose();
-  }
-
-  private some(look: number): boolean {
-    for (let i = 0; i < this.look.array.length; i += 4) if (this.look.array[i] === look) return true;
-    return false;
   }
 }
 

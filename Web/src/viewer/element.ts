@@ -393,9 +393,15 @@ export class MirelViewer extends HTMLElement {
       this.pressedAt = undefined;
       if (at && Math.hypot(event.clientX - at.x, event.clientY - at.y) <= clickDistance) this.clickAt(event);
     });
+    let isWaiting = false;
     canvas.addEventListener('pointermove', event => {
-      if (event.buttons === 0 && event.pointerType === 'mouse')
+      if (event.buttons !== 0 || event.pointerType !== 'mouse' || isWaiting) return;
+      isWaiting = true;
+      // Once for each frame: a pointer moves more often than a picture is drawn.
+      requestAnimationFrame(() => {
+        isWaiting = false;
         this.hover(this.stage.pick(event.clientX, event.clientY)?.path.at(-1) ?? -1);
+      });
     });
     canvas.addEventListener('pointerleave', () => this.hover(-1));
     canvas.addEventListener('dblclick', () => this.fit(this.selected));
