@@ -25,9 +25,7 @@ const plate = web
 
 /** A model of plates: the members of its items besides type and body. */
 function plates(...members) {
-  const shapes = members.map(
-    (text, i) => `{"Type":"Shape","Id":"${i + 1}","SId":"7","FColor":[]${text && ','}${text}}`,
-  );
+  const shapes = members.map((text, i) => `{"Type":"Shape","Id":"${i + 1}","SId":"7"${text && ','}${text}}`);
   const index = web.readIndex(new TextEncoder().encode(`{"Types":[],"Items":[${shapes}]}`));
   const model = new ModelObject(web.unfold(index));
   model.addMesh('7', plate);
@@ -53,6 +51,23 @@ test('colours: the face, then the item, then the default', () => {
   );
   assert.deepEqual(second.body, defaultColor);
   assert.deepEqual([...second.faces], [[2, [1, 0, 0]]]);
+});
+
+test('what is cut has the colour of the item, else of most of its surface', () => {
+  // Top and bottom are larger than all that is round about.
+  const colors = [...plate.surfaces.kinds.keys()].map(face => {
+    const isFlat =
+      Math.abs(web.getSurface(plate, face).axis[2]) === 1 && web.getSurface(plate, face).kind === 'plane';
+    return `{"FId":${face},"Color":[${isFlat ? '1,0,0' : '0,0,1'}]}`;
+  });
+  const model = plates(`"FColor":[${colors}]`, `"Color":[0.5,0.5,0.5],"FColor":[${colors}]`);
+  assert.deepEqual(
+    model.batches.map(batch => batch.material),
+    [
+      [1, 0, 0],
+      [0.5, 0.5, 0.5],
+    ],
+  );
 });
 
 test('one draw for each body and palette, one more where placements mirror', () => {

@@ -8,6 +8,7 @@ import {
   type BufferAttribute,
   type ShaderMaterial,
 } from 'three';
+import type { Color } from '../reader/items.js';
 import type { Body } from './body.js';
 import { makeEdgeMaterial, makeGhostMaterial, makeSolidMaterial, type SharedUniforms } from './materials.js';
 import type { Palette } from './palette.js';
@@ -34,6 +35,8 @@ export class Batch extends Group {
   constructor(
     readonly body: Body,
     readonly palette: Palette,
+    /** The colour where the bodies are cut. */
+    readonly material: Color,
     /** Whether the placements mirror: what is counter-clockwise in the body is clockwise where it stands. */
     readonly isMirrored: boolean,
     /** For each instance the shape's number, see `Occurrences.shapeRows`. */

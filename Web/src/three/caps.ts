@@ -38,7 +38,7 @@ export class Caps extends Group {
           );
           this.addInOrder(count, order++);
         }
-        const cap = new Mesh(this.square, makeCapMaterial(this.shared, batch.palette.body, plane));
+        const cap = new Mesh(this.square, makeCapMaterial(this.shared, batch.material, plane));
         this.layInPlane(cap, plane, bounds, origin);
         this.addInOrder(cap, order++);
       }

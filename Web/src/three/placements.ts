@@ -59,7 +59,12 @@ const maxCoordinate = 1e12;
 /** Whether a body can be drawn where it stands. */
 export function isDrawable(matrix: ArrayLike<number>): boolean {
   for (let i = 0; i < 16; ++i) if (!(Math.abs(matrix[i]) <= maxCoordinate)) return false;
-  return getDeterminant(matrix) !== 0;
+  const lengths = [0, 4, 8].reduce(
+    (product, i) => product * Math.hypot(matrix[i], matrix[i + 1], matrix[i + 2]),
+    1,
+  );
+  // What is flattened has no inside, and normals that point nowhere.
+  return lengths > 1e-30 && Math.abs(getDeterminant(matrix)) > 1e-6 * lengths;
 }
 
 /**
