@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Check/CheckVerb.h>
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Export/ExportVerb.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/OcctSurroundings.h>
 #include <Programs/mirel/Open/BoxVerb.h>
@@ -60,6 +61,7 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   verbs.push_back(std::make_unique<PictureVerb>());
   verbs.push_back(std::make_unique<PageVerb>());
   verbs.push_back(std::make_unique<SiteVerb>());
+  verbs.push_back(std::make_unique<ExportVerb>());
   verbs.push_back(std::make_unique<RunVerb>());
   verbs.push_back(std::make_unique<CommandsVerb>());
   verbs.push_back(std::make_unique<StreamVerb>());

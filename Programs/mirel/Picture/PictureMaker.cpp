@@ -1,7 +1,7 @@
 #include <Programs/mirel/Picture/PictureMaker.h>
 
 #include <Programs/mirel/Picture/FaceLegend.h>
-#include <Programs/mirel/Picture/NodeSearch.h>
+#include <Programs/mirel/Open/NodeSearch.h>
 #include <Programs/mirel/Picture/SheetMaker.h>
 
 #include <Viewer/Draw/Camera.h>

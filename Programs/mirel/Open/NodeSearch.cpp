@@ -1,4 +1,4 @@
-#include <Programs/mirel/Picture/NodeSearch.h>
+#include <Programs/mirel/Open/NodeSearch.h>
 
 #include <Viewer/Kernel/Host/Core/ObjectId.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
