@@ -78,6 +78,7 @@ input[type='range'] {
 }
 .tree .count {
   align-self: center;
+  white-space: nowrap;
 }
 .scroller {
   position: relative;
@@ -228,8 +229,17 @@ mirel-viewer {
   }
   .side {
     grid-row: 3;
+    overflow: auto;
     border: 0;
     border-top: 1px solid var(--line);
+  }
+  .tree {
+    flex: none;
+    height: 14em;
+  }
+  .properties {
+    max-height: none;
+    overflow: visible;
   }
 }
 `;

@@ -68,6 +68,11 @@ export class ModelObject extends Group {
     this.add(this.caps, this.faceLight);
   }
 
+  /** How many bodies the shapes have. */
+  get bodyCount(): number {
+    return this.shapesOfBody.size;
+  }
+
   get shapeCount(): number {
     return this.occurrences.shapeRows.length;
   }
@@ -145,6 +150,7 @@ export class ModelObject extends Group {
   }
 
   private updateCaps(): void {
+    if (this.shared.planeCount.value === 0 && this.caps.children.length === 0) return;
     this.caps.update(this.batches, this.total, this.origin);
   }
 

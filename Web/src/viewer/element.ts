@@ -103,6 +103,8 @@ export class MirelViewer extends HTMLElement {
   disconnectedCallback(): void {
     this.sizes.disconnect();
     this.loading?.abort();
+    // What is not whole is opened anew when the element is put somewhere else.
+    if (!this.progress.hidden) this.close();
   }
 
   attributeChangedCallback(name: string, before: string | null, value: string | null): void {
@@ -176,7 +178,7 @@ export class MirelViewer extends HTMLElement {
   ): Promise<void> {
     const order =
       overview.length === folder.index.graphicsPackages ? inOrderOfSize(overview, model) : undefined;
-    const count = Math.max(1, model.shapeCount);
+    const count = Math.max(1, model.bodyCount);
     let loaded = 0;
     let isFitted = overview.length > 0;
     let since = performance.now();

@@ -55,6 +55,8 @@ export class Visibility {
 
   /** Tells the model; also after bodies have been added. */
   apply(): void {
+    const isPlain = this.hidden.size === 0 && this.alone.size === 0;
+    if (isPlain && !this.shown.includes(0)) return;
     const { shapeRows } = this.model.occurrences;
     const hidden = this.cover(this.hidden);
     const alone = this.alone.size > 0 ? this.cover(this.alone) : undefined;
