@@ -1,5 +1,6 @@
 #!/usr/bin/env bash
-# Copies the files that documents include ("<!-- include: PATH -->" before a fenced block) into them.
+# Copies the files that documents include ("<!-- include: PATH -->" before a fenced block) into them, and draws the picture of the
+# page in docs/web.md anew where the web viewer is built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 updated=$(mktemp)
@@ -13,3 +14,6 @@ for document in *.md docs/*.md; do
     /^<!-- include: .* -->$/ { file = $3; opening = 1 }' "$document" >"$updated"
   cmp -s "$document" "$updated" || cp "$updated" "$document"
 done
+if [[ -f build/dev/Web/dist/page.js ]]; then
+  MIREL_UPDATE_DOCS=1 node --test --test-name-pattern='opens from the disk' Web/test/program.test.js >/dev/null
+fi

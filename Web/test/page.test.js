@@ -11,6 +11,7 @@ const trolley = sampleFolder();
 const template = readFileSync(join(dist, 'page.html'), 'utf8');
 const fill = (src, files = '') =>
   template
+    .replace(' overview', '')
     .replace('<!--src-->', src)
     .replaceAll('<!--title-->', 'Trolley')
     .replace('<!--files-->', files)

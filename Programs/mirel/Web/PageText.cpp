@@ -1,13 +1,14 @@
 #include <Programs/mirel/Web/PageText.h>
 
 #include <Programs/mirel/Text/Utf8.h>
-#include <Programs/mirel/Web/WebScript.h>
+#include <Programs/mirel/Web/PageTemplate.h>
 
 #include <nettle/base64.h>
 #include <nettle/sha2.h>
 
+#include <algorithm>
 #include <cstdint>
-#include <utility>
+#include <map>
 
 namespace mirel {
 
@@ -15,8 +16,6 @@ namespace {
 
 // Characters of a title; nobody reads more.
 constexpr std::size_t kMaxTitle = 120;
-
-constexpr const char* kStyle = "html,body{height:100%;margin:0}mirel-viewer{display:block;height:100%}";
 
 std::string ToBase64(std::string_view bytes) {
   std::string text(BASE64_ENCODE_RAW_LENGTH(bytes.size()), '\0');
@@ -34,16 +33,49 @@ std::string HashOf(std::string_view text) {
   return "'sha256-" + ToBase64({reinterpret_cast<const char*>(digest), sizeof digest}) + "'";
 }
 
-// Everything up to the viewer. What the page may run and fetch is said before anything else comes.
-std::string MakeHead(const std::string& title, const std::string& scripts, const std::string& connections) {
-  return std::string("<!DOCTYPE html>\n<html lang=\"en\">\n<head>\n<meta charset=\"utf-8\">\n") +
-         "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; script-src " + scripts +
-         "; style-src " + HashOf(kStyle) + "; img-src data: blob:; connect-src " + connections +
-         "; worker-src blob:; base-uri 'none'; form-action 'none'\">\n" +
-         "<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n" +
-         "<meta name=\"referrer\" content=\"no-referrer\">\n<link rel=\"icon\" href=\"data:,\">\n<title>" +
-         PageText::Escape(title) + "</title>\n<style>" + kStyle + "</style>\n</head>\n<body>\n" +
-         "<noscript>This page shows a model, and needs JavaScript for it.</noscript>\n";
+// The hashes of all styles that stand in a page.
+std::string HashStyles(std::string_view html) {
+  const std::string_view begin = "<style>";
+  std::string hashes;
+  for (std::size_t at = html.find(begin); at != std::string_view::npos; at = html.find(begin, at)) {
+    at += begin.size();
+    const std::size_t end = std::min(html.find("</style>", at), html.size());
+    hashes += " " + HashOf(html.substr(at, end - at));
+    at = end;
+  }
+  return hashes.empty() ? " 'none'" : hashes;
+}
+
+// What the browser is to run, and from where to fetch: said in the page itself.
+std::string MakePolicy(const PageTemplate& form, const std::string& scripts, const std::string& connections) {
+  return "<meta http-equiv=\"Content-Security-Policy\" content=\"default-src 'none'; script-src " + scripts +
+         "; style-src" + HashStyles(form.html) + "; img-src data: blob:; connect-src " + connections +
+         "; base-uri 'none'; form-action 'none'\"><meta name=\"referrer\" content=\"no-referrer\">" +
+         "<link rel=\"icon\" href=\"data:,\">";
+}
+
+using Values = std::map<std::string_view, std::string>;
+
+// Puts values in the place of the comments that have their names.
+std::string Fill(std::string_view html, const Values& values) {
+  const std::string_view begin = "<!--", end = "-->";
+  std::string result;
+  std::size_t at = 0;
+  for (std::size_t next = 0; (next = html.find(begin, at)) != std::string_view::npos;) {
+    const std::size_t name = next + begin.size();
+    const std::size_t after = html.find(end, name);
+    const auto value = values.find(html.substr(name, after == std::string_view::npos ? after : after - name));
+    if (value == values.end()) {
+      result += html.substr(at, name - at);
+      at = name;
+    } else {
+      result += html.substr(at, next - at);
+      result += value->second;
+      at = after + end.size();
+    }
+  }
+  result += html.substr(at);
+  return result;
 }
 
 }  // namespace
@@ -81,23 +113,27 @@ std::string PageText::Escape(std::string_view text) {
   return result;
 }
 
-std::string PageText::MakeSitePage(const std::string& title) {
-  return MakeHead(title, "'self'", "'self'") + "<mirel-viewer src=\".\" overview></mirel-viewer>\n" +
-         "<script type=\"module\" src=\"" + WebScript::kName + "\"></script>\n</body>\n</html>\n";
+std::string PageText::MakeFile(const std::string& name, std::string_view content) {
+  return "<script type=\"application/octet-stream\" data-folder=\"model\" data-file=\"" + Escape(name) +
+         "\">" + ToBase64(content) + "</script>\n";
 }
 
-PageText::SelfContained::SelfContained(const std::string& title, std::string script)
-    : text_(MakeHead(title, HashOf(script), "'none'") + "<mirel-viewer src=\"#model\"></mirel-viewer>\n"),
-      script_(std::move(script)) {}
-
-void PageText::SelfContained::AddFile(const std::string& name, std::string_view content) {
-  text_ += "<script type=\"application/octet-stream\" data-folder=\"model\" data-file=\"" + Escape(name) +
-           "\">" + ToBase64(content) + "</script>\n";
+std::string PageText::MakeWholePage(const PageTemplate& form, const std::string& title,
+                                    const std::string& files) {
+  return Fill(form.html, {{"title", Escape(title)},
+                          {"src", "#model"},
+                          {"policy", MakePolicy(form, HashOf(form.script), "'none'")},
+                          {"files", files},
+                          {"script", "<script>" + form.script + "</script>"}});
 }
 
-std::string PageText::SelfContained::Finish() {
-  text_ += "<script type=\"module\">" + script_ + "</script>\n</body>\n</html>\n";
-  return std::move(text_);
+std::string PageText::MakeSitePage(const PageTemplate& form, const std::string& title) {
+  return Fill(form.html,
+              {{"title", Escape(title)},
+               {"src", "."},
+               {"policy", MakePolicy(form, "'self'", "'self'")},
+               {"files", ""},
+               {"script", std::string("<script src=\"") + PageTemplate::kScript + "\"></script>"}});
 }
 
 }  // namespace mirel

@@ -5,7 +5,9 @@
 
 namespace mirel {
 
-/// The HTML around the viewer. The same content gives the same bytes.
+struct PageTemplate;
+
+/// The HTML around a model. The same content gives the same bytes.
 class PageText {
  public:
   /// A name that may be of any length as one that fits a title.
@@ -15,21 +17,16 @@ class PageText {
   /// around it is left out.
   static std::string Escape(std::string_view text);
 
+  /// A file of the model as it lies in a page.
+  static std::string MakeFile(const std::string& name, std::string_view content);
+
+  /// A page that has all in itself, `files` as `MakeFile` makes them, and may fetch nothing.
+  static std::string MakeWholePage(const PageTemplate& form, const std::string& title,
+                                   const std::string& files);
+
   /// The page of a site: it fetches the script and the files of the model from the folder that it lies in, and may fetch from nowhere
   /// else.
-  static std::string MakeSitePage(const std::string& title);
-
-  /// A page that has all in itself and may fetch nothing: files of the model by their names, and the script.
-  class SelfContained {
-   public:
-    SelfContained(const std::string& title, std::string script);
-    void AddFile(const std::string& name, std::string_view content);
-    std::string Finish();
-
-   private:
-    std::string text_;
-    std::string script_;
-  };
+  static std::string MakeSitePage(const PageTemplate& form, const std::string& title);
 };
 
 }  // namespace mirel

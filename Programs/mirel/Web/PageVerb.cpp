@@ -3,13 +3,13 @@
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Save/InputFolder.h>
 #include <Programs/mirel/Seal/FileBytes.h>
+#include <Programs/mirel/Web/PageTemplate.h>
 #include <Programs/mirel/Web/PageText.h>
 #include <Programs/mirel/Web/WebModel.h>
-#include <Programs/mirel/Web/WebScript.h>
+
+#include <Viewer/Kernel/Model/FolderFiles.h>
 
 #include <CLI/CLI.hpp>
-
-#include <utility>
 
 namespace mirel {
 
@@ -31,21 +31,21 @@ CLI::App* PageVerb::Declare(CLI::App& program) {
 }
 
 ExitCode PageVerb::Run(Console& console) {
-  std::string script;
-  if (!WebScript::Read(console, script)) {
+  PageTemplate form;
+  if (!form.Read(console)) {
     return ExitCode::kOutputUnwritten;
   }
   InputFolder folder;
   const ExitCode prepared = folder.Prepare(console, input_);
-  return prepared == ExitCode::kDone ? WritePage(console, folder.GetPath(), std::move(script)) : prepared;
+  return prepared == ExitCode::kDone ? WritePage(console, folder.GetPath(), form) : prepared;
 }
 
-ExitCode PageVerb::WritePage(Console& console, const std::string& folder, std::string script) const {
+ExitCode PageVerb::WritePage(Console& console, const std::string& folder, const PageTemplate& form) const {
   WebModel model(withBodies_);
   if (!model.Open(console, folder)) {
     return ExitCode::kInputUnread;
   }
-  PageText::SelfContained page(model.MakeTitle(input_), std::move(script));
+  std::string files = PageText::MakeFile(FolderFiles::kOverview, model.GetOverview());
   std::size_t size = 0;
   for (const WebModel::File& file : model.GetFiles()) {
     std::string content;
@@ -61,10 +61,10 @@ ExitCode PageVerb::WritePage(Console& console, const std::string& folder, std::s
                     "makes a folder of it");
       return ExitCode::kOutputUnwritten;
     }
-    page.AddFile(file.name, content);
+    files += PageText::MakeFile(file.name, content);
   }
   std::string reason;
-  if (!FileBytes::Replace(output_, page.Finish(), reason)) {
+  if (!FileBytes::Replace(output_, PageText::MakeWholePage(form, model.MakeTitle(input_), files), reason)) {
     console.Error(output_, reason);
     return ExitCode::kOutputUnwritten;
   }

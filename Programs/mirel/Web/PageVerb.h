@@ -6,6 +6,8 @@
 
 namespace mirel {
 
+struct PageTemplate;
+
 /// `mirel page FOLDER OUT.html`: makes one HTML file that shows a model and needs nothing else.
 class PageVerb : public Verb {
  public:
@@ -13,7 +15,7 @@ class PageVerb : public Verb {
   ExitCode Run(Console& console) override;
 
  private:
-  ExitCode WritePage(Console& console, const std::string& folder, std::string script) const;
+  ExitCode WritePage(Console& console, const std::string& folder, const PageTemplate& form) const;
 
   std::string input_;
   std::string output_;

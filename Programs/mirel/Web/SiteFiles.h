@@ -1,6 +1,6 @@
 #pragma once
 
-#include <Programs/mirel/Web/WebScript.h>
+#include <Programs/mirel/Web/PageTemplate.h>
 
 #include <Viewer/Kernel/Model/FolderFiles.h>
 
@@ -15,11 +15,11 @@ struct SiteFiles {
   static constexpr const char* kReadme = "README.txt";
 
   /// What is not of the model.
-  static std::vector<std::string> GetOthers() { return {kPage, WebScript::kName, kReadme}; }
+  static std::vector<std::string> GetOthers() { return {kPage, PageTemplate::kScript, kReadme}; }
 
   /// Whether a file, named relative to the folder, belongs to a site.
   static bool IsFile(const std::string& name) {
-    return name == kPage || name == WebScript::kName || name == kReadme || FolderFiles::IsFile(name);
+    return name == kPage || name == PageTemplate::kScript || name == kReadme || FolderFiles::IsFile(name);
   }
 };
 

@@ -3,10 +3,10 @@
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/Save/InputFolder.h>
+#include <Programs/mirel/Web/PageTemplate.h>
 #include <Programs/mirel/Web/PreviewCall.h>
 #include <Programs/mirel/Web/SiteWriter.h>
 #include <Programs/mirel/Web/WebModel.h>
-#include <Programs/mirel/Web/WebScript.h>
 
 #include <CLI/CLI.hpp>
 
@@ -25,8 +25,8 @@ CLI::App* SiteVerb::Declare(CLI::App& program) {
 }
 
 ExitCode SiteVerb::Run(Console& console) {
-  std::string script;
-  if (!WebScript::Read(console, script) || (preview_ && !PreviewCall::IsPossible(console))) {
+  PageTemplate form;
+  if (!form.Read(console) || (preview_ && !PreviewCall::IsPossible(console))) {
     return ExitCode::kOutputUnwritten;
   }
   // Before the long work, not after it.
@@ -36,11 +36,11 @@ ExitCode SiteVerb::Run(Console& console) {
     return ExitCode::kOutputUnwritten;
   }
   bool isWritten = false;
-  const ExitCode result = MakeSite(console, script, isWritten);
+  const ExitCode result = MakeSite(console, form, isWritten);
   return preview_ && isWritten ? PreviewCall::Serve(console, output_) : result;
 }
 
-ExitCode SiteVerb::MakeSite(Console& console, const std::string& script, bool& isWritten) const {
+ExitCode SiteVerb::MakeSite(Console& console, const PageTemplate& form, bool& isWritten) const {
   InputFolder folder;
   const ExitCode prepared = folder.Prepare(console, input_);
   if (prepared != ExitCode::kDone) {
@@ -53,7 +53,7 @@ ExitCode SiteVerb::MakeSite(Console& console, const std::string& script, bool& i
   const LogRecorder log(console, output_);
   std::string reason;
   std::string left;
-  if (!SiteWriter(output_, force_).Write(model, model.MakeTitle(input_), script, reason, left)) {
+  if (!SiteWriter(output_, force_).Write(model, model.MakeTitle(input_), form, reason, left)) {
     console.Error(output_, reason);
     return ExitCode::kOutputUnwritten;
   }

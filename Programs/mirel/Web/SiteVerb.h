@@ -6,6 +6,8 @@
 
 namespace mirel {
 
+struct PageTemplate;
+
 /// `mirel site FOLDER OUT`: makes a folder for a web server, whose page shows a model.
 class SiteVerb : public Verb {
  public:
@@ -14,7 +16,7 @@ class SiteVerb : public Verb {
 
  private:
   // `isWritten`: whether the folder is in place, whatever is damaged in it.
-  ExitCode MakeSite(Console& console, const std::string& script, bool& isWritten) const;
+  ExitCode MakeSite(Console& console, const PageTemplate& form, bool& isWritten) const;
 
   std::string input_;
   std::string output_;

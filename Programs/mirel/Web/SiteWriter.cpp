@@ -1,6 +1,7 @@
 #include <Programs/mirel/Web/SiteWriter.h>
 
 #include <Programs/mirel/Seal/FileBytes.h>
+#include <Programs/mirel/Web/PageTemplate.h>
 #include <Programs/mirel/Web/PageText.h>
 #include <Programs/mirel/Web/SiteFiles.h>
 #include <Programs/mirel/Web/WebModel.h>
@@ -24,7 +25,7 @@ page fetch files when it is opened from the disk; "mirel page" makes one file th
 What the server has to send:
 
   index.html   text/html; charset=utf-8
-  viewer.js    text/javascript, or the browser will not run it
+  page.js      text/javascript, or the browser will not run it
   *.json       any type, application/json is right
   *.gz         any type, application/gzip is right. With or without "Content-Encoding: gzip": both work.
 
@@ -36,7 +37,7 @@ What the server has to send:
 
 What is here:
 
-  index.html, viewer.js   the page, and the viewer that it runs
+  index.html, page.js     the page, and the viewer that it runs
   index.gz, grep/*.gz     the model as it was saved: the item tree, and what is drawn
   overview.json           what the page wants to know first: boxes, sizes, which package holds which body.
                           It works without.
@@ -84,9 +85,9 @@ std::string SiteWriter::Check(const std::string& input) const {
   return replacement_.Check();
 }
 
-bool SiteWriter::Write(const WebModel& model, const std::string& title, const std::string& script,
+bool SiteWriter::Write(const WebModel& model, const std::string& title, const PageTemplate& form,
                        std::string& reason, std::string& left) {
-  if (!replacement_.Begin(reason) || !WriteFiles(model, title, script, reason) ||
+  if (!replacement_.Begin(reason) || !WriteFiles(model, title, form, reason) ||
       !replacement_.Commit(reason)) {
     return false;
   }
@@ -94,7 +95,7 @@ bool SiteWriter::Write(const WebModel& model, const std::string& title, const st
   return true;
 }
 
-bool SiteWriter::WriteFiles(const WebModel& model, const std::string& title, const std::string& script,
+bool SiteWriter::WriteFiles(const WebModel& model, const std::string& title, const PageTemplate& form,
                             std::string& reason) const {
   const std::string folder = replacement_.GetFolder();
   for (const WebModel::File& file : model.GetFiles()) {
@@ -108,9 +109,9 @@ bool SiteWriter::WriteFiles(const WebModel& model, const std::string& title, con
     }
   }
   return Place(folder + FolderFiles::kOverview, model.GetOverview(), reason) &&
-         Place(folder + WebScript::kName, script, reason) &&
+         Place(folder + PageTemplate::kScript, form.script, reason) &&
          Place(folder + SiteFiles::kReadme, kReadme, reason) &&
-         Place(folder + SiteFiles::kPage, PageText::MakeSitePage(title), reason);
+         Place(folder + SiteFiles::kPage, PageText::MakeSitePage(form, title), reason);
 }
 
 }  // namespace mirel

@@ -7,6 +7,7 @@
 namespace mirel {
 
 class WebModel;
+struct PageTemplate;
 
 /// Writes the folder of a site: aside, and in place when it is whole.
 class SiteWriter {
@@ -20,11 +21,11 @@ class SiteWriter {
 
   /// Makes the folder. False with the reason: then nothing has changed. `left` tells what of a folder that was replaced could
   /// not be removed, if anything.
-  bool Write(const WebModel& model, const std::string& title, const std::string& script, std::string& reason,
+  bool Write(const WebModel& model, const std::string& title, const PageTemplate& form, std::string& reason,
              std::string& left);
 
  private:
-  bool WriteFiles(const WebModel& model, const std::string& title, const std::string& script,
+  bool WriteFiles(const WebModel& model, const std::string& title, const PageTemplate& form,
                   std::string& reason) const;
 
   const std::string target_;

@@ -41,10 +41,13 @@ class WebVerbsTest : public ::testing::Test {
       fs::create_symlink(library.parent_path() / file, libraries / file);
     }
     program_ = (root / "bin/mirel").u8string();
-    script_ = (root / "share/mirel/web/viewer.js").u8string();
+    script_ = (root / "share/mirel/web/page.js").u8string();
   }
   static void TearDownTestSuite() { installed_.reset(); }
-  void SetUp() override { WriteFile(script_, kScript); }
+  void SetUp() override {
+    WriteFile(script_, kScript);
+    WriteFile(fs::u8path(script_).replace_filename("page.html").u8string(), kForm);
+  }
 
   int Run(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), program_);
@@ -66,6 +69,9 @@ class WebVerbsTest : public ::testing::Test {
   }
 
   static constexpr const char* kScript = "console.log(1)";
+  static constexpr const char* kForm =
+      "<html><!--policy--><title><!--title--></title><style>p{}</style><!--other--><p id=\"<!--src-->\">"
+      "<!--files--><!--script-->";
   static std::unique_ptr<TestFolder> installed_;
   static std::string program_, script_;
   const TestFolder folder_;
@@ -110,19 +116,20 @@ TEST_F(WebVerbsTest, APageHasTheModelInItAndNothingElseThatRuns) {
   EXPECT_EQ(said_, "");
   const std::string page = ReadFile(page_);
   const auto scripts = FindScripts(page);
-  ASSERT_EQ(scripts.size(), 3U);
-  for (const auto& [i, name] : std::map<int, std::string>{{0, "index.gz"}, {1, "grep/1.gz"}}) {
+  ASSERT_EQ(scripts.size(), 4U);
+  for (const auto& [i, name] : std::map<int, std::string>{{1, "index.gz"}, {2, "grep/1.gz"}}) {
     EXPECT_EQ(scripts[i].first,
               " type=\"application/octet-stream\" data-folder=\"model\" data-file=\"" + name + "\"");
     EXPECT_EQ(FromBase64(scripts[i].second), ReadFile(model + "/" + name));
   }
-  EXPECT_EQ(scripts[2].second, kScript);
+  EXPECT_EQ(scripts[3].second, kScript);
   const std::size_t title = page.find("<title>") + 7;
   const std::string escaped =
       "&lt;/title&gt;&lt;/script&gt;&lt;script&gt;alert(1)&lt;/script&gt;&lt;!--&quot;&#39;&amp;xxxxx";
   EXPECT_EQ(page.substr(title, escaped.size()), escaped);
   EXPECT_EQ(page.find("alert(2)"), std::string::npos);
-  EXPECT_EQ(page.find("<!--"), std::string::npos);
+  EXPECT_EQ(page.find("<!--"), page.find("<!--other-->"));
+  EXPECT_NE(page.find("id=\"#model\""), std::string::npos);
   // What is fetched is said before anything of the model comes, and that is nothing.
   EXPECT_LT(page.find("default-src 'none'"), title);
   EXPECT_NE(page.find("connect-src 'none'"), std::string::npos);
@@ -130,13 +137,13 @@ TEST_F(WebVerbsTest, APageHasTheModelInItAndNothingElseThatRuns) {
   ASSERT_EQ(Run({"page", model + "/index.gz", page_}), 0) << said_;
   EXPECT_EQ(ReadFile(page_), page);
   ASSERT_EQ(Run({"page", "--with-bodies", model, page_}), 0) << said_;
-  EXPECT_EQ(FromBase64(FindScripts(ReadFile(page_)).at(2).second), ReadFile(model + "/model/1.gz"));
+  EXPECT_EQ(FromBase64(FindScripts(ReadFile(page_)).at(3).second), ReadFile(model + "/model/1.gz"));
   EXPECT_EQ(folder_.ListFiles().find(".part"), std::string::npos);
 }
 
 TEST_F(WebVerbsTest, APageIsMadeOfWhatSaveReadsAndOfDamagedFolders) {
   ASSERT_EQ(Run({"page", MIREL_SAMPLE, page_}), 0) << said_;
-  EXPECT_EQ(FindScripts(ReadFile(page_)).size(), 4U) << "index, graphics, extras, viewer";
+  EXPECT_EQ(FindScripts(ReadFile(page_)).size(), 5U) << "overview, index, graphics, extras, viewer";
   const std::string model = SaveModel("");
   ASSERT_EQ(Run({"page", model, page_}), 0) << said_;
   EXPECT_NE(ReadFile(page_).find("<title>model</title>"), std::string::npos);
@@ -145,7 +152,7 @@ TEST_F(WebVerbsTest, APageIsMadeOfWhatSaveReadsAndOfDamagedFolders) {
   EXPECT_EQ(Run({"page", model, page_}), 2);
   EXPECT_NE(said_.find("grep/1.gz cannot be read"), std::string::npos) << said_;
   EXPECT_NE(said_.find("nothing is to be seen; the page is empty"), std::string::npos) << said_;
-  EXPECT_EQ(FindScripts(ReadFile(page_)).size(), 2U);
+  EXPECT_EQ(FindScripts(ReadFile(page_)).size(), 3U);
   Edit("\"PkgShape\":1,\"PkgGRep\":1", "\"PkgShape\":0,\"PkgGRep\":0")(model + "/");
   Edit("\"Children\":[{", "\"Children\":[],\"Other\":[{")(model + "/");
   EXPECT_EQ(Run({"page", "--strict", model, page_}), 4) << said_;
@@ -177,13 +184,14 @@ TEST_F(WebVerbsTest, SaysWhatIsMissing) {
   for (const char* const script : {"'</SCRIPT>'", "x<!--y"}) {
     WriteFile(script_, script);
     EXPECT_EQ(Run({"page", model, page_}), 3);
-    EXPECT_NE(said_.find("it cannot stand in a page"), std::string::npos) << said_;
+    EXPECT_NE(said_.find("page.js: cannot stand in a page"), std::string::npos) << said_;
   }
   fs::remove(fs::u8path(script_));
   for (const char* const verb : {"page", "site"}) {
     EXPECT_EQ(Run({verb, model, site_}), 3);
-    EXPECT_NE(said_.find("the viewer for web pages is " + script_ + ", which cannot be used: No such file"),
-              std::string::npos)
+    EXPECT_NE(
+        said_.find("the viewer for web pages needs " + script_ + ", which cannot be read: No such file"),
+        std::string::npos)
         << said_;
     EXPECT_NE(said_.find("install the package mirel"), std::string::npos) << said_;
     EXPECT_FALSE(fs::exists(fs::u8path(site_)));
@@ -198,7 +206,7 @@ TEST_F(WebVerbsTest, ASiteHasTheFilesOfTheModelAsTheyAre) {
   EXPECT_EQ(files.size(), 6U);
   for (const char* const name : {"index.gz", "grep/1.gz"})
     EXPECT_TRUE(files.at(name) == source.at(name)) << name;
-  EXPECT_EQ(files.at("viewer.js"), kScript);
+  EXPECT_EQ(files.at("page.js"), kScript);
   EXPECT_NE(files.at("index.html").find("<title>Größe &lt;b&gt;</title>"), std::string::npos);
   EXPECT_NE(files.at("README.txt").find("Content-Encoding"), std::string::npos);
 
@@ -266,7 +274,7 @@ TEST_F(WebVerbsTest, APreviewServesTheSiteAndNothingElse) {
   httplib::Client client("127.0.0.1", port);
   const std::map<std::string, std::string> types = {{"/", "text/html; charset=utf-8"},
                                                     {"/index.html", "text/html; charset=utf-8"},
-                                                    {"/viewer.js", "text/javascript; charset=utf-8"},
+                                                    {"/page.js", "text/javascript; charset=utf-8"},
                                                     {"/index.gz?x=1", "application/gzip"},
                                                     {"/grep/1.gz", "application/gzip"},
                                                     {"/overview.json", "application/json"},

@@ -1,0 +1,251 @@
+// What `mirel page` and `mirel site` make, opened in a real browser.
+import assert from 'node:assert/strict';
+import { execFileSync, spawn, spawnSync } from 'node:child_process';
+import { mkdirSync, readFileSync, rmSync, statSync, writeFileSync } from 'node:fs';
+import { dirname, join } from 'node:path';
+import { after, before, test } from 'node:test';
+import { pathToFileURL } from 'node:url';
+import { gunzipSync, gzipSync } from 'node:zlib';
+import { launch, openPage } from './browser.js';
+import { buildFolder, exampleFolder, sourceFolder } from './support.js';
+
+const program = join(buildFolder, 'bin/mirel');
+const scratch = join(buildFolder, 'Web', `pages-${process.pid}`);
+const sample = join(sourceFolder, 'Samples/trolley.step');
+const trolley = join(scratch, 'trolley');
+const mirel = (...words) => execFileSync(program, words, { encoding: 'utf8' });
+let browser;
+
+before(async () => {
+  mkdirSync(scratch, { recursive: true });
+  mirel('save', '-q', sample, trolley);
+  browser = await launch();
+});
+after(async () => {
+  await browser?.close();
+  rmSync(scratch, { recursive: true, force: true });
+});
+
+/** A copy of the trolley whose index is changed. */
+function changeIndex(name, from, to) {
+  const folder = join(scratch, name);
+  const index = gunzipSync(readFileSync(join(trolley, 'index.gz'))).toString();
+  assert.ok(index.includes(from), from);
+  return writeFolder(folder, {
+    'index.gz': gzipSync(index.replace(from, to)),
+    'grep/1.gz': readFileSync(join(trolley, 'grep/1.gz')),
+    'model/1.gz': readFileSync(join(trolley, 'model/1.gz')),
+  });
+}
+
+function writeFolder(folder, files) {
+  for (const [file, bytes] of Object.entries(files)) {
+    mkdirSync(dirname(join(folder, file)), { recursive: true });
+    writeFileSync(join(folder, file), bytes);
+  }
+  return folder;
+}
+
+/** A page, loaded whole; `page.requests` is what it has fetched. */
+async function open(address, size = { width: 800, height: 500 }) {
+  const page = await openPage(browser, 'about:blank', size);
+  page.requests = [];
+  page.on('request', request => page.requests.push(request.url()));
+  await page.goto(address);
+  await page.waitForFunction(() => {
+    const { viewer } = document.querySelector('mirel-page');
+    return viewer.model && viewer.shadowRoot.querySelector('progress').hidden;
+  });
+  return page;
+}
+
+/** Of damaged models too. */
+function makePage(input, name = 'page.html') {
+  spawnSync(program, ['page', input, join(scratch, name)]);
+  return pathToFileURL(join(scratch, name)).href;
+}
+
+/**
+ * The part of the pixels, of 0 to 1, in which a component of two PNG files, both on white, differs by more than a tolerance.
+ * `scale` makes the pictures smaller before that: what is less than a pixel then, such as how lines are drawn, does not count.
+ */
+const compare = (page, a, b, { tolerance, scale }) =>
+  page.evaluate(
+    async (files, tolerance, scale) => {
+      const [a, b] = await Promise.all(
+        files.map(async text => {
+          const bytes = Uint8Array.from(atob(text), c => c.charCodeAt(0));
+          const bitmap = await createImageBitmap(new Blob([bytes], { type: 'image/png' }));
+          const [width, height] = [bitmap.width * scale, bitmap.height * scale].map(Math.round);
+          const context = new OffscreenCanvas(width, height).getContext('2d');
+          context.fillStyle = '#fff';
+          context.fillRect(0, 0, width, height);
+          context.imageSmoothingQuality = 'high';
+          context.drawImage(bitmap, 0, 0, width, height);
+          return context.getImageData(0, 0, width, height);
+        }),
+      );
+      if (a.width !== b.width || a.height !== b.height) return 1;
+      let different = 0;
+      for (let i = 0; i < a.data.length; i += 4)
+        different += [0, 1, 2].some(k => Math.abs(a.data[i + k] - b.data[i + k]) > tolerance);
+      return different / (a.width * a.height);
+    },
+    [a, b].map(bytes => Buffer.from(bytes).toString('base64')),
+    tolerance,
+    scale,
+  );
+
+test('a page of a STEP file opens from the disk, and fetches nothing', async () => {
+  const address = makePage(sample);
+  assert.ok(statSync(join(scratch, 'page.html')).size <= 900_000);
+  const first = readFileSync(join(scratch, 'page.html'));
+  makePage(sample);
+  assert.ok(first.equals(readFileSync(join(scratch, 'page.html'))), 'the same page each time');
+
+  const page = await open(address, { width: 1000, height: 640 });
+  assert.equal(await page.title(), '工具车');
+  assert.equal(await page.$eval('mirel-page', ({ viewer }) => viewer.model.shapeCount), 22);
+  assert.deepEqual(page.requests, [address]);
+  const blocked = await page.evaluate(async () => {
+    const told = new Promise(resolve => addEventListener('securitypolicyviolation', resolve, { once: true }));
+    const failed = await fetch('http://127.0.0.1:1/').catch(() => true);
+    return failed === true && (await told).effectiveDirective;
+  });
+  assert.equal(blocked, 'connect-src');
+  page.errors.length = 0;
+
+  // The picture of the documents is this page. Letters differ between machines, and take little of it.
+  await page.mouse.move(960, 600);
+  await page.$eval('mirel-page', ({ viewer }) => viewer.select(viewer.find('drawer top')));
+  await page.$eval('mirel-page', ({ viewer }) => viewer.setSections([{ normal: [0, -1, 0], offset: 0 }]));
+  await page.evaluate(() => new Promise(done => requestAnimationFrame(() => requestAnimationFrame(done))));
+  const picture = await page.screenshot();
+  const known = join(sourceFolder, 'docs/web-page.png');
+  if (process.env.MIREL_UPDATE_DOCS) writeFileSync(known, picture);
+  const difference = await compare(page, picture, readFileSync(known), { tolerance: 24, scale: 1 });
+  assert.ok(difference < 0.03, `docs/web-page.png differs in ${difference} of its pixels`);
+  assert.deepEqual(page.errors, []);
+  await page.close();
+});
+
+test('the page shows what `mirel picture` draws', async () => {
+  const [width, height] = [360, 270];
+  const drawn = join(scratch, 'drawn.png');
+  const plain = ['--size', `${width}x${height}`, '--background', 'none', '--edges', 'none'];
+  mirel('picture', trolley, drawn, ...plain, '--ids', join(scratch, 'ids.png'));
+  const { eye, target } = JSON.parse(readFileSync(join(scratch, 'ids.json'), 'utf8'));
+  const look = async folder => {
+    const page = await open(makePage(folder));
+    const text = await page.$eval(
+      'mirel-page',
+      async ({ viewer }, viewPoint, width, height) => {
+        viewer.edges = false;
+        viewer.viewPoint = viewPoint;
+        const bytes = new Uint8Array(await (await viewer.toBlob(width, height)).arrayBuffer());
+        return btoa(Array.from(bytes, byte => String.fromCharCode(byte)).join(''));
+      },
+      { eye, target, isParallel: false },
+      width,
+      height,
+    );
+    const seen = Buffer.from(text, 'base64');
+    const difference = await compare(page, readFileSync(drawn), seen, { tolerance: 40, scale: 1 / 2 });
+    await page.close();
+    return difference;
+  };
+  const same = await look(trolley);
+  const wrong = {
+    missing: await look(changeIndex('missing', '"SId":"3675093686547461063"', '"SId":"1"')),
+    color: await look(changeIndex('color', '[1.0,0.800000011920929,0.0]', '[0.6,0.8,0.0]')),
+    mirrored: await look(
+      changeIndex('mirrored', '"drawer top","Transform":[1.0', '"drawer top","Transform":[-1.0'),
+    ),
+  };
+  const limit = 0.002;
+  assert.ok(same < limit, `${same}`);
+  for (const [what, difference] of Object.entries(wrong))
+    assert.ok(difference > limit, `${what}: ${difference}, where ${same} is right`);
+});
+
+test('hostile names do nothing in a page', async () => {
+  const names = [
+    '</script><script>window.isHurt = 1</script>',
+    '<img src=x onerror="isHurt = 1">',
+    '\u202e"\'&',
+  ];
+  const shapes = names.map((Name, i) => ({ Type: 'Shape', Id: `${i + 1}`, SId: '7', Name, FColor: [] }));
+  const children = shapes.concat({ Type: 'Shape', Id: '8', SId: '7', Name: 'x'.repeat(100_000), FColor: [] });
+  const index = {
+    Metadata: { PkgGRep: 1 },
+    Types: [],
+    Items: [{ Type: 'Group', Id: '9', Name: names[0], Children: children }],
+  };
+  const folder = writeFolder(join(scratch, 'hostile'), {
+    'index.gz': gzipSync(JSON.stringify(index)),
+    'grep/1.gz': exampleFolder()['grep/1.gz'],
+  });
+  const page = await open(makePage(folder, 'hostile.html'));
+  assert.equal(await page.title(), names[0]);
+  const rows = await page.$eval('mirel-page', element => {
+    element.viewer.select([1]);
+    return [...element.shadowRoot.querySelectorAll('.row .name')].map(name => name.textContent);
+  });
+  assert.deepEqual(rows.slice(0, 4), [names[0], ...names]);
+  assert.equal(await page.evaluate(() => window.isHurt), undefined);
+  assert.deepEqual(page.errors, []);
+  await page.close();
+});
+
+test('a preview shows the site, boxes first', async () => {
+  const site = join(scratch, 'site');
+  const server = spawn(program, ['site', trolley, site, '--with-bodies', '--preview', '-q']);
+  const ended = new Promise(done => server.on('exit', (code, signal) => done(signal)));
+  const address = String(await new Promise(done => server.stdout.once('data', done))).trim();
+  assert.match(address, /^http:\/\/127\.0\.0\.1:\d+\/$/);
+  const page = await open(address);
+  const name = url => url.slice(address.length);
+  assert.deepEqual(page.requests.map(name), ['', 'page.js', 'index.gz', 'overview.json', 'grep/1.gz']);
+  assert.equal(await page.$eval('mirel-page', ({ viewer }) => viewer.model.shapeCount), 22);
+  assert.deepEqual(page.errors, []);
+  await page.close();
+  server.kill('SIGINT');
+  assert.equal(await ended, 'SIGINT');
+
+  // From the disk there is nothing that the page may fetch, and it says so.
+  const local = await openPage(browser, pathToFileURL(join(site, 'index.html')).href);
+  const message = () =>
+    document.querySelector('mirel-page').viewer.shadowRoot.querySelector('.message').textContent;
+  await local.waitForFunction(message);
+  assert.match(await local.evaluate(message), /The model cannot be opened. index.gz: .*cannot be reached/);
+  await local.close();
+});
+
+test('damaged models are shown as far as they go', async () => {
+  const folder = changeIndex('damaged', '"PkgGRep":1', '"PkgGRep":2');
+  const { status, stderr } = spawnSync(program, ['page', folder, join(scratch, 'damaged.html')]);
+  assert.equal(status, 2);
+  assert.match(String(stderr), /grep\/2.gz/);
+  const page = await open(pathToFileURL(join(scratch, 'damaged.html')).href);
+  assert.match(
+    await page.$eval('mirel-page', ({ viewer }) => viewer.shadowRoot.querySelector('.message').textContent),
+    /Not all of the model is there: grep\/2.gz/,
+  );
+  await page.close();
+});
+
+test('the overview of the worked example is as the document has it', () => {
+  const files = exampleFolder();
+  const index = gunzipSync(files['index.gz']).toString().replace('"PkgShape":1', '"PkgShape":0');
+  const folder = writeFolder(join(scratch, 'example'), {
+    'index.gz': gzipSync(index),
+    'grep/1.gz': files['grep/1.gz'],
+  });
+  mirel('site', folder, join(scratch, 'example-site'));
+  const written = readFileSync(join(scratch, 'example-site/overview.json'), 'utf8');
+  const told = readFileSync(join(sourceFolder, 'docs/format.md'), 'utf8')
+    .split('```json overview.json\n')[1]
+    .split('```')[0];
+  const size = statSync(join(folder, 'grep/1.gz')).size;
+  assert.equal(written, told.replace(/\n */g, '').replace(/"Bytes":\d+/, `"Bytes":${size}`));
+});
