@@ -165,6 +165,12 @@ void Camera::Fit(const DrawScene& scene, double aspect) {
     for (const glm::dvec3& corner : scene.GetCorners(placement))
       fitting.Add(corner);
   }
+  for (const DrawBatch& wires : scene.GetWires()) {
+    for (std::size_t i = 0; i < wires.placements.size(); ++i) {
+      for (const glm::dvec3& corner : DrawScene::GetCorners(wires, i))
+        fitting.Add(corner);
+    }
+  }
   fitting.Move(*this);
 }
 

@@ -103,36 +103,39 @@ class DrawScene::Gathering {
   void Add(const BrepSceneNode& node, const Place& place) {
     const NodeVisibility::Look look = visibility_.GetLook(place.inherited);
     const std::shared_ptr<GRepShape>& grep = node.GetGRep();
-    if (look == NodeVisibility::Look::kHidden || !grep || grep->GetMesh().triangles.empty()) return;
+    if (look == NodeVisibility::Look::kHidden || !grep) return;
+    const bool isWire = grep->GetMesh().triangles.empty();
+    if (isWire && grep->GetMesh().polylines.empty()) return;
     const AABoxT<double>& own = grep->GetBoundingBox();
     const AABoxT<double> box = own.IsFinite() ? mirel::Place(own, place.placement) : AABoxT<double>();
     if (!box.IsFinite() || !IsInReach(box) || !IsInvertible(place.placement) ||
-        scene_.placementCount_ == kMaxPlacements) {
+        scene_.placementCount_ + wireCount_ == kMaxPlacements) {
       ++scene_.leftOut_;
       return;
     }
-    DrawBatch& batch = FindBatch(node, look == NodeVisibility::Look::kGhost);
+    DrawBatch& batch =
+        FindBatch(node, look == NodeVisibility::Look::kGhost, isWire ? scene_.wires_ : scene_.batches_);
     batch.placements.push_back(place.placement);
     batch.nodes.push_back(place.parent);
     scene_.box_.Merge(box);
-    ++scene_.placementCount_;
+    ++(isWire ? wireCount_ : scene_.placementCount_);
   }
 
   // Whatever has the same of all these is drawn together.
   using Likeness = std::tuple<const GRepShape*, const FacePalette*, float, float, float, bool, bool>;
 
-  DrawBatch& FindBatch(const BrepSceneNode& node, bool ghost) {
+  DrawBatch& FindBatch(const BrepSceneNode& node, bool ghost, std::vector<DrawBatch>& batches) {
     const glm::vec3 color = DrawPalette::GetBodyColor(node);
     const Likeness likeness(node.GetGRep().get(), node.GetPalette().get(), color.r, color.g, color.b,
                             node.GetColor().r < 0.0f, ghost);
-    const auto [known, isNew] = known_.try_emplace(likeness, scene_.batches_.size());
-    if (!isNew) return scene_.batches_[known->second];
+    const auto [known, isNew] = known_.try_emplace(likeness, batches.size());
+    if (!isNew) return batches[known->second];
     DrawBatch batch;
     batch.grep = node.GetGRep();
     batch.palette = std::make_shared<DrawPalette>(node);
     batch.ghost = ghost;
-    scene_.batches_.push_back(std::move(batch));
-    return scene_.batches_.back();
+    batches.push_back(std::move(batch));
+    return batches.back();
   }
 
   // And gives back what the lists had grown too large.
@@ -150,7 +153,8 @@ class DrawScene::Gathering {
   DrawScene& scene_;
   const NodeVisibility& visibility_;
   std::vector<Waiting> waiting_;
-  std::map<Likeness, std::size_t> known_;  // positions of batches
+  std::map<Likeness, std::size_t> known_;  // positions in batches or wires
+  std::uint32_t wireCount_ = 0;
 };
 
 DrawScene::DrawScene(const SceneNode& root, const NodeVisibility& visibility) {
@@ -171,6 +175,7 @@ DrawScene::~DrawScene() = default;
 std::shared_ptr<const DrawScene> DrawScene::Move(const std::vector<glm::vec3>& offsets, double factor) const {
   const std::shared_ptr<DrawScene> moved(new DrawScene());
   moved->batches_ = batches_;
+  moved->wires_ = wires_;
   moved->nodes_ = nodes_;
   moved->placementCount_ = placementCount_;
   moved->leftOut_ = leftOut_;
@@ -186,6 +191,10 @@ std::shared_ptr<const DrawScene> DrawScene::Move(const std::vector<glm::vec3>& o
       }
       moved->box_.Merge(box);
     }
+  }
+  for (const DrawBatch& batch : wires_) {
+    for (const glm::dmat4x3& placement : batch.placements)
+      moved->box_.Merge(Place(batch.grep->GetBoundingBox(), placement));
   }
   return moved;
 }
@@ -213,10 +222,14 @@ std::vector<const SceneNode*> DrawScene::GetPath(std::uint32_t placement) const 
 
 std::array<glm::dvec3, 8> DrawScene::GetCorners(std::uint32_t placement) const {
   const DrawBatch& batch = GetBatch(placement);
+  return GetCorners(batch, placement - batch.first);
+}
+
+std::array<glm::dvec3, 8> DrawScene::GetCorners(const DrawBatch& batch, std::size_t number) {
   std::array<glm::dvec3, 8> corners;
   for (int i = 0; i < 8; ++i)
-    corners[static_cast<std::size_t>(i)] = batch.placements[placement - batch.first] *
-                                           glm::dvec4(GetCorner(batch.grep->GetBoundingBox(), i), 1.0);
+    corners[static_cast<std::size_t>(i)] =
+        batch.placements[number] * glm::dvec4(GetCorner(batch.grep->GetBoundingBox(), i), 1.0);
   return corners;
 }
 

@@ -20,7 +20,7 @@ class SceneNode;
 
 /// Bodies that are drawn with one call: the same graphics in the same colours, at many places.
 struct DrawBatch {
-  std::shared_ptr<const GRepShape> grep;  ///< never empty, and has triangles
+  std::shared_ptr<const GRepShape> grep;  ///< never empty; has triangles, but for `DrawScene::GetWires`
   std::shared_ptr<const DrawPalette> palette;
   bool ghost = false;  ///< see `NodeVisibility::Look`
   /// The scene's number of the first placement; the others follow.
@@ -49,7 +49,7 @@ struct DrawNode {
 /// Thread safety: never changes once made, so any number of threads may use it.
 class MIREL_DRAW_API DrawScene {
  public:
-  /// Gathers all bodies below `root` (itself included) that have triangles and are not hidden. Left out are bodies
+  /// Gathers all bodies below `root` (itself included) that have triangles or edges and are not hidden. Left out are bodies
   /// that cannot be drawn where they stand, since their placement is not finite, flattens them or puts them farther
   /// from the origin than `kMaxCoordinate`; one notice (level 1) says how many. At most `kMaxPlacements` are gathered.
   explicit DrawScene(const SceneNode& root, const NodeVisibility& visibility = NodeVisibility());
@@ -66,6 +66,9 @@ class MIREL_DRAW_API DrawScene {
   static constexpr std::uint32_t kMaxPlacements = 100000000;
 
   const std::vector<DrawBatch>& GetBatches() const { return batches_; }
+  /// Bodies that have edges but no triangles, such as wires, batched likewise. They are drawn as lines; rays do not meet
+  /// them, so their placements have no numbers, and `first` is 0.
+  const std::vector<DrawBatch>& GetWires() const { return wires_; }
   std::uint32_t GetPlacementCount() const { return placementCount_; }
 
   /// The batch of a placement, which must be one of the scene's.
@@ -79,13 +82,15 @@ class MIREL_DRAW_API DrawScene {
 
   /// The corners of a placed body's own box in scene coordinates: tighter around it than `GetBox` where it is turned.
   std::array<glm::dvec3, 8> GetCorners(std::uint32_t placement) const;
+  /// The same for one of the placements of a batch or of wires.
+  static std::array<glm::dvec3, 8> GetCorners(const DrawBatch& batch, std::size_t number);
   /// The box of one placement's body in scene coordinates: around the eight corners of its own box.
   AABoxT<double> GetBox(std::uint32_t placement) const;
-  /// The box of all placements; empty when there are none.
+  /// The box of all placements and wires; empty when there are none.
   const AABoxT<double>& GetBox() const { return box_; }
 
   /// The same scene with each placement moved by `factor` times its offset in `offsets` (mm, scene coordinates): for rays and
-  /// pictures of what `Explosion` takes apart. Placements keep their numbers; those without an offset stay, and so do
+  /// pictures of what `Explosion` takes apart. Placements keep their numbers; those without an offset stay, and so do wires and
   /// those whose offset would lead beyond `kMaxCoordinate` or is not finite.
   std::shared_ptr<const DrawScene> Move(const std::vector<glm::vec3>& offsets, double factor = 1.0) const;
 
@@ -97,7 +102,7 @@ class MIREL_DRAW_API DrawScene {
 
   DrawScene() = default;
 
-  std::vector<DrawBatch> batches_;
+  std::vector<DrawBatch> batches_, wires_;
   std::vector<DrawNode> nodes_;
   AABoxT<double> box_;
   std::uint32_t placementCount_ = 0;

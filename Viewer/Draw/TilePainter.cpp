@@ -44,6 +44,7 @@ class TilePainter::Tile {
     MarkRough();
     FindSamples();
     if (painter_.options_.ambientOcclusion) open_ = painter_.occlusion_.Find(solids_, left_, top_, width_);
+    if (!painter_.looseEdges_.IsEmpty()) DrawLooseEdges();
   }
 
   void Paint(Picture& picture) const {
@@ -187,6 +188,50 @@ class TilePainter::Tile {
     return std::min(1.0f, 2.0f * static_cast<float>(beyond) / static_cast<float>(inside)) * crowd;
   }
 
+  void DrawLooseEdges() {
+    lines_.assign(solids_.size(), glm::vec4(0.0f));
+    painter_.looseEdges_.ForEach({left_, top_}, {left_ + width_, top_ + height_},
+                                 [&](const LooseEdges::Line& line) { DrawLine(line); });
+  }
+
+  // Goes along the axis that the line follows more, and for each step across the pixels that it may cover.
+  void DrawLine(const LooseEdges::Line& line) {
+    const glm::dvec2 from = glm::dvec2(line.from) - glm::dvec2(left_, top_),
+                     to = glm::dvec2(line.to) - glm::dvec2(left_, top_);
+    const glm::dvec2 way = to - from;
+    const int axis = std::abs(way.x) >= std::abs(way.y) ? 0 : 1;
+    const int length = axis == 0 ? width_ : height_, breadth = axis == 0 ? height_ : width_;
+    const double reach = static_cast<double>(painter_.lineRadius_) + 1.0;
+    const int first = ToPixel(std::min(from[axis], to[axis]) - reach, length);
+    const int last = ToPixel(std::max(from[axis], to[axis]) + reach, length);
+    for (int step = first; step < last; ++step) {
+      const double part =
+          way[axis] != 0.0 ? std::clamp((step + 0.5 - from[axis]) / way[axis], 0.0, 1.0) : 0.0;
+      const double middle = from[1 - axis] + way[1 - axis] * part;
+      for (int aside = ToPixel(middle - 1.5 * reach, breadth);
+           aside < ToPixel(middle + 1.5 * reach + 1.0, breadth); ++aside)
+        CoverPixel(line, from, way, axis == 0 ? step : aside, axis == 0 ? aside : step);
+    }
+  }
+
+  static int ToPixel(double place, int limit) {
+    return place > 0.0 ? static_cast<int>(std::min(place, static_cast<double>(limit))) : 0;
+  }
+
+  void CoverPixel(const LooseEdges::Line& line, const glm::dvec2& from, const glm::dvec2& way, int x, int y) {
+    const glm::dvec2 place = glm::dvec2(x + 0.5, y + 0.5) - from;
+    const double square = glm::dot(way, way);
+    const double part = square > 0.0 ? std::clamp(glm::dot(place, way) / square, 0.0, 1.0) : 0.0;
+    const double distance = glm::length(place - way * part);
+    const double cover = std::clamp(static_cast<double>(painter_.lineRadius_) + 0.5 - distance, 0.0, 1.0);
+    const Surface& solid = solids_[At(x, y)];
+    const double depth = painter_.looseEdges_.GetDepth(line, part);
+    if (solid.IsSeen() && depth > static_cast<double>(solid.depth + look::kStepPixels * solid.pixel)) return;
+    const float alpha = static_cast<float>(cover) * (line.ghost ? look::kGhostLine : painter_.lineStrength_);
+    glm::vec4& own = lines_[At(x, y)];
+    if (alpha > own.a) own = glm::vec4(Studio::ToLinear(line.color) * alpha, alpha);
+  }
+
   void PaintPixel(int x, int y, std::uint8_t* pixel) const {
     const std::size_t place = At(x, y);
     const float open = open_.empty() ? 1.0f : open_[place];
@@ -220,6 +265,7 @@ class TilePainter::Tile {
       veil = veil * (1.0f - ghostLine) + glm::vec4(look::kLineColor, 1.0f) * ghostLine;
       result = veil + result * (1.0f - veil.a);
     }
+    if (!lines_.empty()) result = lines_[place] + result * (1.0f - lines_[place].a);
     Store(result, y, pixel);
   }
 
@@ -248,6 +294,7 @@ class TilePainter::Tile {
   std::vector<std::uint32_t> first_;      // of a pixel's samples
   std::vector<Sample> samples_;
   std::vector<float> open_;
+  std::vector<glm::vec4> lines_;  // of loose edges, premultiplied; empty when there are none
 };
 
 TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& options, bool hasGhosts)
@@ -255,6 +302,7 @@ TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& opti
       options_(options),
       hasGhosts_(hasGhosts),
       edges_(options.edges, finder.GetCaster().GetScene()),
+      looseEdges_(finder.GetCaster().GetScene(), finder.GetCamera(), options),
       studio_(finder.GetCamera()),
       occlusion_(finder),
       lineRadius_(look::GetLineRadius(GetSmallerSide(options))),

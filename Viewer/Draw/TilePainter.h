@@ -2,6 +2,7 @@
 
 #include <Viewer/Draw/AmbientOcclusion.h>
 #include <Viewer/Draw/EdgeRule.h>
+#include <Viewer/Draw/LooseEdges.h>
 #include <Viewer/Draw/Picture.h>
 #include <Viewer/Draw/PictureOptions.h>
 #include <Viewer/Draw/Studio.h>
@@ -39,6 +40,7 @@ class TilePainter {
   const PictureOptions& options_;
   const bool hasGhosts_;
   const EdgeRule edges_;
+  const LooseEdges looseEdges_;
   const Studio studio_;
   const AmbientOcclusion occlusion_;
   std::vector<glm::vec2> samples_;  // within a pixel

@@ -12,6 +12,7 @@
 
 #include <glm/glm.hpp>
 
+#include <array>
 #include <cerrno>
 #include <cmath>
 #include <cstdio>
@@ -63,23 +64,26 @@ NodeVisibility ReadVisibility(const SceneNode& root, const PictureRequest& reque
   return visibility;
 }
 
-// The placements of all bodies at or below some nodes.
-std::vector<std::uint32_t> FindPlacements(const DrawScene& scene, const std::vector<const SceneNode*>& tops) {
+// The corners of all bodies at or below some nodes.
+std::vector<glm::dvec3> FindCorners(const DrawScene& scene, const std::vector<const SceneNode*>& tops) {
   const std::unordered_set<const SceneNode*> wanted(tops.begin(), tops.end());
   std::vector<bool> isBelow(scene.GetNodes().size());
   for (std::size_t i = 0; i < isBelow.size(); ++i) {
     const DrawNode& node = scene.GetNodes()[i];
     isBelow[i] = wanted.count(node.node) > 0 || (node.parent != DrawNode::kNone && isBelow[node.parent]);
   }
-  std::vector<std::uint32_t> placements;
-  for (const DrawBatch& batch : scene.GetBatches()) {
-    for (std::size_t i = 0; i < batch.nodes.size(); ++i) {
-      if (isBelow[batch.nodes[i]]) {
-        placements.push_back(batch.first + static_cast<std::uint32_t>(i));
+  std::vector<glm::dvec3> corners;
+  for (const std::vector<DrawBatch>* const batches : {&scene.GetBatches(), &scene.GetWires()}) {
+    for (const DrawBatch& batch : *batches) {
+      for (std::size_t i = 0; i < batch.nodes.size(); ++i) {
+        if (isBelow[batch.nodes[i]]) {
+          const std::array<glm::dvec3, 8> own = DrawScene::GetCorners(batch, i);
+          corners.insert(corners.end(), own.begin(), own.end());
+        }
       }
     }
   }
-  return placements;
+  return corners;
 }
 
 // What the scene's box covers when it is turned all around: so that it has one size from everywhere.
@@ -112,7 +116,7 @@ Camera MakeCamera(const SceneNode& root, const DrawScene& scene, const PictureRe
   }
   const double aspect = static_cast<double>(request.options.width) / request.options.height;
   if (!request.fit.empty()) {
-    camera.Fit(scene, FindPlacements(scene, FindNodes(root, request.fit)), aspect);
+    camera.Fit(FindCorners(scene, FindNodes(root, request.fit)), aspect);
   } else if (request.turntable > 0) {
     camera.Fit(TurnBox(scene.GetBox()), aspect);
   } else {
@@ -176,15 +180,19 @@ void SaveFaces(const PictureRenderer& renderer, const DrawScene& scene, const Ca
   reply.files.push_back(beside.u8string());
 }
 
-// Whether anything of the scene is in front of all section planes' backs: the picture may show something.
+// Whether anything but the background is to be seen, to judge by a small picture.
 bool ShowsSomething(const Picture& picture, const PictureOptions& options, const PictureRenderer& renderer,
                     const Camera& camera) {
   PictureOptions small = options;
+  small.background = PictureOptions::Background::kNone;
+  small.ambientOcclusion = false;
+  small.samples = 1;
   small.width = std::min(picture.width, 200);
   small.height =
       std::max(1, static_cast<int>(static_cast<double>(picture.height) * small.width / picture.width));
-  for (const FaceMap::Entry& entry : renderer.DrawFaces(camera, small).entries) {
-    if (entry.placement != FaceMap::kNothing) {
+  const Picture shown = renderer.Draw(camera, small);
+  for (std::size_t i = 3; i < shown.pixels.size(); i += 4) {
+    if (shown.pixels[i] != 0) {
       return true;
     }
   }

@@ -56,8 +56,8 @@ double FindReach(const GRepMesh& mesh, const glm::dvec3& direction, double& erro
   }
   error = mesh.gridStep * (size.x + size.y + size.z);
   double reach = std::numeric_limits<double>::lowest();
-  for (const GRepFace& face : mesh.faces) {
-    reach = std::max(reach, FindReach(mesh, face, direction));
+  for (std::size_t i = 0; i < mesh.GetVertexCount(); ++i) {
+    reach = std::max(reach, glm::dot(direction, mesh.GetPosition(i)));
   }
   return std::min(reach, boxReach);
 }
@@ -96,20 +96,27 @@ bool Encloses(const AABoxT<double>& outer, const AABoxT<double>& inner, double m
          glm::all(glm::lessThanEqual(inner.GetMax(), outer.GetMax() - glm::dvec3(margin)));
 }
 
+void AddExtent(const DrawBatch& batch, AABoxT<double>& extent) {
+  const GRepMesh& mesh = batch.grep->GetMesh();
+  for (const glm::dmat4x3& placement : batch.placements) {
+    // Most bodies lie within the others' box, whichever way they are turned.
+    AABoxT<double> box = mesh.box;
+    box.Transform(glm::dmat4(placement));
+    const double scale = glm::length(box.GetMax() - box.GetMin()) /
+                         std::max(glm::length(mesh.box.GetMax() - mesh.box.GetMin()), 1e-30);
+    if (!Encloses(extent, box, scale * mesh.linearDeflection)) {
+      extent.Merge(FindExtent(mesh, placement));
+    }
+  }
+}
+
 }  // namespace
 
 AABoxT<double> FindSceneExtent(const DrawScene& scene) {
   AABoxT<double> extent;
-  for (const DrawBatch& batch : scene.GetBatches()) {
-    const GRepMesh& mesh = batch.grep->GetMesh();
-    for (std::uint32_t i = 0; i < batch.placements.size(); ++i) {
-      // Most bodies lie within the others' box, whichever way they are turned.
-      const AABoxT<double> box = scene.GetBox(batch.first + i);
-      const double scale = glm::length(box.GetMax() - box.GetMin()) /
-                           std::max(glm::length(mesh.box.GetMax() - mesh.box.GetMin()), 1e-30);
-      if (!Encloses(extent, box, scale * mesh.linearDeflection)) {
-        extent.Merge(FindExtent(mesh, batch.placements[i]));
-      }
+  for (const std::vector<DrawBatch>* const batches : {&scene.GetBatches(), &scene.GetWires()}) {
+    for (const DrawBatch& batch : *batches) {
+      AddExtent(batch, extent);
     }
   }
   return extent;

@@ -13,6 +13,7 @@
 
 #include <IntCurvesFace_ShapeIntersector.hxx>
 #include <TopExp.hxx>
+#include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Shape.hxx>
 #include <gp_GTrsf.hxx>
@@ -197,6 +198,11 @@ TEST_F(PictureVerbTest, DrawsOddModels) {
       {"empty", nullptr, {}, "nothing is to be seen", false},
       {"vertex", MakePoints(1), {glm::dmat4(1.0)}, "nothing is to be seen", false},
       {"unbounded", MakePlane(), {glm::dmat4(1.0)}, "nothing is to be seen", false},
+      {"wire",
+       std::make_shared<TopoShape>(TopExp_Explorer(MakeBox(3, 2, 1)->GetImpl(), TopAbs_WIRE).Current()),
+       {glm::dmat4(1.0)},
+       "",
+       true},
       {"mirrored and sheared", MakeBox(3, 2, 1), {Mirror(), Move(5, 0, 0) * Shear()}, "", true},
       {"flattened",
        MakeBox(3, 2, 1),

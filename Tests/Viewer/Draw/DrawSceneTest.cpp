@@ -4,7 +4,11 @@
 #include <Tests/Support/TestModel.h>
 #include <Tests/Viewer/Draw/DrawSamples.h>
 
+#include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <BRepBuilderAPI_MakeEdge.hxx>
+#include <gp_Pnt.hxx>
 
 #include <gtest/gtest.h>
 
@@ -148,6 +152,10 @@ TEST(DrawSceneTest, LeavesOutWhatCannotBeDrawnWhereItIsPlaced) {
   EXPECT_EQ(log.Count(1, "6 bodies cannot be drawn where they are placed and are left out"), 1);
   EXPECT_FALSE(MakeCaster(*root)->Cast({{0, 0, -5}, {0, 0, 1}}).IsHit());
 
+  root->AddNode(BodyNode(
+      MakeGRep(std::make_shared<TopoShape>(BRepBuilderAPI_MakeEdge(gp_Pnt(), gp_Pnt(1, 0, 0)).Shape())),
+      Move(nan, 0, 0)));
+  EXPECT_EQ(DrawScene(*root).GetLeftOutCount(), 7u);
   root->AddNode(BodyNode(BoxGRep(1, 1, 1), Shear()));
   EXPECT_EQ(DrawScene(*root).GetPlacementCount(), 1u);
 }

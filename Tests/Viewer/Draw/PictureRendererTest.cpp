@@ -10,7 +10,9 @@
 
 #include <BRepAlgoAPI_Common.hxx>
 #include <BRepBndLib.hxx>
+#include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
+#include <BRepBuilderAPI_MakePolygon.hxx>
 #include <BRepFilletAPI_MakeFillet.hxx>
 #include <BRepGProp.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
@@ -173,6 +175,57 @@ TEST(PictureRendererTest, DrawsNoLinesAlongRounds) {
   for (int y = middle - 9; y < middle + 9; ++y)
     differences += lines.GetPixel(120, y)[1] != plain.GetPixel(120, y)[1] ? 1 : 0;
   EXPECT_EQ(differences, 0);
+}
+
+// Wires, and edges of other bodies that no face has, are lines in their colours: in front of what is behind them, behind what
+// is in front, and cut by section planes.
+TEST(PictureRendererTest, DrawsEdgesWithoutFaces) {
+  const auto wire = BodyNode(
+      MeshOf(BRepBuilderAPI_MakePolygon(gp_Pnt(-20, 0, 0), gp_Pnt(0, 0, 0), gp_Pnt(30, 0, 0)).Shape()),
+      Move(0, 5, 3));
+  wire->SetColor({1, 0, 0});
+  BRep_Builder builder;
+  TopoDS_Compound mixed;
+  builder.MakeCompound(mixed);
+  builder.Add(mixed, BRepPrimAPI_MakeBox(gp_Pnt(0, 0, 0), 10, 10, 10).Shape());
+  builder.Add(mixed, BRepBuilderAPI_MakeEdge(gp_Pnt(-20, -5, 8), gp_Pnt(30, -5, 8)).Shape());
+  const auto box = BodyNode(MeshOf(mixed), glm::dmat4(1.0));
+  box->SetColor({0, 1, 0});
+  const auto root = std::make_shared<GroupSceneNode>();
+  root->AddNode(wire);
+  root->AddNode(box);
+  const auto caster = MakeCaster(*root);
+  const DrawScene& scene = caster->GetScene();
+  EXPECT_EQ(scene.GetPlacementCount(), 1u);
+  ASSERT_EQ(scene.GetWires().size(), 1u);
+  EXPECT_EQ(scene.GetBox().GetMin(), glm::dvec3(-20, -5, 0));
+  for (const auto projection : {Camera::Projection::kParallel, Camera::Projection::kPerspective}) {
+    Camera camera;
+    camera.SetProjection(projection);
+    camera.SetView(Camera::View::kFront);
+    camera.Fit(scene, 4.0 / 3.0);
+    PictureOptions options = Small();
+    options.background = PictureOptions::Background::kNone;
+    const auto find = [&](double x, double y, double z) {
+      const glm::dvec3 place = camera.Project({x, y, z}, {240, 180});
+      const Picture picture = PictureRenderer(caster).Draw(camera, options);
+      const std::uint8_t* const p = picture.GetPixel(static_cast<int>(place.x), static_cast<int>(place.y));
+      return p[3] < 128 ? 'n' : p[0] > p[1] + 20 ? 'r' : p[1] > p[0] + 20 ? 'g' : '?';
+    };
+    EXPECT_EQ(find(-15, 5, 3), 'r');
+    EXPECT_EQ(find(25, 5, 3), 'r');
+    EXPECT_EQ(find(5, 5, 3), 'g');  // inside the box
+    EXPECT_EQ(find(-15, -5, 8), 'g');
+    EXPECT_EQ(find(25, -5, 8), 'g');
+    EXPECT_EQ(find(-15, 0, 5), 'n');
+    options.sections.push_back({{1, 0, 0}, 20.0});
+    EXPECT_EQ(find(25, 5, 3), 'n');
+    EXPECT_EQ(find(25, -5, 8), 'n');
+    EXPECT_EQ(find(15, 5, 3), 'r');
+    options.sections.clear();
+    camera.SetView(Camera::View::kBack);
+    EXPECT_EQ(find(-15, 5, 3), 'r');
+  }
 }
 
 TEST(PictureRendererTest, ShowsWhatIsSelected) {
