@@ -1,6 +1,7 @@
 #include <Tests/Docs/MarkdownFile.h>
 #include <Tests/Programs/mirel/Damage.h>
 #include <Tests/Programs/mirel/RunMirel.h>
+#include <Tests/Programs/mirel/XcafColors.h>
 #include <Tests/Support/TestFolder.h>
 #include <Tests/Support/TestModel.h>
 #include <Tests/Viewer/Draw/DrawSamples.h>
@@ -351,9 +352,10 @@ glm::dvec3 ToVector(const rapidjson::Value& value) {
   return {value[0].GetDouble(), value[1].GetDouble(), value[2].GetDouble()};
 }
 
-// What is seen at a pixel is what OpenCASCADE's own ray meets first of the exact bodies. Where two faces lie within the
-// deflection of each other, either may be seen.
-void ExpectAgreement(const std::string& folder, const std::string& picturePath, int rays) {
+// What is seen at a pixel is what OpenCASCADE's own ray meets first of the exact bodies, in the colour that its own
+// presentation of the source gives it. Where two faces lie within the deflection of each other, either may be seen.
+void ExpectAgreement(const XcafColors& source, const std::string& folder, const std::string& picturePath,
+                     int rays) {
   ExactModel model(folder);
   model.PlaceAll();
   Picture picture;
@@ -368,7 +370,7 @@ void ExpectAgreement(const std::string& folder, const std::string& picturePath, 
   const glm::dvec3 forward = glm::normalize(target - eye), right = glm::cross(forward, up);
   const double pixel = legend["targetHeight"].GetDouble() / glm::distance(eye, target) / picture.height;
   std::mt19937 random(1);
-  int agreed = 0, seen = 0;
+  int agreed = 0, seen = 0, colored = 0;
   for (int i = 0; i < rays; ++i) {
     const int x = static_cast<int>(random() % static_cast<unsigned>(picture.width));
     const int y = static_cast<int>(random() % static_cast<unsigned>(picture.height));
@@ -394,17 +396,27 @@ void ExpectAgreement(const std::string& folder, const std::string& picturePath, 
       same = model.CastOne(body, line, face).distance - exact.distance < near;
     }
     agreed += same ? 1 : 0;
+    const glm::vec3 shown = ToVector(entry["color"]);
+    for (const glm::vec3& exactColor : source.FindColors(
+             line, exact.distance, 1e-3 + 2 * model.GetDeflection(body), BrepSceneNode::kDefaultColor)) {
+      if (glm::distance(exactColor, shown) > 2e-3f) continue;
+      ++colored;
+      break;
+    }
   }
   EXPECT_GT(seen, rays / 10);
   EXPECT_GE(agreed, rays * 0.995);
-  std::cout << folder << ": " << agreed << " of " << rays << " rays agree, " << seen << " of them on faces\n";
+  EXPECT_GE(colored, seen * 0.995);
+  std::cout << folder << ": " << agreed << " of " << rays << " rays agree, " << seen << " of them on faces, "
+            << colored << " with the same color\n";
 }
 
 TEST_F(PictureVerbTest, ShowsTheFacesThatTheExactBodiesHaveThere) {
   const std::string faces = folder_.GetPath() + "faces.png";
+  const XcafColors source(MIREL_SAMPLE);
   for (const char* view : {"iso", "bottom"}) {
     ASSERT_EQ(Draw({"--ids", faces, "--view", view, "--size", "800x600"}), 0) << err_;
-    ExpectAgreement(scratch_->GetPath() + "trolley", faces, 5000);
+    ExpectAgreement(source, scratch_->GetPath() + "trolley", faces, 5000);
   }
 }
 
@@ -415,7 +427,7 @@ TEST_F(PictureVerbTest, ShowsTheFacesOfAnyFile) {
   const std::string model = folder_.GetPath() + "model", faces = folder_.GetPath() + "faces.png";
   ASSERT_EQ(Mirel({"save", "-q", file, model}), 0);
   ASSERT_EQ(Draw({"--ids", faces, "--size", "800x600"}, model), 0) << err_;
-  ExpectAgreement(model, faces, 10000);
+  ExpectAgreement(XcafColors(file), model, faces, 10000);
 }
 
 }  // namespace
