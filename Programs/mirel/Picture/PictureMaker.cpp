@@ -1,7 +1,8 @@
 #include <Programs/mirel/Picture/PictureMaker.h>
 
-#include <Programs/mirel/Picture/FaceLegend.h>
 #include <Programs/mirel/Open/NodeSearch.h>
+#include <Programs/mirel/Picture/FaceLegend.h>
+#include <Programs/mirel/Picture/FreedMemory.h>
 #include <Programs/mirel/Picture/SheetMaker.h>
 
 #include <Viewer/Draw/Camera.h>
@@ -221,6 +222,7 @@ void PictureMaker::Draw(PictureReply& reply) {
   const std::string title = GetTitle(*root_, request_);
   if (request_.facesOutput.empty()) {
     root_.reset();  // the legend alone has their names
+    FreedMemory::GiveBack();
   }
   const PictureRenderer renderer(std::make_shared<const RayCaster>(scene));
   if (request_.sheet) {

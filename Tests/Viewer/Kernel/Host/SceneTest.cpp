@@ -1,3 +1,5 @@
+#include <Viewer/Kernel/Host/Core/Limits.h>
+#include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
@@ -12,6 +14,8 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstdint>
+#include <map>
 #include <memory>
 #include <string>
 #include <utility>
@@ -90,6 +94,72 @@ TEST_F(SceneTest, ListenersHearWhatChanges) {
   scene.RemoveListener(1);
   scene.AddNode(outer);
   EXPECT_EQ(TakeHeard(), "");
+}
+
+// The nodes that a type's item gets in each instance have one placement, id and name, until one of them is changed.
+TEST(SceneNode, SharesWhatEqualNodesHaveInCommon) {
+  constexpr unsigned kNodes = 1000;
+  const std::uint64_t before = MemoryBudget::GetUsed();
+  GroupSceneNode group;
+  for (unsigned i = 0; i < kNodes; ++i) {
+    const auto node = std::make_shared<GroupSceneNode>();
+    node->SetTransform(Move(i % 2, 0, 0));  // equal ids alone are not enough
+    node->SetUserId(i < kNodes / 2 ? 7 : 8);
+    node->SetName("bolt");
+    group.AddNode(node);
+  }
+  const auto at = [&group](unsigned i) -> SceneNode& { return *group.GetNodes()[i]; };
+  for (unsigned i = 0; i < kNodes; ++i)
+    ASSERT_EQ(at(i).GetTransform(), Move(i % 2, 0, 0));
+  EXPECT_GT(MemoryBudget::GetUsed(), before + kNodes * (kSceneNodeBytes + kNodeTraitsBytes))
+      << "they took turns";
+
+  GroupSceneNode other;
+  for (unsigned i = 0; i < kNodes; i += 2)
+    other.AddNode(group.GetNodes()[i]);
+  const std::uint64_t half = MemoryBudget::GetUsed();
+  for (unsigned i = 0; i < kNodes; i += 2) {
+    at(i).SetName("bolt");
+    group.GetNodes()[i]->Settle();
+  }
+  EXPECT_LT(MemoryBudget::GetUsed(), half - (kNodes / 2 - 4) * kNodeTraitsBytes);
+  at(0).SetTransform(Move(0, 9, 0));
+  at(2).SetName("nut");
+  EXPECT_EQ(at(4).GetTransform(), Move(0, 0, 0));
+  EXPECT_EQ(at(2).GetTransform(), Move(0, 0, 0));
+  EXPECT_EQ(at(0).GetName() + at(2).GetName() + at(4).GetName(), "boltnutbolt");
+  EXPECT_EQ(at(0).GetUserId(), 7u);
+}
+
+// Colours are compared with those of the node before; whatever they are, they are what was set.
+TEST(BrepSceneNode, HasTheFaceColoursThatWereSetWhateverTheNodeBeforeHas) {
+  using Colors = std::vector<std::pair<unsigned, float>>;
+  const auto make = [](const Colors& colors) {
+    const auto node = std::make_shared<BrepSceneNode>(nullptr);
+    for (const auto& [face, red] : colors)
+      node->SetFaceColor(face, {red, 0, 0});
+    GroupSceneNode().AddNode(node);
+    return node;
+  };
+  const Colors usual{{5, 0.5f}, {1, 0.1f}, {3, 0.3f}};
+  for (const Colors& next : std::vector<Colors>{usual,
+                                                {{5, 0.5f}, {1, 0.1f}},
+                                                {{5, 0.5f}, {1, 0.1f}, {3, 0.3f}, {4, 0.4f}},
+                                                {{5, 0.5f}, {1, 0.1f}, {3, 0.2f}},
+                                                {{5, 0.5f}, {1, 0.1f}, {5, 0.6f}},
+                                                {}}) {
+    const auto before = make(usual), node = make(next);
+    std::map<unsigned, float> expected;
+    for (const auto& [face, red] : next)
+      expected[face] = red;
+    std::map<unsigned, float> reached;
+    for (const auto& [face, color] : node->GetFaceColors())
+      reached[face] = color.r;
+    EXPECT_EQ(reached, expected);
+    EXPECT_EQ(node->GetPalette() == before->GetPalette(), next == usual);
+    // Of colours given twice nothing may be left for the next one to be compared with.
+    EXPECT_EQ(make(next)->GetFaceColors().size(), expected.size());
+  }
 }
 
 TEST_F(SceneTest, OpacityStaysBetweenNoneAndAll) {

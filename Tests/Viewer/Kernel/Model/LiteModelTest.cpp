@@ -152,7 +152,7 @@ TEST(ItemWalk, StopsOnceAtTheLimitOfItems) {
       if (!walk.CountItem(item)) FAIL() << "after " << i << " items";
     }
     EXPECT_TRUE(walk.CountItem(longName));
-    EXPECT_TRUE(walk.CountItem(item, 32));
+    EXPECT_TRUE(walk.CountItem(item, 64));
     EXPECT_TRUE(log.GetEntries().empty());
     for (int i = 0; i < 3; ++i)
       EXPECT_FALSE(walk.CountItem(item));

@@ -20,8 +20,9 @@ constexpr std::uint64_t kMemoryPerContentByte = 32;
 constexpr std::uint64_t kFreeContentBytes = std::uint64_t{16} << 20;
 constexpr std::uint64_t kMaxContentRatio = 100;
 
-/// What a scene node takes, with its place in its parent.
-constexpr std::uint64_t kSceneNodeBytes = 320;
+/// What a scene node takes, with its place in its parent; and its placement, id and name, which the nodes of one item share.
+constexpr std::uint64_t kSceneNodeBytes = 160;
+constexpr std::uint64_t kNodeTraitsBytes = 192;
 
 /// Inflated content of one gzip file: sizes are handed on as unsigned 32-bit numbers.
 constexpr std::uint64_t kMaxInflatedBytes = 0xFFFFFFFFu;

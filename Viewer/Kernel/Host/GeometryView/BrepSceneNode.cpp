@@ -1,7 +1,12 @@
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 
+#include <Viewer/Kernel/Host/Core/RecentValues.h>
 #include <Viewer/Kernel/Host/Core/SharedPool.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+
+#include <cstdint>
+#include <cstring>
+#include <utility>
 
 namespace mirel {
 
@@ -20,7 +25,58 @@ std::shared_ptr<const FacePalette> Share(FacePalette palette) {
   return pool->Share(BytesOf(palette), [&palette] { return std::move(palette); });
 }
 
+bool IsSame(const Color& given, unsigned int face, const glm::vec3& color) {
+  return given.first == face && std::memcmp(&given.second, &color, sizeof color) == 0;
+}
+
+/// The last palette of each of the latest graphics. The nodes of one model are made by one thread, and no other is in its
+/// way.
+std::weak_ptr<const FacePalette>& LatestPalette(const GRepShape* grep) {
+  static thread_local RecentValues<const FacePalette> recent;
+  return recent.At(reinterpret_cast<std::uintptr_t>(grep) / alignof(GRepShape));
+}
+
 }  // namespace
+
+/// Colours that are set one by one. The instances of a type get the same, in the same order: as long as they are those of the
+/// last node with these graphics, nothing is done but to compare them.
+class BrepSceneNode::NewColors {
+ public:
+  NewColors(const GRepShape* grep, const FacePalette& old) : grep_(grep), colors_(old.begin(), old.end()) {
+    if (old.empty()) expected_ = LatestPalette(grep).lock();
+  }
+
+  void Add(unsigned int face, const glm::vec3& color) {
+    if (expected_ && matched_ < expected_->CountGiven() &&
+        IsSame(expected_->GetGiven(matched_), face, color)) {
+      ++matched_;
+      return;
+    }
+    StopExpecting();
+    colors_.emplace_back(face, color);
+  }
+
+  std::shared_ptr<const FacePalette> MakePalette() {
+    if (expected_ && matched_ == expected_->CountGiven() && matched_ > 0) return expected_;
+    StopExpecting();
+    std::shared_ptr<const FacePalette> made = Share(FacePalette(std::move(colors_)));
+    LatestPalette(grep_) = made;
+    return made;
+  }
+
+ private:
+  void StopExpecting() {
+    for (std::size_t i = 0; i < matched_; ++i)
+      colors_.push_back(expected_->GetGiven(i));
+    matched_ = 0;
+    expected_.reset();
+  }
+
+  const GRepShape* const grep_;
+  std::vector<Color> colors_;
+  std::shared_ptr<const FacePalette> expected_;
+  std::size_t matched_ = 0;
+};
 
 BrepSceneNode::BrepSceneNode(const std::shared_ptr<GRepShape>& grep) : grep_(grep) {}
 
@@ -38,11 +94,8 @@ const glm::vec3& BrepSceneNode::GetDrawnColor(unsigned int face) const {
 }
 
 void BrepSceneNode::SetFaceColor(unsigned int face, const glm::vec3& color) {
-  if (!newColors_) {
-    const FacePalette& old = *GetPalette();
-    newColors_ = std::make_unique<std::vector<Color>>(old.begin(), old.end());
-  }
-  newColors_->emplace_back(face, color);
+  if (!newColors_) newColors_ = std::make_unique<NewColors>(grep_.get(), GetFaceColors());
+  newColors_->Add(face, color);
   NotifyOf(SceneChange::kColor);
 }
 
@@ -53,12 +106,13 @@ const std::shared_ptr<const FacePalette>& BrepSceneNode::GetPalette() const {
 }
 
 void BrepSceneNode::Settle() {
+  SceneNode::Settle();
   TakeNewColors();
 }
 
 void BrepSceneNode::TakeNewColors() const {
   if (!newColors_) return;
-  palette_ = Share(FacePalette(std::move(*newColors_)));
+  palette_ = newColors_->MakePalette();
   newColors_.reset();
 }
 

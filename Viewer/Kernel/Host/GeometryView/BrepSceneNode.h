@@ -60,13 +60,14 @@ class MIREL_HOST_API BrepSceneNode : public GeneralSceneNode {
   void Settle() override;
 
  private:
+  class NewColors;
+
   void TakeNewColors() const;
 
-  std::shared_ptr<GRepShape> grep_;
   glm::vec3 color_{-1.0f};
+  std::shared_ptr<GRepShape> grep_;
   mutable std::shared_ptr<const FacePalette> palette_;  // empty: no colours
-  mutable std::unique_ptr<std::vector<FacePalette::value_type>>
-      newColors_;  // that the palette has not got yet
+  mutable std::unique_ptr<NewColors> newColors_;        // that the palette has not got yet
 };
 
 }  // namespace mirel

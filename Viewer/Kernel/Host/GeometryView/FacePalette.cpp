@@ -1,17 +1,24 @@
 #include <Viewer/Kernel/Host/GeometryView/FacePalette.h>
 
 #include <algorithm>
+#include <numeric>
 #include <stdexcept>
 
 namespace mirel {
 
-FacePalette::FacePalette(std::vector<value_type> colors) : colors_(std::move(colors)) {
-  const auto before = [](const value_type& a, const value_type& b) { return a.first < b.first; };
-  const auto sameFace = [](const value_type& a, const value_type& b) { return a.first == b.first; };
-  std::stable_sort(colors_.begin(), colors_.end(), before);
-  // `unique` keeps the first of each face: from behind, that is the one that came last.
-  const auto kept = std::unique(colors_.rbegin(), colors_.rend(), sameFace);
-  colors_.erase(colors_.begin(), kept.base());
+FacePalette::FacePalette(std::vector<value_type> colors) {
+  std::vector<unsigned int> order(colors.size());
+  std::iota(order.begin(), order.end(), 0U);
+  std::stable_sort(order.begin(), order.end(),
+                   [&](unsigned int a, unsigned int b) { return colors[a].first < colors[b].first; });
+  colors_.reserve(colors.size());
+  given_.resize(colors.size());
+  for (const unsigned int i : order) {
+    if (!colors_.empty() && colors_.back().first == colors[i].first) colors_.pop_back();
+    given_[i] = static_cast<unsigned int>(colors_.size());
+    colors_.push_back(colors[i]);
+  }
+  if (colors_.size() < colors.size()) std::vector<unsigned int>().swap(given_);
   colors_.shrink_to_fit();
 }
 

@@ -29,11 +29,18 @@ class MIREL_HOST_API FacePalette {
 
   /// The entry of a face, or `end()` when it has no colour.
   const_iterator find(unsigned int face) const;
+  /// What it was made of, in the order in which it was given; nothing when there were two colours for a face. For whoever is
+  /// given the same again.
+  std::size_t CountGiven() const { return given_.size(); }
+  /// Below `CountGiven`.
+  const value_type& GetGiven(std::size_t i) const { return colors_[given_[i]]; }
+
   /// The colour of a face. Throws `std::out_of_range` when it has none.
   const glm::vec3& at(unsigned int face) const;
 
  private:
   std::vector<value_type> colors_;
+  std::vector<unsigned int> given_;  // positions in colors_
 };
 
 }  // namespace mirel

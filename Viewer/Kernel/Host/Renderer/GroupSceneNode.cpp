@@ -23,6 +23,11 @@ void GroupSceneNode::AddNode(const std::shared_ptr<SceneNode>& node) {
   node->NotifyOf(SceneChange::kAdded);
 }
 
+void GroupSceneNode::Settle() {
+  SceneNode::Settle();
+  nodes_.shrink_to_fit();  // most groups get their children before they are given to one
+}
+
 bool GroupSceneNode::RemoveNode(const SceneNode& node) {
   const auto isNode = [&node](const std::shared_ptr<SceneNode>& child) { return child.get() == &node; };
   const auto found = std::find_if(nodes_.rbegin(), nodes_.rend(), isNode);

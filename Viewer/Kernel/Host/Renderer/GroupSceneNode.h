@@ -27,6 +27,8 @@ class MIREL_HOST_API GroupSceneNode : public SceneNode {
   /// The children in the order in which they were added.
   const std::vector<std::shared_ptr<SceneNode>>& GetNodes() const override { return nodes_; }
 
+  void Settle() override;
+
  private:
   friend class SceneNode;
 

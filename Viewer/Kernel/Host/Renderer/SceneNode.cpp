@@ -2,10 +2,13 @@
 
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/Core/MemoryBudget.h>
+#include <Viewer/Kernel/Host/Core/RecentValues.h>
 #include <Viewer/Kernel/Host/Core/SharedPool.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 
 #include <algorithm>
+#include <cstring>
+#include <utility>
 
 namespace mirel {
 
@@ -24,6 +27,8 @@ std::shared_ptr<const std::string> Share(const std::string& name) {
 }  // namespace
 
 SceneNode::SceneNode() {
+  static const auto* const common = new std::shared_ptr<Traits>(std::make_shared<Traits>());
+  traits_ = *common;
   MemoryBudget::Add(kSceneNodeBytes);
 }
 
@@ -49,10 +54,15 @@ std::vector<const SceneNode*> SceneNode::GetPath() const {
 }
 
 glm::dmat4 SceneNode::GetScenePlacement() const {
-  glm::dmat4 placement = transform_;
+  glm::dmat4 placement = GetTransform();
   for (const SceneNode* node = GetParent(); node; node = node->GetParent())
-    placement = node->transform_ * placement;
+    placement = node->GetTransform() * placement;
   return placement;
+}
+
+void SceneNode::SetTransform(const glm::dmat4& transform) {
+  ChangeTraits().transform = transform;
+  NotifyOf(SceneChange::kPlacement);
 }
 
 void SceneNode::SetVisible(bool isVisible) {
@@ -79,16 +89,55 @@ void SceneNode::PassOn(SceneChange change) const {
 
 void SceneNode::SetName(const std::string& name) {
   static const std::size_t kShort = std::string().capacity();
+  Traits& traits = ChangeTraits();
   if (name.size() <= kShort) {
-    name_ = name;
+    traits.name = name;
   } else {
-    name_ = Share(name);
+    traits.name = Share(name);
   }
 }
 
 const std::string& SceneNode::GetName() const {
-  const SharedName* const shared = std::get_if<SharedName>(&name_);
-  return shared ? **shared : *std::get_if<std::string>(&name_);
+  const SharedName* const shared = std::get_if<SharedName>(&traits_->name);
+  return shared ? **shared : *std::get_if<std::string>(&traits_->name);
+}
+
+SceneNode::Traits::Traits() = default;  // all nodes begin with one that is never destroyed, and does not count
+
+SceneNode::Traits::Traits(const Traits& other)
+    : transform(other.transform), userId(other.userId), name(other.name) {
+  MemoryBudget::Add(kNodeTraitsBytes);
+}
+
+SceneNode::Traits::~Traits() {
+  MemoryBudget::GiveBack(kNodeTraitsBytes);
+}
+
+bool SceneNode::Traits::IsEqual(const Traits& other) const {
+  return userId == other.userId && std::memcmp(&transform, &other.transform, sizeof transform) == 0 &&
+         name == other.name;
+}
+
+SceneNode::Traits& SceneNode::ChangeTraits() {
+  if (!ownsTraits_) {
+    traits_ = std::make_shared<Traits>(*traits_);
+    ownsTraits_ = true;
+  }
+  return *traits_;
+}
+
+void SceneNode::Settle() {
+  if (!ownsTraits_) return;
+  // The nodes of one model are made by one thread, and no other is in its way.
+  static thread_local RecentValues<Traits> recent;
+  std::weak_ptr<Traits>& known = recent.At(traits_->userId);
+  std::shared_ptr<Traits> equal = known.lock();
+  if (equal && equal->IsEqual(*traits_)) {
+    traits_ = std::move(equal);
+  } else {
+    known = traits_;
+  }
+  ownsTraits_ = false;
 }
 
 }  // namespace mirel

@@ -52,11 +52,9 @@ class MIREL_HOST_API SceneNode : public GfxObject {
   glm::dmat4 GetScenePlacement() const;
 
   /// Placement relative to the parent node, in mm; the identity at first. Column-major: the translation is column 3.
-  void SetTransform(const glm::dmat4& transform) {
-    transform_ = transform;
-    NotifyOf(SceneChange::kPlacement);
-  }
-  const glm::dmat4& GetTransform() const { return transform_; }
+  void SetTransform(const glm::dmat4& transform);
+  /// Valid until another one is set or the node is given to a group.
+  const glm::dmat4& GetTransform() const { return traits_->transform; }
 
   /// Whether the node is drawn, with all below it, where the groups around it are; true at first.
   void SetVisible(bool isVisible);
@@ -72,20 +70,21 @@ class MIREL_HOST_API SceneNode : public GfxObject {
   float GetOpacity() const { return opacity_; }
 
   /// A number that the node carries for its maker; 0 at first.
-  void SetUserId(unsigned long long id) { userId_ = id; }
-  unsigned long long GetUserId() const { return userId_; }
+  void SetUserId(unsigned long long id) { ChangeTraits().userId = id; }
+  unsigned long long GetUserId() const { return traits_->userId; }
 
   /// UTF-8; empty at first.
   void SetName(const std::string& name);
-  /// Valid until another name is set. Nodes with the same long name share it.
+  /// Valid until another name is set or the node is given to a group. Nodes with the same long name share it.
   const std::string& GetName() const;
 
   /// The nodes below this one, in the order in which they were added; none for a node that holds none.
   virtual const std::vector<std::shared_ptr<SceneNode>>& GetNodes() const;
 
   /// Called when the node has been given to a group or a scene, its properties set: what it shares with other nodes is
-  /// shared from then on. Setting properties stays allowed.
-  virtual void Settle() {}
+  /// shared from then on: nodes of one item of a type take little more than their place in the tree. Setting properties
+  /// stays allowed. Whoever overrides it calls it.
+  virtual void Settle();
 
  protected:
   /// Tells the scene that the node is in, if it is in one.
@@ -97,15 +96,29 @@ class MIREL_HOST_API SceneNode : public GfxObject {
   friend class GroupSceneNode;
   using SharedName = std::shared_ptr<const std::string>;
 
+  // What the nodes of one item have in common, in each instance of the type that it is in.
+  struct Traits {
+    glm::dmat4 transform{1.0};
+    unsigned long long userId = 0;
+    std::variant<std::string, SharedName> name;  // a short one needs no memory of its own
+
+    Traits();
+    Traits(const Traits& other);
+    ~Traits();
+    Traits& operator=(const Traits&) = delete;
+
+    bool IsEqual(const Traits& other) const;
+  };
+
+  Traits& ChangeTraits();
   void PassOn(SceneChange change) const;
 
-  GroupSceneNode* parent_ = nullptr;  // of a top-level node, the scene's root, which nobody sees
-  float opacity_ = 1.0f;
   bool isVisible_ = true;
   bool isHighlighted_ = false;
-  glm::dmat4 transform_{1.0};
-  unsigned long long userId_ = 0;
-  std::variant<std::string, SharedName> name_;  // a short one needs no memory beside the node
+  bool ownsTraits_ = false;  // nobody else knows them; others are never changed again
+  float opacity_ = 1.0f;
+  GroupSceneNode* parent_ = nullptr;  // of a top-level node, the scene's root, which nobody sees
+  std::shared_ptr<Traits> traits_;    // never empty
 };
 
 }  // namespace mirel
