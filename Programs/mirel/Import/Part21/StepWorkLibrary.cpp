@@ -6,6 +6,7 @@
 #include <Programs/mirel/Import/WatchedFile.h>
 #include <Programs/mirel/StageProgress.h>
 
+#include <Interface_Check.hxx>
 #include <Interface_InterfaceModel.hxx>
 #include <StepData_FileRecognizer.hxx>
 #include <StepData_Protocol.hxx>
@@ -38,21 +39,29 @@ std::optional<ExchangeStructure> ScanFile(const SourceFile& file) {
   return ExchangeStructure::Scan(std::move(text), size);
 }
 
-// OpenCASCADE's tool, which fills one entity after the other and tells nobody how far it is.
+// OpenCASCADE's tool, which fills one entity after the other and tells nobody how far it is. It also tells of the entities
+// whose names others have.
 class WatchedReaderTool : public StepData_StepReaderTool {
  public:
   WatchedReaderTool(const Handle(StepData_StepReaderData) & data, const Handle(StepData_Protocol) & protocol,
-                    StageProgress& progress)
-      : StepData_StepReaderTool(data, protocol), records_(data->NbRecords()), progress_(progress) {}
+                    const Part21NewNames& renamed, StageProgress& progress)
+      : StepData_StepReaderTool(data, protocol),
+        records_(data->NbRecords()),
+        doubles_(renamed),
+        progress_(progress) {}
 
   Standard_Boolean AnalyseRecord(const Standard_Integer record, const Handle(Standard_Transient) & entity,
                                  Handle(Interface_Check) & check) override {
     progress_.SetFraction(static_cast<double>(record) / records_);
+    if (doubles_.erase(record) > 0) {
+      check->AddFail("Another entity before it has the same number");
+    }
     return StepData_StepReaderTool::AnalyseRecord(record, entity, check);
   }
 
  private:
   const int records_;
+  Part21NewNames doubles_;  // that nobody has been told of
   StageProgress& progress_;
 };
 
@@ -63,9 +72,10 @@ void Load(ExchangeStructure& structure, const Handle(StepData_StepModel) & model
       new StepData_StepReaderData(static_cast<int>(structure.GetSections().front().records.size()),
                                   static_cast<int>(structure.CountRecords()),
                                   static_cast<int>(structure.CountParameters()), model->SourceCodePage());
-  FillReaderData(structure, *data);
+  const Part21NewNames renamed = RenameDoubles(structure);
+  FillReaderData(structure, *data, renamed);
   structure.ForgetRecords();
-  WatchedReaderTool tool(data, protocol, progress);
+  WatchedReaderTool tool(data, protocol, renamed, progress);
   tool.SetErrorHandle(Standard_True);
   tool.PrepareHeader(nullptr);
   tool.Prepare(nullptr);
