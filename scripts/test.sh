@@ -4,7 +4,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-scripts/setup.sh windows fuzz web
+scripts/setup.sh windows fuzz web slurm
 cmake --preset dev >/dev/null
 cmake --build --preset dev
 exec ctest --preset dev --parallel "$(nproc)"
