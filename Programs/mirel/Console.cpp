@@ -41,6 +41,10 @@ void Console::ErrorDetail(const std::string& text) {
   Print("    " + text);
 }
 
+void Console::Relay(const std::string& line) {
+  Print(line);
+}
+
 void Console::Note(const std::string& text) {
   if (!options_.quiet) {
     Print(text);
@@ -53,11 +57,12 @@ void Console::Detail(const std::string& text) {
   }
 }
 
-Console::Progress::Progress(Console& console)
+Console::Progress::Progress(Console& console, ProgressBar::Redraw redraw)
     : console_(console),
       bar_(console.options_.progressLines                  ? ProgressBar::Form::kLines
            : !console.options_.quiet && IsTerminal(stderr) ? ProgressBar::Form::kBar
-                                                           : ProgressBar::Form::kNone) {
+                                                           : ProgressBar::Form::kNone,
+           redraw) {
   console_.bar_ = &bar_;
 }
 

@@ -18,8 +18,8 @@ class Console {
  public:
   /// How much is said.
   struct Options {
-    bool quiet = false;    ///< no notes and no progress; errors are still printed
-    bool verbose = false;  ///< details too: notices, and where in the source a failure arose
+    bool quiet = false;          ///< no notes and no progress; errors are still printed
+    bool verbose = false;        ///< details too: notices, and where in the source a failure arose
     bool progressLines = false;  ///< progress as lines for a program that reads them, terminal or not
   };
 
@@ -40,6 +40,9 @@ class Console {
   /// A line that belongs to the error before it.
   void ErrorDetail(const std::string& text);
 
+  /// A line that another process has printed to stderr as a console of its own; always printed.
+  void Relay(const std::string& line);
+
   /// A message that the user may do without; not under --quiet.
   void Note(const std::string& text);
 
@@ -50,7 +53,7 @@ class Console {
   /// and the program is not to be quiet, or as lines if those are asked for.
   class Progress {
    public:
-    explicit Progress(Console& console);
+    explicit Progress(Console& console, ProgressBar::Redraw redraw = ProgressBar::Redraw::kByThread);
     ~Progress();
     Progress(const Progress&) = delete;
     Progress& operator=(const Progress&) = delete;

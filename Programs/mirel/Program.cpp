@@ -1,5 +1,6 @@
 #include <Programs/mirel/Program.h>
 
+#include <Programs/mirel/CaughtFailure.h>
 #include <Programs/mirel/Check/CheckVerb.h>
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Export/ExportVerb.h>
@@ -23,12 +24,10 @@
 #include <Viewer/Kernel/Host/Core/MemoryBudget.h>
 
 #include <CLI/CLI.hpp>
-#include <Standard_Failure.hxx>
 
 #include <algorithm>
 #include <csignal>
 #include <cstdint>
-#include <exception>
 #include <memory>
 #include <sstream>
 #include <string>
@@ -136,7 +135,6 @@ ExitCode Refuse(Console& console, const CLI::App& app, const CLI::ParseError& re
 
 int Program::Run(int argc, char** argv) {
   OcctSurroundings::Close();
-  InterruptCleanup::Install();
 #if defined(SIGXFSZ)
   // A file beyond the user's limit is then an error like a full disk, with its message, and not the end.
   std::signal(SIGXFSZ, SIG_IGN);
@@ -178,21 +176,12 @@ int Program::Run(int argc, char** argv) {
   MemoryBudget::SetLimit(memoryLimit);
   Console console(options);
   const LogRecorder log(console, "");  // what nobody else listens to
-  try {
-    for (const auto& [declared, verb] : verbs) {
-      if (declared->parsed()) {
-        return static_cast<int>(verb->Run(console));
-      }
-    }
-  } catch (const Standard_Failure& failure) {
-    console.Error("", std::string("OpenCASCADE gave up: ") + failure.DynamicType()->Name() + " " +
-                          failure.GetMessageString());
-  } catch (const std::bad_alloc&) {
-    console.Error("", "out of memory");
-  } catch (const std::exception& failure) {
-    console.Error("", failure.what());
+  const auto chosen =
+      std::find_if(verbs.begin(), verbs.end(), [](const auto& verb) { return verb.first->parsed(); });
+  if (!chosen->second->HandlesInterrupts()) {
+    InterruptCleanup::Install();
   }
-  return static_cast<int>(ExitCode::kInputUnread);
+  return static_cast<int>(CaughtFailure::Guard(console, "", [&] { return chosen->second->Run(console); }));
 }
 
 }  // namespace mirel

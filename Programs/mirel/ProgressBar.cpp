@@ -12,8 +12,8 @@ constexpr auto kRedraw = std::chrono::milliseconds(100);
 
 }  // namespace
 
-ProgressBar::ProgressBar(Form form) : form_(form), begun_(std::chrono::steady_clock::now()) {
-  if (form_ != Form::kNone) {
+ProgressBar::ProgressBar(Form form, Redraw redraw) : form_(form), begun_(std::chrono::steady_clock::now()) {
+  if (form_ != Form::kNone && redraw == Redraw::kByThread) {
     thread_ = std::thread([this] { Run(); });
   }
 }
@@ -33,6 +33,13 @@ void ProgressBar::Begin(const std::string& stage) {
 void ProgressBar::SetFraction(double fraction) {
   const std::lock_guard<std::mutex> lock(mutex_);
   fraction_ = std::clamp(fraction, 0.0, 1.0);
+}
+
+void ProgressBar::DrawNow() {
+  const std::lock_guard<std::mutex> lock(mutex_);
+  if (form_ != Form::kNone) {
+    form_ == Form::kBar ? Draw() : PrintLine();
+  }
 }
 
 void ProgressBar::Clear() {

@@ -21,7 +21,11 @@ class ProgressBar : public StageProgress {
     kBar,   ///< one line of a terminal, which is drawn over itself
     kLines,  ///< "progress: STAGE PERCENT", or without the percentage when it is not known; a line for each change
   };
-  explicit ProgressBar(Form form);
+  enum class Redraw {
+    kByThread,
+    kByCaller,  ///< for a process that is to have no threads: only `DrawNow` draws
+  };
+  explicit ProgressBar(Form form, Redraw redraw = Redraw::kByThread);
   ~ProgressBar() override;
 
   ProgressBar(const ProgressBar&) = delete;
@@ -30,6 +34,9 @@ class ProgressBar : public StageProgress {
   void Begin(const std::string& stage) override;
 
   void SetFraction(double fraction) override;
+
+  /// Draws what is known now.
+  void DrawNow();
 
   /// Takes the line off the screen until the next redraw, for a message to be printed in its place.
   void Clear();

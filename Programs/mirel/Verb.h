@@ -19,6 +19,10 @@ class Verb {
   /// this object.
   virtual CLI::App* Declare(CLI::App& program) = 0;
 
+  /// Whether it sees itself to the signals that interrupt the process, such as Ctrl-C, and to there being no threads when it
+  /// is run. To be asked when the command line is read.
+  virtual bool HandlesInterrupts() const { return false; }
+
   /// Does it, with the values that the command line gave.
   virtual ExitCode Run(Console& console) = 0;
 };

@@ -71,7 +71,10 @@ class DocumentReader {
   /// The products of bodies that were left out because of numbers that are none, one for each body.
   const std::vector<std::string>& GetUnreadableBodies() const { return unreadableBodies_; }
 
-  /// Other files that the file refers to and that could not be read, each with the reason.
+  /// Other files that the file refers to, by their names beside it.
+  const std::vector<std::string>& GetOtherFiles() const { return otherFiles_; }
+
+  /// Those of them that could not be read, each with the reason.
   const std::vector<std::string>& GetMissingFiles() const { return missingFiles_; }
 
  protected:
@@ -89,6 +92,7 @@ class DocumentReader {
   void SetUnreadableBodies(std::vector<std::string> names) { unreadableBodies_ = std::move(names); }
   // Adds to what the file says of itself; a text that says nothing is left out.
   void AddHeader(const char* key, const Handle(TCollection_HAsciiString) & text);
+  void AddOtherFile(const std::string& name) { otherFiles_.push_back(name); }
   void AddMissingFile(const std::string& line) { missingFiles_.push_back(line); }
 
  private:
@@ -125,6 +129,7 @@ class DocumentReader {
   std::size_t failedEntities_ = 0;
   EntityErrors entityErrors_;
   std::vector<std::string> unreadableBodies_;
+  std::vector<std::string> otherFiles_;
   std::vector<std::string> missingFiles_;
   std::vector<LossReport::Loss> losses_;
   std::map<std::string, std::vector<std::string>> header_;

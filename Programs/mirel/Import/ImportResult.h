@@ -22,6 +22,8 @@ struct ImportResult {
   std::vector<LossReport::Loss> kept;  ///< likewise, what of them `extras` keep
   Extras extras;
 
+  std::vector<std::string> otherFiles;  ///< that the file refers to, by their names beside it, found or not
+
   std::vector<LossReport::Loss> remarks;  ///< what is wrong with the file, but loses nothing
 
   double readSeconds = 0.0;

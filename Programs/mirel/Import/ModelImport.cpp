@@ -51,6 +51,7 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
       result.kept.push_back({loss.key, loss.text, kept, {}});
     }
   }
+  result.otherFiles = reader.GetOtherFiles();
   result.losses.insert(result.losses.end(), reader.GetLosses().begin(), reader.GetLosses().end());
   result.losses.push_back({"badNumbers", "body|bodies with numbers that are none, or without bounds",
                            reader.GetUnreadableBodies().size(), reader.GetUnreadableBodies()});

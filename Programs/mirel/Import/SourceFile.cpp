@@ -85,22 +85,36 @@ const char* SourceFile::GetFormatName(Format format) {
   return "unknown";
 }
 
-SourceFile::SourceFile(std::string path) : path_(std::move(path)), readPath_(path_) {
+SourceFile::Format SourceFile::GetFormatByName(const std::string& path) {
+  const fs::path file = fs::u8path(path);
+  std::string extension = LowerExtension(file);
+  if (extension == ".gz") {
+    extension = LowerExtension(file.stem());
+  } else if (extension == ".stpz") {
+    return Format::kStep;
+  }
+  return FormatByExtension(extension);
+}
+
+std::string SourceFile::WhyNoFile(const std::string& path) {
   std::error_code failure;
-  const fs::path file = fs::u8path(path_);
-  const fs::file_status status = fs::status(file, failure);
+  const fs::file_status status = fs::status(fs::u8path(path), failure);
   if (!fs::exists(status)) {
-    error_ = status.type() == fs::file_type::not_found ? "no such file" : failure.message();
-    return;
+    return status.type() == fs::file_type::not_found ? "no such file" : failure.message();
   }
   if (fs::is_directory(status)) {
-    error_ = "is a folder, not a file";
+    return "is a folder, not a file";
+  }
+  // A pipe would keep whoever reads it waiting, a device might never end.
+  return fs::is_regular_file(status) ? "" : "not a regular file";
+}
+
+SourceFile::SourceFile(std::string path) : path_(std::move(path)), readPath_(path_) {
+  error_ = WhyNoFile(path_);
+  if (!error_.empty()) {
     return;
   }
-  if (!fs::is_regular_file(status)) {
-    error_ = "not a regular file";  // a pipe would keep this waiting, a device might never end
-    return;
-  }
+  const fs::path file = fs::u8path(path_);
   std::string extension = LowerExtension(file);
   const bool compressed = IsCompressed(extension);
   if (extension == ".gz") {

@@ -41,6 +41,12 @@ class SourceFile {
   Format GetFormat() const { return format_; }
   static const char* GetFormatName(Format format);
 
+  /// The format that a file's name tells, also when it says that the file is compressed (".step.gz", ".stpz").
+  static Format GetFormatByName(const std::string& path);
+
+  /// Why what a path leads to is no file that can be read; empty when it is a regular file, or a link to one.
+  static std::string WhyNoFile(const std::string& path);
+
   /// The size of the content in bytes, inflated.
   std::uint64_t GetSize() const { return size_; }
 

@@ -87,14 +87,19 @@ void StepReader::LookAround(STEPCAFControl_Reader& reader, const SourceFile& fil
   StepCensus census;
   census.Add(*reader.ChangeReader().WS()->Model(), document);
   const fs::path folder = fs::u8path(file.GetPath()).parent_path();
-  std::set<std::string> missing;  // in the same order each time
+  std::set<std::string> names;  // in the same order each time
+  std::set<std::string> missing;
   for (ExternFiles::Iterator other(reader.ExternFiles()); other.More(); other.Next()) {
+    names.insert(other.Key().ToCString());
     if (other.Value()->GetLoadStatus() == IFSelect_RetDone && other.Value()->GetTransferStatus()) {
       census.Add(*other.Value()->GetWS()->Model(), document);
     } else {
       const std::string name = other.Key().ToCString();
       missing.insert(name + ": " + WhyMissing(folder / fs::u8path(name)));
     }
+  }
+  for (const std::string& name : names) {
+    AddOtherFile(name);
   }
   for (const std::string& line : missing) {
     AddMissingFile(line);

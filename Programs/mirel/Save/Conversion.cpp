@@ -53,6 +53,7 @@ ExitCode Conversion::Run(Console& console, const std::string& input, const std::
   report_ = LossReport();
   record_ = ImportRecord();
   extras_ = Extras();
+  otherFiles_.clear();
   LiteModel model;
   ExitCode result = ExitCode::kDone;
   {
@@ -112,6 +113,7 @@ ExitCode Conversion::ReadAssembly(Console& console, ProgressBar& progress, const
   report_.remarks = std::move(result.remarks);
   report_.kept = std::move(result.kept);
   extras_ = std::move(result.extras);
+  otherFiles_ = std::move(result.otherFiles);
   report_.seconds.emplace_back("reading", result.readSeconds);
   report_.seconds.emplace_back("transfer", result.transferSeconds);
   return ExitCode::kDone;
@@ -208,7 +210,8 @@ ExitCode Conversion::Write(Console& console, ProgressBar& progress, LiteModel& m
   for (const ModelFolder::File& file : readBack.GetFiles()) {
     report_.folderBytes += file.packedBytes;
   }
-  if (!SaveExtras(console, replacement.GetFolder()) || !Seal(console, replacement.GetFolder())) {
+  if (!SaveExtras(console, replacement.GetFolder()) || !SaveRecord(console, replacement.GetFolder()) ||
+      !Seal(console, replacement.GetFolder())) {
     return ExitCode::kOutputUnwritten;
   }
   report_.seconds.emplace_back("checking", watch.Lap());
@@ -228,6 +231,22 @@ ExitCode Conversion::Write(Console& console, ProgressBar& progress, LiteModel& m
     console.Note("the folder that was there before is replaced but cannot be removed: " + left);
   }
   return ExitCode::kDone;
+}
+
+bool Conversion::SaveRecord(Console& console, const std::string& folder) {
+  if (!options_.record) {
+    return true;
+  }
+  SourceRecord record = *options_.record;
+  for (const std::string& name : otherFiles_) {
+    record.AddOther(input_, name);
+  }
+  std::string reason;
+  if (!record.Write(folder, reason)) {
+    console.Error(folder_, std::string(FolderFiles::kSource) + " cannot be written: " + reason);
+    return false;
+  }
+  return true;
 }
 
 bool Conversion::Seal(Console& console, const std::string& folder) {

@@ -7,10 +7,12 @@
 #include <Programs/mirel/Save/BodyCheck.h>
 #include <Programs/mirel/Save/LossReport.h>
 #include <Programs/mirel/Save/SaveWatcher.h>
+#include <Programs/mirel/Save/SourceRecord.h>
 
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -28,6 +30,8 @@ class Conversion {
     bool force = false;     ///< replace the folder if it is a model folder already
     bool verify = false;    ///< check and compare all of the folder before it is put in place
     double patience = 0.0;  ///< seconds without progress after which a body is not drawn; 0 for the usual
+    /// Written into the folder if it is given, with the files that the source refers to.
+    std::optional<SourceRecord> record;
   };
 
   explicit Conversion(const Options& options) : options_(options) {}
@@ -44,6 +48,7 @@ class Conversion {
   ExitCode Write(Console& console, ProgressBar& progress, LiteModel& model);
   // Puts what the model has no place for into a file of the folder, and reads it back.
   bool SaveExtras(Console& console, const std::string& folder);
+  bool SaveRecord(Console& console, const std::string& folder);
   bool Seal(Console& console, const std::string& folder);
 
   // A folder that was written and read back.
@@ -73,6 +78,7 @@ class Conversion {
   std::string input_;
   std::string folder_;
   ImportRecord record_;
+  std::vector<std::string> otherFiles_;
   Extras extras_;
   LossReport report_;
 };

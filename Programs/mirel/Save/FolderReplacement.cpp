@@ -149,7 +149,7 @@ std::string FindObstacle(const fs::path& folder) {
 }
 
 // Removes what killed processes left in a folder. Whoever is alive holds a lock.
-void RemoveAbandoned(const fs::path& parent, const std::vector<std::string>& others) {
+void RemoveAbandonedIn(const fs::path& parent, const std::vector<std::string>& others) {
   std::error_code failure;
   for (const auto& [name, type] : List(parent, failure)) {
     if (!IsAsideName(name) || type != fs::file_type::directory) {
@@ -191,6 +191,17 @@ void ReplaceInTwoSteps(const fs::path& aside, const fs::path& target, std::error
   }
 }
 
+// The folder that a path names.
+fs::path Resolve(const std::string& target) {
+  std::error_code ignored;
+  fs::path path = fs::absolute(fs::u8path(target), ignored).lexically_normal();
+  if (!path.has_filename()) {
+    path = path.parent_path();  // "folder/" names the folder
+  }
+  // A link to a folder stands for the folder: that is what is replaced, next to where it really lies.
+  return fs::exists(path, ignored) ? fs::canonical(path, ignored) : path;
+}
+
 std::string RandomHex() {
   std::random_device random;
   char text[24];
@@ -202,17 +213,10 @@ std::string RandomHex() {
 }  // namespace
 
 FolderReplacement::FolderReplacement(const std::string& target, bool force, std::vector<std::string> others)
-    : force_(force), others_(std::move(others)) {
-  std::error_code ignored;
-  fs::path path = fs::absolute(fs::u8path(target), ignored).lexically_normal();
-  if (!path.has_filename()) {
-    path = path.parent_path();  // "folder/" names the folder
-  }
-  // A link to a folder stands for the folder: that is what is replaced, next to where it really lies.
-  if (fs::exists(path, ignored)) {
-    path = fs::canonical(path, ignored);
-  }
-  target_ = path;
+    : force_(force), others_(std::move(others)), target_(Resolve(target)) {}
+
+void FolderReplacement::RemoveAbandoned(const std::string& target) {
+  RemoveAbandonedIn(Resolve(target).parent_path(), {});
 }
 
 FolderReplacement::~FolderReplacement() {
@@ -290,7 +294,7 @@ bool FolderReplacement::Begin(std::string& reason) {
     reason = "its parent folder cannot be made: " + failure.message();
     return false;
   }
-  RemoveAbandoned(target_.parent_path(), others_);
+  RemoveAbandonedIn(target_.parent_path(), others_);
   for (int attempt = 0; attempt < 100 && !failure; ++attempt) {
     if (MakeAside(failure)) {
       return true;

@@ -44,6 +44,9 @@ class FolderReplacement {
   /// the target is what it was.
   bool Commit(std::string& reason);
 
+  /// Removes what killed processes have left beside a target; `Begin` does so too.
+  static void RemoveAbandoned(const std::string& target);
+
   /// Removes the folder aside, which is the old one after `Commit`. Gives the path of what is left of it, and why; empty
   /// when all is gone. The destructor does the same without a word.
   std::string RemoveAside();

@@ -59,12 +59,17 @@ bool FolderSeal::ListFiles(const std::string& folder, std::vector<std::string>& 
 }
 
 bool FolderSeal::Compute(const std::string& path, std::string& sum, std::string& reason) {
+  return Compute(path, kMaxPackedBytes, sum, reason);
+}
+
+bool FolderSeal::Compute(const std::string& path, std::uint64_t limit, std::string& sum,
+                         std::string& reason) {
   sha256_ctx context = {};
   sha256_init(&context);
   const auto take = [&](const char* bytes, std::size_t size) {
     sha256_update(&context, size, reinterpret_cast<const std::uint8_t*>(bytes));
   };
-  if (!FileBytes::Read(path, kMaxPackedBytes, take, reason)) {
+  if (!FileBytes::Read(path, limit, take, reason)) {
     return false;
   }
   std::uint8_t digest[SHA256_DIGEST_SIZE];

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <map>
 #include <string>
 #include <vector>
@@ -15,8 +16,10 @@ struct FolderSeal {
   /// All files that belong to the folder, but for the seal itself. False with a reason when it cannot be listed.
   static bool ListFiles(const std::string& folder, std::vector<std::string>& files, std::string& reason);
 
-  /// The checksum of one file; false with a reason.
+  /// The checksum of one file; false with a reason, also when it is larger than any file of a model folder may be.
   static bool Compute(const std::string& path, std::string& sum, std::string& reason);
+  /// The same for any file.
+  static bool Compute(const std::string& path, std::uint64_t limit, std::string& sum, std::string& reason);
 
   /// The checksums of all files. False with a reason, which names the file, when one cannot be read.
   static bool Make(const std::string& folder, Sums& sums, std::string& reason);

@@ -23,9 +23,11 @@ struct FolderFiles {
   static constexpr const char* kExtras = "extras.gz";
   /// What a web page needs to know before it fetches packages.
   static constexpr const char* kOverview = "overview.json";
+  /// What the folder was made of, and how.
+  static constexpr const char* kSource = "source.json";
   /// Files beside the index that opening does without. They tell of the model that they were written with, so a save
   /// of another one into the folder removes them.
-  static constexpr const char* kBeside[] = {kSeal, kExtras, kOverview};
+  static constexpr const char* kBeside[] = {kSeal, kExtras, kOverview, kSource};
 
   static bool IsPackageFolder(std::string_view name) { return name == kShapes || name == kGReps; }
 
