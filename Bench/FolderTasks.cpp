@@ -4,7 +4,9 @@
 #include <Bench/Task.h>
 #include <Bench/WorkFolder.h>
 
+#include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
 #include <Viewer/Kernel/Host/Renderer/SceneNode.h>
+#include <Viewer/Kernel/Host/Renderer/SceneOpening.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 
 #include <libdeflate.h>
@@ -35,6 +37,20 @@ Figures Open(const TaskInput& input) {
   if (!root) throw std::runtime_error("cannot open " + index);
   figures.Set("bytes", static_cast<double>(BytesOnDisk(ModelFolder(input.work))));
   CountScene(*root, figures);
+  return figures;
+}
+
+/// From the index's path to the root node with its graphics, while the exact bodies come behind.
+Figures OpenGraphics(const TaskInput& input) {
+  Figures figures;
+  const std::string index = IndexFile(input.work);
+  const Meter meter;
+  SceneOpening opening(SceneExchangeManager::Instance().FindReader(index), index);
+  const std::shared_ptr<SceneNode> root = opening.TakeRoot();
+  meter.Stop(figures);
+  if (!root) throw std::runtime_error("cannot open " + index);
+  opening.Wait();
+  figures.Set("all", meter.Elapsed());
   return figures;
 }
 
@@ -91,6 +107,7 @@ Figures Floor(const TaskInput& input) {
 
 std::vector<Task> FolderTasks() {
   return {{"open", "open the model folder: index path to root node", Open},
+          {"graphics", "open what is drawn of the model folder, with the exact bodies behind", OpenGraphics},
           {"stages", "open the model folder stage by stage", OpenStages},
           {"floor", "inflate the files of the model folder, nothing else", Floor}};
 }

@@ -1,4 +1,6 @@
+#include <Bench/CopiesFolder.h>
 #include <Bench/Meter.h>
+#include <Bench/RunProgram.h>
 #include <Bench/Task.h>
 #include <Bench/WorkFolder.h>
 
@@ -9,13 +11,13 @@
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <glm/gtc/matrix_transform.hpp>
 
 #include <cmath>
+#include <cstdlib>
+#include <filesystem>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -34,37 +36,58 @@ PictureOptions Options() {
   return options;
 }
 
+std::shared_ptr<SceneNode> OpenModel(const TaskInput& input) {
+  std::shared_ptr<SceneNode> model = LiteSceneReader().Load(IndexFile(input.work), nullptr);
+  if (!model) throw std::runtime_error("the model folder cannot be opened");
+  return model;
+}
+
+std::size_t CountCopies(const TaskInput& input, const DrawScene& model) {
+  if (model.GetPlacementCount() == 0) throw std::runtime_error("nothing is drawn of the model");
+  return input.count / model.GetPlacementCount() + 1;
+}
+
+Figures DrawFolder(const TaskInput& input, const std::string& folder) {
+  return RunProgram({MIREL_PROGRAM, "picture", "-q", "--samples", "4", folder, input.work + "picture.png"});
+}
+
 /// `mirel picture` as a process: its time from beginning to end, and its peak memory as the kernel counts it.
 Figures DrawAsProcess(const TaskInput& input) {
-  const std::string folder = ModelFolder(input.work), picture = input.work + "picture.png";
-  Figures figures;
-  const Meter meter;
-  const pid_t child = fork();
-  if (child == 0) {
-    execl(MIREL_PROGRAM, MIREL_PROGRAM, "picture", "-q", "--samples", "4", folder.c_str(), picture.c_str(),
-          nullptr);
-    _exit(127);
+  return DrawFolder(input, ModelFolder(input.work));
+}
+
+/// The same of a folder with so many copies of the model that there are --count placed bodies at least.
+Figures DrawCopiesAsProcess(const TaskInput& input) {
+  return DrawFolder(input, MakeCopies(input.work, CountCopies(input, DrawScene(*OpenModel(input)))));
+}
+
+/// f3d, which needs a display: where there is none, the task starts anew inside of one.
+Figures DrawByF3d(const TaskInput& input, const char* task, const std::string& file) {
+  if (std::getenv("DISPLAY") == nullptr) {
+    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
+    execlp("xvfb-run", "xvfb-run", "-a", self.c_str(), "task", task, "--work", input.work.c_str(), "--source",
+           input.source.c_str(), nullptr);
+    throw std::runtime_error("there is no display, and no xvfb-run");
   }
-  int status = -1;
-  rusage usage{};
-  if (child < 0 || wait4(child, &status, 0, &usage) != child || status != 0)
-    throw std::runtime_error("mirel picture failed");
-  meter.Stop(figures);
-  figures.Set("userSeconds", static_cast<double>(usage.ru_utime.tv_sec) +
-                                 1e-6 * static_cast<double>(usage.ru_utime.tv_usec));
-  figures.Set("peakBytes", 1024.0 * static_cast<double>(usage.ru_maxrss));
-  return figures;
+  return RunProgram(
+      {"f3d", "--dry-run", "--quiet", "--resolution=1600,1200", "--output=" + input.work + "f3d.png", file});
+}
+
+Figures DrawStepByF3d(const TaskInput& input) {
+  return DrawByF3d(input, "f3d", input.source);
+}
+
+Figures DrawGlbByF3d(const TaskInput& input) {
+  return DrawByF3d(input, "f3d-merged", MergedGlbFile(input.work));
 }
 
 /// The model in a square of copies, --count placed bodies at least, from the folder to a picture; then picks.
 Figures DrawCopies(const TaskInput& input) {
   Figures figures;
   const Meter meter;
-  const std::shared_ptr<SceneNode> model = LiteSceneReader().Load(IndexFile(input.work), nullptr);
-  if (!model) throw std::runtime_error("the model folder cannot be opened");
+  const std::shared_ptr<SceneNode> model = OpenModel(input);
   const DrawScene one(*model);
-  if (one.GetPlacementCount() == 0) throw std::runtime_error("nothing is drawn of the model");
-  const auto copies = static_cast<int>(input.count / one.GetPlacementCount() + 1);
+  const auto copies = static_cast<int>(CountCopies(input, one));
   const int side = static_cast<int>(std::ceil(std::sqrt(copies)));
   const glm::dvec3 pitch = (one.GetBox().GetMax() - one.GetBox().GetMin()) * 1.1;
   const auto root = std::make_shared<GroupSceneNode>();
@@ -107,6 +130,10 @@ Figures DrawCopies(const TaskInput& input) {
 
 std::vector<Task> PictureTasks() {
   return {{"picture", "mirel picture of the folder, as a process", DrawAsProcess},
+          {"picture-copies", "mirel picture of a folder of copies with --count bodies, as a process",
+           DrawCopiesAsProcess},
+          {"f3d", "f3d of the STEP file --source, as a process", DrawStepByF3d},
+          {"f3d-merged", "f3d of the GLB file whose faces are merged, as a process", DrawGlbByF3d},
           {"copies", "a picture of so many copies of the model that there are --count bodies, and picks",
            DrawCopies}};
 }

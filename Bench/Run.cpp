@@ -2,11 +2,13 @@
 
 #include <Bench/ChildProcess.h>
 #include <Bench/Growth.h>
+#include <Bench/RunProgram.h>
 #include <Bench/WorkFolder.h>
 
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <limits>
 #include <memory>
@@ -72,13 +74,17 @@ class FileRun {
     std::fprintf(stderr, "preparing %s\n", source_.c_str());
     RunChild({"prepare", source_, "--work", work_});
     WarmUp(work_);
-    for (const char* const name :
-         {"open", "floor", "binxcaf", "glb", "glb-merged", "save", "stages", "save-stages", "picture"}) {
+    for (const char* const name : {"open", "graphics", "floor", "binxcaf", "glb", "glb-merged", "save",
+                                   "stages", "save-stages", "picture"}) {
       things_.Add(name, TaskOf(name, work_));
     }
-    Arguments copies = TaskOf("copies", work_);
-    copies.insert(copies.end(), {"--count", std::to_string(copiedBodies_)});
-    things_.Add("copies", copies);
+    for (const char* const name : {"copies", "picture-copies"}) {
+      Arguments copies = TaskOf(name, work_);
+      copies.insert(copies.end(), {"--count", std::to_string(copiedBodies_)});
+      things_.Add(name, copies);
+    }
+    hasF3d_ = HasProgram("f3d") && (std::getenv("DISPLAY") != nullptr || HasProgram("xvfb-run"));
+    if (hasF3d_) things_.Add("f3d-merged", TaskOf("f3d-merged", work_));
     TryMesher();
     for (const char* const name : {"step", "program", "entities", "step-entities"}) {
       Arguments task = TaskOf(name, work_);
@@ -86,6 +92,12 @@ class FileRun {
       things_.Add(name, task);
     }
     things_.Run(rounds_);
+    if (hasF3d_) {  // once: it takes minutes
+      Arguments task = TaskOf("f3d", work_);
+      task.insert(task.end(), {"--source", source_});
+      things_.Add("f3d", task);
+      things_.Run(1);
+    }
     FindFastestMesher();
     AddOpening(report);
     AddConverting(report);
@@ -93,6 +105,7 @@ class FileRun {
     AddDrawing(report);
     AddSizes(report);
     AddGoals(report);
+    AddDrawingGoals(report);
   }
 
  private:
@@ -206,17 +219,28 @@ class FileRun {
   }
 
   void AddDrawing(Report& report) const {
-    report.AddTable({stem_ + ": drawing",
-                     {{"time", "ms", kMilli, 1, true},
-                      {"processor time", "ms", kMilli, 1, false},
-                      {"peak memory", "MB", kMega, 1, false},
-                      {"placed", "", 1.0, 0, false}},
-                     {{"picture",
-                       {things_.Get("picture", "seconds"), things_.Get("picture", "userSeconds"),
-                        things_.Get("picture", "peakBytes"), things_.Get("open", "placedShapes")}},
-                      {"copies",
-                       {things_.Get("copies", "seconds"), things_.Get("copies", "userSeconds"),
-                        things_.Get("copies", "peakBytes"), things_.Get("copies", "placedShapes")}}}});
+    Report::Table table{stem_ + ": drawing",
+                        {{"time", "ms", kMilli, 1, true},
+                         {"processor time", "ms", kMilli, 1, false},
+                         {"peak memory", "MB", kMega, 1, false},
+                         {"placed", "", 1.0, 0, false}},
+                        {}};
+    for (const auto& [name, counted] : {std::pair("picture", "open"),
+                                        {"picture-copies", "copies"},
+                                        {"copies", "copies"},
+                                        {"f3d-merged", "open"},
+                                        {"f3d", "open"}}) {
+      if (!things_.Has(name)) {
+        const Spread none = Exact(kMissing);
+        table.rows.push_back(
+            {std::string(name) + " (not run: f3d or xvfb-run is missing)", {none, none, none, none}});
+        continue;
+      }
+      table.rows.push_back({name,
+                            {things_.Get(name, "seconds"), things_.Get(name, "userSeconds"),
+                             things_.Get(name, "peakBytes"), things_.Get(counted, "placedShapes")}});
+    }
+    report.AddTable(table);
     report.AddTable({stem_ + ": picking",
                      {{"time", "us", kMicro, 2, true}},
                      {{"pick", {things_.Get("copies", "pickSeconds")}}}});
@@ -243,6 +267,8 @@ class FileRun {
   void AddGoals(Report& report) const {
     report.AddGoal(
         {stem_ + ": opening takes, times inflating", true, 3.0, things_.Ratio("open", "floor", "seconds")});
+    report.AddGoal({stem_ + ": opening what is drawn takes, of opening", true, 0.5,
+                    things_.Ratio("graphics", "open", "seconds")});
     report.AddGoal({stem_ + ": binary XCAF takes, times opening", false, 10.0,
                     things_.Ratio("binxcaf", "open", "seconds")});
     report.AddGoal({stem_ + ": STEP and tessellation take, times opening", false, 500.0,
@@ -257,11 +283,29 @@ class FileRun {
                     things_.Ratio("save", mesher_, "seconds")});
   }
 
+  void AddDrawingGoals(Report& report) const {
+    if (hasF3d_) {
+      report.AddGoal({stem_ + ": a picture takes, of f3d with the GLB with merged faces", true, 0.35,
+                      things_.Ratio("picture", "f3d-merged", "seconds")});
+      report.AddGoal({stem_ + ": f3d with the STEP file takes, times a picture", false, 100.0,
+                      Exact(things_.Get("f3d", "seconds").value / things_.Get("picture", "seconds").value)});
+    }
+    report.AddGoal({stem_ + ": a picture of a million bodies takes, times one of the model", true, 10.0,
+                    things_.Ratio("picture-copies", "picture", "seconds")});
+    report.AddGoal({stem_ + ": MB for a picture of a million bodies", true, 1000.0,
+                    Scale(things_.Get("picture-copies", "peakBytes"), 1.0 / kMega)});
+    report.AddGoal(
+        {stem_ + ": MB for a picture", true, 200.0, Scale(things_.Get("picture", "peakBytes"), 1.0 / kMega)});
+    report.AddGoal({stem_ + ": us for a pick among a million bodies", true, 2.0,
+                    Scale(things_.Get("copies", "pickSeconds"), 1.0 / kMicro)});
+  }
+
   std::string source_;
   std::string stem_;
   std::string work_;
   int rounds_;
   std::size_t copiedBodies_;
+  bool hasF3d_ = false;
   Rounds things_;
   std::string mesher_;
   std::vector<std::pair<std::string, Figures>> variants_;
