@@ -66,7 +66,7 @@ if(TARGET mirel)
   install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 endif()
 set_target_properties(MirelViewerKernel MirelDraw MirelDrawGL PROPERTIES INSTALL_RPATH "$ORIGIN")
-install(FILES README.md CHANGELOG.md docs/format.md docs/guide.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel
+install(FILES README.md CHANGELOG.md docs/format.md docs/guide.md docs/web.md docs/web-page.png DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel
         COMPONENT program)
 install(FILES docs/developer.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/libmirel-dev COMPONENT dev)
 

@@ -34,7 +34,7 @@ export {
 export { inflateFile } from './reader/gzip.js';
 export { MemoryBudget } from './reader/budget.js';
 export { multiply, unfold, type Occurrences } from './reader/occurrences.js';
-export { readOverview, type PackageOverview } from './reader/overview.js';
+export { readOverview, type Overview, type PackageOverview } from './reader/overview.js';
 export { readPackage, type PackageItem } from './reader/package.js';
 export { readRecord } from './reader/record.js';
 export { httpSource, type FetchOptions, type FolderSource } from './reader/source.js';

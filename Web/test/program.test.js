@@ -1,7 +1,7 @@
 // What `mirel page` and `mirel site` make, opened in a real browser.
 import assert from 'node:assert/strict';
 import { execFileSync, spawn, spawnSync } from 'node:child_process';
-import { mkdirSync, readFileSync, rmSync, statSync, writeFileSync } from 'node:fs';
+import { existsSync, mkdirSync, readFileSync, rmSync, statSync, writeFileSync } from 'node:fs';
 import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { pathToFileURL } from 'node:url';
@@ -115,10 +115,13 @@ test('a page of a STEP file opens from the disk, and fetches nothing', async () 
   assert.equal(blocked, 'connect-src');
   page.errors.length = 0;
 
-  // The picture of the documents is this page. Letters differ between machines, and take little of it.
-  await page.mouse.move(960, 600);
   await page.$eval('mirel-page', ({ viewer }) => viewer.select(viewer.find('drawer top')));
-  await page.$eval('mirel-page', ({ viewer }) => viewer.setSections([{ normal: [0, -1, 0], offset: 0 }]));
+  assert.equal(await page.$('mirel-page >>> button[title="Download the exact body"]'), null);
+
+  // The picture of the documents is this page. Letters differ between machines, and take little of it.
+  for (const name of ['Cut across Y', 'Keep the other side of Y'])
+    await (await page.$(`mirel-page >>> input[aria-label="${name}"]`)).click();
+  await page.mouse.move(960, 600);
   await page.evaluate(() => new Promise(done => requestAnimationFrame(() => requestAnimationFrame(done))));
   const picture = await page.screenshot();
   const known = join(sourceFolder, 'docs/web-page.png');
@@ -126,6 +129,41 @@ test('a page of a STEP file opens from the disk, and fetches nothing', async () 
   const difference = await compare(page, picture, readFileSync(known), { tolerance: 24, scale: 1 });
   assert.ok(difference < 0.03, `docs/web-page.png differs in ${difference} of its pixels`);
   assert.deepEqual(page.errors, []);
+  await page.close();
+});
+
+test('what people do works where nothing may be fetched', async () => {
+  mirel('page', '--with-bodies', trolley, join(scratch, 'bodies.html'));
+  const page = await open(pathToFileURL(join(scratch, 'bodies.html')).href, { width: 1000, height: 640 });
+  const inside = (f, ...values) => page.$eval('mirel-page', f, ...values);
+  const click = async selector => (await page.$(`mirel-page >>> ${selector}`)).click();
+  const area = await inside(({ viewer }) => viewer.getBoundingClientRect().toJSON());
+  const middle = [area.x + area.width / 2, area.y + area.height / 2];
+  const eye = await inside(({ viewer }) => viewer.viewPoint.eye);
+  await page.mouse.move(...middle);
+  await page.mouse.down();
+  await page.mouse.move(middle[0] + 40, middle[1] + 10, { steps: 3 });
+  await page.mouse.up();
+  assert.notDeepEqual(await inside(({ viewer }) => viewer.viewPoint.eye), eye);
+  await page.mouse.click(...middle);
+  assert.equal(await inside(({ viewer }) => viewer.selection.length), 1);
+  await click('button[title^=Measure]');
+  await page.mouse.click(...middle);
+  assert.match(await inside(({ shadowRoot }) => shadowRoot.querySelector('.measure').textContent), /exact/);
+  await click('button[title^=Measure]');
+  await click('button[aria-label="View from front"]');
+
+  // A part's exact body is one that the program takes back.
+  const session = await browser.target().createCDPSession();
+  await session.send('Browser.setDownloadBehavior', { behavior: 'allow', downloadPath: scratch });
+  await inside(({ viewer }) => viewer.select(viewer.find('Griff Größe L')));
+  await click('button[title="Download the exact body"]');
+  const file = join(scratch, 'Griff Größe L.brep');
+  for (let wait = 0; wait < 100 && !existsSync(file); ++wait) await new Promise(done => setTimeout(done, 50));
+  mirel('save', '-q', '--strict', '--verify', file, join(scratch, 'handle'));
+  await page.keyboard.press('h');
+  assert.deepEqual(page.errors, []);
+  assert.equal(page.requests.filter(url => !url.startsWith('blob:')).length, 1);
   await page.close();
 });
 

@@ -47,7 +47,7 @@ void Answer(const std::string& folder, const std::string& host, const httplib::R
     return Refuse(response, 404, "there is no such file");
   }
   response.status = 200;
-  response.set_content(std::move(content), MimeTypeOf(name));
+  response.set_content(content, MimeTypeOf(name));
 }
 
 }  // namespace

@@ -71,7 +71,7 @@ export class PropertiesPanel {
     const model = viewer.model!;
     const item =
       rows.length === 1 ? model.occurrences.items[getContent(model.occurrences, rows[0])] : undefined;
-    if (item?.type === 'Shape' && viewer.folder!.index.shapePackages > 0) {
+    if (item?.type === 'Shape' && viewer.hasBody(item.shapeId)) {
       const name = `${toFileName(getLabel(model.occurrences, rows[0]))}.brep`;
       actions.push(
         makeButton('BRep', 'Download the exact body', () => void this.downloadBody(item.shapeId, name)),
@@ -81,7 +81,7 @@ export class PropertiesPanel {
   }
 
   private async downloadBody(shapeId: string, name: string): Promise<void> {
-    const text = await this.viewer.folder?.brepText(shapeId);
+    const text = await this.viewer.getBrepText(shapeId);
     if (text) download(new Blob([text as BlobPart], { type: 'text/plain' }), name);
     else this.viewer.say('The exact bodies are not here: the page was made without them.');
   }

@@ -78,9 +78,13 @@ export class ModelFolder {
     }
   }
 
-  /** The exact body with an id as BRep text; undefined when none of the packages `model/` that are there has it. */
-  async brepText(shapeId: string): Promise<Uint8Array | undefined> {
-    for (let number = Math.min(this.index.shapePackages, maxPackageSearch); number > 0; --number) {
+  /**
+   * The exact body with an id as BRep text; undefined when none of the packages `model/` that are there has it. `packageNumber`
+   * says which is to be looked into; left out, all are, the last first.
+   */
+  async brepText(shapeId: string, packageNumber?: number): Promise<Uint8Array | undefined> {
+    const last = packageNumber ?? Math.min(this.index.shapePackages, maxPackageSearch);
+    for (let number = last; number >= (packageNumber ?? 1); --number) {
       const content = await this.fetchPackage(`model/${number}.gz`);
       const item =
         content &&

@@ -7,15 +7,26 @@ export interface PackageOverview {
   bodies: { shapeId: string; min: number[]; max: number[] }[];
 }
 
+/** What overview.json says. */
+export interface Overview {
+  packages: PackageOverview[];
+  /** The numbers of the packages of exact bodies, by the ids of the bodies; empty when the folder comes without them. */
+  bodyPackages: Map<string, number>;
+}
+
 /**
  * Reads overview.json, which tells where things are before any package is there. It only helps to show something early: where
- * it is missing or wrong nothing is lost, so that what is not understood is left out without a word.
+ * it is missing or wrong nothing is lost, so that what is not understood is left out without a word. Undefined when there is none.
  */
-export async function readOverview(source: FolderSource, signal?: AbortSignal): Promise<PackageOverview[]> {
+export async function readOverview(
+  source: FolderSource,
+  signal?: AbortSignal,
+): Promise<Overview | undefined> {
   try {
     const bytes = await source('overview.json', { signal });
-    const root: unknown = bytes && JSON.parse(new TextDecoder().decode(bytes));
-    return asArray(asObject(root).Packages).map((entry, i) => {
+    const root = bytes && asObject(JSON.parse(new TextDecoder().decode(bytes)));
+    if (!root) return undefined;
+    const packages = asArray(root.Packages).map((entry, i) => {
       const { Bytes, Bodies } = asObject(entry);
       return {
         number: i + 1,
@@ -23,9 +34,15 @@ export async function readOverview(source: FolderSource, signal?: AbortSignal): 
         bodies: asArray(Bodies).flatMap(readBody),
       };
     });
+    const bodyPackages = new Map<string, number>();
+    asArray(root.ShapePackages).forEach((entry, i) => {
+      for (const id of asArray(asObject(entry).Bodies))
+        if (typeof id === 'string') bodyPackages.set(id, i + 1);
+    });
+    return { packages, bodyPackages };
   } catch {
     signal?.throwIfAborted();
-    return [];
+    return undefined;
   }
 }
 

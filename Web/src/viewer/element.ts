@@ -1,7 +1,7 @@
 import { ReadError } from '../reader/failure.js';
 import { ModelFolder } from '../reader/folder.js';
 import { unfold } from '../reader/occurrences.js';
-import { readOverview, type PackageOverview } from '../reader/overview.js';
+import { readOverview, type Overview } from '../reader/overview.js';
 import { httpSource, type FolderSource } from '../reader/source.js';
 import type { SectionPlane } from '../three/caps.js';
 import { ModelObject, type Pick } from '../three/model.js';
@@ -32,6 +32,7 @@ export class MirelViewer extends HTMLElement {
   /** Undefined until a folder has been opened. */
   model?: ModelObject;
   folder?: ModelFolder;
+  private overview?: Overview;
   visibility?: Visibility;
   private selected: number[] = [];
   private hovered = -1;
@@ -155,9 +156,9 @@ export class MirelViewer extends HTMLElement {
     this.stage.setModel(model);
     this.tell('open');
     // With what is known before packages are there: boxes first, then packages in the order of what is large in the picture.
-    const overview = this.hasAttribute('overview') ? await readOverview(source, signal) : [];
-    if (overview.length > 0) await this.showBoxes(model, overview);
-    await this.loadBodies(folder, model, overview);
+    this.overview = this.hasAttribute('overview') ? await readOverview(source, signal) : undefined;
+    if (this.overview) await this.showBoxes(model, this.overview);
+    await this.loadBodies(folder, model, this.overview);
     signal.throwIfAborted();
     this.stage.draw();
     this.tell('load', { messages, shapes: model.shapeCount });
@@ -165,8 +166,8 @@ export class MirelViewer extends HTMLElement {
       this.say(`Not all of the model is there: ${messages[0]}${messages.length > 1 ? ' …' : ''}`);
   }
 
-  private async showBoxes(model: ModelObject, overview: PackageOverview[]): Promise<void> {
-    model.addBoxes(new Map(overview.flatMap(entry => entry.bodies.map(body => [body.shapeId, body]))));
+  private async showBoxes(model: ModelObject, { packages }: Overview): Promise<void> {
+    model.addBoxes(new Map(packages.flatMap(entry => entry.bodies.map(body => [body.shapeId, body]))));
     this.fit();
     await nextFrame();
   }
@@ -174,13 +175,13 @@ export class MirelViewer extends HTMLElement {
   private async loadBodies(
     folder: ModelFolder,
     model: ModelObject,
-    overview: PackageOverview[],
+    overview: Overview | undefined,
   ): Promise<void> {
-    const order =
-      overview.length === folder.index.graphicsPackages ? inOrderOfSize(overview, model) : undefined;
+    const isKnown = overview?.packages.length === folder.index.graphicsPackages;
+    const order = overview && isKnown ? inOrderOfSize(overview.packages, model) : undefined;
     const count = Math.max(1, model.bodyCount);
     let loaded = 0;
-    let isFitted = overview.length > 0;
+    let isFitted = (overview?.packages.length ?? 0) > 0;
     let since = performance.now();
     for await (const { shapeId, mesh } of folder.graphics(order)) {
       model.addMesh(shapeId, mesh);
@@ -196,6 +197,17 @@ export class MirelViewer extends HTMLElement {
     this.refresh();
   }
 
+  /** Whether the exact body with an id can be had, as far as that is known: without an overview, whether there should be any. */
+  hasBody(shapeId: string): boolean {
+    const { overview, folder } = this;
+    return overview ? overview.bodyPackages.has(shapeId) : (folder?.index.shapePackages ?? 0) > 0;
+  }
+
+  /** The exact body with an id as BRep text; undefined when it is not there. */
+  async getBrepText(shapeId: string): Promise<Uint8Array | undefined> {
+    return this.folder?.brepText(shapeId, this.overview?.bodyPackages.get(shapeId));
+  }
+
   /** Makes new bodies look as those that were there. */
   private refresh(): void {
     this.visibility?.apply();
@@ -206,7 +218,7 @@ export class MirelViewer extends HTMLElement {
 
   private close(): void {
     this.stage.setModel(undefined);
-    this.model = this.folder = this.visibility = undefined;
+    this.model = this.folder = this.visibility = this.overview = undefined;
     this.selected = [];
     this.sections = [];
     this.hovered = -1;
