@@ -65,6 +65,7 @@ class FolderStages : public StagedReader::Stages {
 }  // namespace
 
 std::string LiteFolderReader::FindFile(const std::string& folder) const {
+  if (folder.empty()) return std::string();  // no path, and not the current folder
   std::error_code ignored;
   const std::filesystem::path index = std::filesystem::u8path(folder) / FolderFiles::kIndex;
   return std::filesystem::is_regular_file(index, ignored) ? index.u8string() : std::string();

@@ -186,6 +186,12 @@ TEST_F(SceneOpeningTest, TakesFolders) {
     EXPECT_EQ(DescribeNodes(*reader->Load(Path(path), nullptr)), tree);
   }
   EXPECT_EQ(manager.FindReader(path_ + "grep"), nullptr) << "no model folder";
+
+  const std::filesystem::path before = std::filesystem::current_path();
+  std::filesystem::current_path(folder_.GetFsPath());
+  EXPECT_EQ(manager.FindReader(path_)->Load(std::string(), nullptr), nullptr) << "no path at all";
+  EXPECT_EQ(DescribeNodes(*manager.FindReader(".")->Load(std::string("."), nullptr)), tree);
+  std::filesystem::current_path(before);
 }
 
 TEST_F(SceneOpeningTest, TakesReadersThatKnowNoStagesOrThrow) {
