@@ -122,10 +122,12 @@ TEST_F(Healing, TogetherComesToWhatItComesToOneByOne) {
     ExpectSameTranslation(file);
   ExpectSameTranslation(WriteStep(folder_, bodies_, STEPControl_AsIs));       // a root for each
   ExpectSameTranslation(WriteStep(folder_, {Together()}, STEPControl_AsIs));  // several in one product
+  const int assemblies = Interface_Static::IVal("write.step.assembly");
   for (const char* const mode : {"On", "Off"}) {
     Interface_Static::SetCVal("write.step.assembly", mode);
     ExpectSameTranslation(WriteStep(folder_, {Together(), bodies_.front()}, STEPControl_AsIs));
   }
+  Interface_Static::SetIVal("write.step.assembly", assemblies);
   ExpectSameTranslation(WriteStep(folder_, {Together()}, STEPControl_ShellBasedSurfaceModel));
   ExpectSameTranslation(WriteStep(folder_, {Together()}, STEPControl_GeometricCurveSet));
 }
