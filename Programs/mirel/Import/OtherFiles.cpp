@@ -1,5 +1,7 @@
 #include <Programs/mirel/Import/OtherFiles.h>
 
+#include <Programs/mirel/Import/EntityFilter.h>
+
 #include <StepAP214_AppliedExternalIdentificationAssignment.hxx>
 #include <StepBasic_Document.hxx>
 #include <TCollection_HAsciiString.hxx>
@@ -30,8 +32,12 @@ Text Mend(const Text& name, const fs::path& folder) {
 }  // namespace
 
 void OtherFiles::TurnAway(const Interface_InterfaceModel& entities, const fs::path& folder) {
+  EntityFilter<StepAP214_AppliedExternalIdentificationAssignment, StepBasic_Document> filter;
   for (int i = 1; i <= entities.NbEntities(); ++i) {
-    const Handle(Standard_Transient) entity = entities.Value(i);
+    const Handle(Standard_Transient)& entity = entities.Value(i);
+    if (!filter.Takes(entity)) {
+      continue;
+    }
     if (const auto assignment = Handle(StepAP214_AppliedExternalIdentificationAssignment)::DownCast(entity)) {
       assignment->SetAssignedId(Mend(assignment->AssignedId(), folder));
     } else if (const auto document = Handle(StepBasic_Document)::DownCast(entity)) {

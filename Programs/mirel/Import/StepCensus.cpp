@@ -1,5 +1,7 @@
 #include <Programs/mirel/Import/StepCensus.h>
 
+#include <Programs/mirel/Import/EntityFilter.h>
+
 #include <Interface_InterfaceModel.hxx>
 #include <StepBasic_ApprovalAssignment.hxx>
 #include <StepBasic_CertificationAssignment.hxx>
@@ -24,6 +26,14 @@ namespace mirel {
 
 namespace {
 
+using CensusFilter =
+    EntityFilter<StepBasic_PersonAndOrganizationAssignment, StepBasic_OrganizationAssignment,
+                 StepBasic_DateAndTimeAssignment, StepBasic_DateAssignment, StepBasic_ApprovalAssignment,
+                 StepBasic_SecurityClassificationAssignment, StepBasic_CertificationAssignment,
+                 StepBasic_ContractAssignment, StepVisual_AnnotationOccurrence, StepVisual_PointStyle,
+                 StepRepr_ConstructiveGeometryRepresentation, StepVisual_PresentationLayerAssignment,
+                 StepData_UndefinedEntity>;
+
 template <typename... Types>
 bool IsAny(const Standard_Transient& entity) {
   return (entity.IsKind(STANDARD_TYPE(Types)) || ...);
@@ -42,8 +52,12 @@ std::string TypeOf(const StepData_UndefinedEntity& entity) {
 
 void StepCensus::Add(const Interface_InterfaceModel& entities, const Handle(TDocStd_Document) & document) {
   const Handle(XCAFDoc_LayerTool) layers = XCAFDoc_DocumentTool::LayerTool(document->Main());
+  CensusFilter filter;
   for (int i = 1; i <= entities.NbEntities(); ++i) {
     const Handle(Standard_Transient)& entity = entities.Value(i);
+    if (!filter.Takes(entity)) {
+      continue;
+    }
     people_ += IsAny<StepBasic_PersonAndOrganizationAssignment, StepBasic_OrganizationAssignment>(*entity);
     dates_ += IsAny<StepBasic_DateAndTimeAssignment, StepBasic_DateAssignment>(*entity);
     approvals_ += IsAny<StepBasic_ApprovalAssignment, StepBasic_SecurityClassificationAssignment,

@@ -1,5 +1,7 @@
 #include <Programs/mirel/Import/StepNumbers.h>
 
+#include <Programs/mirel/Import/EntityFilter.h>
+
 #include <Interface_EntityIterator.hxx>
 #include <Interface_Graph.hxx>
 #include <Interface_InterfaceModel.hxx>
@@ -42,6 +44,12 @@ namespace mirel {
 namespace {
 
 using Entity = Handle(Standard_Transient);
+
+using NumberFilter =
+    EntityFilter<StepGeom_CartesianPoint, StepGeom_Direction, StepGeom_BSplineCurveWithKnots,
+                 StepGeom_BSplineSurfaceWithKnots, StepGeom_Vector, StepGeom_Circle, StepGeom_Ellipse,
+                 StepGeom_Hyperbola, StepGeom_Parabola, StepGeom_CylindricalSurface, StepGeom_ConicalSurface,
+                 StepGeom_SphericalSurface, StepGeom_ToroidalSurface>;
 
 constexpr double kLargest = 1e100;  // half of what stands for infinity in OpenCASCADE
 
@@ -190,8 +198,9 @@ class BodySearch {
 std::vector<std::string> StepNumbers::TakeOutBodies(XSControl_Reader& reader) {
   const Handle(Interface_InterfaceModel) entities = reader.Model();
   std::vector<Entity> bad;
+  NumberFilter filter;
   for (int i = 1; i <= entities->NbEntities(); ++i) {
-    if (HasBadNumber(entities->Value(i))) {
+    if (filter.Takes(entities->Value(i)) && HasBadNumber(entities->Value(i))) {
       bad.push_back(entities->Value(i));
     }
   }

@@ -16,10 +16,8 @@
 #include <STEPCAFControl_ExternFile.hxx>
 #include <STEPCAFControl_Reader.hxx>
 #include <StepBasic_DocumentFile.hxx>
-#include <StepBasic_Product.hxx>
 #include <StepData_StepModel.hxx>
 #include <StepData_UndefinedEntity.hxx>
-#include <StepRepr_NextAssemblyUsageOccurrence.hxx>
 #include <TCollection_HAsciiString.hxx>
 #include <XSControl_WorkSession.hxx>
 
@@ -161,6 +159,9 @@ IFSelect_ReturnStatus StepReader::ReadEntities(const SourceFile& file, XSControl
 // blank first, but takes a text without any visible ASCII character for blank. Only the id is taken as it is,
 // whatever it holds, and nothing else needs it: so a name that would be skipped is moved there.
 void StepReader::Mend(const Handle(Standard_Transient) & entity) {
+  if (!named_.Takes(entity)) {
+    return;
+  }
   if (const auto product = Handle(StepBasic_Product)::DownCast(entity)) {
     if (IsSkipped(product->Name())) {
       product->SetId(product->Name());

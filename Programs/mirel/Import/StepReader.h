@@ -1,8 +1,11 @@
 #pragma once
 
 #include <Programs/mirel/Import/DocumentReader.h>
+#include <Programs/mirel/Import/EntityFilter.h>
 
 #include <Interface_HArray1OfHAsciiString.hxx>
+#include <StepBasic_Product.hxx>
+#include <StepRepr_NextAssemblyUsageOccurrence.hxx>
 
 class STEPCAFControl_Reader;
 class StepData_StepModel;
@@ -28,6 +31,8 @@ class StepReader final : public DocumentReader {
   void Mend(const Handle(Standard_Transient) & entity) override;
   bool IsOmission(const Handle(Interface_ReportEntity) & report, const std::string& error) const override;
   bool IsOtherFile(const Handle(Standard_Transient) & entity) const override;
+
+  EntityFilter<StepBasic_Product, StepRepr_NextAssemblyUsageOccurrence> named_;
 };
 
 }  // namespace mirel

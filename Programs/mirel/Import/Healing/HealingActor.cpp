@@ -1,5 +1,6 @@
 #include <Programs/mirel/Import/Healing/HealingActor.h>
 
+#include <Programs/mirel/Import/EntityFilter.h>
 #include <Programs/mirel/Import/Healing/HealingQueue.h>
 
 #include <Interface_InterfaceModel.hxx>
@@ -25,10 +26,14 @@ constexpr double kTranslationShare = 0.15;
 
 // Whether a body is to be made of others: a geometric set takes what its elements have become elsewhere, healed.
 bool HasNestedBodies(const Interface_InterfaceModel& entities) {
+  EntityFilter<StepShape_GeometricSet> filter;
   std::unordered_set<const Standard_Transient*> elements;
   for (int i = 1; i <= entities.NbEntities(); ++i) {
+    if (!filter.Takes(entities.Value(i))) {
+      continue;
+    }
     const auto set = Handle(StepShape_GeometricSet)::DownCast(entities.Value(i));
-    for (int k = 1; !set.IsNull() && k <= set->NbElements(); ++k) {
+    for (int k = 1; k <= set->NbElements(); ++k) {
       const Handle(Standard_Transient) element = set->ElementsValue(k).Value();
       if (!element.IsNull() &&
           (!elements.insert(element.get()).second || !(element->IsKind(STANDARD_TYPE(StepGeom_Curve)) ||
