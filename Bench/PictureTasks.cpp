@@ -1,5 +1,6 @@
 #include <Bench/CopiesFolder.h>
 #include <Bench/Meter.h>
+#include <Bench/ModelCopies.h>
 #include <Bench/RunProgram.h>
 #include <Bench/Task.h>
 #include <Bench/WorkFolder.h>
@@ -13,9 +14,6 @@
 
 #include <unistd.h>
 
-#include <glm/gtc/matrix_transform.hpp>
-
-#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <memory>
@@ -85,19 +83,7 @@ Figures DrawGlbByF3d(const TaskInput& input) {
 Figures DrawCopies(const TaskInput& input) {
   Figures figures;
   const Meter meter;
-  const std::shared_ptr<SceneNode> model = OpenModel(input);
-  const DrawScene one(*model);
-  const auto copies = static_cast<int>(CountCopies(input, one));
-  const int side = static_cast<int>(std::ceil(std::sqrt(copies)));
-  const glm::dvec3 pitch = (one.GetBox().GetMax() - one.GetBox().GetMin()) * 1.1;
-  const auto root = std::make_shared<GroupSceneNode>();
-  for (int i = 0; i < copies; ++i) {
-    const auto copy = std::make_shared<GroupSceneNode>();
-    copy->SetTransform(
-        glm::translate(glm::dmat4(1.0), glm::dvec3(i % side * pitch.x, i / side * pitch.y, 0.0)));
-    copy->AddNode(model);
-    root->AddNode(copy);
-  }
+  const std::shared_ptr<GroupSceneNode> root = CopyModel(OpenModel(input), input.count);
   const auto scene = std::make_shared<const DrawScene>(*root);
   figures.Set("gather", meter.Elapsed());
   const auto caster = std::make_shared<const RayCaster>(scene);

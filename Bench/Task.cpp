@@ -5,8 +5,8 @@ namespace mirel::bench {
 const std::vector<Task>& GetTasks() {
   static const std::vector<Task> tasks = [] {
     std::vector<Task> all;
-    for (const auto& area :
-         {FolderTasks, PeerTasks, SaveTasks, ReadTasks, IndexTasks, SceneTasks, GrowthTasks, PictureTasks}) {
+    for (const auto& area : {FolderTasks, PeerTasks, SaveTasks, ReadTasks, IndexTasks, SceneTasks,
+                             GrowthTasks, PictureTasks, WindowTasks}) {
       const std::vector<Task> some = area();
       all.insert(all.end(), some.begin(), some.end());
     }

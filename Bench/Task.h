@@ -39,5 +39,6 @@ std::vector<Task> IndexTasks();
 std::vector<Task> SceneTasks();
 std::vector<Task> GrowthTasks();
 std::vector<Task> PictureTasks();
+std::vector<Task> WindowTasks();
 
 }  // namespace mirel::bench

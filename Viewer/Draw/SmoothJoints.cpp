@@ -11,8 +11,8 @@ namespace mirel {
 
 namespace {
 
-std::vector<std::pair<std::uint32_t, std::uint32_t>> ListPairs(const GRepMesh& mesh, GRepEdgeKind kind) {
-  std::vector<std::pair<std::uint32_t, std::uint32_t>> pairs;
+SmoothJoints::Joints ListPairs(const GRepMesh& mesh, GRepEdgeKind kind) {
+  SmoothJoints::Joints pairs;
   for (const GRepEdgeSides& sides : mesh.sides) {
     if (sides.kind == kind) pairs.push_back(std::minmax(sides.first, sides.second));
   }
@@ -25,13 +25,15 @@ std::vector<std::pair<std::uint32_t, std::uint32_t>> ListPairs(const GRepMesh& m
 SmoothJoints::SmoothJoints(const DrawScene& scene) : scene_(scene) {
   for (const DrawBatch& batch : scene.GetBatches()) {
     const auto [known, isNew] = joints_.try_emplace(batch.grep.get());
-    if (!isNew) continue;
-    const GRepMesh& mesh = batch.grep->GetMesh();
-    const Joints smooth = ListPairs(mesh, GRepEdgeKind::kSmooth),
-                 sharp = ListPairs(mesh, GRepEdgeKind::kSharp);
-    std::set_difference(smooth.begin(), smooth.end(), sharp.begin(), sharp.end(),
-                        std::back_inserter(known->second));
+    if (isNew) known->second = Find(batch.grep->GetMesh());
   }
+}
+
+SmoothJoints::Joints SmoothJoints::Find(const GRepMesh& mesh) {
+  const Joints smooth = ListPairs(mesh, GRepEdgeKind::kSmooth), sharp = ListPairs(mesh, GRepEdgeKind::kSharp);
+  Joints joints;
+  std::set_difference(smooth.begin(), smooth.end(), sharp.begin(), sharp.end(), std::back_inserter(joints));
+  return joints;
 }
 
 bool SmoothJoints::Contains(std::uint32_t placement, std::uint32_t face, std::uint32_t other) const {

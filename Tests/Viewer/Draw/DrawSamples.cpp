@@ -6,9 +6,14 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <BRepAlgoAPI_Cut.hxx>
+#include <BRepBndLib.hxx>
+#include <BRepFilletAPI_MakeFillet.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <BRepPrimAPI_MakeTorus.hxx>
+#include <Bnd_Box.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopoDS.hxx>
 
 #include <algorithm>
 #include <array>
@@ -47,6 +52,18 @@ std::shared_ptr<BrepSceneNode> BodyNode(const std::shared_ptr<GRepShape>& grep, 
 
 std::shared_ptr<const RayCaster> MakeCaster(const SceneNode& root, const NodeVisibility& visibility) {
   return std::make_shared<RayCaster>(std::make_shared<DrawScene>(root, visibility));
+}
+
+std::shared_ptr<GRepShape> RoundedBoxGRep() {
+  const TopoDS_Shape box = BRepPrimAPI_MakeBox(gp_Pnt(-15, 0, -30), 30, 30, 30).Shape();
+  BRepFilletAPI_MakeFillet rounding(box);
+  for (TopExp_Explorer edge(box, TopAbs_EDGE); edge.More(); edge.Next()) {
+    Bnd_Box bounds;
+    BRepBndLib::Add(edge.Current(), bounds);
+    if (bounds.CornerMin().Z() > -1 && bounds.CornerMax().Y() < 1 && rounding.NbContours() == 0)
+      rounding.Add(0.4, TopoDS::Edge(edge.Current()));
+  }
+  return MeshOf(rounding.Shape());
 }
 
 Parts::Parts()

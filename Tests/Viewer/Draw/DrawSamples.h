@@ -23,6 +23,9 @@ std::shared_ptr<GRepShape> BoxGRep(double x, double y, double z);
 /// Any body.
 std::shared_ptr<GRepShape> MeshOf(const TopoDS_Shape& shape);
 
+/// A cube of 30 mm, (-15, 0, -30) to (15, 30, 0), whose upper front edge has a round of 0.4 mm.
+std::shared_ptr<GRepShape> RoundedBoxGRep();
+
 std::shared_ptr<BrepSceneNode> BodyNode(const std::shared_ptr<GRepShape>& grep, const glm::dmat4& placement);
 
 std::shared_ptr<const RayCaster> MakeCaster(const SceneNode& root,

@@ -9,16 +9,13 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <BRepAlgoAPI_Common.hxx>
-#include <BRepBndLib.hxx>
 #include <BRepBuilderAPI_MakeEdge.hxx>
 #include <BRepBuilderAPI_MakeFace.hxx>
 #include <BRepBuilderAPI_MakePolygon.hxx>
-#include <BRepFilletAPI_MakeFillet.hxx>
 #include <BRepGProp.hxx>
 #include <BRepPrimAPI_MakeBox.hxx>
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <BRep_Builder.hxx>
-#include <Bnd_Box.hxx>
 #include <GProp_GProps.hxx>
 #include <TopExp_Explorer.hxx>
 #include <TopoDS.hxx>
@@ -152,16 +149,8 @@ TEST(PictureRendererTest, DrawsSharpEdgesAndNoSeams) {
 
 // Nor have the sides of a round, however small it is in the picture.
 TEST(PictureRendererTest, DrawsNoLinesAlongRounds) {
-  const TopoDS_Shape box = BRepPrimAPI_MakeBox(gp_Pnt(-15, 0, -30), 30, 30, 30).Shape();
-  BRepFilletAPI_MakeFillet rounding(box);
-  for (TopExp_Explorer edge(box, TopAbs_EDGE); edge.More(); edge.Next()) {
-    Bnd_Box bounds;
-    BRepBndLib::Add(edge.Current(), bounds);
-    if (bounds.CornerMin().Z() > -1 && bounds.CornerMax().Y() < 1 && rounding.NbContours() == 0)
-      rounding.Add(0.4, TopoDS::Edge(edge.Current()));
-  }
   const auto root = std::make_shared<GroupSceneNode>();
-  root->AddNode(BodyNode(MeshOf(rounding.Shape()), glm::dmat4(1.0)));
+  root->AddNode(BodyNode(RoundedBoxGRep(), glm::dmat4(1.0)));
   const auto caster = MakeCaster(*root);
   Camera camera;
   camera.SetDirection({0, -1, 1}, {0, 0, 1});

@@ -5,6 +5,7 @@
 #include <Viewer/Draw/GL/GLError.h>
 #include <Viewer/Draw/GL/GLRenderer.h>
 #include <Viewer/Draw/Selection.h>
+#include <Viewer/Draw/SmoothJoints.h>
 
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
@@ -15,6 +16,7 @@
 #include <cmath>
 #include <cstring>
 #include <string>
+#include <unordered_map>
 
 namespace mirel {
 
@@ -210,18 +212,41 @@ void PlacementStore::FillBatch(const MeshStore& meshes, std::size_t number) {
   batch.firstPlacement = source.first;
 }
 
+void PlacementStore::SendPalettes() {
+  std::vector<std::uint32_t> all;
+  for (std::size_t i = 0; i < batches_.size(); ++i) {
+    const DrawBatch& batch = scene_->GetBatches()[i];
+    const std::vector<std::uint32_t> colors = Pack(*batch.palette, batch.grep->GetMesh().faces.size());
+    batches_[i].palette = static_cast<std::uint32_t>(all.size());
+    batches_[i].paletteSize = static_cast<std::uint32_t>(colors.size());
+    all.insert(all.end(), colors.begin(), colors.end());
+  }
+  palettes_.Store(all);
+}
+
+void PlacementStore::SendJoints() {
+  SmoothJoints::Joints all;
+  std::unordered_map<std::uint32_t, std::size_t> known;  // the first batch of each mesh
+  for (std::size_t i = 0; i < batches_.size(); ++i) {
+    const auto [first, isNew] = known.try_emplace(meshOfBatch_[i], i);
+    if (isNew) {
+      const SmoothJoints::Joints own = SmoothJoints::Find(scene_->GetBatches()[i].grep->GetMesh());
+      batches_[i].joints = static_cast<std::uint32_t>(all.size());
+      batches_[i].jointCount = static_cast<std::uint32_t>(own.size());
+      all.insert(all.end(), own.begin(), own.end());
+    } else {
+      batches_[i].joints = batches_[first->second].joints;
+      batches_[i].jointCount = batches_[first->second].jointCount;
+    }
+  }
+  joints_.Store(all);
+}
+
 void PlacementStore::SendAll(const MeshStore& meshes) {
   MakeBatches(meshes);
   if (!palettesSent_) {
-    std::vector<std::uint32_t> all;
-    for (std::size_t i = 0; i < batches_.size(); ++i) {
-      const DrawBatch& batch = scene_->GetBatches()[i];
-      const std::vector<std::uint32_t> colors = Pack(*batch.palette, batch.grep->GetMesh().faces.size());
-      batches_[i].palette = static_cast<std::uint32_t>(all.size());
-      batches_[i].paletteSize = static_cast<std::uint32_t>(colors.size());
-      all.insert(all.end(), colors.begin(), colors.end());
-    }
-    palettes_.Store(all);
+    SendPalettes();
+    SendJoints();
   }
   batchBuffer_.Store(batches_);
   const std::size_t groups = (stateOf_.size() + kGroup - 1) / kGroup + 1;
@@ -307,11 +332,12 @@ void PlacementStore::Bind() const {
   (colors_.GetName() != 0 ? colors_ : states_).BindStorage(4);
   (offsetBuffer_.GetName() != 0 ? offsetBuffer_ : states_).BindStorage(5);
   (faces_.GetName() != 0 ? faces_ : states_).BindStorage(6);
-  seen_.BindStorage(7);
+  (joints_.GetName() != 0 ? joints_ : states_).BindStorage(7);
 }
 
 void PlacementStore::BindForCulling() const {
   Bind();
+  seen_.BindStorage(7);
   masks_.BindStorage(8);
   groups_.BindStorage(9);
   commands_.BindStorage(10);
@@ -331,8 +357,8 @@ void PlacementStore::Forget() {
 }
 
 std::vector<GLBuffer*> PlacementStore::GetBuffers() {
-  return {&placementBuffer_, &states_, &batchBuffer_, &palettes_, &colors_,  &offsetBuffer_,
-          &faces_,           &seen_,   &masks_,       &groups_,   &commands_};
+  return {&placementBuffer_, &states_, &batchBuffer_, &palettes_, &joints_, &colors_,
+          &offsetBuffer_,    &faces_,  &seen_,        &masks_,    &groups_, &commands_};
 }
 
 }  // namespace mirel

@@ -78,6 +78,7 @@ class PlacementStore {
     std::uint32_t palette, paletteSize, isClosed, command;
     glm::vec4 sphere;  // on the body's grid
     std::uint32_t indexCount, firstIndex, firstVertex, firstPlacement;
+    std::uint32_t joints, jointCount, unused[2];  // faces that go on smoothly in each other
   };
   struct Face {
     std::uint32_t placement, face;
@@ -92,6 +93,8 @@ class PlacementStore {
   void MakeBatches(const MeshStore& meshes);
   void FillBatch(const MeshStore& meshes, std::size_t number);
   void SendAll(const MeshStore& meshes);
+  void SendPalettes();
+  void SendJoints();
   void SendPlacements(std::size_t& budget);
   void SendChanges();
   void ChangeState(std::size_t placement, std::uint32_t mask, std::uint32_t bits);
@@ -115,7 +118,7 @@ class PlacementStore {
   std::uint32_t uploaded_ = 0;
   bool batchesSent_ = false, palettesSent_ = false, facesSent_ = false, offsetsSent_ = false;
   Range changedStates_, changedColors_;
-  GLBuffer placementBuffer_, states_, batchBuffer_, palettes_, colors_, offsetBuffer_, faces_;
+  GLBuffer placementBuffer_, states_, batchBuffer_, palettes_, joints_, colors_, offsetBuffer_, faces_;
   GLBuffer seen_, masks_, groups_, commands_;
 };
 

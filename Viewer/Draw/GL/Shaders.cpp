@@ -68,6 +68,7 @@ struct Batch {
   uint palette, paletteSize, isClosed, command;
   vec4 sphere;
   uint indexCount, firstIndex, firstVertex, firstPlacement;
+  uint joints, jointCount, unused0, unused1;
 };
 layout(std430, binding = 0) readonly buffer Placements { Placement placements[]; };
 layout(std430, binding = 1) readonly buffer States { uint states[]; };
@@ -463,6 +464,7 @@ constexpr const char* kLight = R"(
 layout(std430, binding = 3) readonly buffer Palettes { uint palettes[]; };
 layout(std430, binding = 4) readonly buffer Colors { uint colors[]; };
 layout(std430, binding = 6) readonly buffer Faces { uvec2 faces[]; };
+layout(std430, binding = 7) readonly buffer Joints { uvec2 joints[]; };
 layout(location = 0) out vec4 light;
 
 vec3 ToLinear(vec3 srgb) {
@@ -538,13 +540,33 @@ vec4 ShadeGhost(Surface s) {
   return vec4(Light(GetColor(s), s.normal, -forward.xyz, 1.0) * alpha, alpha);
 }
 
+#ifdef EDGES
+// Whether two faces of a body meet, and only smoothly: a round that is a few pixels wide turns far from one pixel to the
+// next, but has no edge for that.
+bool IsSmoothJoint(uint body, uint face, uint other) {
+  Batch batch = batches[GetBatch(placements[body])];
+  uvec2 wanted = uvec2(min(face, other), max(face, other));
+  uint low = batch.joints, end = batch.joints + batch.jointCount, high = end;
+  while (low < high) {
+    uint middle = (low + high) / 2u;
+    uvec2 entry = joints[middle];
+    if (entry.x < wanted.x || (entry.x == wanted.x && entry.y < wanted.y)) low = middle + 1u;
+    else high = middle;
+  }
+  return low < end && joints[low] == wanted;
+}
+
 bool IsEdge(Surface a, Surface b) {
   if (a.body != b.body) return true;
   if (!IsSeen(a)) return false;
-  if (a.face != b.face && (modes.x == 2 || dot(a.normal, b.normal) < kSharpCosine)) return true;
+  if (a.face != b.face) {
+    if (modes.x == 2) return true;
+    if (dot(a.normal, b.normal) < kSharpCosine && !IsSmoothJoint(a.body, a.face, b.face)) return true;
+  }
   vec3 d = b.point - a.point;
   return min(abs(dot(d, a.flatNormal)), abs(dot(d, b.flatNormal))) > kStepPixels * min(a.pixel, b.pixel);
 }
+#endif
 
 Surface FetchGhost(ivec2 texel, Surface solid) {
   texel = clamp(texel, ivec2(0), size.xy - 1);

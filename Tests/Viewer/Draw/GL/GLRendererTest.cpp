@@ -123,6 +123,22 @@ TEST_F(GLRendererTest, DrawsWhatRaysDraw) {
   ExpectSame("near");
 }
 
+// Of the graphics of a body, which edges are smooth counts, too.
+TEST_F(GLRendererTest, DrawsNoLinesAlongRounds) {
+  const auto root = std::make_shared<GroupSceneNode>();
+  root->AddNode(BodyNode(RoundedBoxGRep(), glm::dmat4(1.0)));
+  camera_.SetDirection({0, -1, 1}, {0, 0, 1});
+  Show(*root);
+  ExpectSame("round");
+  const glm::dvec2 point(camera_.Project({0, 0, 0}, {options_.width, options_.height}));
+  const Picture lines = Draw();
+  options_.edges = PictureOptions::Edges::kNone;
+  const Picture plain = Draw();
+  for (int y = static_cast<int>(point.y) - 6; y < static_cast<int>(point.y) + 6; ++y)
+    EXPECT_EQ(lines.GetPixel(static_cast<int>(point.x), y)[1],
+              plain.GetPixel(static_cast<int>(point.x), y)[1]);
+}
+
 // What a comparison must notice, each broken on purpose.
 TEST_F(GLRendererTest, DiffersFromPicturesOfWrongParts) {
   const Parts parts;

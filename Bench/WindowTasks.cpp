@@ -1,0 +1,136 @@
+#include <Bench/Meter.h>
+#include <Bench/ModelCopies.h>
+#include <Bench/Task.h>
+#include <Bench/WorkFolder.h>
+
+#include <Tests/Support/OffscreenGL.h>
+
+#include <Viewer/Draw/DrawScene.h>
+#include <Viewer/Draw/GL/GLRenderer.h>
+#include <Viewer/Draw/Selection.h>
+#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
+#include <Viewer/Kernel/IO/LiteSceneReader.h>
+
+#include <cstdlib>
+#include <ctime>
+#include <memory>
+#include <stdexcept>
+
+namespace mirel::bench {
+
+namespace {
+
+constexpr int kFrames = 10;
+
+// Seconds of this thread on a processor.
+double GetThreadTime() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + 1e-9 * static_cast<double>(now.tv_nsec);
+}
+
+GLViewOptions Options() {
+  GLViewOptions options;
+  options.width = 1600;
+  options.height = 1200;
+  options.uploadBytes = 0;
+  return options;
+}
+
+Camera LookAt(const DrawScene& scene) {
+  Camera camera;
+  camera.Fit(scene, static_cast<double>(Options().width) / Options().height);
+  return camera;
+}
+
+std::shared_ptr<SceneNode> Open(const TaskInput& input) {
+  std::shared_ptr<SceneNode> model = LiteSceneReader().Load(IndexFile(input.work), nullptr);
+  if (!model) throw std::runtime_error("the model folder cannot be opened");
+  return model;
+}
+
+void Begin(OffscreenGL& gl) {
+  if (!gl.GetObstacle().empty()) throw std::runtime_error(gl.GetObstacle());
+  gl.Begin(Options().width, Options().height);
+}
+
+// The seconds of a frame, until it is there.
+double DrawFrame(GLRenderer& renderer, const Camera& camera, const GLViewOptions& options) {
+  const Meter meter;
+  renderer.Draw(camera, options);
+  OffscreenGL::Finish();
+  return meter.Elapsed();
+}
+
+/// The model in a window: the first frame, with all that has to be compiled and sent for it; a frame while it turns; and
+/// how long it takes to be smooth when it stops.
+Figures DrawWindow(const TaskInput& input) {
+  const auto scene = std::make_shared<const DrawScene>(*Open(input));
+  OffscreenGL gl;
+  Begin(gl);
+  GLViewOptions options = Options();
+  Camera camera = LookAt(*scene);
+  Figures figures;
+  const Meter meter;
+  GLRenderer renderer;
+  renderer.SetScene(scene);
+  figures.Set("firstFrame", DrawFrame(renderer, camera, options));
+  double turning = 0.0;
+  for (int i = 0; i < kFrames; ++i) {
+    camera.Orbit(0.02, 0.0);
+    turning += DrawFrame(renderer, camera, options) / kFrames;
+  }
+  figures.Set("frame", turning);
+  options.samplesAtOnce = options.samples;
+  camera.Orbit(0.02, 0.0);
+  figures.Set("smoothFrame", DrawFrame(renderer, camera, options));
+  meter.Stop(figures);
+  renderer.Release();
+  return figures;
+}
+
+/// The model in a square of copies, --count placed bodies at least: what the processor does for a frame. Mesa's driver
+/// that does nothing stands in for a graphics card, so that no drawing is counted.
+Figures SubmitCopies(const TaskInput& input) {
+  setenv("GALLIUM_NOOP", "1", 1);
+  const std::shared_ptr<GroupSceneNode> root = CopyModel(Open(input), input.count);
+  OffscreenGL gl;
+  Begin(gl);
+  Figures figures;
+  const Meter meter;
+  const auto scene = std::make_shared<const DrawScene>(*root);
+  GLRenderer renderer;
+  renderer.SetScene(scene);
+  Camera camera = LookAt(*scene);
+  DrawFrame(renderer, camera, Options());
+  meter.Stop(figures);
+  figures.Set("placedShapes", scene->GetPlacementCount());
+  // Of the scene and the renderer; the nodes are there before.
+  figures.Set("bytesOfPlacement", figures.Get("liveBytes") / scene->GetPlacementCount());
+  double submit = 0.0, hover = 0.0;
+  for (int i = 0; i < kFrames; ++i) {
+    camera.Orbit(0.02, 0.0);
+    double start = GetThreadTime();
+    renderer.Draw(camera, Options());
+    submit += (GetThreadTime() - start) / kFrames;
+    Selection under;
+    under.Add(scene->GetPlacementCount() / (static_cast<std::uint32_t>(i) + 2));
+    start = GetThreadTime();
+    renderer.SetHover(under);
+    renderer.Draw(camera, Options());
+    hover += (GetThreadTime() - start) / kFrames;
+  }
+  figures.Set("submit", submit);
+  figures.Set("hover", hover);
+  renderer.Release();
+  return figures;
+}
+
+}  // namespace
+
+std::vector<Task> WindowTasks() {
+  return {{"window", "the model drawn with OpenGL: first frame, later ones, a smooth one", DrawWindow},
+          {"submit", "what the processor does for a frame of --count bodies", SubmitCopies}};
+}
+
+}  // namespace mirel::bench
