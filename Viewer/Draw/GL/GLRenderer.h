@@ -22,7 +22,7 @@ class Selection;
 
 /// Draws a scene with OpenGL (4.3 core) into whatever framebuffer a host has bound. It shows what `PictureRenderer`
 /// shows of the same scene, camera and options, apart from what smooths the steps of lines and outlines, and from
-/// `ambientOcclusion`, which it leaves out.
+/// `ambientOcclusion` and wires (`DrawScene::GetWires`), which it leaves out.
 ///
 /// The scene is sent to the graphics card once, each body once however often it is placed. What changes from then on
 /// (how bodies are drawn, colours, selection, offsets) takes a few bytes for each body that changes; and of another
