@@ -16,6 +16,10 @@
 #include <unistd.h>
 #endif
 
+#if defined(__linux__)
+#include <sys/prctl.h>
+#endif
+
 namespace mirel {
 
 namespace {
@@ -99,9 +103,20 @@ void LimitMemory(std::uint64_t more) {
   setrlimit(RLIMIT_AS, &limit);
 }
 
-// The child's part. The alarm ends it even when the caller is gone.
-[[noreturn]] void Work(int pipe, std::size_t first, std::size_t count, const GuardedLoop::Limits& limits,
-                       const Job& job) {
+// Has the process end when the one that it was forked from does, however that ends.
+void EndWith([[maybe_unused]] pid_t caller) {
+#if defined(__linux__)
+  prctl(PR_SET_PDEATHSIG, SIGKILL);
+  if (getppid() != caller) {
+    _exit(1);  // which has gone before it could be told of
+  }
+#endif
+}
+
+// The child's part. The alarm ends it even where the caller's end does not.
+[[noreturn]] void Work(pid_t caller, int pipe, std::size_t first, std::size_t count,
+                       const GuardedLoop::Limits& limits, const Job& job) {
+  EndWith(caller);
   for (const int number :
        {SIGALRM, SIGINT, SIGTERM, SIGHUP, SIGPIPE, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT}) {
     std::signal(number, SIG_DFL);
@@ -139,10 +154,11 @@ void GuardedLoop::Run(std::size_t count, [[maybe_unused]] const Limits& limits, 
     if (pipe(ends) != 0) {
       break;
     }
+    const pid_t caller = getpid();
     const pid_t child = fork();
     if (child == 0) {
       close(ends[0]);
-      Work(ends[1], next, count, limits, job);
+      Work(caller, ends[1], next, count, limits, job);
     }
     close(ends[1]);
     if (child < 0) {
