@@ -40,6 +40,7 @@ export async function launch(...args) {
   return puppeteer.launch({
     executablePath: findChromium(),
     headless: true,
+    protocolTimeout: 0, // a page may be busy for long; tests have limits of their own
     args: [
       ...(process.getuid() === 0 ? ['--no-sandbox'] : []),
       '--use-angle=swiftshader',

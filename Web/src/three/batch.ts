@@ -8,10 +8,10 @@ import {
   type BufferAttribute,
   type ShaderMaterial,
 } from 'three';
-import type { Color } from '../reader/items.js';
+import type { Color, ShapeItem } from '../reader/items.js';
 import type { Body } from './body.js';
 import { makeEdgeMaterial, makeGhostMaterial, makeSolidMaterial, type SharedUniforms } from './materials.js';
-import type { Palette } from './palette.js';
+import { findMaterial, type Palette } from './palette.js';
 import { makeRows } from './placements.js';
 
 /** How a body is drawn: as it is, not at all, or as if made of glass. */
@@ -35,8 +35,8 @@ export class Batch extends Group {
   constructor(
     readonly body: Body,
     readonly palette: Palette,
-    /** The colour where the bodies are cut. */
-    readonly material: Color,
+    /** One of those that are drawn so. */
+    private readonly item: ShapeItem,
     /** Whether the placements mirror: what is counter-clockwise in the body is clockwise where it stands. */
     readonly isMirrored: boolean,
     /** For each instance the shape's number, see `Occurrences.shapeRows`. */
@@ -78,6 +78,11 @@ export class Batch extends Group {
       object.frustumCulled = false; // instances lie where three.js does not look
       this.add(object);
     }
+  }
+
+  /** The colour where the bodies are cut. */
+  get material(): Color {
+    return findMaterial(this.item, this.palette, this.body.mesh);
   }
 
   set edgesVisible(visible: boolean) {

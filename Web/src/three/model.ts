@@ -7,7 +7,7 @@ import { Body } from './body.js';
 import { Boxes, type BoxCorners } from './boxes.js';
 import { Caps, type SectionPlane } from './caps.js';
 import { makeFaceMaterial, makeSharedUniforms, maxPlanes } from './materials.js';
-import { findMaterial, makePalette } from './palette.js';
+import { makePalette } from './palette.js';
 import {
   emptyBounds,
   extend,
@@ -157,8 +157,16 @@ export class ModelObject extends Group {
   private addBatch(body: Body, shapes: number[], mirrored: boolean): void {
     const palette = makePalette(this.getItem(shapes[0]), body.faceCount);
     const matrices = shapes.map(shape => this.getPlacement(shape));
-    const material = findMaterial(this.getItem(shapes[0]), palette, body.mesh);
-    const batch = new Batch(body, palette, material, mirrored, shapes, matrices, this.origin, this.shared);
+    const batch = new Batch(
+      body,
+      palette,
+      this.getItem(shapes[0]),
+      mirrored,
+      shapes,
+      matrices,
+      this.origin,
+      this.shared,
+    );
     batch.edgesVisible = this.showEdges;
     this.add(batch);
     shapes.forEach((shape, instance) => {

@@ -15,8 +15,10 @@ import { Stage } from './stage.js';
 import { makeStyleSheet, style } from './style.js';
 import { Visibility } from './visibility.js';
 
-/** Milliseconds after which loading lets the browser draw. */
-const patience = 12;
+/** Milliseconds after which loading lets the browser see to other things. */
+const patience = 20;
+/** Milliseconds until a first picture of bodies is drawn while others are still to come; each further one takes twice as long. */
+const firstPicture = 250;
 /** Pixels that a pointer may move between down and up, and is still a click. */
 const clickDistance = 5;
 
@@ -183,14 +185,23 @@ export class MirelViewer extends HTMLElement {
     let loaded = 0;
     let isFitted = (overview?.packages.length ?? 0) > 0;
     let since = performance.now();
+    let nextPicture = since + firstPicture;
+    let interval = firstPicture;
     for await (const { shapeId, mesh } of folder.graphics(order)) {
       model.addMesh(shapeId, mesh);
       this.progress.value = Math.min(1, ++loaded / count);
-      if (performance.now() - since < patience) continue;
-      if (!isFitted) this.fit();
-      isFitted = true;
-      this.refresh();
-      await nextFrame();
+      const now = performance.now();
+      if (now - since < patience) continue;
+      if (now > nextPicture) {
+        if (!isFitted) this.fit();
+        isFitted = true;
+        this.refresh();
+        await nextFrame();
+        interval *= 2;
+        nextPicture = performance.now() + interval;
+      } else {
+        await new Promise(resolve => setTimeout(resolve));
+      }
       since = performance.now();
     }
     if (!this.stage.isMoved) this.fit();

@@ -176,7 +176,8 @@ export class Stage {
     this.model.shared.pixelRatio.value = this.renderer?.getPixelRatio() ?? 1;
   }
 
-  private render(): void {
+  /** Draws at once. */
+  render(): void {
     this.update();
     this.renderer?.render(this.scene, this.camera.active);
   }
