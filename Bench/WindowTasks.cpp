@@ -114,7 +114,7 @@ Figures SubmitCopies(const TaskInput& input) {
     renderer.Draw(camera, Options());
     submit += (GetThreadTime() - start) / kFrames;
     Selection under;
-    under.Add(scene->GetPlacementCount() / (static_cast<std::uint32_t>(i) + 2));
+    if (i % 2 == 0) under.Add(scene->GetPlacementCount() / 2);
     start = GetThreadTime();
     renderer.SetHover(under);
     renderer.Draw(camera, Options());

@@ -90,8 +90,7 @@ void PlacementStore::SetScene(std::shared_ptr<const DrawScene> scene,
   stateOf_.assign(scene_ ? scene_->GetPlacementCount() : 0, 0);
   colorOf_ = {};
   SetOffsets({});
-  selectedFaces_.clear();
-  hoveredFaces_.clear();
+  selected_ = hovered_ = Marked();
   batches_.clear();
   ResetLooks();
   uploaded_ = 0;
@@ -134,7 +133,10 @@ void PlacementStore::SetLook(const std::vector<std::uint32_t>& placements, NodeV
 
 void PlacementStore::SetColor(const std::vector<std::uint32_t>& placements,
                               const std::optional<glm::vec3>& color) {
-  if (colorOf_.empty()) colorOf_.assign(stateOf_.size(), 0);
+  if (colorOf_.empty() && !stateOf_.empty()) {
+    colorOf_.assign(stateOf_.size(), 0);
+    changedColors_ = {0, colorOf_.size()};
+  }
   const std::uint32_t packed = color ? Pack(*color) | kOwnColor : 0;
   for (const std::uint32_t placement : placements) {
     if (placement >= colorOf_.size()) continue;
@@ -144,29 +146,30 @@ void PlacementStore::SetColor(const std::vector<std::uint32_t>& placements,
 }
 
 void PlacementStore::Mark(const Selection& selection, std::uint32_t bodyBit, std::uint32_t faceBit,
-                          std::vector<Face>& faces) {
-  for (std::size_t i = 0; i < stateOf_.size(); ++i)
-    ChangeState(i, bodyBit | faceBit, 0);
-  faces.clear();
+                          Marked& marked) {
+  for (const std::uint32_t placement : marked.placements)
+    ChangeState(placement, bodyBit | faceBit, 0);
+  marked = Marked();
   for (const auto& [placement, face] : selection.GetParts()) {
     if (placement >= stateOf_.size()) continue;
     const std::uint32_t state = stateOf_[placement] & (bodyBit | faceBit);
     if (face == Selection::kWholeBody) {
       ChangeState(placement, bodyBit | faceBit, state | bodyBit);
-    } else if (faces.size() < GLRenderer::kMaxFaces) {
-      faces.push_back({placement, face});
+    } else if (marked.faces.size() < GLRenderer::kMaxFaces) {
+      marked.faces.push_back({placement, face});
       ChangeState(placement, bodyBit | faceBit, state | faceBit);
     }
+    marked.placements.push_back(placement);
   }
   facesSent_ = false;
 }
 
 void PlacementStore::SetSelection(const Selection& selection) {
-  Mark(selection, kSelected, kFaceSelected, selectedFaces_);
+  Mark(selection, kSelected, kFaceSelected, selected_);
 }
 
 void PlacementStore::SetHover(const Selection& hover) {
-  Mark(hover, kHovered, kFaceHovered, hoveredFaces_);
+  Mark(hover, kHovered, kFaceHovered, hovered_);
 }
 
 void PlacementStore::SetOffsets(std::vector<glm::vec3> offsets) {
@@ -292,7 +295,6 @@ void PlacementStore::SendChanges() {
                  (range.behind - range.first) * sizeof(std::uint32_t));
     range = Range();
   };
-  if (!colorOf_.empty() && colors_.GetName() == 0) colors_.Store(colorOf_);
   send(stateOf_, changedStates_, states_);
   send(colorOf_, changedColors_, colors_);
   if (!offsetsSent_ && !offsets_.empty()) {
@@ -304,8 +306,8 @@ void PlacementStore::SendChanges() {
     offsetsSent_ = true;
   }
   if (!facesSent_) {
-    std::vector<Face> faces = selectedFaces_;
-    faces.insert(faces.end(), hoveredFaces_.begin(), hoveredFaces_.end());
+    std::vector<Face> faces = selected_.faces;
+    faces.insert(faces.end(), hovered_.faces.begin(), hovered_.faces.end());
     faces_.Store(faces);
     facesSent_ = true;
   }

@@ -56,8 +56,8 @@ class PlacementStore {
   bool HasGhosts() const { return ghosts_ > 0; }
   bool HasColors() const { return !colorOf_.empty(); }
   bool HasOffsets() const { return !offsets_.empty(); }
-  std::size_t GetSelectedFaceCount() const { return selectedFaces_.size(); }
-  std::size_t GetHoveredFaceCount() const { return hoveredFaces_.size(); }
+  std::size_t GetSelectedFaceCount() const { return selected_.faces.size(); }
+  std::size_t GetHoveredFaceCount() const { return hovered_.faces.size(); }
 
   /// Where the shaders look for it all; beside, what those need that find what is in view.
   void Bind() const;
@@ -83,6 +83,11 @@ class PlacementStore {
   struct Face {
     std::uint32_t placement, face;
   };
+  // What is selected, or lit up.
+  struct Marked {
+    std::vector<std::uint32_t> placements;
+    std::vector<Face> faces;
+  };
   // What has changed and was not sent yet.
   struct Range {
     std::size_t first = 0, behind = 0;
@@ -98,8 +103,7 @@ class PlacementStore {
   void SendPlacements(std::size_t& budget);
   void SendChanges();
   void ChangeState(std::size_t placement, std::uint32_t mask, std::uint32_t bits);
-  void Mark(const Selection& selection, std::uint32_t bodyBit, std::uint32_t faceBit,
-            std::vector<Face>& faces);
+  void Mark(const Selection& selection, std::uint32_t bodyBit, std::uint32_t faceBit, Marked& marked);
 
   std::shared_ptr<const DrawScene> scene_;
   std::vector<std::uint32_t> meshOfBatch_;
@@ -109,7 +113,7 @@ class PlacementStore {
   std::vector<std::uint32_t> colorOf_;  // by placement; empty when no colours are set
   std::vector<glm::vec3> offsets_;
   float longestOffset_ = 0.0f;
-  std::vector<Face> selectedFaces_, hoveredFaces_;
+  Marked selected_, hovered_;
   std::size_t ghosts_ = 0;
   std::uint32_t fineBatches_ = 0;
 

@@ -227,6 +227,13 @@ TEST_F(GLRendererTest, ChangesHowBodiesAreDrawn) {
   expectLike(NodeVisibility(), "color");
   renderer_.SetColor({2}, std::nullopt);
   EXPECT_TRUE(Draw().pixels == plain.pixels);
+
+  // Of another scene nothing is left.
+  renderer_.SetColor({0, 1, 2}, glm::vec3(1.0f, 0.0f, 1.0f));
+  Draw();
+  Show(*root);
+  renderer_.SetColor({2}, std::nullopt);
+  expectLike(NodeVisibility(), "new scene");
 }
 
 TEST_F(GLRendererTest, MovesBodiesByOffsets) {
