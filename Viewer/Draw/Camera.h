@@ -16,8 +16,8 @@ class DrawScene;
 
 /// A line of sight: all points `origin + t * direction` with `nearest <= t <= farthest`.
 struct Ray {
-  glm::dvec3 origin;
-  glm::dvec3 direction;  ///< of unit length, so that t is in mm
+  glm::dvec3 origin{0.0};
+  glm::dvec3 direction{0.0, 0.0, 1.0};  ///< of unit length, so that t is in mm
   double nearest = 0.0;
   double farthest = 1e30;
 };

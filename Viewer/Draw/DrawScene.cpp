@@ -226,7 +226,7 @@ std::array<glm::dvec3, 8> DrawScene::GetCorners(std::uint32_t placement) const {
 }
 
 std::array<glm::dvec3, 8> DrawScene::GetCorners(const DrawBatch& batch, std::size_t number) {
-  std::array<glm::dvec3, 8> corners;
+  std::array<glm::dvec3, 8> corners = {};
   for (int i = 0; i < 8; ++i)
     corners[static_cast<std::size_t>(i)] =
         batch.placements[number] * glm::dvec4(GetCorner(batch.grep->GetBoundingBox(), i), 1.0);

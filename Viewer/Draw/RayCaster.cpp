@@ -11,7 +11,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstring>
 #include <limits>
 #include <new>
 #include <unordered_map>
@@ -207,15 +206,14 @@ RayCaster::RayCaster(std::shared_ptr<const DrawScene> scene)
 RayCaster::~RayCaster() = default;
 
 void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer layer) const {
-  RTCIntersectContext context;
+  RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   context.flags = RTC_INTERSECT_CONTEXT_FLAG_COHERENT;
   for (std::size_t first = 0; first < count; first += kPacket) {
     const std::size_t taken = std::min(kPacket, count - first);
-    alignas(64) RTCRayHit8 packet;
+    alignas(64) RTCRayHit8 packet = {};
     alignas(64) int valid[kPacket];
     double starts[kPacket] = {};
-    std::memset(&packet, 0, sizeof packet);
     for (std::size_t i = 0; i < kPacket; ++i) {
       glm::vec3 origin(0.0f);
       float length = 0.0f;
@@ -260,7 +258,7 @@ RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
   one.ray.mask = GetMask(layer);
   one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
   one.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
-  RTCIntersectContext context;
+  RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   rtcIntersect1(index_->all, &context, &one);
   if (one.hit.geomID != RTC_INVALID_GEOMETRY_ID)
@@ -269,13 +267,12 @@ RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
 }
 
 void RayCaster::FindBlocked(const Ray* rays, std::uint8_t* blocked, std::size_t count) const {
-  RTCIntersectContext context;
+  RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   for (std::size_t first = 0; first < count; first += kPacket) {
     const std::size_t taken = std::min(kPacket, count - first);
-    alignas(64) RTCRay8 packet;
+    alignas(64) RTCRay8 packet = {};
     alignas(64) int valid[kPacket];
-    std::memset(&packet, 0, sizeof packet);
     for (std::size_t i = 0; i < kPacket; ++i) {
       glm::vec3 origin(0.0f);
       double start = 0.0;

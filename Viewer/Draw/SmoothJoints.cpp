@@ -14,7 +14,7 @@ namespace {
 SmoothJoints::Joints ListPairs(const GRepMesh& mesh, GRepEdgeKind kind) {
   SmoothJoints::Joints pairs;
   for (const GRepEdgeSides& sides : mesh.sides) {
-    if (sides.kind == kind) pairs.push_back(std::minmax(sides.first, sides.second));
+    if (sides.kind == kind) pairs.emplace_back(std::minmax(sides.first, sides.second));
   }
   std::sort(pairs.begin(), pairs.end());
   return pairs;

@@ -161,7 +161,7 @@ class TilePainter::Tile {
     const Surface& own = centers[At(x, y)];
     const float radius = painter_.lineRadius_;
     int inside = 0, beyond = 0;
-    std::array<std::uint32_t, 9> bodies;
+    std::array<std::uint32_t, 9> bodies = {};
     std::size_t bodyCount = 0;
     for (int j = -1; j <= 1; ++j) {
       for (int i = -1; i <= 1; ++i) {
@@ -285,7 +285,7 @@ class TilePainter::Tile {
     }
     for (int i = 0; i < 3; ++i)
       pixel[i] = Studio::ToByte(color[i]);
-    pixel[3] = static_cast<std::uint8_t>(std::min(alpha, 1.0f) * 255.0f + 0.5f);
+    pixel[3] = static_cast<std::uint8_t>(std::lround(std::min(alpha, 1.0f) * 255.0f));
   }
 
   const TilePainter& painter_;

@@ -16,7 +16,7 @@ namespace {
 constexpr std::size_t kMaxCharacters = 300;
 
 struct Release {
-  void operator()(PangoLayout* layout) const { g_object_unref(layout); }
+  void operator()(void* object) const { g_object_unref(object); }
   void operator()(PangoFontDescription* font) const { pango_font_description_free(font); }
 };
 
@@ -50,16 +50,17 @@ std::unique_ptr<PangoLayout, Release> LayOut(PangoContext* context, const std::s
 
 }  // namespace
 
-TextPainter::TextPainter()
-    : fonts_(pango_ft2_font_map_new()), context_(pango_font_map_create_context(fonts_)) {}
+struct TextPainter::Fonts {
+  std::unique_ptr<PangoFontMap, Release> all{pango_ft2_font_map_new()};
+  std::unique_ptr<PangoContext, Release> context{pango_font_map_create_context(all.get())};
+};
 
-TextPainter::~TextPainter() {
-  g_object_unref(context_);
-  g_object_unref(fonts_);
-}
+TextPainter::TextPainter() : fonts_(std::make_unique<Fonts>()) {}
+
+TextPainter::~TextPainter() = default;
 
 TextImage TextPainter::Draw(const std::string& text, const Style& style) {
-  const auto layout = LayOut(context_, MakeLine(text), style);
+  const auto layout = LayOut(fonts_->context.get(), MakeLine(text), style);
   if (pango_layout_get_unknown_glyphs_count(layout.get()) > 0) {
     withoutFont_.push_back(text);
   }

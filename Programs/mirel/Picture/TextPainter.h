@@ -1,13 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
-
-extern "C" {
-struct _PangoContext;
-struct _PangoFontMap;
-}
 
 namespace mirel {
 
@@ -39,8 +35,9 @@ class TextPainter {
   const std::vector<std::string>& GetTextsWithoutFont() const { return withoutFont_; }
 
  private:
-  _PangoFontMap* fonts_;
-  _PangoContext* context_;
+  struct Fonts;
+
+  std::unique_ptr<Fonts> fonts_;
   std::vector<std::string> withoutFont_;
 };
 
