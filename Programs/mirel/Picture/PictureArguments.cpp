@@ -63,7 +63,7 @@ std::string PictureArguments::ReadDirection(const std::string& text, glm::dvec3&
 }
 
 std::string PictureArguments::ReadSection(const std::string& text, PictureRequest::Section& section) {
-  const std::string wrong = "\"" + text + "\" is no plane such as y, -x=120 or 1,0,1,50";
+  std::string wrong = "\"" + text + "\" is no plane such as y, -x=120 or 1,0,1,50";
   section = PictureRequest::Section();
   if (const std::vector<double> numbers = ReadNumbers(text); numbers.size() == 4) {
     section.normal = {numbers[0], numbers[1], numbers[2]};
