@@ -70,12 +70,17 @@ for (let round = 0; round < rounds; ++round) {
   for (const [name, path] of Object.entries(ways)) {
     if (name.startsWith('STEP') && (round > 0 || process.env.MIREL_BENCH_STEP === '0')) continue; // takes minutes
     const browser = await launch();
-    const tab = await openPage(browser, `${server.address}${path}`, { width: 800, height: 600 });
+    const tab = await openPage(browser, 'about:blank', { width: 800, height: 600 });
     tab.on('pageerror', error => {
       throw error;
     });
+    const session = await tab.createCDPSession();
+    await session.send('Performance.enable');
+    await tab.goto(`${server.address}${path}`);
     await tab.waitForFunction(() => globalThis.result, { timeout: 1_200_000 });
-    results[name].push(await tab.evaluate(() => globalThis.result));
+    const { metrics } = await session.send('Performance.getMetrics');
+    const cpu = 1000 * metrics.find(({ name }) => name === 'ThreadTime').value;
+    results[name].push({ ...(await tab.evaluate(() => globalThis.result)), cpu });
     await browser.close();
   }
 }
@@ -89,10 +94,12 @@ const own = ['index.gz', ...readdirSync(join(folder, 'grep')).map(name => `grep/
   0,
 );
 const bytes = [own, gzipped(glb), gzipped(packed), gzipped(step)];
-console.log('way | bytes fetched | to the first picture, less one frame | frame | tree');
+console.log(
+  'way | bytes fetched | to the first picture, less one frame | frame | tree | processor, the page alone',
+);
 Object.entries(results).forEach(([name, list], i) => {
   const of = key => median(list.map(result => result[key] ?? 0)).toFixed(0);
   console.log(
-    `${name} | ${bytes[i]} | ${median(list.map(({ first, frame }) => first - frame)).toFixed(0)} ms | ${of('frame')} ms | ${of('opened')}`,
+    `${name} | ${bytes[i]} | ${median(list.map(({ first, frame }) => first - frame)).toFixed(0)} ms | ${of('frame')} ms | ${of('opened')} ms | ${of('cpu')} ms`,
   );
 });
