@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Installs those packages of packages.txt that are missing; says nothing when there are none.
-# usage: scripts/setup.sh [lint] [windows] [fuzz] [web] [slurm]
+# usage: scripts/setup.sh [lint] [windows] [fuzz] [web] [slurm] [bench]
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
