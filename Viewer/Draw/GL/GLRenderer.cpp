@@ -119,6 +119,7 @@ class GLRenderer::Implementation {
 
   Progress Draw(const Camera& camera, const GLViewOptions& options) {
     Prepare();
+    if (options.width < 1 || options.height < 1) return {IsUploaded(), true};
     const HostState host;
     ResetState(isReversed_);
     Upload(options);

@@ -99,6 +99,8 @@ class MIREL_DRAW_GL_API GLRenderer {
   /// with the same camera and options adds as many, until all are in the picture: steps get smooth while nothing moves.
   /// Without a background what is drawn is laid over what the framebuffer holds, by each call anew.
   ///
+  /// A size below 1, as of a window that is folded up, draws nothing.
+  ///
   /// Throws `GLError` when OpenGL is too old or its memory ends; then nothing, or a part, has been drawn, and the
   /// renderer is as after `Release`.
   Progress Draw(const Camera& camera, const GLViewOptions& options);

@@ -317,6 +317,9 @@ TEST_F(GLRendererTest, SendsAPieceAtATimeAndNothingTwice) {
   renderer_.SetScene(std::make_shared<DrawScene>(*more));
   gl_.Begin(options_.width, options_.height);
   EXPECT_TRUE(renderer_.Draw(camera_, options_).isUploaded);
+  options_.height = 0;
+  EXPECT_TRUE(renderer_.Draw(camera_, options_).isRefined);
+  options_.height = 225;
   renderer_.SetScene(nullptr);
   EXPECT_LT(CompareSquares(Draw(), DrawWithRays(std::make_shared<DrawScene>(GroupSceneNode()))), 1.0);
 }
