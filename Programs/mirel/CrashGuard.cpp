@@ -5,8 +5,10 @@
 #include <Programs/mirel/Text/Utf8.h>
 
 #if !defined(_WIN32)
+#include <atomic>
 #include <csignal>
 #include <optional>
+#include <pthread.h>
 #include <unistd.h>
 #endif
 
@@ -30,7 +32,18 @@ ExitCode exitCode = ExitCode::kInputUnread;
 struct sigaction before[kSignalCount];
 std::optional<HandlerStack> handlerStack;
 
+std::atomic<pthread_t> crashed{};
+
 extern "C" void EndAfterCrash(int) {
+  pthread_t first{};
+  if (!crashed.compare_exchange_strong(first, pthread_self())) {
+    if (pthread_equal(first, pthread_self()) != 0) {
+      _exit(static_cast<int>(exitCode));  // here too
+    }
+    for (;;) {
+      pause();  // the other thread that has crashed ends the process
+    }
+  }
   const char* text = message.data();
   std::size_t left = message.size();
   while (left > 0) {

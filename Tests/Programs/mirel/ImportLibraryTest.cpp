@@ -52,6 +52,7 @@ class CopiedProgram : public ::testing::Test {
     EXPECT_EQ(run.exitCode, 2);
     EXPECT_NE(run.output.find(std::string("mirel: ") + MIREL_SAMPLE + ": "), std::string::npos) << run.output;
     EXPECT_NE(run.output.find(reason), std::string::npos) << run.output;
+    EXPECT_EQ(run.output.find(reason), run.output.rfind(reason)) << run.output;
     EXPECT_FALSE(fs::exists(fs::u8path(path_ + "target")));
   }
   void ExpectUnloadable(const std::string& reason) const {
@@ -84,7 +85,8 @@ TEST_F(CopiedProgram, NeedsNoReaderForAnythingElse) {
 TEST_F(CopiedProgram, SaysWhatToInstallForPictures) {
   const ChildRun run = Run({"picture", MIREL_SAMPLE, path_ + "out.png"});
   EXPECT_EQ(run.exitCode, 3);
-  EXPECT_NE(run.output.find("MirelPicture.so, which cannot be loaded: no such file"), std::string::npos) << run.output;
+  EXPECT_NE(run.output.find("MirelPicture.so, which cannot be loaded: no such file"), std::string::npos)
+      << run.output;
   EXPECT_NE(run.output.find("install the package libmirel-draw0"), std::string::npos) << run.output;
 }
 
