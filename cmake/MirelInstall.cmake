@@ -1,6 +1,6 @@
 # What is installed, and the Debian packages made of it: libmirel0 (libraries), libmirel-draw0 (what draws, which needs
 # more), libmirel-draw-gl0 (what draws with OpenGL), libmirel-dev and libmirel-draw-dev (headers, CMake and pkg-config
-# files of what does not draw and of what does) and mirel (the program).
+# files of what does not draw and of what does), mirel (the program) and mirel-viewer (the desktop viewer).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -65,6 +65,16 @@ if(TARGET mirel)
           RENAME mirel.xml COMPONENT program)
   install(TARGETS mirel RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT program)
 endif()
+if(TARGET mirel-viewer)
+  set_target_properties(mirel-viewer PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
+  install(TARGETS mirel-viewer RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT viewer)
+  install(FILES Programs/mirel-viewer/Desktop/mirel-viewer.desktop DESTINATION ${CMAKE_INSTALL_DATADIR}/applications
+          COMPONENT viewer)
+  install(FILES Programs/mirel-viewer/Desktop/mirel-viewer.svg
+          DESTINATION ${CMAKE_INSTALL_DATADIR}/icons/hicolor/scalable/apps COMPONENT viewer)
+  install(FILES Programs/mirel-viewer/Desktop/mirel-viewer.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT viewer)
+  install(FILES docs/viewer.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel-viewer COMPONENT viewer)
+endif()
 set_target_properties(MirelViewerKernel MirelDraw MirelDrawGL PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(FILES README.md CHANGELOG.md docs/format.md docs/guide.md docs/web.md docs/web-page.png DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel
         COMPONENT program)
@@ -81,6 +91,9 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
 set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENTS_ALL runtime draw drawgl dev drawdev program)
+if(TARGET mirel-viewer)
+  list(APPEND CPACK_COMPONENTS_ALL viewer)
+endif()
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmirel${PROJECT_VERSION_MAJOR})
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_SECTION libs)
@@ -114,4 +127,10 @@ set(CPACK_COMPONENT_PROGRAM_DESCRIPTION
 set(CPACK_COMPONENT_PROGRAM_DEPENDS runtime)
 # Only `mirel picture` needs it, and says so.
 set(CPACK_DEBIAN_PROGRAM_PACKAGE_RECOMMENDS libmirel-draw${PROJECT_VERSION_MAJOR})
+set(CPACK_DEBIAN_VIEWER_PACKAGE_NAME mirel-viewer)
+set(CPACK_DEBIAN_VIEWER_PACKAGE_SECTION graphics)
+set(CPACK_COMPONENT_VIEWER_DESCRIPTION
+    "Light-weight CAD assemblies: desktop viewer\n Shows model folders, STEP, IGES and BRep files.")
+# It has STEP, IGES and BRep files converted by the program.
+set(CPACK_COMPONENT_VIEWER_DEPENDS runtime draw drawgl program)
 include(CPack)

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Copies the files that documents include ("<!-- include: PATH -->" before a fenced block) into them, and draws the picture of the
-# page in docs/web.md anew where the web viewer is built.
+# Copies the files that documents include ("<!-- include: PATH -->" before a fenced block) into them, and draws the pictures of
+# docs/viewer.md and docs/web.md anew where the viewers are built.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 updated=$(mktemp)
@@ -14,6 +14,9 @@ for document in *.md docs/*.md; do
     /^<!-- include: .* -->$/ { file = $3; opening = 1 }' "$document" >"$updated"
   cmp -s "$document" "$updated" || cp "$updated" "$document"
 done
+if [[ -x build/dev/bin/ViewerTests ]]; then
+  cmake --build --preset dev --target viewer-pictures >/dev/null
+fi
 if [[ -f build/dev/Web/dist/page.js ]]; then
   MIREL_UPDATE_DOCS=1 node --test --test-name-pattern='opens from the disk' Web/test/program.test.js >/dev/null
 fi

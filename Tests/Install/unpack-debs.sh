@@ -8,7 +8,9 @@ rm -rf "$target"
 mkdir -p "$target/packages"
 "$cpack" --config "$build/CPackConfig.cmake" -B "$target/packages" >"$target/cpack.log" 2>&1 ||
   { cat "$target/cpack.log" >&2; exit 1; }
-for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-draw-dev mirel; do
+viewer=()
+[[ ! -x $build/bin/mirel-viewer ]] || viewer=(mirel-viewer)
+for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-draw-dev mirel "${viewer[@]}"; do
   deb=$(find "$target/packages" -maxdepth 1 -name "${package}_*.deb")
   [[ -f $deb ]] || { echo "unpack-debs: no package $package" >&2; exit 1; }
   depends=$(dpkg-deb -f "$deb" Depends)
@@ -19,6 +21,7 @@ for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-
   libmirel-dev) wanted=("libmirel0 (") ;;
   libmirel-draw-dev) wanted=("libmirel-draw0 (" "libmirel-draw-gl0 (" "libmirel-dev (") ;;
   mirel) wanted=("libmirel0 (" libocct-data-exchange libcpp-httplib) ;;
+  mirel-viewer) wanted=("libmirel-draw-gl0 (" "mirel (" libqt6widgets6) ;;
   esac
   for want in "${wanted[@]}"; do
     [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
@@ -26,6 +29,7 @@ for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-
   # Who does not draw needs nothing of what drawing takes.
   [[ $package == libmirel-draw0 || ! $depends =~ libembree|libpango ]] ||
     { echo "$package needs what draws: '$depends'" >&2; exit 1; }
+  [[ $package == mirel-viewer || $depends != *libqt6* ]] || { echo "$package needs Qt: '$depends'" >&2; exit 1; }
   [[ $package == libmirel-draw-gl0 || $depends != *libepoxy* ]] || { echo "$package needs OpenGL: '$depends'" >&2; exit 1; }
   dpkg-deb -x "$deb" "$target"
 done

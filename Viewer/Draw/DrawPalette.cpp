@@ -47,6 +47,8 @@ glm::vec3 DrawPalette::GetBodyColor(const BrepSceneNode& node) {
   return node.GetColor().r < 0.0f ? BrepSceneNode::kDefaultColor : Drawable(node.GetColor());
 }
 
+DrawPalette::DrawPalette(const glm::vec3& color) : material_(Drawable(color)) {}
+
 DrawPalette::DrawPalette(const BrepSceneNode& node) : material_(GetBodyColor(node)) {
   if (!node.GetGRep()) return;
   const GRepMesh& mesh = node.GetGRep()->GetMesh();

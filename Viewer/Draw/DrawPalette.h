@@ -18,6 +18,9 @@ class MIREL_DRAW_API DrawPalette {
   /// Components outside 0 to 1 are drawn as the nearer end of it; what is not a number, as 0.
   explicit DrawPalette(const BrepSceneNode& node);
 
+  /// One colour for all faces.
+  explicit DrawPalette(const glm::vec3& color);
+
   /// The colour of the faces that have none of their own in the body that a node draws.
   static glm::vec3 GetBodyColor(const BrepSceneNode& node);
 

@@ -55,7 +55,8 @@ bool IsInReach(const AABoxT<double>& box) {
 /// Walks the tree and sorts its bodies into batches.
 class DrawScene::Gathering {
  public:
-  Gathering(DrawScene& scene, const NodeVisibility& visibility) : scene_(scene), visibility_(visibility) {}
+  Gathering(DrawScene& scene, const NodeVisibility& visibility, const BodyColor& color = nullptr)
+      : scene_(scene), visibility_(visibility), color_(color) {}
 
   /// To be followed by `Finish` after the last root.
   void Walk(const SceneNode& root) {
@@ -125,14 +126,15 @@ class DrawScene::Gathering {
   using Likeness = std::tuple<const GRepShape*, const FacePalette*, float, float, float, bool, bool>;
 
   DrawBatch& FindBatch(const BrepSceneNode& node, bool ghost, std::vector<DrawBatch>& batches) {
-    const glm::vec3 color = DrawPalette::GetBodyColor(node);
-    const Likeness likeness(node.GetGRep().get(), node.GetPalette().get(), color.r, color.g, color.b,
-                            node.GetColor().r < 0.0f, ghost);
+    const glm::vec3 color = color_ ? color_(node) : DrawPalette::GetBodyColor(node);
+    const FacePalette* const faces = color_ ? nullptr : node.GetPalette().get();
+    const Likeness likeness(node.GetGRep().get(), faces, color.r, color.g, color.b,
+                            !color_ && node.GetColor().r < 0.0f, ghost);
     const auto [known, isNew] = known_.try_emplace(likeness, batches.size());
     if (!isNew) return batches[known->second];
     DrawBatch batch;
     batch.grep = node.GetGRep();
-    batch.palette = std::make_shared<DrawPalette>(node);
+    batch.palette = color_ ? std::make_shared<DrawPalette>(color) : std::make_shared<DrawPalette>(node);
     batch.ghost = ghost;
     batches.push_back(std::move(batch));
     return batches.back();
@@ -152,6 +154,7 @@ class DrawScene::Gathering {
 
   DrawScene& scene_;
   const NodeVisibility& visibility_;
+  const BodyColor color_;
   std::vector<Waiting> waiting_;
   std::map<Likeness, std::size_t> known_;  // positions in batches or wires
   std::uint32_t wireCount_ = 0;
@@ -163,8 +166,9 @@ DrawScene::DrawScene(const SceneNode& root, const NodeVisibility& visibility) {
   gathering.Finish();
 }
 
-DrawScene::DrawScene(const std::vector<std::shared_ptr<SceneNode>>& roots, const NodeVisibility& visibility) {
-  Gathering gathering(*this, visibility);
+DrawScene::DrawScene(const std::vector<std::shared_ptr<SceneNode>>& roots, const NodeVisibility& visibility,
+                     const BodyColor& color) {
+  Gathering gathering(*this, visibility, color);
   for (const std::shared_ptr<SceneNode>& root : roots)
     gathering.Walk(*root);
   gathering.Finish();

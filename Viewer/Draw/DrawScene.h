@@ -10,6 +10,7 @@
 
 #include <array>
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -53,9 +54,12 @@ class MIREL_DRAW_API DrawScene {
   /// that cannot be drawn where they stand, since their placement is not finite, flattens them or puts them farther
   /// from the origin than `kMaxCoordinate`; one notice (level 1) says how many. At most `kMaxPlacements` are gathered.
   explicit DrawScene(const SceneNode& root, const NodeVisibility& visibility = NodeVisibility());
-  /// The same below several roots, such as the top-level nodes of a `Scene`.
+  /// In place of all colours of a body and its faces.
+  using BodyColor = std::function<glm::vec3(const BrepSceneNode& node)>;
+  /// The same below several roots, such as the top-level nodes of a `Scene`, in other colours if there is a function that
+  /// gives them.
   explicit DrawScene(const std::vector<std::shared_ptr<SceneNode>>& roots,
-                     const NodeVisibility& visibility = NodeVisibility());
+                     const NodeVisibility& visibility = NodeVisibility(), const BodyColor& color = nullptr);
   ~DrawScene();
 
   DrawScene(const DrawScene&) = delete;

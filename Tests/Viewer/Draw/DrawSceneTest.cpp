@@ -75,6 +75,11 @@ TEST(DrawSceneTest, DrawsWhatIsAlikeTogether) {
   EXPECT_EQ(twice.GetBatches().size(), 4u);
   EXPECT_EQ(twice.GetPlacementCount(), 12u);
   EXPECT_EQ(twice.GetNodes().size(), 2 * scene.GetNodes().size());
+
+  const DrawScene recolored(std::vector<std::shared_ptr<SceneNode>>{root}, NodeVisibility(),
+                            [](const BrepSceneNode&) { return glm::vec3(0.5f, 2.0f, 0.0f); });
+  ASSERT_EQ(recolored.GetBatches().size(), 2u);  // of what differs in colours alone, one is left
+  EXPECT_EQ(recolored.GetBatches().front().palette->GetColor(2), glm::vec3(0.5f, 1.0f, 0.0f));
 }
 
 // Of a body without a colour of its own, what is cut shows the colour that most of it has.

@@ -1,0 +1,251 @@
+#include <Programs/mirel-viewer/Application/MainWindow.h>
+
+#include <Programs/mirel-viewer/Application/DesktopHost.h>
+#include <Programs/mirel-viewer/Application/RecentFiles.h>
+#include <Programs/mirel-viewer/Application/SavedState.h>
+#include <Programs/mirel-viewer/Commands/CommandMenus.h>
+#include <Programs/mirel-viewer/Commands/ViewerCommands.h>
+#include <Programs/mirel-viewer/Document/Document.h>
+#include <Programs/mirel-viewer/Opening/ModelOpener.h>
+#include <Programs/mirel-viewer/Panels/CutPanel.h>
+#include <Programs/mirel-viewer/Panels/MessagesPanel.h>
+#include <Programs/mirel-viewer/Tree/PartsPanel.h>
+#include <Programs/mirel-viewer/Tree/SceneTreeModel.h>
+#include <Programs/mirel-viewer/Tree/TreePanel.h>
+#include <Programs/mirel-viewer/View/ModelView.h>
+
+#include <Viewer/Kernel/Host/Renderer/SceneNode.h>
+
+#include <QCloseEvent>
+#include <QDockWidget>
+#include <QFileInfo>
+#include <QFileSystemWatcher>
+#include <QLabel>
+#include <QMenu>
+#include <QMimeData>
+#include <QProgressBar>
+#include <QSettings>
+#include <QStatusBar>
+#include <QTabBar>
+#include <QToolBar>
+#include <QToolButton>
+
+namespace mirel {
+
+MainWindow::MainWindow(DesktopHost& host) : host_(host) {
+  setWindowTitle("Mirel");
+  setAcceptDrops(true);
+  resize(1280, 820);
+  document_ = std::make_unique<Document>(host_.GetActiveViewer());
+  opener_ = new ModelOpener(*document_);
+  view_ = new ModelView(*document_, this);
+  setCentralWidget(view_);
+  watcher_ = new QFileSystemWatcher(this);
+  MakePanels();
+  MakeStatusBar();
+  MakeCommands();
+
+  connect(opener_, &ModelOpener::Progressed, this, &MainWindow::ShowProgress);
+  connect(opener_, &ModelOpener::Idle, this, [this] { ShowProgress(QString(), -1); });
+  connect(opener_, &ModelOpener::Opened, this, &MainWindow::TakeOpened);
+  connect(opener_, &ModelOpener::Told, this, &MainWindow::Tell);
+  connect(view_, &ModelView::Broken, this, [this](const QString& reason) { Tell({reason}); });
+  connect(view_, &ModelView::MenuWanted, this, &MainWindow::ShowMenu);
+  connect(tree_, &TreePanel::MenuWanted, this, &MainWindow::ShowMenu);
+  connect(parts_, &PartsPanel::Told, this, &MainWindow::Tell);
+  connect(watcher_, &QFileSystemWatcher::fileChanged, this, &MainWindow::TakeFileChange);
+  connect(document_.get(), &Document::RootRemoved, this, [this] { SavedState::Save(*document_, *view_); });
+  connect(document_.get(), &Document::RootsChanged, this, [this] {
+    if (document_->GetRoots().empty()) {
+      setWindowTitle("Mirel");
+    }
+  });
+  connect(&document_->GetUndoStack(), &QUndoStack::indexChanged, menus_, [this] { menus_->Refresh(); });
+  connect(document_.get(), &Document::HoverChanged, this, &MainWindow::ShowSelection);
+  for (const auto signal : {&Document::RootsChanged, &Document::StateChanged, &Document::DisplayChanged,
+                            &Document::SelectionChanged}) {
+    connect(document_.get(), signal, this, [this] {
+      menus_->Refresh();
+      ShowSelection();
+    });
+  }
+  const QSettings settings;
+  restoreGeometry(settings.value("window/geometry").toByteArray());
+  restoreState(settings.value("window/state").toByteArray());
+  messagesDock_->hide();
+  view_->setFocus();
+}
+
+MainWindow::~MainWindow() {
+  document_->disconnect(this);
+  delete opener_;  // before the document that it opens into
+  delete view_;
+}
+
+QDockWidget* MainWindow::AddPanel(QWidget* panel, const QString& title, Qt::DockWidgetArea area) {
+  auto* const dock = new QDockWidget(title, this);
+  dock->setObjectName(title);
+  dock->setWidget(panel);
+  addDockWidget(area, dock);
+  return dock;
+}
+
+void MainWindow::MakePanels() {
+  tree_ = new TreePanel(*document_);
+  parts_ = new PartsPanel(*document_);
+  cut_ = new CutPanel(*document_);
+  messages_ = new MessagesPanel;
+
+  QDockWidget* const tree = AddPanel(tree_, tr("Tree"), Qt::LeftDockWidgetArea);
+  QDockWidget* const parts = AddPanel(parts_, tr("Parts"), Qt::LeftDockWidgetArea);
+  QDockWidget* const cut = AddPanel(cut_, tr("Cut and explode"), Qt::RightDockWidgetArea);
+  messagesDock_ = AddPanel(messages_, tr("Messages"), Qt::BottomDockWidgetArea);
+  tabifyDockWidget(tree, parts);
+  tree->raise();
+  for (QTabBar* tabs : findChildren<QTabBar*>()) {
+    tabs->setAccessibleName(tr("Panels"));
+  }
+  cut->hide();
+  resizeDocks({tree}, {300}, Qt::Horizontal);
+}
+
+void MainWindow::MakeCommands() {
+  RegisterViewerCommands(*this);
+  QToolBar* const toolbar = addToolBar(tr("Tools"));
+  toolbar->setObjectName("Tools");
+  toolbar->setMovable(false);
+  menus_ = new CommandMenus(*this, *toolbar, document_->GetViewer());
+  menus_->SetBeforeForeign([this] { document_->WaitForSnapshot(); });
+  connect(menus_, &CommandMenus::Done, this, [this](const QString& text, bool isForeign) {
+    if (!text.isEmpty()) {
+      Tell({text});
+    }
+    if (isForeign) {
+      document_->TakeSceneChanges();
+    }
+  });
+  auto* const recent = new RecentFiles(*menus_->GetMenu("File/Open recent"));
+  connect(recent, &RecentFiles::Chosen, this, [this](const QString& path) { Open({path}); });
+  QMenu* const panels = menus_->GetMenu("View/Panels");
+  for (QDockWidget* dock : findChildren<QDockWidget*>()) {
+    panels->addAction(dock->toggleViewAction());
+  }
+}
+
+void MainWindow::MakeStatusBar() {
+  hoverText_ = new QLabel(this);
+  hoverText_->setObjectName("Hovered");
+  progressText_ = new QLabel(this);
+  progress_ = new QProgressBar(this);
+  progress_->setFixedWidth(160);
+  progress_->setAccessibleName(tr("Progress"));
+  cancel_ = new QToolButton(this);
+  cancel_->setObjectName("Cancel");
+  cancel_->setText(tr("Cancel"));
+  connect(cancel_, &QToolButton::clicked, opener_, &ModelOpener::Cancel);
+  statusBar()->addWidget(hoverText_, 1);
+  statusBar()->addPermanentWidget(progressText_);
+  statusBar()->addPermanentWidget(progress_);
+  statusBar()->addPermanentWidget(cancel_);
+  ShowProgress(QString(), -1);
+}
+
+void MainWindow::Open(const QStringList& paths) {
+  for (const QString& path : paths) {
+    opener_->Open(path);
+  }
+}
+
+void MainWindow::Replace(const QStringList& paths) {
+  opener_->Cancel();
+  document_->Clear();
+  Open(paths);
+}
+
+void MainWindow::Tell(const QStringList& messages) {
+  messages_->Add(messages);
+  messagesDock_->show();
+}
+
+void MainWindow::ShowProgress(const QString& text, int percent) {
+  const bool isBusy = !text.isEmpty();
+  progressText_->setText(text);
+  progress_->setRange(0, percent < 0 ? 0 : 100);
+  progress_->setValue(percent);
+  progressText_->setVisible(isBusy);
+  progress_->setVisible(isBusy);
+  cancel_->setVisible(isBusy);
+}
+
+void MainWindow::ShowSelection() {
+  const SceneNode* const node =
+      document_->GetHovered() != nullptr ? document_->GetHovered() : document_->GetCurrent();
+  QStringList titles;
+  for (const SceneNode* above : node != nullptr ? node->GetPath() : std::vector<const SceneNode*>()) {
+    titles.append(SceneTreeModel::GetTitle(*above));
+  }
+  const std::size_t count = document_->GetSelection().size();
+  hoverText_->setText(titles.join(" / ") + (count > 1 ? tr("  (%1 selected)").arg(count) : QString()));
+}
+
+void MainWindow::ShowMenu(const QPoint& globalPoint) {
+  QMenu menu;
+  for (const char* name :
+       {"FitSelection", "Hide", "Isolate", "Ghost", "GhostOthers", "ShowAll", "SelectEqual"}) {
+    menu.addAction(menus_->FindAction(name));
+  }
+  menu.exec(globalPoint);
+}
+
+void MainWindow::TakeOpened(const QString& path, const SceneNode* root) {
+  RecentFiles::Add(path);
+  const ModelFile file = document_->GetFile(root);
+  setWindowTitle(QString::fromStdString(root->GetName()) + " - Mirel");
+  SavedState::Restore(file.path, *document_, *view_);
+  const QString watched = QFileInfo(file.path).isDir() ? file.path + "/index.gz" : file.path;
+  watcher_->addPath(watched);
+}
+
+void MainWindow::TakeFileChange(const QString& path) {
+  Tell({tr("%1 has changed since it was opened; what is shown is as it was then. File, Reload shows it as it "
+           "is now.")
+            .arg(path)});
+  watcher_->removePath(path);
+}
+
+void MainWindow::closeEvent(QCloseEvent* event) {
+  opener_->Cancel();
+  SavedState::Save(*document_, *view_);
+  QSettings settings;
+  settings.setValue("window/geometry", saveGeometry());
+  settings.setValue("window/state", saveState());
+  QMainWindow::closeEvent(event);
+}
+
+void MainWindow::dragEnterEvent(QDragEnterEvent* event) {
+  if (event->mimeData()->hasUrls()) {
+    event->acceptProposedAction();
+  }
+}
+
+void MainWindow::dropEvent(QDropEvent* event) {
+  QStringList paths;
+  for (const QUrl& url : event->mimeData()->urls()) {
+    if (url.isLocalFile()) {
+      paths.append(url.toLocalFile());
+    } else {
+      Tell({url.toString() + ": " + tr("is not a file of this computer")});
+    }
+  }
+  event->acceptProposedAction();
+  Open(paths);
+}
+
+void MainWindow::changeEvent(QEvent* event) {
+  QMainWindow::changeEvent(event);
+  if (event->type() == QEvent::PaletteChange) {
+    view_->update();
+  }
+}
+
+}  // namespace mirel

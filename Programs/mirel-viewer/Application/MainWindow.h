@@ -1,0 +1,82 @@
+#pragma once
+
+#include <QMainWindow>
+#include <QStringList>
+
+#include <memory>
+
+class QFileSystemWatcher;
+class QLabel;
+class QProgressBar;
+class QToolButton;
+
+namespace mirel {
+
+class CommandMenus;
+class CutPanel;
+class DesktopHost;
+class Document;
+class MessagesPanel;
+class ModelOpener;
+class ModelView;
+class PartsPanel;
+class TreePanel;
+
+/// The window: the picture in the middle, panels around it, menus of all commands.
+class MainWindow : public QMainWindow {
+  Q_OBJECT
+
+ public:
+  /// For the viewer of a host, which must outlive the window. Modules are loaded before.
+  explicit MainWindow(DesktopHost& host);
+  ~MainWindow() override;
+
+  Document& GetDocument() { return *document_; }
+  ModelView& GetView() { return *view_; }
+  ModelOpener& GetOpener() { return *opener_; }
+  TreePanel& GetTree() { return *tree_; }
+  PartsPanel& GetParts() { return *parts_; }
+  CommandMenus& GetMenus() { return *menus_; }
+
+  void Open(const QStringList& paths);
+  /// Opens in place of what is open.
+  void Replace(const QStringList& paths);
+
+  /// Says something in the panel of messages, which is shown then.
+  void Tell(const QStringList& messages);
+
+ protected:
+  void closeEvent(QCloseEvent* event) override;
+  void dragEnterEvent(QDragEnterEvent* event) override;
+  void dropEvent(QDropEvent* event) override;
+  void changeEvent(QEvent* event) override;
+
+ private:
+  QDockWidget* AddPanel(QWidget* panel, const QString& title, Qt::DockWidgetArea area);
+  void MakePanels();
+  void MakeCommands();
+  void MakeStatusBar();
+  void ShowProgress(const QString& text, int percent);
+  void ShowSelection();
+  void ShowMenu(const QPoint& globalPoint);
+  void TakeOpened(const QString& path, const class SceneNode* root);
+  void TakeFileChange(const QString& path);
+
+  DesktopHost& host_;
+  std::unique_ptr<Document> document_;
+  ModelOpener* opener_;
+  ModelView* view_;
+  TreePanel* tree_;
+  PartsPanel* parts_;
+  CutPanel* cut_;
+  MessagesPanel* messages_;
+  QDockWidget* messagesDock_;
+  CommandMenus* menus_ = nullptr;
+  QFileSystemWatcher* watcher_;
+  QLabel* hoverText_;
+  QLabel* progressText_;
+  QProgressBar* progress_;
+  QToolButton* cancel_;
+};
+
+}  // namespace mirel

@@ -1,0 +1,252 @@
+#include <Programs/mirel-viewer/Document/Document.h>
+
+#include <Programs/mirel-viewer/Document/NodeColoring.h>
+#include <Programs/mirel-viewer/Document/ViewChange.h>
+
+#include <Viewer/Kernel/Host/Renderer/Scene.h>
+#include <Viewer/Kernel/Host/Renderer/SceneNode.h>
+#include <Viewer/Kernel/Host/View/Viewer.h>
+
+#include <algorithm>
+#include <exception>
+#include <utility>
+
+namespace mirel {
+
+Document::Document(std::shared_ptr<Viewer> viewer) : viewer_(std::move(viewer)) {
+  workers_.setMaxThreadCount(1);  // snapshots come in the order in which they were asked for
+}
+
+Document::~Document() {
+  ++snapshotNumber_;
+  workers_.clear();
+  workers_.waitForDone();
+}
+
+const std::vector<std::shared_ptr<SceneNode>>& Document::GetRoots() const {
+  return viewer_->GetContext()->GetScene()->GetNodes();
+}
+
+ModelFile Document::GetFile(const SceneNode* root) const {
+  const auto file = files_.find(root);
+  return file == files_.end() ? ModelFile() : file->second;
+}
+
+void Document::RemoveRoot(const SceneNode* root) {
+  WaitForSnapshot();
+  emit RootRemoved(root);
+  files_.erase(root);
+  viewer_->GetContext()->GetScene()->RemoveNode(*root);
+  TakeSceneChanges();
+}
+
+void Document::Clear() {
+  while (!GetRoots().empty()) {
+    RemoveRoot(GetRoots().back().get());
+  }
+}
+
+void Document::TakeSceneChanges() {
+  viewer_->GetContext()->TakeUpdate();
+  std::vector<const SceneNode*> roots;
+  for (const std::shared_ptr<SceneNode>& root : GetRoots()) {
+    roots.push_back(root.get());
+  }
+  const bool lostSome = std::any_of(knownRoots_.begin(), knownRoots_.end(), [&](const SceneNode* known) {
+    return std::find(roots.begin(), roots.end(), known) == roots.end();
+  });
+  knownRoots_ = roots;
+  if (lostSome) {
+    ForgetNodesOutside();
+  }
+  RenewSnapshot();
+  emit RootsChanged();
+}
+
+// States that can be come back to name nodes that may be gone.
+void Document::ForgetNodesOutside() {
+  undo_.clear();
+  ViewState state;
+  state.sections = state_.sections;
+  state.explosion = state_.explosion;
+  state_ = std::move(state);
+  aroundAlone_.clear();
+  selection_.clear();
+  current_ = nullptr;
+  hovered_ = nullptr;
+  snapshot_ = Snapshot();
+  emit SnapshotChanged();
+  emit SelectionChanged();
+  emit HoverChanged();
+  emit StateChanged();
+}
+
+void Document::RenewSnapshot() {
+  const unsigned number = ++snapshotNumber_;
+  workers_.clear();
+  workers_.start([this, number, roots = GetRoots(), visibility = state_.MakeVisibility(),
+                  coloring = NodeColoring(display_.coloring, GetRoots())] {
+    const auto deliver = [this, number](const Snapshot& made) {
+      QMetaObject::invokeMethod(this, [this, number, made] {
+        if (number == snapshotNumber_) {
+          snapshot_ = made;
+          emit SnapshotChanged();
+        }
+      });
+    };
+    try {
+      Snapshot made(std::make_shared<const DrawScene>(roots, visibility, coloring.GetFunction()));
+      deliver(made);
+      made.caster = std::make_shared<const RayCaster>(made.scene);
+      deliver(made);
+    } catch (const std::exception&) {
+      // Memory has ended: what was drawn before stays, and what was opened is listed in the tree.
+    }
+  });
+}
+
+void Document::WaitForSnapshot() {
+  workers_.waitForDone();
+}
+
+void Document::ChangeState(const QString& text, const std::function<void(ViewState&)>& change, int mergeKey) {
+  ViewState after = state_;
+  change(after);
+  undo_.push(new ViewChange(*this, state_, std::move(after), text, mergeKey));
+}
+
+void Document::ReplaceState(const std::function<void(ViewState&)>& change) {
+  ViewState after = state_;
+  change(after);
+  SetState(after);
+}
+
+void Document::SetState(const ViewState& state) {
+  const bool redraw =
+      state.hidden != state_.hidden || state.ghosts != state_.ghosts || state.alone != state_.alone;
+  state_ = state;
+  aroundAlone_.clear();
+  for (const SceneNode* node : state_.alone) {
+    const std::vector<const SceneNode*> path = node->GetPath();
+    aroundAlone_.insert(path.begin(), path.end());
+  }
+  if (redraw) {
+    RenewSnapshot();
+  }
+  emit StateChanged();
+}
+
+void Document::Hide(const Nodes& nodes) {
+  ChangeState(tr("hide"), [&](ViewState& state) { state.hidden.insert(nodes.begin(), nodes.end()); });
+}
+
+void Document::Show(const Nodes& nodes) {
+  ChangeState(tr("show"), [&](ViewState& state) {
+    for (const SceneNode* node : nodes) {
+      state.hidden.erase(node);
+      state.ghosts.erase(node);
+      if (!state.alone.empty()) {
+        state.alone.insert(node);
+      }
+    }
+  });
+}
+
+void Document::Isolate(const Nodes& nodes) {
+  ChangeState(tr("isolate"), [&](ViewState& state) {
+    state.alone = nodes;
+    for (const SceneNode* node : nodes) {
+      state.hidden.erase(node);
+      state.ghosts.erase(node);
+    }
+  });
+}
+
+void Document::Ghost(const Nodes& nodes) {
+  ChangeState(tr("ghost"), [&](ViewState& state) { state.ghosts.insert(nodes.begin(), nodes.end()); });
+}
+
+void Document::GhostOthers(const Nodes& nodes) {
+  // Ghosted are the largest subtrees that hold none of the nodes.
+  Nodes around;
+  for (const SceneNode* node : nodes) {
+    for (const SceneNode* above : node->GetPath()) {
+      around.insert(above);
+    }
+  }
+  ChangeState(tr("ghost the rest"), [&](ViewState& state) {
+    state.ghosts.clear();
+    for (const std::shared_ptr<SceneNode>& root : GetRoots()) {
+      if (around.count(root.get()) == 0) {
+        state.ghosts.insert(root.get());
+      }
+    }
+    for (const SceneNode* node : around) {
+      if (nodes.count(node) > 0) {
+        continue;
+      }
+      for (const std::shared_ptr<SceneNode>& child : node->GetNodes()) {
+        if (around.count(child.get()) == 0) {
+          state.ghosts.insert(child.get());
+        }
+      }
+    }
+  });
+}
+
+void Document::ShowAll() {
+  ChangeState(tr("show all"), [](ViewState& state) {
+    state.hidden.clear();
+    state.ghosts.clear();
+    state.alone.clear();
+  });
+}
+
+bool Document::IsHidden(const SceneNode& node) const {
+  if (state_.hidden.empty() && state_.alone.empty() && node.IsVisible()) {
+    return false;
+  }
+  bool isAlone = state_.alone.empty();
+  for (const SceneNode* above : node.GetPath()) {
+    if (state_.hidden.count(above) > 0 || !above->IsVisible()) {
+      return true;
+    }
+    isAlone = isAlone || state_.alone.count(above) > 0;
+  }
+  if (isAlone) {
+    return false;
+  }
+  return aroundAlone_.count(&node) == 0;
+}
+
+void Document::SetDisplay(const DisplaySettings& display) {
+  const bool recolor = display.coloring != display_.coloring;
+  display_ = display;
+  if (recolor) {
+    RenewSnapshot();
+  }
+  emit DisplayChanged();
+}
+
+void Document::Select(Nodes nodes, const SceneNode* current) {
+  selection_ = std::move(nodes);
+  current_ = selection_.count(current) > 0 ? current : selection_.empty() ? nullptr : *selection_.begin();
+  emit SelectionChanged();
+}
+
+void Document::ToggleSelected(const SceneNode* node) {
+  Nodes nodes = selection_;
+  if (nodes.erase(node) == 0) {
+    nodes.insert(node);
+  }
+  Select(std::move(nodes), node);
+}
+
+void Document::SetHovered(const SceneNode* node) {
+  if (node != hovered_) {
+    hovered_ = node;
+    emit HoverChanged();
+  }
+}
+
+}  // namespace mirel
