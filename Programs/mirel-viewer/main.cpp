@@ -69,7 +69,7 @@ int main(int argc, char** argv) {
   if (arguments.isSet(benchmark)) {
     stages.emplace(window);
   }
+  window.Open(arguments.positionalArguments());  // goes on while the window comes up
   window.show();
-  window.Open(arguments.positionalArguments());
   return QApplication::exec();
 }
