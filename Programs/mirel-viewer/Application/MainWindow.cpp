@@ -6,9 +6,14 @@
 #include <Programs/mirel-viewer/Commands/CommandMenus.h>
 #include <Programs/mirel-viewer/Commands/ViewerCommands.h>
 #include <Programs/mirel-viewer/Document/Document.h>
+#include <Programs/mirel-viewer/Measure/MeasureCommands.h>
+#include <Programs/mirel-viewer/Measure/MeasureLabels.h>
+#include <Programs/mirel-viewer/Measure/MeasurePanel.h>
+#include <Programs/mirel-viewer/Measure/MeasureSession.h>
 #include <Programs/mirel-viewer/Opening/ModelOpener.h>
 #include <Programs/mirel-viewer/Panels/CutPanel.h>
 #include <Programs/mirel-viewer/Panels/MessagesPanel.h>
+#include <Programs/mirel-viewer/Properties/PropertiesPanel.h>
 #include <Programs/mirel-viewer/Tree/PartsPanel.h>
 #include <Programs/mirel-viewer/Tree/SceneTreeModel.h>
 #include <Programs/mirel-viewer/Tree/TreePanel.h>
@@ -37,6 +42,7 @@ MainWindow::MainWindow(DesktopHost& host) : host_(host) {
   setAcceptDrops(true);
   resize(1280, 820);
   document_ = std::make_unique<Document>(host_.GetActiveViewer());
+  measures_ = std::make_unique<MeasureSession>(*document_);
   opener_ = new ModelOpener(*document_);
   view_ = new ModelView(*document_, this);
   setCentralWidget(view_);
@@ -49,6 +55,13 @@ MainWindow::MainWindow(DesktopHost& host) : host_(host) {
   connect(opener_, &ModelOpener::Idle, this, [this] { ShowProgress(QString(), -1); });
   connect(opener_, &ModelOpener::Opened, this, &MainWindow::TakeOpened);
   connect(opener_, &ModelOpener::Told, this, &MainWindow::Tell);
+  connect(measures_.get(), &MeasureSession::Told, this, &MainWindow::Tell);
+  connect(measures_.get(), &MeasureSession::Changed, view_, [this] {
+    menus_->Refresh();
+    view_->update();
+  });
+  view_->AddOverlay([this](QPainter& painter) { MeasureLabels(*measures_, *view_).Paint(painter); });
+  view_->SetClickFilter([this](const QPointF& point, Qt::KeyboardModifiers) { return TakeMeasureClick(point); });
   connect(view_, &ModelView::Broken, this, [this](const QString& reason) { Tell({reason}); });
   connect(view_, &ModelView::MenuWanted, this, &MainWindow::ShowMenu);
   connect(tree_, &TreePanel::MenuWanted, this, &MainWindow::ShowMenu);
@@ -99,6 +112,9 @@ void MainWindow::MakePanels() {
   QDockWidget* const tree = AddPanel(tree_, tr("Tree"), Qt::LeftDockWidgetArea);
   QDockWidget* const parts = AddPanel(parts_, tr("Parts"), Qt::LeftDockWidgetArea);
   QDockWidget* const cut = AddPanel(cut_, tr("Cut and explode"), Qt::RightDockWidgetArea);
+  QDockWidget* const properties =
+      AddPanel(new PropertiesPanel(*document_), tr("Properties"), Qt::RightDockWidgetArea);
+  measuresDock_ = AddPanel(new MeasurePanel(*measures_), tr("Measures"), Qt::RightDockWidgetArea);
   messagesDock_ = AddPanel(messages_, tr("Messages"), Qt::BottomDockWidgetArea);
   tabifyDockWidget(tree, parts);
   tree->raise();
@@ -106,11 +122,14 @@ void MainWindow::MakePanels() {
     tabs->setAccessibleName(tr("Panels"));
   }
   cut->hide();
+  properties->hide();
+  measuresDock_->hide();
   resizeDocks({tree}, {300}, Qt::Horizontal);
 }
 
 void MainWindow::MakeCommands() {
   RegisterViewerCommands(*this);
+  RegisterMeasureCommands(*this, *measures_);
   QToolBar* const toolbar = addToolBar(tr("Tools"));
   toolbar->setObjectName("Tools");
   toolbar->setMovable(false);
@@ -162,6 +181,11 @@ void MainWindow::Replace(const QStringList& paths) {
   Open(paths);
 }
 
+void MainWindow::ShowMeasures() {
+  measuresDock_->show();
+  measuresDock_->raise();
+}
+
 void MainWindow::Tell(const QStringList& messages) {
   messages_->Add(messages);
   messagesDock_->show();
@@ -204,6 +228,20 @@ void MainWindow::TakeOpened(const QString& path, const SceneNode* root) {
   SavedState::Restore(file.path, *document_, *view_);
   const QString watched = QFileInfo(file.path).isDir() ? file.path + "/index.gz" : file.path;
   watcher_->addPath(watched);
+}
+
+// Whether the click was meant for measuring.
+bool MainWindow::TakeMeasureClick(const QPointF& point) {
+  if (measures_->GetTool() == MeasureSession::Tool::kNone) {
+    return false;
+  }
+  if (document_->GetState().explosion > 0.0) {
+    Tell({tr("parts that are moved apart cannot be measured; put them together first")});
+    return true;
+  }
+  constexpr double kTolerance = 6.0;
+  measures_->Take(view_->Pick(point, kTolerance), point, view_->GetCamera(), {view_->width(), view_->height()});
+  return true;
 }
 
 void MainWindow::TakeFileChange(const QString& path) {

@@ -16,6 +16,7 @@ class CommandMenus;
 class CutPanel;
 class DesktopHost;
 class Document;
+class MeasureSession;
 class MessagesPanel;
 class ModelOpener;
 class ModelView;
@@ -42,6 +43,9 @@ class MainWindow : public QMainWindow {
   /// Opens in place of what is open.
   void Replace(const QStringList& paths);
 
+  /// Shows the panel of what was measured.
+  void ShowMeasures();
+
   /// Says something in the panel of messages, which is shown then.
   void Tell(const QStringList& messages);
 
@@ -61,14 +65,17 @@ class MainWindow : public QMainWindow {
   void ShowMenu(const QPoint& globalPoint);
   void TakeOpened(const QString& path, const class SceneNode* root);
   void TakeFileChange(const QString& path);
+  bool TakeMeasureClick(const QPointF& point);
 
   DesktopHost& host_;
   std::unique_ptr<Document> document_;
+  std::unique_ptr<MeasureSession> measures_;
   ModelOpener* opener_;
   ModelView* view_;
   TreePanel* tree_;
   PartsPanel* parts_;
   CutPanel* cut_;
+  QDockWidget* measuresDock_;
   MessagesPanel* messages_;
   QDockWidget* messagesDock_;
   CommandMenus* menus_ = nullptr;

@@ -27,7 +27,7 @@ QString Ask(const Command& command, const char* question) {
 
 CommandMenus::CommandMenus(QMainWindow& window, QToolBar& toolbar, Viewer& viewer)
     : QObject(&window), window_(window), viewer_(viewer) {
-  for (const char* title : {"File", "Edit", "Show", "View", "Modules", "Help"}) {
+  for (const char* title : {"File", "Edit", "Show", "View", "Measure", "Modules", "Help"}) {
     GetMenu(title);  // in this order, whoever registered first
   }
   for (const std::shared_ptr<Command>& command : CommandManager::Instance().GetCommands()) {
