@@ -124,7 +124,7 @@ void MainWindow::MakePanels() {
   cut->hide();
   properties->hide();
   measuresDock_->hide();
-  resizeDocks({tree}, {300}, Qt::Horizontal);
+  resizeDocks({tree, measuresDock_}, {300, 340}, Qt::Horizontal);
 }
 
 void MainWindow::MakeCommands() {

@@ -53,7 +53,10 @@ void MeasureLabels::Paint(QPainter& painter) const {
     QRectF box =
         QRectF(painter.fontMetrics().boundingRect(text)).adjusted(-kMargin, -kMargin, kMargin, kMargin);
     box.moveTopLeft(*anchor + QPointF(kAway, -kAway - box.height()));
-    painter.drawLine(*anchor, box.bottomLeft());
+    if (box.right() > view_.width()) {
+      box.moveRight(anchor->x() - kAway);
+    }
+    painter.drawLine(*anchor, box.left() > anchor->x() ? box.bottomLeft() : box.bottomRight());
     painter.setPen(QPen(line, 1.0));
     painter.setBrush(palette.color(QPalette::Base));
     painter.drawRoundedRect(box, kMargin, kMargin);

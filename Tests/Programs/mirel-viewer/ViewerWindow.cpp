@@ -100,6 +100,7 @@ void ViewerWindow::SaveForGuide(const QString& name) {
   const QString folder = qEnvironmentVariable("MIREL_VIEWER_PICTURES");
   if (!folder.isEmpty()) {
     Grab();
+    QTest::qWait(200);  // panels are painted later than the picture
     QDir().mkpath(folder);
     window_->screen()->grabWindow(window_->winId()).save(folder + "/" + name + ".png");
   }
