@@ -1,11 +1,12 @@
 #!/usr/bin/env bash
-# Builds the program, saves the sample assembly as a model folder, opens that folder, prints its tree and draws it.
+# Builds the program and the viewer, saves the sample assembly as a model folder, opens that folder, prints its tree and
+# draws it.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
 cmake --preset release >/dev/null
-cmake --build --preset release --target mirel
+cmake --build --preset release --target mirel mirel-viewer
 
 show() {
   echo "\$ $*"
@@ -18,3 +19,4 @@ show build/release/bin/mirel tree build/trolley
 echo
 show build/release/bin/mirel picture build/trolley build/trolley.png
 echo "the picture: $PWD/build/trolley.png"
+echo "in a window: build/release/bin/mirel-viewer build/trolley"
