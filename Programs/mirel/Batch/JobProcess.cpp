@@ -2,6 +2,8 @@
 
 #if defined(__linux__)
 
+#include <Programs/mirel/PipeBytes.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
@@ -28,23 +30,15 @@ constexpr char kOutOfMemory = 'm';
 
 int replyPipe = -1;  // of this process, in one that is a job's
 
-void WriteAll(int file, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(file, data, size);
-    if (written < 0 && errno == EINTR) {
-      continue;
-    }
-    if (written <= 0) {
-      _exit(1);  // nobody listens any more
-    }
-    data += written;
-    size -= static_cast<std::size_t>(written);
+void Reply(const char* data, std::size_t size) {
+  if (!PipeBytes::Write(replyPipe, data, size)) {
+    _exit(1);  // nobody listens any more
   }
 }
 
 // Nothing can be counted on any more: says so and has the process end as if it was asked to.
 void EndOutOfMemory() {
-  WriteAll(replyPipe, &kOutOfMemory, 1);
+  Reply(&kOutOfMemory, 1);
   kill(getpid(), SIGTERM);
   for (;;) {
     pause();
@@ -93,7 +87,7 @@ void Redirect(int from, int to) {
   LimitAddressSpace(addressSpace);
   std::set_new_handler(&EndOutOfMemory);
   const std::string reply = kDone + job();
-  WriteAll(replyPipe, reply.data(), reply.size());
+  Reply(reply.data(), reply.size());
   _exit(0);  // nothing is destroyed that goes with the process
 }
 

@@ -1,5 +1,7 @@
 #include <Programs/mirel/Check/GuardedLoop.h>
 
+#include <Programs/mirel/PipeBytes.h>
+
 #include <Standard_Failure.hxx>
 
 #include <cstdint>
@@ -44,53 +46,24 @@ constexpr char kSaid = 's';
 constexpr char kDone = 'd';
 constexpr char kFailed = 'f';
 
-bool WriteAll(int file, const char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t written = write(file, data, size);
-    if (written < 0 && errno == EINTR) {
-      continue;
-    }
-    if (written <= 0) {
-      return false;
-    }
-    data += written;
-    size -= static_cast<std::size_t>(written);
-  }
-  return true;
-}
-
-bool ReadAll(int file, char* data, std::size_t size) {
-  while (size > 0) {
-    const ssize_t got = read(file, data, size);
-    if (got < 0 && errno == EINTR) {
-      continue;
-    }
-    if (got <= 0) {
-      return false;
-    }
-    data += got;
-    size -= static_cast<std::size_t>(got);
-  }
-  return true;
-}
-
 void Send(int pipe, char kind, const std::string& text) {
   const std::uint32_t size = static_cast<std::uint32_t>(text.size());
   std::string message(1, kind);
   message.append(reinterpret_cast<const char*>(&size), sizeof size);
   message += text;
-  if (!WriteAll(pipe, message.data(), message.size())) {
+  if (!PipeBytes::Write(pipe, message.data(), message.size())) {
     _exit(1);  // nobody listens any more
   }
 }
 
 bool Receive(int pipe, char& kind, std::string& text) {
   std::uint32_t size = 0;
-  if (!ReadAll(pipe, &kind, 1) || !ReadAll(pipe, reinterpret_cast<char*>(&size), sizeof size)) {
+  if (!PipeBytes::Read(pipe, &kind, 1) ||
+      !PipeBytes::Read(pipe, reinterpret_cast<char*>(&size), sizeof size)) {
     return false;
   }
   text.resize(size);
-  return ReadAll(pipe, text.data(), size);
+  return PipeBytes::Read(pipe, text.data(), size);
 }
 
 void LimitMemory(std::uint64_t more) {
