@@ -7,32 +7,21 @@ include(CMakePackageConfigHelpers)
 set(MIREL_INSTALL_INCLUDEDIR ${CMAKE_INSTALL_INCLUDEDIR}/mirel)
 set(MIREL_INSTALL_CMAKEDIR ${CMAKE_INSTALL_LIBDIR}/cmake/Mirel)
 
-install(
-  TARGETS MirelHost MirelViewerKernel
-  EXPORT MirelTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT dev
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT dev
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime
-  FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT dev)
-install(EXPORT MirelTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT dev)
-
-install(
-  TARGETS MirelDraw
-  EXPORT MirelDrawTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT draw NAMELINK_COMPONENT drawdev
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT drawdev
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT draw
-  FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT drawdev)
-install(EXPORT MirelDrawTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT drawdev)
-
-install(
-  TARGETS MirelDrawGL
-  EXPORT MirelDrawGLTargets
-  LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT drawgl NAMELINK_COMPONENT drawdev
-  ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT drawdev
-  RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT drawgl
-  FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT drawdev)
-install(EXPORT MirelDrawGLTargets NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT drawdev)
+# mirel_install_libraries(EXPORT RUNTIME DEV TARGETS...): libraries into the component RUNTIME, what a program is built with into
+# the component DEV.
+function(mirel_install_libraries export runtime dev)
+  install(
+    TARGETS ${ARGN}
+    EXPORT ${export}
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${runtime} NAMELINK_COMPONENT ${dev}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT ${dev}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT ${runtime}
+    FILE_SET HEADERS DESTINATION ${MIREL_INSTALL_INCLUDEDIR} COMPONENT ${dev})
+  install(EXPORT ${export} NAMESPACE Mirel:: DESTINATION ${MIREL_INSTALL_CMAKEDIR} COMPONENT ${dev})
+endfunction()
+mirel_install_libraries(MirelTargets runtime dev MirelHost MirelViewerKernel)
+mirel_install_libraries(MirelDrawTargets draw drawdev MirelDraw)
+mirel_install_libraries(MirelDrawGLTargets drawgl drawdev MirelDrawGL)
 
 configure_package_config_file(cmake/MirelConfig.cmake.in ${PROJECT_BINARY_DIR}/MirelConfig.cmake
                               INSTALL_DESTINATION ${MIREL_INSTALL_CMAKEDIR})
@@ -47,8 +36,11 @@ file(RELATIVE_PATH MIREL_PC_PREFIX /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" MIREL_PC_PREFIX "\${pcfiledir}/${MIREL_PC_PREFIX}")
 foreach(module IN ITEMS mirel-host mirel-viewer-kernel mirel-draw mirel-draw-gl)
   configure_file(cmake/${module}.pc.in ${PROJECT_BINARY_DIR}/${module}.pc @ONLY)
-  install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig
-          COMPONENT $<IF:$<STREQUAL:${module},mirel-draw>,drawdev,$<IF:$<STREQUAL:${module},mirel-draw-gl>,drawdev,dev>>)
+  set(component dev)
+  if(module MATCHES "^mirel-draw")
+    set(component drawdev)
+  endif()
+  install(FILES ${PROJECT_BINARY_DIR}/${module}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT ${component})
 endforeach()
 
 if(TARGET mirel)
