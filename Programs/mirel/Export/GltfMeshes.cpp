@@ -9,6 +9,7 @@
 
 #include <glm/glm.hpp>
 #include <glm/gtc/matrix_transform.hpp>
+#include <glm/gtc/type_ptr.hpp>
 
 #include <algorithm>
 #include <cmath>
@@ -18,7 +19,7 @@ namespace mirel {
 
 namespace {
 
-// Numbers of the glTF specification.
+// Numbers that glTF gives.
 constexpr int kByte = 5120, kUnsignedShort = 5123, kUnsignedInt = 5125, kFloat = 5126;
 constexpr int kVertexTarget = 34962, kIndexTarget = 34963;
 constexpr int kLinesMode = 1;
@@ -52,15 +53,6 @@ std::array<glm::dvec3, 2> FindRange(const std::vector<Vertex>& points) {
     range[1] = glm::max(range[1], place);
   }
   return range;
-}
-
-void AddVector(JsonText& json, const char* key, const glm::dvec3& vector) {
-  json.Key(key);
-  json.BeginArray();
-  for (int i = 0; i < 3; ++i) {
-    json.Number(vector[i]);
-  }
-  json.EndArray();
 }
 
 /// The faces of one colour, in the order of the body.
@@ -379,8 +371,10 @@ void GltfMeshes::AddAccessors(JsonText& json) const {
     json.Key("type");
     json.Text(accessor.isVector ? "VEC3" : "SCALAR");
     if (accessor.range) {
-      AddVector(json, "min", (*accessor.range)[0]);
-      AddVector(json, "max", (*accessor.range)[1]);
+      json.Key("min");
+      json.Numbers(glm::value_ptr((*accessor.range)[0]), 3);
+      json.Key("max");
+      json.Numbers(glm::value_ptr((*accessor.range)[1]), 3);
     }
     json.EndObject();
   }

@@ -30,7 +30,7 @@ struct GltfOptions {
 /// What a glTF file holds of bodies: meshes, materials, and the bytes behind them. Every body is written once, every body in
 /// other colours has a mesh of its own that shares its vertices.
 ///
-/// glTF 2.0 specification, sections 3.6 (buffers), 3.7 (meshes) and 3.9 (materials); the extensions
+/// Source: glTF 2.0, sections 3.6 (buffers), 3.7 (meshes) and 3.9 (materials); the extensions
 /// `KHR_mesh_quantization` and `EXT_meshopt_compression` as the Khronos registry has them.
 class GltfMeshes {
  public:

@@ -1,5 +1,7 @@
 #include <Programs/mirel/Export/GltfPlacement.h>
 
+#include <Programs/mirel/Export/PlacedBodies.h>
+
 #include <math_Jacobi.hxx>
 #include <math_Matrix.hxx>
 #include <math_Vector.hxx>
@@ -14,18 +16,6 @@ namespace {
 
 // Loaders take matrices apart in single precision.
 constexpr double kSquareAngle = 1e-6;
-
-bool IsUsable(const glm::dmat4& matrix) {
-  for (int column = 0; column < 4; ++column) {
-    for (int row = 0; row < 4; ++row) {
-      if (!std::isfinite(matrix[column][row])) {
-        return false;
-      }
-    }
-  }
-  const double volume = std::abs(glm::determinant(glm::dmat3(matrix)));
-  return volume > 0.0 && std::isfinite(volume);
-}
 
 bool HasSquareAxes(const glm::dmat3& axes) {
   for (int i = 0; i < 3; ++i) {
@@ -63,7 +53,7 @@ glm::dmat3 FindPrincipalAxes(const glm::dmat3& axes) {
 }  // namespace
 
 std::vector<glm::dmat4> GltfPlacement::Split(const glm::dmat4& placement) {
-  if (!IsUsable(placement)) {
+  if (!PlacedBodies::CanPlace(placement)) {
     return {};
   }
   const glm::dmat3 axes(placement);

@@ -1,10 +1,13 @@
 #include <Programs/mirel/Export/GltfWriter.h>
 
 #include <Programs/mirel/Export/GltfPlacement.h>
+#include <Programs/mirel/Export/LittleEndian.h>
 #include <Programs/mirel/Text/JsonText.h>
 
 #include <Viewer/Kernel/Host/Core/MathUtil.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
+
+#include <glm/gtc/type_ptr.hpp>
 
 #include <limits>
 #include <utility>
@@ -21,18 +24,6 @@ constexpr std::size_t kChunkAlignment = 4;
 // Millimetres with z upwards become metres with y upwards.
 const glm::dmat4 kAxes(glm::dvec4(0.001, 0, 0, 0), glm::dvec4(0, 0, -0.001, 0), glm::dvec4(0, 0.001, 0, 0),
                        glm::dvec4(0, 0, 0, 1));
-
-void AppendNumber(std::string& bytes, std::uint32_t number) {
-  for (int i = 0; i < 4; ++i) {
-    bytes.push_back(static_cast<char>(number >> (8 * i)));
-  }
-}
-
-void SetNumber(std::string& bytes, std::size_t offset, std::uint32_t number) {
-  std::string written;
-  AppendNumber(written, number);
-  bytes.replace(offset, written.size(), written);
-}
 
 void Pad(std::string& bytes, char filler) {
   while (bytes.size() % kChunkAlignment != 0) {
@@ -105,11 +96,7 @@ void GltfWriter::AddNode(JsonText& json, const Node& node) const {
   }
   if (!MathUtil::IsIdentity(node.placement)) {
     json.Key("matrix");
-    json.BeginArray();
-    for (int i = 0; i < 16; ++i) {
-      json.Number(node.placement[i / 4][i % 4]);
-    }
-    json.EndArray();
+    json.Numbers(glm::value_ptr(node.placement), 16);
   }
   if (node.mesh) {
     json.Key("mesh");
@@ -182,21 +169,21 @@ bool GltfWriter::MakeBinary(std::string& file) const {
   }
   file.clear();
   file.reserve(kHeaders + json.size() + bytes.size() + kChunkAlignment);
-  AppendNumber(file, kGlbMagic);
-  AppendNumber(file, kGlbVersion);
-  AppendNumber(file, 0);  // the size, when it is known
-  AppendNumber(file, static_cast<std::uint32_t>(json.size()));
-  AppendNumber(file, kJsonChunk);
+  LittleEndian::Append(file, kGlbMagic);
+  LittleEndian::Append(file, kGlbVersion);
+  LittleEndian::Append(file, 0);  // the size, when it is known
+  LittleEndian::Append(file, static_cast<std::uint32_t>(json.size()));
+  LittleEndian::Append(file, kJsonChunk);
   file += json;
   if (!bytes.empty()) {
     const std::size_t header = file.size();
-    AppendNumber(file, 0);
-    AppendNumber(file, kBinaryChunk);
+    LittleEndian::Append(file, 0);
+    LittleEndian::Append(file, kBinaryChunk);
     file += bytes;
     Pad(file, '\0');
-    SetNumber(file, header, static_cast<std::uint32_t>(file.size() - header - 8));
+    LittleEndian::Set(file, header, static_cast<std::uint32_t>(file.size() - header - 8));
   }
-  SetNumber(file, 8, static_cast<std::uint32_t>(file.size()));
+  LittleEndian::Set(file, 8, static_cast<std::uint32_t>(file.size()));
   return true;
 }
 

@@ -10,6 +10,12 @@
 
 namespace mirel {
 
+bool PlacedBodies::CanPlace(const glm::dmat4& placement) {
+  // A number that is none, anywhere in the matrix, makes its determinant one too.
+  const double volume = std::abs(glm::determinant(placement));
+  return volume > 0.0 && std::isfinite(volume);
+}
+
 std::uint64_t PlacedBodies::VisitAll(const SceneNode& root, const Visit& visit) {
   struct Open {
     const SceneNode* node;
@@ -34,8 +40,7 @@ std::uint64_t PlacedBodies::VisitAll(const SceneNode& root, const Visit& visit) 
     if (!body.GetGRep() || body.GetGRep()->GetMesh().triangles.empty()) {
       continue;
     }
-    const double volume = std::abs(glm::determinant(next.placement));
-    if (volume > 0.0 && std::isfinite(volume)) {
+    if (CanPlace(next.placement)) {
       visit(body, next.placement);
     } else {
       ++passedOver;

@@ -12,7 +12,10 @@ class SceneNode;
 
 /// Goes over what is visible of a tree, as often as it is placed.
 struct PlacedBodies {
-  /// Called with a node whose body has triangles, and its placement, which is finite and does not flatten.
+  /// Whether something can be put there: the placement is finite and does not flatten.
+  static bool CanPlace(const glm::dmat4& placement);
+
+  /// Called with a node whose body has triangles, and its placement, for which `CanPlace` is true.
   using Visit = std::function<void(const BrepSceneNode& node, const glm::dmat4& placement)>;
 
   /// In the order of the tree. Returns how many bodies were passed over because they cannot be put where they stand.

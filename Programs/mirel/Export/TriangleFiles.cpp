@@ -1,5 +1,6 @@
 #include <Programs/mirel/Export/TriangleFiles.h>
 
+#include <Programs/mirel/Export/LittleEndian.h>
 #include <Programs/mirel/Export/PlacedBodies.h>
 
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
@@ -47,17 +48,11 @@ struct PlacedMesh {
   const bool isMirrored_;
 };
 
-void AppendWord(std::string& file, std::uint32_t word) {
-  for (int i = 0; i < 4; ++i) {
-    file.push_back(static_cast<char>(word >> (8 * i)));
-  }
-}
-
 void AppendVector(std::string& file, const glm::vec3& vector) {
   for (int i = 0; i < 3; ++i) {
     std::uint32_t bits = 0;
     std::memcpy(&bits, &vector[i], sizeof bits);
-    AppendWord(file, bits);
+    LittleEndian::Append(file, bits);
   }
 }
 
@@ -96,7 +91,7 @@ bool TriangleFiles::MakeStl(std::string& file) {
   constexpr std::size_t kTriangle = 50;
   file.assign(kStlHeader, ' ');
   file.reserve(kStlHeader + 4 + counts.triangles * kTriangle);
-  AppendWord(file, static_cast<std::uint32_t>(counts.triangles));
+  LittleEndian::Append(file, static_cast<std::uint32_t>(counts.triangles));
   leftOut_ = PlacedBodies::VisitAll(root_, [&file](const BrepSceneNode& node, const glm::dmat4& placement) {
     const GRepMesh& mesh = node.GetGRep()->GetMesh();
     const PlacedMesh placed(mesh, placement);
@@ -176,7 +171,7 @@ bool TriangleFiles::MakePly(std::string& file) {
     for (std::size_t triangle = 0; triangle < mesh.GetTriangleCount(); ++triangle) {
       file.push_back(3);
       for (const std::uint32_t corner : placed.GetCorners(triangle)) {
-        AppendWord(file, before + corner);
+        LittleEndian::Append(file, before + corner);
       }
       const glm::vec3& color = node.GetDrawnColor(faces[triangle]);
       for (int i = 0; i < 3; ++i) {

@@ -9,6 +9,8 @@
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 
+#include <glm/gtc/type_ptr.hpp>
+
 #include <charconv>
 #include <vector>
 
@@ -26,14 +28,6 @@ std::size_t CountChildren(const SceneNode& node) {
 void AppendNumber(std::string& out, float value) {
   char digits[32];
   out.append(digits, std::to_chars(digits, digits + sizeof digits, value).ptr);
-}
-
-void AddColor(JsonText& json, const glm::vec3& color) {
-  json.BeginArray();
-  for (int i = 0; i < 3; ++i) {
-    json.Number(color[i]);
-  }
-  json.EndArray();
 }
 
 }  // namespace
@@ -88,22 +82,18 @@ void NodeTreePrinter::BeginNode(const SceneNode& node, std::uint64_t level, bool
   json.Text(std::to_string(node.GetUserId()));
   if (!MathUtil::IsIdentity(node.GetTransform())) {
     json.Key("transform");
-    json.BeginArray();
-    for (int i = 0; i < 16; ++i) {
-      json.Number(node.GetTransform()[i / 4][i % 4]);
-    }
-    json.EndArray();
+    json.Numbers(glm::value_ptr(node.GetTransform()), 16);
   }
   if (shape != nullptr && shape->GetColor().r >= 0.0F) {
     json.Key("color");
-    AddColor(json, shape->GetColor());
+    json.Numbers(glm::value_ptr(shape->GetColor()), 3);
   }
   if (shape != nullptr && !shape->GetFaceColors().empty()) {
     json.Key("faceColors");
     json.BeginObject();
     for (const auto& face : shape->GetFaceColors()) {
       json.Key(std::to_string(face.first));
-      AddColor(json, face.second);
+      json.Numbers(glm::value_ptr(face.second), 3);
     }
     json.EndObject();
   }

@@ -4,20 +4,13 @@
 
 #include <Viewer/Kernel/Host/Renderer/SceneNode.h>
 
+#include <glm/gtc/type_ptr.hpp>
+
 namespace mirel {
 
 namespace {
 
 constexpr std::size_t kMaxNumber = 0xFFFFFF;
-
-void AddVector(JsonText& json, const char* key, const glm::dvec3& vector) {
-  json.Key(key);
-  json.BeginArray();
-  for (int i = 0; i < 3; ++i) {
-    json.Number(vector[i]);
-  }
-  json.EndArray();
-}
 
 }  // namespace
 
@@ -58,9 +51,12 @@ std::string FaceLegend::MakeJson(const Camera& camera) const {
   json.Unsigned(static_cast<std::uint64_t>(map_.height));
   json.Key("projection");
   json.Text(camera.GetProjection() == Camera::Projection::kPerspective ? "perspective" : "parallel");
-  AddVector(json, "eye", camera.GetEye());
-  AddVector(json, "target", camera.GetTarget());
-  AddVector(json, "up", camera.GetUp());
+  json.Key("eye");
+  json.Numbers(glm::value_ptr(camera.GetEye()), 3);
+  json.Key("target");
+  json.Numbers(glm::value_ptr(camera.GetTarget()), 3);
+  json.Key("up");
+  json.Numbers(glm::value_ptr(camera.GetUp()), 3);
   json.Key("targetHeight");
   json.Number(camera.GetHeight());
 

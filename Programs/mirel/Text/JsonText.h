@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -26,6 +27,15 @@ class JsonText {
   /// With the fewest digits that read back to the same number.
   void Number(double value);
   void Number(float value);
+  /// An array of so many numbers, such as those of a vector or a matrix, column by column.
+  template <typename Real>
+  void Numbers(const Real* values, std::size_t count) {
+    BeginArray();
+    for (std::size_t i = 0; i < count; ++i) {
+      Number(values[i]);
+    }
+    EndArray();
+  }
   void Integer(std::int64_t value);
   void Unsigned(std::uint64_t value);
   void Bool(bool value);
