@@ -7,6 +7,10 @@ cd "$(dirname "$0")/.."
 scripts/setup.sh
 cmake --preset release >/dev/null
 cmake --build --preset release --target mirel mirel-viewer
+# What `mirel page` needs is built where node is, as CMake has it.
+if command -v node >/dev/null && command -v npm >/dev/null; then
+  cmake --build --preset release --target MirelWeb
+fi
 
 show() {
   echo "\$ $*"
