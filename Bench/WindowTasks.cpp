@@ -7,10 +7,13 @@
 
 #include <Viewer/Draw/DrawScene.h>
 #include <Viewer/Draw/GL/GLRenderer.h>
+#include <Viewer/Draw/Picker.h>
+#include <Viewer/Draw/RayCaster.h>
 #include <Viewer/Draw/Selection.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <ctime>
 #include <memory>
@@ -89,24 +92,55 @@ Figures DrawWindow(const TaskInput& input) {
   return figures;
 }
 
+// Seconds of the processor for a pick, under places all over the middle of the picture.
+void PickPlaces(const std::shared_ptr<const RayCaster>& caster, const Camera& camera, Figures& figures) {
+  constexpr int kSide = 100;
+  const glm::dvec2 size(Options().width, Options().height);
+  double worst = 0.0;
+  const double start = GetThreadTime();
+  for (int i = 0; i < kSide * kSide; ++i) {
+    const glm::dvec2 place(0.25 + 0.5 * (i % kSide) / kSide, 0.25 + 0.5 * (i / kSide) / kSide);
+    const double before = GetThreadTime();
+    Picker(caster, camera, size).Pick(place * size, 6.0);
+    worst = std::max(worst, GetThreadTime() - before);
+  }
+  figures.Set("pick", (GetThreadTime() - start) / (kSide * kSide));
+  figures.Set("worstPick", worst);
+}
+
+// The bytes for shaders, triangles and a single model.
+double MeasureOne(const SceneNode& model) {
+  Figures figures;
+  const Meter meter;
+  const auto scene = std::make_shared<const DrawScene>(model);
+  GLRenderer renderer;
+  renderer.SetScene(scene);
+  DrawFrame(renderer, LookAt(*scene), Options());
+  meter.Stop(figures);
+  renderer.Release();
+  return figures.Get("liveBytes");
+}
+
 /// The model in a square of copies, --count placed bodies at least: what the processor does for a frame. Mesa's driver
 /// that does nothing stands in for a graphics card, so that no drawing is counted.
 Figures SubmitCopies(const TaskInput& input) {
   setenv("GALLIUM_NOOP", "1", 1);
-  const std::shared_ptr<GroupSceneNode> root = CopyModel(Open(input), input.count);
+  const std::shared_ptr<SceneNode> model = Open(input);
+  const std::shared_ptr<GroupSceneNode> root = CopyModel(model, input.count);
   OffscreenGL gl;
   Begin(gl);
   Figures figures;
+  const double fixed = MeasureOne(*model);
+  GLRenderer renderer;
   const Meter meter;
   const auto scene = std::make_shared<const DrawScene>(*root);
-  GLRenderer renderer;
   renderer.SetScene(scene);
   Camera camera = LookAt(*scene);
   DrawFrame(renderer, camera, Options());
   meter.Stop(figures);
   figures.Set("placedShapes", scene->GetPlacementCount());
   // Of the scene and the renderer; the nodes are there before.
-  figures.Set("bytesOfPlacement", figures.Get("liveBytes") / scene->GetPlacementCount());
+  figures.Set("bytesOfPlacement", (figures.Get("liveBytes") - fixed) / scene->GetPlacementCount());
   double submit = 0.0, hover = 0.0;
   for (int i = 0; i < kFrames; ++i) {
     camera.Orbit(0.02, 0.0);
@@ -123,6 +157,14 @@ Figures SubmitCopies(const TaskInput& input) {
   figures.Set("submit", submit);
   figures.Set("hover", hover);
   renderer.Release();
+
+  Figures index;
+  const Meter indexMeter;
+  const auto caster = std::make_shared<const RayCaster>(scene);
+  indexMeter.Stop(index);
+  figures.Set("indexSeconds", index.Get("userSeconds"));
+  figures.Set("bytesOfIndex", index.Get("liveBytes") / scene->GetPlacementCount());
+  PickPlaces(caster, camera, figures);
   return figures;
 }
 
@@ -130,7 +172,7 @@ Figures SubmitCopies(const TaskInput& input) {
 
 std::vector<Task> WindowTasks() {
   return {{"window", "the model drawn with OpenGL: first frame, later ones, a smooth one", DrawWindow},
-          {"submit", "what the processor does for a frame of --count bodies", SubmitCopies}};
+          {"submit", "what the processor does for a frame and a pick of --count bodies, and the memory", SubmitCopies}};
 }
 
 }  // namespace mirel::bench

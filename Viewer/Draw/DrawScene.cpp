@@ -132,17 +132,16 @@ class DrawScene::Gathering {
                             !color_ && node.GetColor().r < 0.0f, ghost);
     const auto [known, isNew] = known_.try_emplace(likeness, batches.size());
     if (!isNew) return batches[known->second];
-    DrawBatch batch;
-    batch.grep = node.GetGRep();
-    batch.palette = color_ ? std::make_shared<DrawPalette>(color) : std::make_shared<DrawPalette>(node);
-    batch.ghost = ghost;
-    batches.push_back(std::move(batch));
+    batches.push_back({node.GetGRep(),
+                       color_ ? std::make_shared<DrawPalette>(color) : std::make_shared<DrawPalette>(node),
+                       ghost, 0, PlacementList(scene_.turns_), {}});
     return batches.back();
   }
 
   // And gives back what the lists had grown too large.
   void Number() {
     scene_.nodes_.shrink_to_fit();
+    scene_.turns_->Finish();
     std::uint32_t first = 0;
     for (DrawBatch& batch : scene_.batches_) {
       batch.first = first;
@@ -178,6 +177,7 @@ DrawScene::~DrawScene() = default;
 
 std::shared_ptr<const DrawScene> DrawScene::Move(const std::vector<glm::vec3>& offsets, double factor) const {
   const std::shared_ptr<DrawScene> moved(new DrawScene());
+  moved->turns_ = turns_;
   moved->batches_ = batches_;
   moved->wires_ = wires_;
   moved->nodes_ = nodes_;
@@ -185,19 +185,19 @@ std::shared_ptr<const DrawScene> DrawScene::Move(const std::vector<glm::vec3>& o
   moved->leftOut_ = leftOut_;
   for (DrawBatch& batch : moved->batches_) {
     for (std::size_t i = 0; i < batch.placements.size(); ++i) {
-      glm::dmat4x3& placement = batch.placements[i];
-      const glm::dvec3 before = placement[3];
-      if (batch.first + i < offsets.size()) placement[3] += factor * glm::dvec3(offsets[batch.first + i]);
-      AABoxT<double> box = Place(batch.grep->GetBoundingBox(), placement);
+      const glm::dvec3 before = batch.placements.GetOrigin(i);
+      if (batch.first + i < offsets.size())
+        batch.placements.SetOrigin(i, before + factor * glm::dvec3(offsets[batch.first + i]));
+      AABoxT<double> box = Place(batch.grep->GetBoundingBox(), batch.placements[i]);
       if (!box.IsFinite() || !IsInReach(box)) {
-        placement[3] = before;
-        box = Place(batch.grep->GetBoundingBox(), placement);
+        batch.placements.SetOrigin(i, before);
+        box = Place(batch.grep->GetBoundingBox(), batch.placements[i]);
       }
       moved->box_.Merge(box);
     }
   }
   for (const DrawBatch& batch : wires_) {
-    for (const glm::dmat4x3& placement : batch.placements)
+    for (const glm::dmat4x3 placement : batch.placements)
       moved->box_.Merge(Place(batch.grep->GetBoundingBox(), placement));
   }
   return moved;
@@ -210,7 +210,7 @@ const DrawBatch& DrawScene::GetBatch(std::uint32_t placement) const {
   return *std::prev(behind);
 }
 
-const glm::dmat4x3& DrawScene::GetPlacement(std::uint32_t placement) const {
+glm::dmat4x3 DrawScene::GetPlacement(std::uint32_t placement) const {
   const DrawBatch& batch = GetBatch(placement);
   return batch.placements[placement - batch.first];
 }
@@ -231,9 +231,10 @@ std::array<glm::dvec3, 8> DrawScene::GetCorners(std::uint32_t placement) const {
 
 std::array<glm::dvec3, 8> DrawScene::GetCorners(const DrawBatch& batch, std::size_t number) {
   std::array<glm::dvec3, 8> corners = {};
+  const glm::dmat4x3 placement = batch.placements[number];
   for (int i = 0; i < 8; ++i)
     corners[static_cast<std::size_t>(i)] =
-        batch.placements[number] * glm::dvec4(GetCorner(batch.grep->GetBoundingBox(), i), 1.0);
+        placement * glm::dvec4(GetCorner(batch.grep->GetBoundingBox(), i), 1.0);
   return corners;
 }
 

@@ -3,6 +3,7 @@
 #include <Viewer/Draw/DrawExport.h>
 #include <Viewer/Draw/DrawPalette.h>
 #include <Viewer/Draw/NodeVisibility.h>
+#include <Viewer/Draw/PlacementList.h>
 #include <Viewer/Kernel/Host/GeometryView/AABoxT.h>
 
 #include <glm/glm.hpp>
@@ -28,7 +29,7 @@ struct DrawBatch {
   std::uint32_t first = 0;
   /// From the body's coordinates to those of the scene, in mm, column by column. Finite and invertible; may mirror,
   /// scale and shear.
-  std::vector<glm::dmat4x3> placements;
+  PlacementList placements;
   /// For each placement, its body's position in `DrawScene::GetNodes`.
   std::vector<std::uint32_t> nodes;
 };
@@ -77,7 +78,9 @@ class MIREL_DRAW_API DrawScene {
 
   /// The batch of a placement, which must be one of the scene's.
   const DrawBatch& GetBatch(std::uint32_t placement) const;
-  const glm::dmat4x3& GetPlacement(std::uint32_t placement) const;
+  glm::dmat4x3 GetPlacement(std::uint32_t placement) const;
+  /// The ways in which placements and wires are turned, see `PlacementList::GetTurnNumber`.
+  const PlacementTurns& GetTurns() const { return *turns_; }
 
   /// All nodes that were visited, parents before their children; a root is the first.
   const std::vector<DrawNode>& GetNodes() const { return nodes_; }
@@ -106,6 +109,7 @@ class MIREL_DRAW_API DrawScene {
 
   DrawScene() = default;
 
+  std::shared_ptr<PlacementTurns> turns_ = std::make_shared<PlacementTurns>();
   std::vector<DrawBatch> batches_, wires_;
   std::vector<DrawNode> nodes_;
   AABoxT<double> box_;

@@ -130,7 +130,7 @@ PickResult Picker::Pick(const glm::dvec2& point, double tolerance) const {
 
 void Picker::Snap(const glm::dvec2& point, double tolerance, PickResult& result) const {
   const GRepMesh& mesh = caster_->GetScene().GetBatch(result.hit.placement).grep->GetMesh();
-  const glm::dmat4x3& placement = caster_->GetScene().GetPlacement(result.hit.placement);
+  const glm::dmat4x3 placement = caster_->GetScene().GetPlacement(result.hit.placement);
   const double depth = camera_.Project(result.point, size_).z;
   const double deepest = depth + kBehind * tolerance * camera_.GetPixelSize(depth, size_);
   const auto isSeen = [&](const glm::dvec3& place, double placeDepth) {

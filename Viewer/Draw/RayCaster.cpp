@@ -137,7 +137,7 @@ struct RayCaster::Index {
   }
 
   void AddInstance(const Body& body, const DrawBatch& batch, std::size_t number) {
-    const glm::dmat4x3& placement = batch.placements[number];
+    const glm::dmat4x3 placement = batch.placements[number];
     const glm::dvec3 origin = placement * glm::dvec4(body.middle, 1.0) - center;
     float matrix[12];
     for (int row = 0; row < 3; ++row) {
@@ -173,7 +173,7 @@ struct RayCaster::Index {
     const DrawBatch& batch = scene.GetBatch(hit.instID[0]);
     const Body& body = bodies[batchBodies[static_cast<std::size_t>(&batch - scene.GetBatches().data())]];
     const std::uint32_t* const corners = &body.mesh->triangles[std::size_t{3} * hit.primID];
-    const glm::mat3 turn(glm::dmat3(batch.placements[hit.instID[0] - batch.first]));
+    const glm::mat3 turn(batch.placements.GetTurn(hit.instID[0] - batch.first));
     // Out of the material stays out of it through any placement that way, mirrors included.
     glm::mat3 cofactors(glm::cross(turn[1], turn[2]), glm::cross(turn[2], turn[0]),
                         glm::cross(turn[0], turn[1]));

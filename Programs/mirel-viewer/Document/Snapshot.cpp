@@ -3,11 +3,13 @@
 #include <Viewer/Kernel/Host/Renderer/SceneNode.h>
 
 #include <algorithm>
+#include <functional>
+#include <utility>
 
 namespace mirel {
 
 Snapshot::Snapshot(std::shared_ptr<const DrawScene> drawn) : scene(std::move(drawn)) {
-  std::vector<PlacedNode> placed;
+  std::vector<std::pair<const SceneNode*, std::uint32_t>> placed;
   placed.reserve(scene->GetPlacementCount());
   for (const DrawBatch& batch : scene->GetBatches()) {
     for (std::size_t i = 0; i < batch.nodes.size(); ++i) {
@@ -16,7 +18,12 @@ Snapshot::Snapshot(std::shared_ptr<const DrawScene> drawn) : scene(std::move(dra
     }
   }
   std::sort(placed.begin(), placed.end());
-  byNode_ = std::make_shared<const std::vector<PlacedNode>>(std::move(placed));
+  auto order = std::make_shared<std::vector<std::uint32_t>>();
+  order->reserve(placed.size());
+  for (const auto& [node, placement] : placed) {
+    order->push_back(placement);
+  }
+  byNode_ = std::move(order);
 }
 
 const SceneNode* Snapshot::GetNode(std::uint32_t placement) const {
@@ -32,9 +39,12 @@ std::vector<std::uint32_t> Snapshot::FindPlacements(const std::unordered_set<con
   // What the mouse is over is one body, and is asked for all the time.
   if (nodes.size() == 1 && (*nodes.begin())->GetKind() == SceneNodeKind::kBrep) {
     const SceneNode* const node = *nodes.begin();
-    auto found = std::lower_bound(byNode_->begin(), byNode_->end(), PlacedNode(node, 0));
-    for (; found != byNode_->end() && found->first == node; ++found) {
-      placements.push_back(found->second);
+    auto found = std::lower_bound(byNode_->begin(), byNode_->end(), node,
+                                  [this](std::uint32_t placement, const SceneNode* wanted) {
+                                    return std::less<>()(GetNode(placement), wanted);
+                                  });
+    for (; found != byNode_->end() && GetNode(*found) == node; ++found) {
+      placements.push_back(*found);
     }
     return placements;
   }

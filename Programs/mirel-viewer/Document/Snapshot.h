@@ -6,7 +6,6 @@
 #include <cstdint>
 #include <memory>
 #include <unordered_set>
-#include <utility>
 #include <vector>
 
 namespace mirel {
@@ -27,9 +26,7 @@ struct Snapshot {
   std::vector<std::uint32_t> FindPlacements(const std::unordered_set<const SceneNode*>& nodes) const;
 
  private:
-  using PlacedNode = std::pair<const SceneNode*, std::uint32_t>;
-
-  std::shared_ptr<const std::vector<PlacedNode>> byNode_;  // in ascending order
+  std::shared_ptr<const std::vector<std::uint32_t>> byNode_;  // placements in the order of their nodes' addresses
 };
 
 }  // namespace mirel

@@ -98,7 +98,7 @@ bool Encloses(const AABoxT<double>& outer, const AABoxT<double>& inner, double m
 
 void AddExtent(const DrawBatch& batch, AABoxT<double>& extent) {
   const GRepMesh& mesh = batch.grep->GetMesh();
-  for (const glm::dmat4x3& placement : batch.placements) {
+  for (const glm::dmat4x3 placement : batch.placements) {
     // Most bodies lie within the others' box, whichever way they are turned.
     AABoxT<double> box = mesh.box;
     box.Transform(glm::dmat4(placement));

@@ -57,6 +57,7 @@ TEST(DrawSceneTest, DrawsWhatIsAlikeTogether) {
   }
   EXPECT_EQ(reds, 2u);
   EXPECT_EQ(painted, 2u);
+  EXPECT_EQ(scene.GetTurns().GetCount(), 2u);  // as they are, and mirrored
 
   // The way from the root, and where it leads.
   for (std::uint32_t i = 0; i < 6; ++i) {

@@ -30,29 +30,23 @@ constexpr std::uint32_t kOwnColor = 0xFF000000u;
 
 constexpr std::uint32_t kMasksOfGroup = 3 * PlacementStore::kGroup / 32;
 
-// Bodies whose matrix the card gets in one go.
+// Bodies whose places the card gets in one go.
 constexpr std::size_t kPlacementsAtOnce = 16384;
 
-// The columns lead from the body's grid to the scene; the last is split into two floats, since one has too few digits
-// far from the origin.
+// Where the body's grid begins, split into two floats, since one has too few digits far from the origin.
 struct GLPlacement {
-  glm::vec4 x, y, z;  // and the high part of the origin
-  glm::vec3 low;
+  glm::vec3 high;
   std::uint32_t batch;
+  glm::vec3 low;
+  std::uint32_t turn;
 };
-static_assert(sizeof(GLPlacement) == 64, "as the shaders have it");
+static_assert(sizeof(GLPlacement) == 32, "as the shaders have it");
 
-GLPlacement Convert(const glm::dmat4x3& placement, const GRepMesh& mesh, const glm::dvec3& anchor,
-                    std::uint32_t batch) {
-  const glm::dvec3 origin = placement * glm::dvec4(mesh.gridOrigin, 1.0) - anchor;
+GLPlacement Convert(const DrawBatch& source, std::size_t i, const glm::dvec3& anchor, std::uint32_t batch) {
+  const glm::dvec3 origin =
+      source.placements[i] * glm::dvec4(source.grep->GetMesh().gridOrigin, 1.0) - anchor;
   const glm::vec3 high(origin);
-  GLPlacement result;
-  result.x = glm::vec4(glm::vec3(placement[0] * mesh.gridStep), high.x);
-  result.y = glm::vec4(glm::vec3(placement[1] * mesh.gridStep), high.y);
-  result.z = glm::vec4(glm::vec3(placement[2] * mesh.gridStep), high.z);
-  result.low = glm::vec3(origin - glm::dvec3(high));
-  result.batch = batch;
-  return result;
+  return {high, batch, glm::vec3(origin - glm::dvec3(high)), source.placements.GetTurnNumber(i)};
 }
 
 std::uint32_t Pack(const glm::vec3& color) {
@@ -93,7 +87,7 @@ void PlacementStore::SetScene(std::shared_ptr<const DrawScene> scene,
   selected_ = hovered_ = Marked();
   batches_.clear();
   ResetLooks();
-  uploaded_ = 0;
+  uploaded_ = uploadedTurns_ = 0;
   batchesSent_ = palettesSent_ = facesSent_ = offsetsSent_ = false;
 }
 
@@ -184,6 +178,7 @@ void PlacementStore::SetOffsets(std::vector<glm::vec3> offsets) {
 void PlacementStore::Upload(const MeshStore& meshes, std::size_t& budget) {
   if (!scene_) return;
   if (!batchesSent_ || !palettesSent_) SendAll(meshes);
+  SendTurns(budget);
   SendPlacements(budget);
   SendChanges();
 }
@@ -206,6 +201,7 @@ void PlacementStore::FillBatch(const MeshStore& meshes, std::size_t number) {
   const GRepMesh& grep = source.grep->GetMesh();
   Batch& batch = batches_[number];
   const glm::dvec3 middle = (grep.box.GetMin() + grep.box.GetMax()) * 0.5;
+  batch.gridStep = static_cast<float>(grep.gridStep);
   batch.isClosed = mesh.isClosed.value_or(false) ? 1 : 0;
   batch.sphere = glm::vec4((middle - grep.gridOrigin) / grep.gridStep,
                            glm::length(grep.box.GetMax() - middle) / grep.gridStep + 1.0);
@@ -260,6 +256,7 @@ void PlacementStore::SendAll(const MeshStore& meshes) {
                   std::to_string(static_cast<std::size_t>(largest) / sizeof(GLPlacement)) +
                   " that this OpenGL driver has room for");
   placementBuffer_.Reserve(stateOf_.size() * sizeof(GLPlacement));
+  turns_.Reserve(scene_->GetTurns().GetCount() * sizeof(glm::mat3));
   states_.Store(stateOf_);
   if (!colorOf_.empty()) colors_.Store(colorOf_);
   changedStates_ = changedColors_ = Range();
@@ -270,6 +267,19 @@ void PlacementStore::SendAll(const MeshStore& meshes) {
   batchesSent_ = palettesSent_ = true;
 }
 
+void PlacementStore::SendTurns(std::size_t& budget) {
+  const PlacementTurns& all = scene_->GetTurns();
+  std::vector<glm::mat3> piece;
+  while (uploadedTurns_ < all.GetCount() && budget > 0) {
+    piece.clear();
+    while (piece.size() < kPlacementsAtOnce && uploadedTurns_ + piece.size() < all.GetCount())
+      piece.emplace_back(all.Get(static_cast<std::uint32_t>(uploadedTurns_ + piece.size())));
+    turns_.Write(uploadedTurns_ * sizeof(glm::mat3), piece.data(), piece.size() * sizeof(glm::mat3));
+    uploadedTurns_ += piece.size();
+    budget -= std::min(budget, piece.size() * sizeof(glm::mat3));
+  }
+}
+
 void PlacementStore::SendPlacements(std::size_t& budget) {
   std::vector<GLPlacement> piece;
   while (!IsUploaded() && budget > 0) {
@@ -278,7 +288,7 @@ void PlacementStore::SendPlacements(std::size_t& budget) {
     std::size_t end = std::min<std::size_t>(stateOf_.size(), uploaded_ + kPlacementsAtOnce);
     for (std::uint32_t i = uploaded_; i < end; ++i) {
       if (i >= batch->first + batch->placements.size()) ++batch;
-      piece.push_back(Convert(batch->placements[i - batch->first], batch->grep->GetMesh(), anchor_,
+      piece.push_back(Convert(*batch, i - batch->first, anchor_,
                               static_cast<std::uint32_t>(batch - scene_->GetBatches().data())));
     }
     placementBuffer_.Write(uploaded_ * sizeof(GLPlacement), piece.data(), piece.size() * sizeof(GLPlacement));
@@ -335,6 +345,7 @@ void PlacementStore::Bind() const {
   (offsetBuffer_.GetName() != 0 ? offsetBuffer_ : states_).BindStorage(5);
   (faces_.GetName() != 0 ? faces_ : states_).BindStorage(6);
   (joints_.GetName() != 0 ? joints_ : states_).BindStorage(7);
+  turns_.BindStorage(11);
 }
 
 void PlacementStore::BindForCulling() const {
@@ -354,13 +365,13 @@ void PlacementStore::Release() {
 void PlacementStore::Forget() {
   for (GLBuffer* buffer : GetBuffers())
     buffer->Forget();
-  uploaded_ = 0;
+  uploaded_ = uploadedTurns_ = 0;
   batchesSent_ = palettesSent_ = facesSent_ = offsetsSent_ = false;
 }
 
 std::vector<GLBuffer*> PlacementStore::GetBuffers() {
-  return {&placementBuffer_, &states_, &batchBuffer_, &palettes_, &joints_, &colors_,
-          &offsetBuffer_,    &faces_,  &seen_,        &masks_,    &groups_, &commands_};
+  return {&placementBuffer_, &turns_, &states_, &batchBuffer_, &palettes_, &joints_,  &colors_,
+          &offsetBuffer_,    &faces_, &seen_,   &masks_,       &groups_,   &commands_};
 }
 
 }  // namespace mirel

@@ -78,7 +78,9 @@ class PlacementStore {
     std::uint32_t palette, paletteSize, isClosed, command;
     glm::vec4 sphere;  // on the body's grid
     std::uint32_t indexCount, firstIndex, firstVertex, firstPlacement;
-    std::uint32_t joints, jointCount, unused[2];  // faces that go on smoothly in each other
+    std::uint32_t joints, jointCount;  // faces that go on smoothly in each other
+    float gridStep;
+    std::uint32_t unused;
   };
   struct Face {
     std::uint32_t placement, face;
@@ -100,6 +102,7 @@ class PlacementStore {
   void SendAll(const MeshStore& meshes);
   void SendPalettes();
   void SendJoints();
+  void SendTurns(std::size_t& budget);
   void SendPlacements(std::size_t& budget);
   void SendChanges();
   void ChangeState(std::size_t placement, std::uint32_t mask, std::uint32_t bits);
@@ -120,9 +123,10 @@ class PlacementStore {
   std::vector<Batch> batches_;
 
   std::uint32_t uploaded_ = 0;
+  std::size_t uploadedTurns_ = 0;
   bool batchesSent_ = false, palettesSent_ = false, facesSent_ = false, offsetsSent_ = false;
   Range changedStates_, changedColors_;
-  GLBuffer placementBuffer_, states_, batchBuffer_, palettes_, joints_, colors_, offsetBuffer_, faces_;
+  GLBuffer placementBuffer_, turns_, states_, batchBuffer_, palettes_, joints_, colors_, offsetBuffer_, faces_;
   GLBuffer seen_, masks_, groups_, commands_;
 };
 

@@ -63,29 +63,35 @@ layout(std140, binding = 0) uniform View {
 };
 bool IsPerspective() { return depthMap.w != 0.0; }
 
-struct Placement { vec4 x, y, z, low; };
+struct Placement { vec3 high; uint batch; vec3 low; uint turn; };
 struct Batch {
   uint palette, paletteSize, isClosed, command;
   vec4 sphere;
   uint indexCount, firstIndex, firstVertex, firstPlacement;
-  uint joints, jointCount, unused0, unused1;
+  uint joints, jointCount;
+  float gridStep;
+  uint unused;
 };
 layout(std430, binding = 0) readonly buffer Placements { Placement placements[]; };
 layout(std430, binding = 1) readonly buffer States { uint states[]; };
 layout(std430, binding = 2) readonly buffer Batches { Batch batches[]; };
 layout(std430, binding = 5) readonly buffer Offsets { vec4 offsets[]; };
+layout(std430, binding = 11) readonly buffer Turns { float turns[]; };
 
 const uint kLookBits = 3u, kSolid = 0u, kGhost = 1u, kHidden = 2u;
 const uint kSelected = 4u, kHovered = 8u, kFaceSelected = 16u, kFaceHovered = 32u;
 const uint kNothing = 0xFFFFFFFFu;
 const uint kCut = 0x80000000u, kBack = 0x40000000u, kFaceBits = 0x3FFFFFFFu;
 
-uint GetBatch(Placement p) { return floatBitsToUint(p.low.w); }
-mat3 GetTurn(Placement p) { return mat3(p.x.xyz, p.y.xyz, p.z.xyz); }
+mat3 GetTurn(Placement p) {
+  uint i = p.turn * 9u;
+  return mat3(turns[i], turns[i + 1u], turns[i + 2u], turns[i + 3u], turns[i + 4u], turns[i + 5u], turns[i + 6u],
+              turns[i + 7u], turns[i + 8u]) * batches[p.batch].gridStep;
+}
 // Where a body's grid begins, from the eye. Large numbers meet first, so that small ones stay exact.
 vec3 GetOrigin(Placement p, uint number) {
-  precise vec3 high = vec3(p.x.w, p.y.w, p.z.w) - eyeHigh.xyz;
-  precise vec3 low = p.low.xyz - eyeLow.xyz;
+  precise vec3 high = p.high - eyeHigh.xyz;
+  precise vec3 low = p.low - eyeLow.xyz;
   precise vec3 origin = high + low;
   return modes.w != 0 ? origin + offsets[number].xyz * pixel.y : origin;
 }
@@ -180,7 +186,7 @@ void main() {
   pointOut = point;
   bodyOut = placement;
   faceOut = face;
-  isClosed = batches[GetBatch(p)].isClosed;
+  isClosed = batches[p.batch].isClosed;
   gl_Position = Project(point);
   for (int i = 0; i < kMaxSections; ++i)
     gl_ClipDistance[i] = i < size.z ? -(dot(planes[i].xyz, point) + planes[i].w) : 1.0;
@@ -220,7 +226,7 @@ float Scatter(uint a, uint b) {
 void main() {
   Placement p = placements[placement];
   mat3 turn = GetTurn(p);
-  vec4 sphere = batches[GetBatch(p)].sphere;
+  vec4 sphere = batches[p.batch].sphere;
   vec3 point = turn * sphere.xyz + GetOrigin(p, placement);
   float radius = sphere.w * max(length(turn[0]), max(length(turn[1]), length(turn[2])));
   float across = 2.0 * radius / GetPixelSize(GetDepth(point));
@@ -289,7 +295,7 @@ uint Classify(uint i) {
   uint look = states[i] & kLookBits;
   if (look == kHidden) return 3u;
   Placement p = placements[i];
-  Batch batch = batches[GetBatch(p)];
+  Batch batch = batches[p.batch];
   if (batch.indexCount == 0u) return 3u;
   mat3 turn = GetTurn(p);
   vec3 center = turn * batch.sphere.xyz + GetOrigin(p, i);
@@ -487,7 +493,7 @@ bool IsListed(uint body, uint face, int first, int count) {
 
 vec3 GetColor(Surface s) {
   uint state = states[s.body];
-  Batch batch = batches[GetBatch(placements[s.body])];
+  Batch batch = batches[placements[s.body].batch];
   // The first colour is the body's, which its cuts show too.
   uint bits = palettes[batch.palette + (s.face + 1u < batch.paletteSize && !s.isCut ? s.face + 1u : 0u)];
   if (modes.z != 0 && colors[s.body] != 0u) bits = colors[s.body];
@@ -544,7 +550,7 @@ vec4 ShadeGhost(Surface s) {
 // Whether two faces of a body meet, and only smoothly: a round that is a few pixels wide turns far from one pixel to the
 // next, but has no edge for that.
 bool IsSmoothJoint(uint body, uint face, uint other) {
-  Batch batch = batches[GetBatch(placements[body])];
+  Batch batch = batches[placements[body].batch];
   uvec2 wanted = uvec2(min(face, other), max(face, other));
   uint low = batch.joints, end = batch.joints + batch.jointCount, high = end;
   while (low < high) {
