@@ -1,7 +1,9 @@
 // A headless browser with graphics in software, and a server of files for it.
 import { createServer } from 'node:http';
 import { execFileSync } from 'node:child_process';
+import { after, before } from 'node:test';
 import puppeteer from 'puppeteer-core';
+import { fileBelow } from './support.js';
 
 const types = {
   html: 'text/html; charset=utf-8',
@@ -46,18 +48,58 @@ export async function launch(...args) {
       '--use-angle=swiftshader',
       '--enable-unsafe-swiftshader',
       '--force-device-scale-factor=1',
+      // Of its own accord it asks nobody for anything.
+      '--disable-quic',
+      '--no-first-run',
+      '--disable-background-networking',
+      '--disable-component-update',
+      '--disable-sync',
       ...args,
     ],
   });
 }
 
-/** A page of a small size whose errors end up in `page.errors`. */
+/** A page of a small size whose errors end up in `page.errors`, and what it asks for in `page.requests`. */
 export async function openPage(browser, address, { width = 480, height = 360 } = {}) {
   const page = await browser.newPage();
   await page.setViewport({ width, height });
   page.errors = [];
+  page.requests = [];
   page.on('pageerror', error => page.errors.push(String(error)));
   page.on('console', message => message.type() === 'error' && page.errors.push(message.text()));
+  page.on('request', request => page.requests.push(request.url()));
   await page.goto(address);
   return page;
+}
+
+/** The same of a page that shows a model, when all of it is there. */
+export async function openModel(browser, address, size) {
+  const page = await openPage(browser, address, size);
+  await page.waitForFunction(() => {
+    const viewer = document.querySelector('mirel-page')?.viewer ?? document.querySelector('mirel-viewer');
+    return viewer.model && viewer.shadowRoot.querySelector('progress').hidden;
+  });
+  return page;
+}
+
+/**
+ * A browser, and a server at `address`, for the tests of one file: they are there while these run. `files` are contents by their
+ * paths, perhaps to come, `folders` lie below their names; both may change.
+ */
+export function useBrowser({ files = {}, folders = {} } = {}) {
+  const used = {};
+  let server;
+  before(async () => {
+    server = await serve(path => {
+      const [top, ...below] = path.split('/');
+      return files[path] ?? (folders[top] && fileBelow(folders[top], below.join('/')));
+    });
+    used.address = server.address;
+    used.browser = await launch();
+  });
+  after(async () => {
+    await used.browser?.close();
+    server?.close();
+  });
+  return used;
 }

@@ -2,10 +2,10 @@
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { gzipSync } from 'node:zlib';
-import { launch, openPage, serve } from './browser.js';
-import { dist, exampleFolder, fileBelow, sampleFolder } from './support.js';
+import { openModel, useBrowser } from './browser.js';
+import { dist, exampleFolder, sampleFolder } from './support.js';
 
 const trolley = sampleFolder();
 const template = readFileSync(join(dist, 'page.html'), 'utf8');
@@ -23,27 +23,11 @@ const hostileNames = [
   'x'.repeat(100_000),
 ];
 
-let server;
-let browser;
 const files = { '': fill('trolley/'), 'page.js': readFileSync(join(dist, 'page.js')) };
-
-before(async () => {
-  server = await serve(
-    path => files[path] ?? (path.startsWith('trolley/') ? fileBelow(trolley, path.slice(8)) : undefined),
-  );
-  browser = await launch();
-});
-after(async () => {
-  await browser?.close();
-  server?.close();
-});
+const used = useBrowser({ files, folders: { trolley } });
 
 async function open(address = '') {
-  const page = await openPage(browser, server.address + address, { width: 900, height: 600 });
-  await page.waitForFunction(() => {
-    const { viewer } = document.querySelector('mirel-page');
-    return viewer.model && viewer.shadowRoot.querySelector('progress').hidden;
-  });
+  const page = await openModel(used.browser, used.address + address, { width: 900, height: 600 });
   const inside = (f, ...values) => page.$eval('mirel-page', f, ...values);
   const find = selector => page.$(`mirel-page >>> ${selector}`);
   const click = async selector => (await find(selector)).click();

@@ -6,7 +6,7 @@ import { dirname, join } from 'node:path';
 import { after, before, test } from 'node:test';
 import { pathToFileURL } from 'node:url';
 import { gunzipSync, gzipSync } from 'node:zlib';
-import { launch, openPage } from './browser.js';
+import { openModel, openPage, useBrowser } from './browser.js';
 import { buildFolder, exampleFolder, sourceFolder } from './support.js';
 
 const program = join(buildFolder, 'bin/mirel');
@@ -14,17 +14,13 @@ const scratch = join(buildFolder, 'Web', `pages-${process.pid}`);
 const sample = join(sourceFolder, 'Samples/trolley.step');
 const trolley = join(scratch, 'trolley');
 const mirel = (...words) => execFileSync(program, words, { encoding: 'utf8' });
-let browser;
+const used = useBrowser();
 
-before(async () => {
+before(() => {
   mkdirSync(scratch, { recursive: true });
   mirel('save', '-q', sample, trolley);
-  browser = await launch();
 });
-after(async () => {
-  await browser?.close();
-  rmSync(scratch, { recursive: true, force: true });
-});
+after(() => rmSync(scratch, { recursive: true, force: true }));
 
 /** A copy of the trolley whose index is changed. */
 function changeIndex(name, from, to) {
@@ -46,18 +42,7 @@ function writeFolder(folder, files) {
   return folder;
 }
 
-/** A page, loaded whole; `page.requests` is what it has fetched. */
-async function open(address, size = { width: 800, height: 500 }) {
-  const page = await openPage(browser, 'about:blank', size);
-  page.requests = [];
-  page.on('request', request => page.requests.push(request.url()));
-  await page.goto(address);
-  await page.waitForFunction(() => {
-    const { viewer } = document.querySelector('mirel-page');
-    return viewer.model && viewer.shadowRoot.querySelector('progress').hidden;
-  });
-  return page;
-}
+const open = (address, size = { width: 800, height: 500 }) => openModel(used.browser, address, size);
 
 /** Of damaged models too. */
 function makePage(input, name = 'page.html') {
@@ -154,7 +139,7 @@ test('what people do works where nothing may be fetched', async () => {
   await click('button[aria-label="View from front"]');
 
   // A part's exact body is one that the program takes back.
-  const session = await browser.target().createCDPSession();
+  const session = await used.browser.target().createCDPSession();
   await session.send('Browser.setDownloadBehavior', { behavior: 'allow', downloadPath: scratch });
   await inside(({ viewer }) => viewer.select(viewer.find('Griff Größe L')));
   await click('button[title="Download the exact body"]');
@@ -251,7 +236,7 @@ test('a preview shows the site, boxes first', async () => {
   assert.equal(await ended, 'SIGINT');
 
   // From the disk there is nothing that the page may fetch, and it says so.
-  const local = await openPage(browser, pathToFileURL(join(site, 'index.html')).href);
+  const local = await openPage(used.browser, pathToFileURL(join(site, 'index.html')).href);
   const message = () =>
     document.querySelector('mirel-page').viewer.shadowRoot.querySelector('.message').textContent;
   await local.waitForFunction(message);

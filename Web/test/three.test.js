@@ -118,10 +118,29 @@ test('picks give shape, path and face, and heed placements, sections and what is
   assert.equal(model.pick(fromLeft).shape, 0);
   model.setLook(1, 'ghost');
   assert.equal(model.pick(fromLeft).shape, 0);
-  // With the upper half cut away, the ray meets the bottom from inside.
+  // With the upper half cut away, it is the cap that is seen, and from below the bottom.
   model.setSections([{ normal: [0, 0, 1], offset: middle[2] }]);
-  assert.ok(Math.abs(model.pick(down).point[2] - z0) < 1e-3);
   assert.equal(model.getSections()[0].offset, middle[2]);
+  const cap = model.pick(down);
+  assert.deepEqual([cap.shape, cap.face, cap.section, cap.point], [0, -1, 0, middle]);
+  assert.equal(model.pick({ ...down, origin: [far + x1 - 1e-3, y1 - 1e-3, z1 + 100] }), undefined);
+  const bottom = model.pick({ origin: [middle[0], middle[1], z0 - 100], direction: [0, 0, 1] });
+  assert.ok(bottom.section === undefined && Math.abs(bottom.point[2] - z0) < 1e-3);
+  // A second plane cuts away what the first has a cap of on one side, and has one of its own.
+  const across = { normal: [1, 0, 0], offset: middle[0] };
+  model.setSections([{ normal: [0, 0, 1], offset: middle[2] }, across]);
+  const aside = x => ({ origin: [middle[0] + x, middle[1], z1 + 100], direction: [0, 0, -1] });
+  assert.equal(model.pick(aside(10)), undefined);
+  assert.equal(model.pick(aside(-10)).section, 0);
+  const inwards = { origin: [middle[0] + 1000, middle[1], (z0 + middle[2]) / 2], direction: [-1, 0, 0] };
+  assert.deepEqual([model.pick(inwards).section, model.pick(inwards).point[0]], [1, middle[0]]);
+  // A mirrored plate has an inside too; one that is not closed has none.
+  model.setLook(1, 'solid');
+  model.setSections([{ normal: [0, 0, 1], offset: middle[2] }]);
+  assert.equal(model.pick({ ...down, origin: [far - 2000, middle[1], z1 + 100] }).section, 0);
+  model.addMesh('7', { ...plate, triangles: plate.triangles.slice(0, plate.triangles.length - 30) });
+  assert.equal(model.pick(down)?.section, undefined);
+  model.addMesh('7', plate);
   model.setSections([]);
   model.setExplode(1);
   const [sx] = model.getShift(0);

@@ -2,9 +2,9 @@
 import assert from 'node:assert/strict';
 import { readFileSync } from 'node:fs';
 import { join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { test } from 'node:test';
 import { gunzipSync } from 'node:zlib';
-import { launch, openPage, serve } from './browser.js';
+import { launch, openModel, openPage, useBrowser } from './browser.js';
 import { dist, exampleFolder, fileBelow, sampleFolder, sourceFolder } from './support.js';
 
 const web = await import(join(dist, 'index.js'));
@@ -21,28 +21,11 @@ const files = {
   'cut/index.gz': example['index.gz'],
   'cut/grep/1.gz': example['grep/1.gz'].subarray(0, 70),
 };
-let server;
-let browser;
-
-before(async () => {
-  server = await serve(
-    path => files[path] ?? (path.startsWith('trolley/') ? fileBelow(trolley, path.slice(8)) : undefined),
-  );
-  browser = await launch();
-});
-after(async () => {
-  await browser?.close();
-  server?.close();
-});
+const used = useBrowser({ files, folders: { trolley } });
 
 /** The ten lines, loaded; `viewer(f)` runs a function on the component. */
 async function open() {
-  const page = await openPage(browser, server.address);
-  await page.waitForFunction(
-    () =>
-      document.querySelector('mirel-viewer').model &&
-      document.querySelector('mirel-viewer').shadowRoot.querySelector('progress').hidden,
-  );
+  const page = await openModel(used.browser, used.address);
   const viewer = (f, ...values) => page.$eval('mirel-viewer', f, ...values);
   return { page, viewer };
 }
@@ -220,7 +203,7 @@ test('what goes wrong is told in a sentence', async () => {
 test('without WebGL 2 the page says so', async () => {
   const blind = await launch('--disable-3d-apis');
   try {
-    const page = await openPage(blind, server.address);
+    const page = await openPage(blind, used.address);
     const told = await page.$eval(
       'mirel-viewer',
       element => element.shadowRoot.querySelector('.message').textContent,

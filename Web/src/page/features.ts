@@ -30,6 +30,10 @@ export interface Feature {
 
 /** What lies under the pointer. `reach` is how far from the point, in mm, an edge is taken instead of the face. */
 export function findFeature(model: ModelObject, pick: Pick, reach: number): Feature {
+  if (pick.section !== undefined) {
+    const direction = model.getSections()[pick.section].normal;
+    return { ...atPoint(pick), form: 'plane', direction, isExact: true, text: 'plane of a section' };
+  }
   const mesh = model.getMesh(pick.shape)!;
   const placement = model.getPlacement(pick.shape);
   const shift = model.getShift(pick.shape);
@@ -52,9 +56,11 @@ export function findFeature(model: ModelObject, pick: Pick, reach: number): Feat
   });
   const found = findEdge(mesh, toModel, pick.point, reach);
   const feature = isRigid ? (found ? describeEdge(mesh, found) : describeFace(mesh, pick.face)) : undefined;
-  return feature
-    ? place(feature)
-    : { form: 'point', point: pick.point, picked: pick.point, isExact: false, text: 'point on a face' };
+  return feature ? place(feature) : atPoint(pick);
+}
+
+function atPoint({ point }: Pick): Feature {
+  return { form: 'point', point, picked: point, isExact: false, text: 'point on a face' };
 }
 
 type BodyFeature = Omit<Feature, 'picked'>;

@@ -54,8 +54,8 @@ export class PropertiesPanel {
       'Triangles',
       `${mesh.triangles.length / 3}, within ${formatApproximate(mesh.linearDeflection)} mm`,
     ];
-    const surface = pick && getSurface(mesh, pick.face);
-    if (!pick) return;
+    if (!pick || pick.face < 0) return;
+    const surface = getSurface(mesh, pick.face);
     yield ['Face', `${pick.face}${surface && surface.kind !== 'other' ? `, ${surface.kind}` : ''}`];
     if (surface && surface.radius > 0) yield ['Radius', `${formatExact(surface.radius)} mm, exact`];
   }

@@ -34,7 +34,7 @@ export class Caps extends Group {
         for (const isBack of [true, false]) {
           const count = new Mesh(
             batch.solid.geometry,
-            makeCountMaterial(this.shared, isBack, batch.isMirrored),
+            makeCountMaterial(this.shared, plane, isBack, batch.isMirrored),
           );
           this.addInOrder(count, order++);
         }

@@ -18,6 +18,7 @@ import type { Color } from '../reader/items.js';
 import {
   capFragment,
   capVertex,
+  countFragment,
   edgeFragment,
   edgeVertex,
   surfaceFragment,
@@ -103,15 +104,17 @@ export function makeEdgeMaterial(shared: SharedUniforms): ShaderMaterial {
 /** Counts in the stencil how often the view enters (`isBack`) and leaves what is cut: what is left over is inside. */
 export function makeCountMaterial(
   shared: SharedUniforms,
+  ownPlane: number,
   isBack: boolean,
   isMirrored: boolean,
 ): ShaderMaterial {
   const operation = isBack ? IncrementWrapStencilOp : DecrementWrapStencilOp;
   return makeMaterial(
     shared,
-    { bodyColor: [0, 0, 0], wanted: 0, opacity: 1 },
+    { bodyColor: [0, 0, 0], wanted: 0, ownPlane },
     {
-      ...surface,
+      vertexShader: surfaceVertex,
+      fragmentShader: countFragment,
       side: isBack === isMirrored ? FrontSide : BackSide,
       colorWrite: false,
       depthWrite: false,

@@ -223,9 +223,9 @@ export class ModelObject extends Group {
     this.shared.explode.value = amount;
   }
 
-  /** Lights up one face of a shape; undefined, none. */
-  lightFace(shape?: number, face = 0): void {
-    const place = shape === undefined ? undefined : this.places[shape];
+  /** Lights up one face of a shape; undefined and -1, none. */
+  lightFace(shape?: number, face = -1): void {
+    const place = shape === undefined || face < 0 ? undefined : this.places[shape];
     this.faceLight.visible = place !== undefined;
     if (!place) return;
     const { batch, instance } = place;
@@ -262,6 +262,11 @@ export class ModelObject extends Group {
   isPickable(shape: number): boolean {
     const place = this.places[shape];
     return place !== undefined && place.batch.getLook(place.instance) === 'solid';
+  }
+
+  /** Whether the mesh of a shape bounds a solid, so that cuts through it have caps. */
+  isSolid(shape: number): boolean {
+    return this.places[shape]?.batch.body.isClosed ?? false;
   }
 
   /** Where a shape is moved by exploding, in mm. */

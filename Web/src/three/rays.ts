@@ -1,4 +1,4 @@
-import { findFace } from '../reader/mesh.js';
+import { findFace, type Mesh } from '../reader/mesh.js';
 import type { ModelObject } from './model.js';
 import type { Bounds } from './placements.js';
 
@@ -11,8 +11,11 @@ export interface Ray {
 /** Where a ray meets a shape. */
 export interface Hit {
   shape: number;
+  /** Face and triangle are -1 on the cap of a section. */
   face: number;
   triangle: number;
+  /** The section plane, see `getSections`, on whose cap the point lies; undefined on a surface. */
+  section?: number;
   /** In coordinates of the model, as drawn: with what exploding adds. */
   point: [number, number, number];
   distance: number;
@@ -24,9 +27,9 @@ interface Interval {
   far: number;
 }
 
-/** The first that a ray meets of what is pickable. */
+/** The first that a ray meets of what is pickable: surfaces, and caps where it goes through a section plane inside of a solid. */
 export function castRay(model: ModelObject, ray: Ray): Hit | undefined {
-  const seen = cutBySections(model, ray);
+  const { seen, section } = cutBySections(model, ray);
   // From near to far, so that most bodies behind the first hit are never looked at.
   const candidates: { shape: number; near: number }[] = [];
   model.bounds.forEach((bounds, shape) => {
@@ -38,6 +41,8 @@ export function castRay(model: ModelObject, ray: Ray): Hit | undefined {
   candidates.sort((a, b) => a.near - b.near);
   let best: Hit | undefined;
   for (const { shape, near } of candidates) {
+    if (section !== undefined && near <= seen.near && isInside(model, shape, ray, seen.near))
+      return { shape, face: -1, triangle: -1, section, point: pointAt(ray, seen.near), distance: seen.near };
     if (best && best.distance <= near) break;
     const hit = meetShape(model, shape, ray, { near: seen.near, far: best?.distance ?? seen.far });
     if (hit) best = hit;
@@ -45,18 +50,25 @@ export function castRay(model: ModelObject, ray: Ray): Hit | undefined {
   return best;
 }
 
-function cutBySections(model: ModelObject, { origin, direction }: Ray): Interval {
+/** What of the ray lies behind all section planes, and through which of them it gets there. */
+function cutBySections(
+  model: ModelObject,
+  { origin, direction }: Ray,
+): { seen: Interval; section: number | undefined } {
   let near = 0;
   let far = Infinity;
-  for (const { normal, offset } of model.getSections()) {
+  let section: number | undefined;
+  for (const [plane, { normal, offset }] of model.getSections().entries()) {
     const height = dot(normal, origin) - offset;
     const slope = dot(normal, direction);
     // In front of the plane nothing is drawn.
-    if (slope < 0) near = Math.max(near, height / -slope);
-    else if (slope > 0) far = Math.min(far, -height / slope);
-    else if (height > 0) far = -1;
+    if (slope < 0 && height / -slope > near) {
+      near = height / -slope;
+      section = plane;
+    } else if (slope > 0) far = Math.min(far, -height / slope);
+    else if (slope === 0 && height > 0) far = -1;
   }
-  return { near, far };
+  return { seen: { near, far }, section: near <= far ? section : undefined };
 }
 
 function meetBox({ origin, direction }: Ray, bounds: Bounds, { near, far }: Interval): Interval | undefined {
@@ -74,14 +86,54 @@ function meetBox({ origin, direction }: Ray, bounds: Bounds, { near, far }: Inte
 function meetShape(model: ModelObject, shape: number, ray: Ray, interval: Interval): Hit | undefined {
   const mesh = model.getMesh(shape);
   if (!mesh) return undefined;
+  let { far } = interval;
+  let found = -1;
+  meetTriangles(model, shape, mesh, ray, (t, triangle) => {
+    if (t < interval.near || t >= far) return;
+    far = t;
+    found = triangle;
+  });
+  if (found < 0) return undefined;
+  return { shape, face: findFace(mesh, found), triangle: found, point: pointAt(ray, far), distance: far };
+}
+
+/** Sides of triangles are met by two of them, at the same place but for rounding. */
+const sameCrossing = 1e-9;
+
+/** Whether a point of a ray lies in the solid of a shape: behind it, more surfaces lead out than in. */
+function isInside(model: ModelObject, shape: number, ray: Ray, at: number): boolean {
+  const mesh = model.getMesh(shape);
+  if (!mesh || !model.isSolid(shape)) return false;
+  const crossings: { t: number; leads: number }[] = [];
+  meetTriangles(model, shape, mesh, ray, (t, _, leads) => {
+    if (t > at) crossings.push({ t, leads });
+  });
+  crossings.sort((a, b) => a.leads - b.leads || a.t - b.t);
+  const sum = crossings.reduce((total, { t, leads }, i) => {
+    const before = crossings[i - 1];
+    const isSame = before?.leads === leads && t - before.t <= sameCrossing * t;
+    return isSame ? total : total + leads;
+  }, 0);
+  return sum !== 0;
+}
+
+/**
+ * Tells where a ray meets the triangles of a shape: `leads` is 1 where it gets out of the material, -1 where it gets in; the other
+ * way round in one that is mirrored.
+ */
+function meetTriangles(
+  model: ModelObject,
+  shape: number,
+  mesh: Mesh,
+  ray: Ray,
+  tell: (t: number, triangle: number, leads: number) => void,
+): void {
   const toBody = invert(model.getPlacement(shape));
   const moved = moveRay(ray, model.getShift(shape));
   // In steps of the grid, where the vertices stand; t stays what it is.
   const o = apply(toBody, moved.origin, 1).map((x, i) => (x - mesh.gridOrigin[i]) / mesh.gridStep);
   const d = apply(toBody, moved.direction, 0).map(x => x / mesh.gridStep);
   const { positions, triangles } = mesh;
-  let { far } = interval;
-  let found = -1;
   for (let corner = 0; corner < triangles.length; corner += 3) {
     const a = 3 * triangles[corner];
     const b = 3 * triangles[corner + 1];
@@ -99,14 +151,12 @@ function meetShape(model: ModelObject, shape: number, ray: Ray, interval: Interv
     const qx = ty * uz - tz * uy, qy = tz * ux - tx * uz, qz = tx * uy - ty * ux; // prettier-ignore
     const v = (d[0] * qx + d[1] * qy + d[2] * qz) / determinant;
     if (v < 0 || u + v > 1) continue;
-    const t = (vx * qx + vy * qy + vz * qz) / determinant;
-    if (t < interval.near || t >= far) continue;
-    far = t;
-    found = corner / 3;
+    tell((vx * qx + vy * qy + vz * qz) / determinant, corner / 3, determinant > 0 ? -1 : 1);
   }
-  if (found < 0) return undefined;
-  const point = ray.origin.map((x, i) => x + far * ray.direction[i]) as [number, number, number];
-  return { shape, face: findFace(mesh, found), triangle: found, point, distance: far };
+}
+
+function pointAt({ origin, direction }: Ray, t: number): [number, number, number] {
+  return [origin[0] + t * direction[0], origin[1] + t * direction[1], origin[2] + t * direction[2]];
 }
 
 /** The ray as a body sees it that has been moved. */

@@ -94,6 +94,18 @@ void main() {
 }
 `;
 
+/** Counts surfaces behind a plane. That others cut them away does not change what is inside of a body at the plane. */
+export const countFragment = `
+${cut}
+uniform int ownPlane;
+out vec4 pixel;
+
+void main() {
+  if (dot(planes[ownPlane].xyz, scenePoint) > planes[ownPlane].w) discard;
+  pixel = vec4(0.0);
+}
+`;
+
 /** Edges: drawn a little nearer than they are, so that the faces beside them do not hide them. */
 export const edgeVertex = `
 ${placed}
