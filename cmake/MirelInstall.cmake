@@ -47,8 +47,8 @@ if(TARGET mirel)
   # The program finds the libraries beside it, wherever the installed tree lies.
   file(RELATIVE_PATH libraries /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
   set_target_properties(mirel PROPERTIES INSTALL_RPATH "$ORIGIN/${libraries}")
-  set_target_properties(MirelReadSTEP MirelReadIGES MirelPicture MirelPreview PROPERTIES INSTALL_RPATH "$ORIGIN/..")
-  install(TARGETS MirelReadSTEP MirelReadIGES MirelPreview LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT program)
+  set_target_properties(MirelReadSTEP MirelReadIGES MirelWriteSTEP MirelPicture MirelPreview PROPERTIES INSTALL_RPATH "$ORIGIN/..")
+  install(TARGETS MirelReadSTEP MirelReadIGES MirelWriteSTEP MirelPreview LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT program)
   install(TARGETS MirelPicture LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/mirel COMPONENT draw)
   # Thumbnails of model folders' index files in the file managers of free desktops.
   install(FILES Programs/mirel/Picture/mirel.thumbnailer DESTINATION ${CMAKE_INSTALL_DATADIR}/thumbnailers

@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Export/ExactExport.h>
 #include <Programs/mirel/Export/GltfWriter.h>
 #include <Programs/mirel/Export/TriangleFiles.h>
 #include <Programs/mirel/Open/GraphicsOpener.h>
@@ -25,7 +26,7 @@ namespace mirel {
 
 namespace {
 
-constexpr const char* kEndings[] = {".glb", ".gltf", ".stl", ".obj", ".ply"};
+constexpr const char* kEndings[] = {".glb", ".gltf", ".stl", ".obj", ".ply", ".step", ".stp", ".brep"};
 
 // In small letters.
 std::string FindEnding(const std::string& path) {
@@ -42,7 +43,12 @@ std::string CheckEnding(const std::string& path) {
       return "";
     }
   }
-  return "the ending says what to write: .glb, .gltf, .stl, .obj or .ply";
+  return "the ending says what to write: .glb, .gltf, .stl, .obj, .ply, .step, .stp or .brep";
+}
+
+// Whether the exact bodies are written, not what is drawn of them.
+bool IsExact(const std::string& ending) {
+  return ending == ".step" || ending == ".stp" || ending == ".brep";
 }
 
 // Hides what is neither one of `kept` nor above or below one. Levels come from the file, so nothing is called in itself.
@@ -70,9 +76,9 @@ void HideOthers(SceneNode& root, const std::unordered_set<const SceneNode*>& kep
 
 CLI::App* ExportVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
-      program.add_subcommand("export", "Write what is drawn of a model as glTF, STL, OBJ or PLY");
+      program.add_subcommand("export", "Write a model as STEP, BRep, glTF, STL, OBJ or PLY");
   verb->add_option("FOLDER", input_, "Model folder, its index file, or a file that save reads")->required();
-  verb->add_option("OUT", output_, "File to write: .glb, .gltf, .stl, .obj or .ply")
+  verb->add_option("OUT", output_, "File to write: .step, .stp, .brep, .glb, .gltf, .stl, .obj or .ply")
       ->required()
       ->check(&CheckEnding);
   verb->add_option("--only", only_, "Write these parts alone; ids or names")->type_name("ID");
@@ -80,6 +86,10 @@ CLI::App* ExportVerb::Declare(CLI::App& program) {
   verb->add_flag("--faces", gltf_.faces, "glTF: keep every face a primitive of its own");
   verb->add_flag("--meshopt", gltf_.compress,
                  "glTF: compress (EXT_meshopt_compression, KHR_mesh_quantization)");
+  verb->add_option("--schema", schema_, "STEP: ap242 or ap214")
+      ->type_name("SCHEMA")
+      ->default_str("ap242")
+      ->check(CLI::IsMember({"ap242", "ap214"}));
   verb->add_flag("--strict", strict_, "End with exit code 4 when something could not be written");
   return verb;
 }
@@ -89,6 +99,9 @@ ExitCode ExportVerb::Run(Console& console) {
   const ExitCode prepared = folder.Prepare(console, input_);
   if (prepared != ExitCode::kDone) {
     return prepared;
+  }
+  if (IsExact(FindEnding(output_))) {
+    return WriteExact(console, folder.GetPath());
   }
   // Exact bodies are checked beside, as everywhere.
   GraphicsOpener opener(console, folder.GetPath());
@@ -117,6 +130,16 @@ ExitCode ExportVerb::Run(Console& console) {
     return ExitCode::kInputUnread;
   }
   return strict_ && leftOut > 0 ? ExitCode::kLosses : ExitCode::kDone;
+}
+
+ExitCode ExportVerb::WriteExact(Console& console, const std::string& folder) const {
+  ExactExport::Options options;
+  options.only = only_;
+  options.isAp214 = schema_ == "ap214";
+  options.isBRep = FindEnding(output_) == ".brep";
+  ExactExport exact(console, options);
+  const ExitCode result = exact.Run(input_, folder, output_);
+  return result == ExitCode::kDone && strict_ && exact.HasLosses() ? ExitCode::kLosses : result;
 }
 
 bool ExportVerb::KeepOnly(Console& console, SceneNode& root) const {

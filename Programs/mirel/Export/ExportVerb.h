@@ -21,6 +21,7 @@ class ExportVerb final : public Verb {
   /// Path and content of a file.
   using File = std::pair<std::string, std::string>;
 
+  ExitCode WriteExact(Console& console, const std::string& folder) const;
   bool KeepOnly(Console& console, SceneNode& root) const;
   /// The files in the order in which they are to be put in place; false when the format cannot hold the model.
   bool MakeFiles(const SceneNode& root, std::vector<File>& files, std::uint64_t& leftOut) const;
@@ -29,6 +30,7 @@ class ExportVerb final : public Verb {
   std::string output_;
   std::vector<std::string> only_;
   GltfOptions gltf_;
+  std::string schema_ = "ap242";
   bool strict_ = false;
 };
 

@@ -45,7 +45,7 @@ std::vector<ObjectId> ListBodies(const RawBuffer& package) {
 
 }  // namespace
 
-bool ModelFolder::Load(const std::string& path) {
+bool ModelFolder::Load(const std::string& path, Graphics graphics) {
   const std::string index = ModelPath::FindIndex(path);
   const std::string folder = PathUtil::GetFolderPath(index);
   Stopwatch watch;
@@ -91,9 +91,11 @@ bool ModelFolder::Load(const std::string& path) {
       Logger::Instance().Message(3, "%u more packages of %s are missing", search.leftOut, kind.c_str());
     }
   };
-  readPackages("grep", grepPackages_, [&](const std::string& source, const char* data, unsigned int size) {
-    return PkgGRepReader(model_, source).Load(data, size);
-  });
+  if (graphics == Graphics::kRead) {
+    readPackages("grep", grepPackages_, [&](const std::string& source, const char* data, unsigned int size) {
+      return PkgGRepReader(model_, source).Load(data, size);
+    });
+  }
   times_.graphics = watch.Lap();
   readPackages("model", shapePackages_, [&](const std::string& source, const char* data, unsigned int size) {
     return PkgShapeReader(model_, source).Load(data, size);

@@ -28,9 +28,11 @@ class ModelFolder {
     double shapes = 0.0;
   };
 
-  /// Reads everything, given the folder or its index file; failures are in the log. False when the index cannot be read or is rejected: the model
+  enum class Graphics { kRead, kPassOver };
+
+  /// Reads everything, or everything but the graphics, given the folder or its index file; failures are in the log. False when the index cannot be read or is rejected: the model
   /// then holds what came before.
-  bool Load(const std::string& path);
+  bool Load(const std::string& path, Graphics graphics = Graphics::kRead);
 
   const LiteModel& GetModel() const { return model_; }
   LiteModel& GetModel() { return model_; }
