@@ -103,3 +103,34 @@ export function useBrowser({ files = {}, folders = {} } = {}) {
   });
   return used;
 }
+
+/**
+ * The part of the pixels, of 0 to 1, in which a component of two PNG files, both on white, differs by more than a tolerance.
+ * `scale` makes the pictures smaller before that: what is less than a pixel then, such as how lines are drawn, does not count.
+ */
+export const compare = (page, a, b, { tolerance, scale }) =>
+  page.evaluate(
+    async (files, tolerance, scale) => {
+      const [a, b] = await Promise.all(
+        files.map(async text => {
+          const bytes = Uint8Array.from(atob(text), c => c.charCodeAt(0));
+          const bitmap = await createImageBitmap(new Blob([bytes], { type: 'image/png' }));
+          const [width, height] = [bitmap.width * scale, bitmap.height * scale].map(Math.round);
+          const context = new OffscreenCanvas(width, height).getContext('2d');
+          context.fillStyle = '#fff';
+          context.fillRect(0, 0, width, height);
+          context.imageSmoothingQuality = 'high';
+          context.drawImage(bitmap, 0, 0, width, height);
+          return context.getImageData(0, 0, width, height);
+        }),
+      );
+      if (a.width !== b.width || a.height !== b.height) return 1;
+      let different = 0;
+      for (let i = 0; i < a.data.length; i += 4)
+        different += [0, 1, 2].some(k => Math.abs(a.data[i + k] - b.data[i + k]) > tolerance);
+      return different / (a.width * a.height);
+    },
+    [a, b].map(bytes => Buffer.from(bytes).toString('base64')),
+    tolerance,
+    scale,
+  );

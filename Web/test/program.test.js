@@ -1,47 +1,30 @@
 // What `mirel page` and `mirel site` make, opened in a real browser.
 import assert from 'node:assert/strict';
-import { execFileSync, spawn, spawnSync } from 'node:child_process';
-import { existsSync, mkdirSync, readFileSync, rmSync, statSync, writeFileSync } from 'node:fs';
-import { dirname, join } from 'node:path';
-import { after, before, test } from 'node:test';
+import { spawn, spawnSync } from 'node:child_process';
+import { existsSync, readFileSync, statSync, writeFileSync } from 'node:fs';
+import { join } from 'node:path';
+import { test } from 'node:test';
 import { pathToFileURL } from 'node:url';
 import { gunzipSync, gzipSync } from 'node:zlib';
-import { openModel, openPage, useBrowser } from './browser.js';
-import { buildFolder, exampleFolder, sourceFolder } from './support.js';
+import { compare, openModel, openPage, useBrowser } from './browser.js';
+import {
+  changeIndex as changeFolder,
+  exampleFolder,
+  makeScratch,
+  mirel,
+  program,
+  sourceFolder,
+  writeFolder,
+} from './support.js';
 
-const program = join(buildFolder, 'bin/mirel');
-const scratch = join(buildFolder, 'Web', `pages-${process.pid}`);
+const scratch = makeScratch('pages');
 const sample = join(sourceFolder, 'Samples/trolley.step');
 const trolley = join(scratch, 'trolley');
-const mirel = (...words) => execFileSync(program, words, { encoding: 'utf8' });
 const used = useBrowser();
 
-before(() => {
-  mkdirSync(scratch, { recursive: true });
-  mirel('save', '-q', sample, trolley);
-});
-after(() => rmSync(scratch, { recursive: true, force: true }));
+mirel('save', '-q', sample, trolley);
 
-/** A copy of the trolley whose index is changed. */
-function changeIndex(name, from, to) {
-  const folder = join(scratch, name);
-  const index = gunzipSync(readFileSync(join(trolley, 'index.gz'))).toString();
-  assert.ok(index.includes(from), from);
-  return writeFolder(folder, {
-    'index.gz': gzipSync(index.replace(from, to)),
-    'grep/1.gz': readFileSync(join(trolley, 'grep/1.gz')),
-    'model/1.gz': readFileSync(join(trolley, 'model/1.gz')),
-  });
-}
-
-function writeFolder(folder, files) {
-  for (const [file, bytes] of Object.entries(files)) {
-    mkdirSync(dirname(join(folder, file)), { recursive: true });
-    writeFileSync(join(folder, file), bytes);
-  }
-  return folder;
-}
-
+const changeIndex = (name, from, to) => changeFolder(trolley, join(scratch, name), from, to);
 const open = (address, size = { width: 800, height: 500 }) => openModel(used.browser, address, size);
 
 /** Of damaged models too. */
@@ -49,37 +32,6 @@ function makePage(input, name = 'page.html') {
   spawnSync(program, ['page', input, join(scratch, name)]);
   return pathToFileURL(join(scratch, name)).href;
 }
-
-/**
- * The part of the pixels, of 0 to 1, in which a component of two PNG files, both on white, differs by more than a tolerance.
- * `scale` makes the pictures smaller before that: what is less than a pixel then, such as how lines are drawn, does not count.
- */
-const compare = (page, a, b, { tolerance, scale }) =>
-  page.evaluate(
-    async (files, tolerance, scale) => {
-      const [a, b] = await Promise.all(
-        files.map(async text => {
-          const bytes = Uint8Array.from(atob(text), c => c.charCodeAt(0));
-          const bitmap = await createImageBitmap(new Blob([bytes], { type: 'image/png' }));
-          const [width, height] = [bitmap.width * scale, bitmap.height * scale].map(Math.round);
-          const context = new OffscreenCanvas(width, height).getContext('2d');
-          context.fillStyle = '#fff';
-          context.fillRect(0, 0, width, height);
-          context.imageSmoothingQuality = 'high';
-          context.drawImage(bitmap, 0, 0, width, height);
-          return context.getImageData(0, 0, width, height);
-        }),
-      );
-      if (a.width !== b.width || a.height !== b.height) return 1;
-      let different = 0;
-      for (let i = 0; i < a.data.length; i += 4)
-        different += [0, 1, 2].some(k => Math.abs(a.data[i + k] - b.data[i + k]) > tolerance);
-      return different / (a.width * a.height);
-    },
-    [a, b].map(bytes => Buffer.from(bytes).toString('base64')),
-    tolerance,
-    scale,
-  );
 
 test('a page of a STEP file opens from the disk, and fetches nothing', async () => {
   const address = makePage(sample);

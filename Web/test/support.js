@@ -1,9 +1,10 @@
 // What the tests share: where things lie, inputs, and bytes by hand.
+import assert from 'node:assert/strict';
 import { execFileSync } from 'node:child_process';
-import { readdirSync, readFileSync, rmSync } from 'node:fs';
-import { join } from 'node:path';
+import { mkdirSync, readdirSync, readFileSync, rmSync, writeFileSync } from 'node:fs';
+import { dirname, join } from 'node:path';
 import { fileURLToPath } from 'node:url';
-import { gzipSync } from 'node:zlib';
+import { gunzipSync, gzipSync } from 'node:zlib';
 
 export const sourceFolder = fileURLToPath(new URL('../..', import.meta.url));
 /** CMake's build tree. */
@@ -26,15 +27,39 @@ export function fuzzInputs(target) {
 
 /** The sample assembly as a model folder, saved anew for each file of tests. */
 export function sampleFolder() {
-  const folder = join(buildFolder, 'Web', `trolley-${process.pid}`);
-  process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
-  execFileSync(join(buildFolder, 'bin/mirel'), [
-    'save',
-    '-q',
-    join(sourceFolder, 'Samples/trolley.step'),
-    folder,
-  ]);
+  const folder = join(makeScratch('sample'), 'trolley');
+  mirel('save', '-q', join(sourceFolder, 'Samples/trolley.step'), folder);
   return folder;
+}
+
+export const program = join(buildFolder, 'bin/mirel');
+export const mirel = (...words) => execFileSync(program, words, { encoding: 'utf8' });
+
+/** A folder for what one file of tests makes; it goes with the process. */
+export function makeScratch(name) {
+  const folder = join(buildFolder, 'Web', `${name}-${process.pid}`);
+  process.on('exit', () => rmSync(folder, { recursive: true, force: true }));
+  mkdirSync(folder, { recursive: true });
+  return folder;
+}
+
+export function writeFolder(folder, files) {
+  for (const [file, bytes] of Object.entries(files)) {
+    mkdirSync(dirname(join(folder, file)), { recursive: true });
+    writeFileSync(join(folder, file), bytes);
+  }
+  return folder;
+}
+
+/** A copy of a model folder whose index is changed. */
+export function changeIndex(from, to, before, after) {
+  const index = gunzipSync(readFileSync(join(from, 'index.gz'))).toString();
+  assert.ok(index.includes(before), before);
+  return writeFolder(to, {
+    'index.gz': gzipSync(index.replace(before, after)),
+    'grep/1.gz': readFileSync(join(from, 'grep/1.gz')),
+    'model/1.gz': readFileSync(join(from, 'model/1.gz')),
+  });
 }
 
 /** A file below a folder; undefined when it is not there. */
