@@ -2,12 +2,11 @@
 #include <Bench/Task.h>
 #include <Bench/WorkFolder.h>
 
-#include <Programs/mirel/Import/Part21/StepWorkLibrary.h>
+#include <Programs/mirel/Import/Part21/StepSession.h>
 #include <Programs/mirel/Import/SourceFile.h>
 #include <Programs/mirel/StageProgress.h>
 
 #include <STEPControl_Reader.hxx>
-#include <XSControl_WorkSession.hxx>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -26,28 +25,30 @@ class NoProgress final : public StageProgress {
   void SetFraction(double) override {}
 };
 
-Figures ReadEntities(const TaskInput& input, STEPControl_Reader& reader) {
-  Figures figures;
-  const Meter meter;
-  if (reader.ReadFile(input.source.c_str()) != IFSelect_RetDone)
-    throw std::runtime_error("cannot read " + input.source);
-  meter.Stop(figures);
-  return figures;
+void MustBeRead(IFSelect_ReturnStatus status, const std::string& file) {
+  if (status != IFSelect_RetDone) throw std::runtime_error("cannot read " + file);
 }
 
 /// Text into entities by OpenCASCADE alone.
 Figures TheirEntities(const TaskInput& input) {
+  Figures figures;
   STEPControl_Reader reader;
-  return ReadEntities(input, reader);
+  const Meter meter;
+  MustBeRead(reader.ReadFile(input.source.c_str()), input.source);
+  meter.Stop(figures);
+  return figures;
 }
 
-/// The same with our scanner, as `mirel save` does it.
+/// The same as `mirel save` does it.
 Figures OurEntities(const TaskInput& input) {
+  Figures figures;
   const SourceFile file(input.source);
   NoProgress progress;
-  STEPControl_Reader reader;
-  reader.WS()->SetLibrary(new StepWorkLibrary(file, progress));
-  return ReadEntities(input, reader);
+  const Handle(StepSession) session = StepSession::Make();
+  const Meter meter;
+  MustBeRead(session->Read(file, progress), input.source);
+  meter.Stop(figures);
+  return figures;
 }
 
 /// `mirel save` as a process: its time from beginning to end, and its peak memory as the kernel counts it.

@@ -2,7 +2,7 @@
 
 #include <Programs/mirel/Import/Healing/HealingActor.h>
 #include <Programs/mirel/Import/OtherFiles.h>
-#include <Programs/mirel/Import/Part21/StepWorkLibrary.h>
+#include <Programs/mirel/Import/Part21/StepSession.h>
 #include <Programs/mirel/Import/StepCensus.h>
 #include <Programs/mirel/Import/StepNumbers.h>
 
@@ -57,7 +57,7 @@ std::string WhyMissing(const fs::path& file) {
 }  // namespace
 
 bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const SourceFile& file) {
-  STEPCAFControl_Reader reader;
+  STEPCAFControl_Reader reader(StepSession::Make(), Standard_True);
   reader.SetColorMode(Standard_True);
   reader.SetNameMode(Standard_True);
   reader.SetLayerMode(Standard_True);
@@ -151,8 +151,7 @@ bool StepReader::IsOmission(const Handle(Interface_ReportEntity) & report, const
 
 IFSelect_ReturnStatus StepReader::ReadEntities(const SourceFile& file, XSControl_Reader& reader,
                                                StageProgress& progress) {
-  reader.WS()->SetLibrary(new StepWorkLibrary(file, progress));
-  return reader.ReadFile(file.GetPath().c_str());
+  return Handle(StepSession)::DownCast(reader.WS())->Read(file, progress);
 }
 
 // OpenCASCADE names a component by its description, name or id, a product by its name or id, whichever is not

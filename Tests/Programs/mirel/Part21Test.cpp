@@ -1,3 +1,4 @@
+#include <Programs/mirel/Import/Part21/StepSession.h>
 #include <Programs/mirel/Import/Part21/StepWorkLibrary.h>
 #include <Programs/mirel/Import/SourceFile.h>
 #include <Programs/mirel/StageProgress.h>
@@ -8,6 +9,7 @@
 
 #include <Interface_Check.hxx>
 #include <Interface_CheckIterator.hxx>
+#include <Interface_Graph.hxx>
 #include <Message.hxx>
 #include <Message_Messenger.hxx>
 #include <STEPCAFControl_Controller.hxx>
@@ -214,6 +216,31 @@ std::string Load(const StepSelect_WorkLibrary& library, const std::string& file)
   return text.str();
 }
 
+/// Enough entities for several threads, sound ones and all kinds of others: with wrong types, numbers and counts, without what they
+/// refer to, and with odd texts.
+std::string ManyEntities() {
+  std::ostringstream text;
+  for (int i = 0; i < 40000; i += 20) {
+    const auto entity = [&](int number) { return "#" + std::to_string(i + number); };
+    text << entity(1) << "=CARTESIAN_POINT('p',(1.,2.,3.));\n"
+         << entity(2) << "=DIRECTION('',(0.,0." << (i % 300 == 0 ? ",1" : ",1.") << "));\n"
+         << entity(3) << "=VECTOR(''," << entity(2) << (i % 700 == 0 ? ",$);\n" : ",1.);\n") << entity(4)
+         << "=LINE(''," << entity(i % 500 == 0 ? 2 : 1) << "," << entity(3) << ");\n"
+         << entity(5) << "=VERTEX_POINT('" << (i % 340 == 0 ? "\\X2\\5D\\X0\\\\PZ\\" : "") << "',"
+         << entity(1) << ");\n"
+         << entity(6) << "=EDGE_CURVE(''," << entity(5) << "," << entity(5) << "," << entity(4)
+         << (i % 900 == 0 ? ",.X.);\n" : ",.T.);\n") << entity(7) << "=ORIENTED_EDGE('',*,"
+         << (i % 260 == 0 ? "$" : "*") << "," << entity(6) << ",.F.);\n"
+         << entity(8) << "=EDGE_LOOP('',(" << entity(7) << "," << entity(7)
+         << (i % 800 == 0 ? ",#999999" : "") << "));\n"
+         << entity(9) << "=FACE_BOUND(''," << entity(8) << ",.T.);\n"
+         << entity(10) << "=NO_SUCH_THING(" << entity(9) << ",'x');\n"
+         << entity(11) << "=(B_SPLINE_CURVE(3,(" << entity(1)
+         << "),.UNSPECIFIED.,.F.,.F.)BOUNDED_CURVE());\n";
+  }
+  return Frame(text.str());
+}
+
 TEST(Part21, ModelsAreTheSame) {
   STEPCAFControl_Controller::Init();
   Message::DefaultMessenger()->ChangePrinters().Clear();
@@ -235,10 +262,49 @@ TEST(Part21, ModelsAreTheSame) {
     files.push_back(folder.GetPath() + std::to_string(files.size()) + ".step");
     WriteFile(files.back(), Frame(entities));
   }
+  files.push_back(folder.GetPath() + "many.step");
+  WriteFile(files.back(), ManyEntities());
   NoProgress progress;
   for (const std::string& file : files)
     EXPECT_EQ(Load(StepWorkLibrary(SourceFile(file), progress), file), Load(StepSelect_WorkLibrary(), file))
         << file;
+}
+
+/// Who refers to each entity.
+std::string TellSharings(XSControl_WorkSession& session) {
+  std::ostringstream text;
+  for (int i = 1; i <= session.Model()->NbEntities(); ++i) {
+    text << i << ":";
+    for (const int from : session.Graph().SharingTable()->Value(i))
+      text << " " << from;
+    text << "\n";
+  }
+  return text.str();
+}
+
+TEST(Part21, SessionsHaveTheSameGraph) {
+  Message::DefaultMessenger()->ChangePrinters().Clear();
+  const TestFolder folder;
+  std::vector<std::string> files = ListStepFiles(MIREL_SAMPLE);
+  files.push_back(folder.GetPath() + "many.step");
+  WriteFile(files.back(), ManyEntities());
+  files.push_back(folder.GetPath() + "zero.step");  // is left to OpenCASCADE's scanner
+  WriteFile(files.back(), Frame("#1=CARTESIAN_POINT('',(.5,2.,3.));"));
+  files.push_back(folder.GetPath() + "nothing.step");
+  WriteFile(files.back(), "nothing");
+  NoProgress progress;
+  for (const std::string& file : files) {
+    const Handle(StepSession) ours = StepSession::Make();
+    const SourceFile source(file);
+    const IFSelect_ReturnStatus status = ours->Read(source, progress);
+    const Handle(XSControl_WorkSession) theirs = new XSControl_WorkSession;
+    theirs->SelectNorm("STEP");
+    ASSERT_EQ(status, theirs->ReadFile(file.c_str())) << file;
+    EXPECT_STREQ(ours->LoadedFile(), theirs->LoadedFile());
+    if (status == IFSelect_RetDone) {
+      EXPECT_EQ(TellSharings(*ours), TellSharings(*theirs)) << file;
+    }
+  }
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <StepData_Protocol.hxx>
+#include <StepData_StepModel.hxx>
 #include <StepSelect_WorkLibrary.hxx>
 
 namespace mirel {
@@ -17,6 +19,9 @@ class StepWorkLibrary final : public StepSelect_WorkLibrary {
   /// Reads the one file that it was made for, which has the name in messages.
   Standard_Integer ReadFile(const Standard_CString name, Handle(Interface_InterfaceModel) & model,
                             const Handle(Interface_Protocol) & protocol) const override;
+
+  /// Reads the file into a new model by the scanner alone. False for what that does not take; the model is as it was then.
+  bool ReadText(const Handle(StepData_StepModel) & model, const Handle(StepData_Protocol) & protocol) const;
 
  private:
   const SourceFile& file_;
