@@ -1,6 +1,7 @@
 #include <Viewer/Draw/RayCaster.h>
 
 #include <Viewer/Draw/DrawScene.h>
+#include <Viewer/Draw/PlacedGroups.h>
 
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
@@ -15,7 +16,7 @@
 #include <new>
 #include <unordered_map>
 
-// The only file that knows Embree, whose version 4 has other names for much of this.
+// This and PlacedGroups alone know Embree, whose version 4 has other names for much of it.
 
 namespace mirel {
 
@@ -89,8 +90,7 @@ struct RayCaster::Index {
       const auto [place, isNew] = known.try_emplace(batch.grep.get(), bodies.size());
       if (isNew) bodies.push_back(MakeBody(batch.grep->GetMesh()));
       batchBodies.push_back(place->second);
-      for (std::size_t i = 0; i < batch.placements.size(); ++i)
-        AddInstance(bodies[place->second], batch, i);
+      AddPlacements(bodies[place->second], batch);
     }
     rtcCommitScene(all);
     ThrowIfFailed(device);
@@ -136,6 +136,16 @@ struct RayCaster::Index {
     return body;
   }
 
+  void AddPlacements(const Body& body, const DrawBatch& batch) {
+    if (scene.GetPlacementCount() >= PlacedGroups::kMany) {
+      groups.push_back(std::make_unique<PlacedGroups>(scene, batch, body.scene, body.middle, center));
+      Add(groups.back()->MakeGeometry(device), batch, static_cast<unsigned>(groups.size() - 1));
+      return;
+    }
+    for (std::size_t i = 0; i < batch.placements.size(); ++i)
+      AddInstance(body, batch, i);
+  }
+
   void AddInstance(const Body& body, const DrawBatch& batch, std::size_t number) {
     const glm::dmat4x3 placement = batch.placements[number];
     const glm::dvec3 origin = placement * glm::dvec4(body.middle, 1.0) - center;
@@ -149,10 +159,15 @@ struct RayCaster::Index {
     if (instance == nullptr) throw std::bad_alloc();
     rtcSetGeometryInstancedScene(instance, body.scene);
     rtcSetGeometryTransform(instance, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, matrix);
-    rtcSetGeometryMask(instance, batch.ghost ? kGhostMask : kSolidMask);
-    rtcCommitGeometry(instance);
-    rtcAttachGeometryByID(all, instance, batch.first + static_cast<unsigned>(number));
-    rtcReleaseGeometry(instance);
+    Add(instance, batch, batch.first + static_cast<unsigned>(number));
+  }
+
+  void Add(RTCGeometry geometry, const DrawBatch& batch, unsigned number) {
+    if (geometry == nullptr) throw std::bad_alloc();
+    rtcSetGeometryMask(geometry, batch.ghost ? kGhostMask : kSolidMask);
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometryByID(all, geometry, number);
+    rtcReleaseGeometry(geometry);
   }
 
   // The part of a ray that is inside the scene's sphere, from the point where it enters: short numbers are exact ones.
@@ -197,6 +212,7 @@ struct RayCaster::Index {
   glm::dvec3 center = glm::dvec3(0.0);
   double radius = 0.0;
   std::vector<Body> bodies;
+  std::vector<std::unique_ptr<PlacedGroups>> groups;
   std::vector<std::size_t> batchBodies;  // for each batch, its place in `bodies`
 };
 

@@ -48,6 +48,49 @@ TEST(RayCasterTest, MeetsBodiesThatAreFarAwayMirroredAndSheared) {
     EXPECT_EQ(through[i].fromInside, i % 2 == 1) << i;
 }
 
+// In scenes of very many placements neighbours are kept in groups: rays do not tell.
+TEST(RayCasterTest, MeetsBodiesThatArePlacedVeryOften) {
+  const auto few = std::make_shared<GroupSceneNode>(), many = std::make_shared<GroupSceneNode>();
+  for (int i = 0; i < 20500; ++i) {
+    glm::dmat4 placement =
+        Move(i % 10 * 3, i / 10 % 10 * 3, (i < 100 ? 0 : -100 - i / 100 * 8) + i % 7) * TurnAboutZ(i);
+    if (i % 5 == 0) placement *= i % 2 == 0 ? Mirror() : Shear();
+    const auto node = BodyNode(BoxGRep(1, 2, 3), placement);
+    if (i < 100) few->AddNode(node);
+    many->AddNode(node);
+  }
+  const auto wanted = MakeCaster(*few), caster = MakeCaster(*many);
+  std::mt19937 random(3);
+  std::uniform_real_distribution<double> place(0.0, 30.0);
+  std::vector<Ray> rays;
+  for (int i = 0; i < 2000; ++i)
+    rays.push_back({{place(random), place(random), 40.0},
+                    glm::normalize(glm::dvec3(place(random) - 15, place(random) - 15, -60.0)),
+                    0.0,
+                    60.0});
+  std::vector<RayHit> hits(rays.size());
+  std::vector<std::uint8_t> blocked(rays.size());
+  caster->Cast(rays.data(), hits.data(), rays.size());
+  caster->FindBlocked(rays.data(), blocked.data(), rays.size());
+  int met = 0, differing = 0;
+  for (std::size_t i = 0; i < rays.size(); ++i) {
+    const RayHit one = wanted->Cast(rays[i]), other = caster->Cast(rays[i]);
+    met += one.IsHit() ? 1 : 0;
+    EXPECT_EQ(blocked[i], hits[i].IsHit() ? 1 : 0);
+    EXPECT_EQ(other.placement, hits[i].placement);
+    // A ray along an edge may meet either side of it.
+    const bool isSame = one.IsHit() == other.IsHit() && std::abs(one.distance - other.distance) < 1e-3 &&
+                        (!one.IsHit() || wanted->GetScene().GetPath(one.placement).back() ==
+                                             caster->GetScene().GetPath(other.placement).back());
+    differing += isSame ? 0 : 1;
+    if (isSame) {
+      EXPECT_EQ(wanted->CastThrough(rays[i]).size(), caster->CastThrough(rays[i]).size());
+    }
+  }
+  EXPECT_GT(met, 500);
+  EXPECT_LE(differing, 2);
+}
+
 TEST(RayCasterTest, GivesTheSameForOneRayAsForMany) {
   const auto root = std::make_shared<GroupSceneNode>();
   for (int i = 0; i < 100; ++i)

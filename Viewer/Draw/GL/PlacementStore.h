@@ -126,7 +126,8 @@ class PlacementStore {
   std::size_t uploadedTurns_ = 0;
   bool batchesSent_ = false, palettesSent_ = false, facesSent_ = false, offsetsSent_ = false;
   Range changedStates_, changedColors_;
-  GLBuffer placementBuffer_, turns_, states_, batchBuffer_, palettes_, joints_, colors_, offsetBuffer_, faces_;
+  GLBuffer placementBuffer_, turns_, states_, batchBuffer_, palettes_, joints_, colors_, offsetBuffer_,
+      faces_;
   GLBuffer seen_, masks_, groups_, commands_;
 };
 
