@@ -42,7 +42,7 @@ int main(int argc, char** argv) {
                                   "PATH");
   arguments.addOption(module);
   const QCommandLineOption benchmark("benchmark",
-                                     "Print when what was reached, and end after the first full picture.");
+                                     "Print when what was reached, and what frames, picks and the tree take; then end.");
   arguments.addOption(benchmark);
   arguments.addPositionalArgument(
       "FILE", "Model folders, index files, tar archives; STEP, IGES and BRep files.", "[FILE...]");
@@ -67,7 +67,7 @@ int main(int argc, char** argv) {
   mirel::MainWindow window(host);
   std::optional<mirel::Benchmark> stages;
   if (arguments.isSet(benchmark)) {
-    stages.emplace(window);
+    stages.emplace(window, arguments.positionalArguments());
   }
   window.Open(arguments.positionalArguments());  // goes on while the window comes up
   window.show();

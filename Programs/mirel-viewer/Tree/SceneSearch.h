@@ -13,7 +13,7 @@ namespace mirel {
 class Document;
 class SceneNode;
 
-/// Finds nodes by a part of their names, in upper or lower case, or by their whole ids, on a thread of its own.
+/// Finds nodes by a part of their names, in upper or lower case, or by their whole ids, on threads of its own.
 class SceneSearch : public QObject {
   Q_OBJECT
 
