@@ -133,11 +133,8 @@ std::string ToJson(const std::string& path, const Found& found, const AABoxT<dou
   if (box.IsFinite()) {
     for (const auto& [key, corner] : {std::make_pair("min", box.GetMin()), {"max", box.GetMax()}}) {
       json.Key(key);
-      json.BeginArray();
-      for (int axis = 0; axis < 3; ++axis) {
-        json.Number(corner[axis] + 0.0);
-      }
-      json.EndArray();
+      const glm::dvec3 numbers = corner + 0.0;  // no -0
+      json.Numbers(&numbers[0], 3);
     }
   }
   json.EndObject();
