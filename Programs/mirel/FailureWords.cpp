@@ -72,7 +72,8 @@ std::optional<FailureWords::Line> ExplainItem(const std::vector<std::string>& no
   const bool isPath = EndsWith(source, ".gz");
   const std::string place = isPath ? "" : source + ", ";
   return FailureWords::Line{isPath ? source : subject,
-                            place + what + ", cannot be read (" + reason + "): " + WhatIsLost(source), 2};
+                            place + what + ", cannot be read (" + reason + "): " + WhatIsLost(source), 2,
+                            place.size() + what.size()};
 }
 
 // "Shape 1 "NAME" has no graphics: ...", of an item of the model.
@@ -83,7 +84,7 @@ std::optional<FailureWords::Line> ExplainMissing(const std::string& notice, cons
   }
   std::string text = notice;
   text[0] = static_cast<char>(std::tolower(static_cast<unsigned char>(text[0])));
-  return FailureWords::Line{subject, text + "; it is not shown" + kMending, 1};
+  return FailureWords::Line{subject, text + "; it is not shown" + kMending, 1, end + 1};
 }
 
 }  // namespace

@@ -15,6 +15,8 @@ class FailureWords {
     std::string file;
     std::string text;      ///< the item, the reason, what is lost and what can be done
     std::size_t told = 0;  ///< how many of the last notices it tells
+    /// How much of the text, from its beginning on, names the item; 0 when it is about the file.
+    std::size_t itemSize = 0;
   };
 
   /// The line for a failure of a model that is opened from `subject`, a path or the name of a stream. None when the failure

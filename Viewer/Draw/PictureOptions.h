@@ -4,6 +4,7 @@
 
 #include <glm/vec3.hpp>
 
+#include <atomic>
 #include <optional>
 #include <vector>
 
@@ -43,6 +44,9 @@ struct PictureOptions {
 
   /// How many threads draw; 0: as many as there are cores. The picture is the same.
   unsigned threads = 0;
+
+  /// When it becomes true, drawing ends soon, and the picture is not complete. Not owned; null: nobody calls it off.
+  const std::atomic<bool>* isCancelled = nullptr;
 };
 
 }  // namespace mirel

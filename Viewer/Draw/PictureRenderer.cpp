@@ -35,6 +35,7 @@ Picture PictureRenderer::Draw(const Camera& camera, const PictureOptions& option
   const int rows = (picture.height + kTileSide - 1) / kTileSide;
   ParallelLoop(static_cast<std::size_t>(columns) * static_cast<std::size_t>(rows), options.threads,
                [&](std::size_t i) {
+                 if (options.isCancelled != nullptr && *options.isCancelled) return;
                  const int left = static_cast<int>(i) % columns * kTileSide,
                            top = static_cast<int>(i) / columns * kTileSide;
                  painter.Paint(left, top, std::min(kTileSide, picture.width - left),

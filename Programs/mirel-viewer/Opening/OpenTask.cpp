@@ -3,8 +3,8 @@
 #include <Programs/mirel-viewer/Opening/ConversionCache.h>
 #include <Programs/mirel-viewer/Opening/ConverterProcess.h>
 #include <Programs/mirel-viewer/Opening/FileKind.h>
-#include <Programs/mirel-viewer/Opening/OpeningLog.h>
 
+#include <Programs/mirel/FailureLog.h>
 #include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/View/PieceDelivery.h>
 #include <Programs/mirel/View/TarPieces.h>
@@ -31,6 +31,14 @@ namespace {
 struct FileCloser {
   void operator()(std::FILE* file) const { std::fclose(file); }
 };
+
+QStringList ListFailures(const FailureLog& log) {
+  QStringList lines;
+  for (const FailureLog::Failure& failure : log.GetFailures()) {
+    lines.append(QString::fromStdString(failure.line));
+  }
+  return lines;
+}
 
 }  // namespace
 
@@ -78,7 +86,7 @@ bool OpenTask::OpenScene(const QString& path, bool isFromCache) {
   if (!reader) {
     return Fail("no reader is registered for files of this kind");
   }
-  OpeningLog log(path_.toStdString());
+  const FailureLog log(path_.toStdString());
   std::atomic<SceneOpening*> current{nullptr};
   SceneOpening opening(reader, index, StagedReader::Bodies::kKeep, [&](const SceneOpening::Progress& at) {
     ShowProgress(at);
@@ -89,20 +97,20 @@ bool OpenTask::OpenScene(const QString& path, bool isFromCache) {
   });
   current = &opening;
   const std::shared_ptr<SceneNode> root = opening.TakeRoot();
-  if (isFromCache && (!root || log.GetFailureCount() > 0)) {
+  if (isFromCache && (!root || log.GetCount() > 0)) {
     opening.Cancel();
     return false;  // it is made anew
   }
   if (!root || cancelled_) {
     opening.Cancel();
-    messages_ += log.GetLines();
+    messages_ += ListFailures(log);
     return messages_.isEmpty() && !cancelled_
                ? Fail("is not a model folder: its index has no types and items")
                : false;
   }
   receiver_.opened(root, QFileInfo(QString::fromStdString(index)).path());
   opening.Wait();
-  messages_ += log.GetLines();
+  messages_ += ListFailures(log);
   return true;
 }
 
@@ -126,9 +134,9 @@ bool OpenTask::OpenArchive() {
   if (!loader) {
     return Fail("no loader for archives is registered");
   }
-  OpeningLog log(path_.toStdString());
+  const FailureLog log(path_.toStdString());
   const bool done = PieceDelivery(pieces).HandOver(*loader) && !cancelled_ && receiver_.endLoader(*loader);
-  messages_ += log.GetLines();
+  messages_ += ListFailures(log);
   return done || cancelled_ || !messages_.isEmpty() ? done : Fail("nothing in it can be shown");
 }
 

@@ -10,12 +10,18 @@
 #include <archive_entry.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <filesystem>
+#include <fstream>
 #include <string_view>
+#include <system_error>
 
 #if defined(_WIN32)
 #include <fcntl.h>
 #include <io.h>
 #endif
+
+namespace fs = std::filesystem;
 
 namespace mirel {
 
@@ -53,7 +59,8 @@ std::string GetReason(archive* reader) {
 
 }  // namespace
 
-bool TarPieces::Load(std::FILE* file) {
+bool TarPieces::Load(std::FILE* file, const std::function<bool()>& goesOn) {
+  goesOn_ = goesOn;
 #if defined(_WIN32)
   _setmode(_fileno(file), _O_BINARY);
 #endif
@@ -144,6 +151,10 @@ bool TarPieces::Keep(archive* reader, archive_entry* member, const std::string& 
 }
 
 bool TarPieces::Count(std::int64_t bytes) {
+  if (goesOn_ && !goesOn_()) {
+    error_ = "was called off";
+    return false;
+  }
   const std::uint64_t added = static_cast<std::uint64_t>(std::max<std::int64_t>(bytes, 0));
   if (added > kMaxBytes - bytes_) {
     error_ = "holds more than " + std::to_string(kMaxBytes >> 30) + " GiB";
@@ -154,6 +165,22 @@ bool TarPieces::Count(std::int64_t bytes) {
     return false;
   }
   bytes_ += added;
+  return true;
+}
+
+bool TarPieces::Unpack(const std::string& folder) {
+  std::error_code failure;
+  for (const auto& [name, content] : files_) {
+    const fs::path file = fs::u8path(folder) / fs::u8path(name);
+    fs::create_directories(file.parent_path(), failure);
+    std::ofstream stream(file, std::ios::binary);
+    errno = 0;
+    if (!stream.write(content.data(), static_cast<std::streamsize>(content.size())) || !stream.flush()) {
+      error_ = file.u8string() + " cannot be written: " +
+               (failure ? failure.message() : std::generic_category().message(errno));
+      return false;
+    }
+  }
   return true;
 }
 

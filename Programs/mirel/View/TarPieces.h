@@ -6,6 +6,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <vector>
 
@@ -27,8 +28,12 @@ class TarPieces : public PieceSource {
   static constexpr std::uint64_t kMaxBytes = std::uint64_t{4} << 30;
 
   /// False when this is not a tar archive, or damaged, or not of one model folder; the error says why.
-  bool Load(std::FILE* file);
+  /// `goesOn` is asked from time to time; when it says no, the archive is left where it is, and the error says so.
+  bool Load(std::FILE* file, const std::function<bool()>& goesOn = nullptr);
   const std::string& GetError() const { return error_; }
+
+  /// Writes all files of the model into a folder, which is made. False when that fails; the error says why.
+  bool Unpack(const std::string& folder);
 
   bool Has(const std::string& name) const;
   std::vector<std::uint32_t> ListPackages(const std::string& kind) const override;
@@ -44,6 +49,7 @@ class TarPieces : public PieceSource {
   std::map<std::string, std::vector<char>> files_;
   std::string folder_;  // that all files stand in, with its separator
   std::uint64_t bytes_ = 0;
+  std::function<bool()> goesOn_;  // while it loads
   std::string error_;
 };
 

@@ -11,8 +11,12 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <filesystem>
+#include <iterator>
 #include <string>
 #include <vector>
+
+namespace fs = std::filesystem;
 
 namespace mirel {
 namespace {
@@ -111,6 +115,35 @@ TEST_F(TarPiecesTest, TakesAFolderHoweverItIsPacked) {
     }
   }
   EXPECT_TRUE(log_.GetEntries().empty());
+}
+
+TEST_F(TarPiecesTest, UnpacksTheModelAndNothingElse) {
+  const std::string one = Gzip("one");
+  TarPieces pieces;
+  ASSERT_TRUE(
+      Load(pieces, Tar({{"a/model/1.gz", one}, {"a/../../readme.txt", "x"}, {"a/index.gz", Gzip("{}")}})));
+  const std::string folder = scratch_.GetPath() + "new/folder";
+  ASSERT_TRUE(pieces.Unpack(folder)) << pieces.GetError();
+  EXPECT_EQ(ReadFile(folder + "/model/1.gz"), one);
+  EXPECT_EQ(ReadFile(folder + "/index.gz"), Gzip("{}"));
+  EXPECT_EQ(std::distance(fs::recursive_directory_iterator(fs::u8path(folder)), {}), 3);
+  WriteFile(scratch_.GetPath() + "file", "x");
+  EXPECT_FALSE(pieces.Unpack(scratch_.GetPath() + "file"));
+  EXPECT_NE(pieces.GetError().find("/file/index.gz cannot be written: "), std::string::npos)
+      << pieces.GetError();
+}
+
+TEST_F(TarPiecesTest, IsCalledOff) {
+  const std::string bytes = Tar({{"index.gz", Gzip("{}")}, {"model/1.gz", "x"}, {"model/2.gz", "y"}});
+  std::FILE* const file = std::tmpfile();
+  std::fwrite(bytes.data(), 1, bytes.size(), file);
+  std::rewind(file);
+  TarPieces pieces;
+  int asked = 0;
+  EXPECT_FALSE(pieces.Load(file, [&] { return ++asked < 2; }));
+  EXPECT_EQ(pieces.GetError(), "was called off");
+  EXPECT_EQ(asked, 2);
+  std::fclose(file);
 }
 
 TEST_F(TarPiecesTest, RefusesWhatIsNotOneModelFolder) {

@@ -24,6 +24,7 @@
 
 #include <gtest/gtest.h>
 
+#include <atomic>
 #include <set>
 
 namespace mirel {
@@ -102,6 +103,17 @@ TEST(PictureRendererTest, KeepsWhatIsBehindFreeWithoutBackground) {
   const Picture pink = Draw(GroupSceneNode(), options);
   const std::uint8_t* const pixel = pink.GetPixel(7, 7);
   EXPECT_EQ((std::vector<int>(pixel, pixel + 4)), (std::vector<int>{255, 0, 128, 255}));
+}
+
+TEST(PictureRendererTest, IsCalledOff) {
+  const Parts parts;
+  PictureOptions options = Small();
+  std::atomic<bool> isCancelled{false};
+  options.isCancelled = &isCancelled;
+  EXPECT_TRUE(Draw(*parts.MakeRoot(), options).pixels == Draw(*parts.MakeRoot(), Small()).pixels);
+  isCancelled = true;
+  const Picture nothing(options.width, options.height);
+  EXPECT_TRUE(Draw(*parts.MakeRoot(), options).pixels == nothing.pixels);
 }
 
 TEST(PictureRendererTest, HasLimits) {
