@@ -1,6 +1,7 @@
 # What is installed, and the Debian packages made of it: libmirel0 (libraries), libmirel-draw0 (what draws, which needs
 # more), libmirel-draw-gl0 (what draws with OpenGL), libmirel-dev and libmirel-draw-dev (headers, CMake and pkg-config
-# files of what does not draw and of what does), mirel (the program) and mirel-viewer (the desktop viewer).
+# files of what does not draw and of what does), mirel (the program), mirel-viewer (the desktop viewer) and python3-mirel (the Python
+# package).
 include(GNUInstallDirs)
 include(CMakePackageConfigHelpers)
 
@@ -67,6 +68,9 @@ if(TARGET mirel-viewer)
   install(FILES Programs/mirel-viewer/Desktop/mirel-viewer.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT viewer)
   install(FILES docs/viewer.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel-viewer COMPONENT viewer)
 endif()
+if(TARGET MirelPython)
+  install(FILES docs/python.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/python3-mirel COMPONENT python)
+endif()
 set_target_properties(MirelViewerKernel MirelDraw MirelDrawGL PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(FILES README.md CHANGELOG.md docs/format.md docs/guide.md docs/web.md docs/web-page.png DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/mirel
         COMPONENT program)
@@ -85,6 +89,9 @@ set(CPACK_DEBIAN_ENABLE_COMPONENT_DEPENDS ON)
 set(CPACK_COMPONENTS_ALL runtime draw drawgl dev drawdev program)
 if(TARGET mirel-viewer)
   list(APPEND CPACK_COMPONENTS_ALL viewer)
+endif()
+if(TARGET MirelPython)
+  list(APPEND CPACK_COMPONENTS_ALL python)
 endif()
 
 set(CPACK_DEBIAN_RUNTIME_PACKAGE_NAME libmirel${PROJECT_VERSION_MAJOR})
@@ -125,4 +132,12 @@ set(CPACK_COMPONENT_VIEWER_DESCRIPTION
     "Light-weight CAD assemblies: desktop viewer\n Shows model folders, STEP, IGES and BRep files.")
 # It has STEP, IGES and BRep files converted by the program.
 set(CPACK_COMPONENT_VIEWER_DEPENDS runtime draw drawgl program)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_NAME python3-mirel)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SECTION python)
+# The modules are those of one version of the interpreter.
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS "${MIREL_PYTHON_DEPENDS}, python3-numpy")
+set(CPACK_COMPONENT_PYTHON_DESCRIPTION
+    "Light-weight CAD assemblies: Python package\n Opens model folders, STEP, IGES and BRep files as objects and arrays.")
+# It has what takes a process of its own done by the program.
+set(CPACK_COMPONENT_PYTHON_DEPENDS runtime draw program)
 include(CPack)

@@ -10,7 +10,9 @@ mkdir -p "$target/packages"
   { cat "$target/cpack.log" >&2; exit 1; }
 viewer=()
 [[ ! -x $build/bin/mirel-viewer ]] || viewer=(mirel-viewer)
-for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-draw-dev mirel "${viewer[@]}"; do
+python=()
+[[ ! -d $build/lib/python3/dist-packages ]] || python=(python3-mirel)
+for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-draw-dev mirel "${viewer[@]}" "${python[@]}"; do
   deb=$(find "$target/packages" -maxdepth 1 -name "${package}_*.deb")
   [[ -f $deb ]] || { echo "unpack-debs: no package $package" >&2; exit 1; }
   depends=$(dpkg-deb -f "$deb" Depends)
@@ -22,6 +24,7 @@ for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-
   libmirel-draw-dev) wanted=("libmirel-draw0 (" "libmirel-draw-gl0 (" "libmirel-dev (") ;;
   mirel) wanted=("libmirel0 (" libocct-data-exchange libcpp-httplib) ;;
   mirel-viewer) wanted=("libmirel-draw-gl0 (" "mirel (" libqt6widgets6) ;;
+  python3-mirel) wanted=("libmirel-draw0 (" "mirel (" "python3 (>= 3." python3-numpy) ;;
   esac
   for want in "${wanted[@]}"; do
     [[ $depends == *"$want"* ]] || { echo "$package depends on '$depends', not on $want" >&2; exit 1; }
@@ -37,4 +40,7 @@ done
 # The viewer for web pages goes along where it was built.
 if [[ -f $build/Web/dist/viewer.js ]]; then
   "$target/usr/bin/mirel" page "$target/trolley" "$target/trolley.html"
+fi
+if [[ ${#python[@]} -gt 0 ]]; then
+  "$(dirname "$0")/use-python.sh" "$target/usr/lib/python3/dist-packages" "$target/trolley"
 fi
