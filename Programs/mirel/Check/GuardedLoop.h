@@ -14,6 +14,8 @@ namespace mirel {
 /// none of it; what a job says reaches the caller through a pipe. After a crash or a time-out the next job gets a new
 /// process. What jobs print on standard output is dropped. On Windows, and where no process can be made, they run in the
 /// caller's process instead, without this protection.
+///
+/// Several threads may run one at once. A crash in one may then be heard of only when the others' processes have ended.
 class GuardedLoop {
  public:
   enum class End { kDone, kCrashed, kTimedOut };

@@ -4,6 +4,8 @@
 #include <Viewer/Kernel/Model/LiteModelVisitor.h>
 #include <Viewer/Kernel/Model/ObjectIdHash.h>
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -29,8 +31,9 @@ class BodyCheck : private LiteModelVisitor {
   /// Puts an empty body in the place of each, so that their items stay where they are, under their names.
   void Empty(const std::vector<Fault>& missing);
 
-  /// Bodies whose graphics are not those of the body. Made in a process of its own: a body may take `seconds`, and one
-  /// that makes OpenCASCADE crash, or takes longer, has a fault.
+  /// Bodies whose graphics are not those of the body, in the order of the model. Made in processes of their own, as many as
+  /// there are cores where there is much to compare: a body may take `seconds`, and one that makes OpenCASCADE crash, or takes
+  /// longer, has a fault.
   std::vector<Fault> FindDrawnWrongly(const LiteModel& readBack, unsigned int seconds) const;
 
   /// The items that show a body.
@@ -41,6 +44,10 @@ class BodyCheck : private LiteModelVisitor {
   void Visit(InstanceItem* item) override;
   void Visit(ShapeItem* item) override;
   std::string NameOf(const ObjectId& body) const;
+  // Some of the bodies, given by their places in `ids`, in one process.
+  void CompareWithGraphics(const LiteModel& readBack, unsigned int seconds, const std::vector<ObjectId>& ids,
+                           const std::vector<std::size_t>& share,
+                           std::vector<std::optional<Fault>>& found) const;
 
   LiteModel& model_;
   std::unordered_map<ObjectId, std::vector<ShapeItem*>, SecretIdHash> items_;  // those that show a body

@@ -12,6 +12,7 @@
 
 #include <regex>
 #include <string>
+#include <vector>
 
 namespace mirel {
 namespace {
@@ -43,6 +44,30 @@ TEST(BodyCheckTest, NamesWhatIsNotSavedAndWhatIsDrawnWrongly) {
   check.Empty(missing);
   EXPECT_FALSE(model.FindShape(Id(12))->GetImpl().IsNull());
   EXPECT_TRUE(nut->GetFaceColor().empty());
+}
+
+TEST(BodyCheckTest, ManyBodiesAreComparedInSeveralProcesses) {
+  LiteModel model;
+  LiteModel readBack;
+  const auto box = MakeBox(1, 2, 3);
+  const auto graphics = MakeGRep(box);
+  const auto other = MakeGRep(MakeBox(4, 4, 4));
+  for (int id = 1; id <= 300; ++id) {
+    model.AddShape(Id(id), box);
+    readBack.AddShape(Id(id), id % 7 == 0 ? other : graphics);
+  }
+  std::vector<ObjectId> expected;
+  for (const auto& [id, body] : model.GetShape()) {
+    if (readBack.FindGRepShape(id) == other) {
+      expected.push_back(id);
+    }
+  }
+  std::vector<ObjectId> found;
+  for (const BodyCheck::Fault& fault : BodyCheck(model).FindDrawnWrongly(readBack, 60)) {
+    found.push_back(fault.id);
+  }
+  EXPECT_EQ(found.size(), 42U);
+  EXPECT_EQ(found, expected);
 }
 
 // The sample with a coordinate that is no number in one of its bodies, or in all of them.
