@@ -50,7 +50,7 @@ class SceneOpening::Work final : public StagedReader::Watcher {
   }
 
   void Wait() {
-    WaitUntil([this] { return progress_.stage == Stage::kEnd; });
+    WaitUntil([this] { return isOver_; });
   }
 
   void Cancel() {
@@ -67,6 +67,11 @@ class SceneOpening::Work final : public StagedReader::Watcher {
       failure_ = std::current_exception();
     }
     Change([this] { progress_.stage = Stage::kEnd; });
+    {
+      const std::lock_guard<std::mutex> lock(mutex_);
+      isOver_ = true;
+    }
+    changed_.notify_all();
   }
 
   void Load() {
@@ -120,6 +125,7 @@ class SceneOpening::Work final : public StagedReader::Watcher {
   std::shared_ptr<SceneNode> root_;
   std::exception_ptr failure_;
   bool isCancelled_ = false;
+  bool isOver_ = false;  // the listener has heard of the end, too
 
   std::thread thread_;
 };

@@ -53,7 +53,8 @@ class MIREL_HOST_API SceneOpening {
   /// `GRepShape::WaitForShape` waits.
   std::shared_ptr<SceneNode> TakeRoot();
 
-  /// Waits for the end. What the reader threw meanwhile is thrown, once.
+  /// Waits for the end, and until the listener has heard of it: it hears nothing afterwards. What the reader threw
+  /// meanwhile is thrown, once.
   void Wait();
 
   /// Calls it off and returns at once. Nodes that are there can still be taken; of bodies those stay that have come.
