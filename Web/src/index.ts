@@ -11,6 +11,7 @@ export {
   type ShapeItem,
 } from './reader/items.js';
 export {
+  addFeatures,
   countEdges,
   countFaces,
   countVertices,

@@ -1,7 +1,7 @@
 // What `mirel page` and `mirel site` make, opened in a real browser.
 import assert from 'node:assert/strict';
 import { spawn, spawnSync } from 'node:child_process';
-import { existsSync, readFileSync, statSync, writeFileSync } from 'node:fs';
+import { existsSync, readFileSync, rmSync, statSync, writeFileSync } from 'node:fs';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { pathToFileURL } from 'node:url';
@@ -9,7 +9,9 @@ import { gunzipSync, gzipSync } from 'node:zlib';
 import { compare, openModel, openPage, useBrowser } from './browser.js';
 import {
   changeIndex as changeFolder,
+  dist,
   exampleFolder,
+  fileBelow,
   makeScratch,
   mirel,
   program,
@@ -17,6 +19,7 @@ import {
   writeFolder,
 } from './support.js';
 
+const web = await import(pathToFileURL(join(dist, 'index.js')));
 const scratch = makeScratch('pages');
 const sample = join(sourceFolder, 'Samples/trolley.step');
 const trolley = join(scratch, 'trolley');
@@ -180,8 +183,15 @@ test('a preview shows the site, boxes first', async () => {
   assert.match(address, /^http:\/\/127\.0\.0\.1:\d+\/$/);
   const page = await open(address);
   const name = url => url.slice(address.length);
-  assert.deepEqual(page.requests.map(name), ['', 'page.js', 'index.gz', 'overview.json', 'grep/1.gz']);
+  assert.deepEqual(page.requests.map(name), ['', 'page.js', 'index.gz', 'overview.json', 'draw/1.gz']);
   assert.equal(await page.$eval('mirel-page', ({ viewer }) => viewer.model.shapeCount), 22);
+  // What faces lie on is fetched when somebody asks.
+  const area = await page.$eval('mirel-page', ({ viewer }) => viewer.getBoundingClientRect().toJSON());
+  await page.mouse.click(area.x + area.width / 2, area.y + area.height / 2);
+  await page.waitForFunction(() =>
+    /Face\d+, plane/.test(document.querySelector('mirel-page').shadowRoot.querySelector('dl')?.textContent),
+  );
+  assert.deepEqual(page.requests.slice(5).map(name), ['grep/1.gz']);
   assert.deepEqual(page.errors, []);
   await page.close();
   server.kill('SIGINT');
@@ -194,6 +204,44 @@ test('a preview shows the site, boxes first', async () => {
   await local.waitForFunction(message);
   assert.match(await local.evaluate(message), /The model cannot be opened. index.gz: .*cannot be reached/);
   await local.close();
+});
+
+test('what a site draws is what the folder draws', async () => {
+  const site = join(scratch, 'drawing');
+  mirel('site', trolley, site);
+  const read = async hasDrawing => {
+    const folder = await web.ModelFolder.open(async file => fileBelow(site, file));
+    const meshes = new Map();
+    for await (const { shapeId, mesh } of folder.graphics(undefined, hasDrawing)) meshes.set(shapeId, mesh);
+    return meshes;
+  };
+  const whole = await read();
+  const drawing = await read(() => true);
+  assert.deepEqual([...drawing.keys()], [...whole.keys()]);
+  const edges = mesh => Array.from(web.makeSegments(mesh), vertex => web.getPosition(mesh, vertex));
+  for (const [id, mesh] of drawing) {
+    const other = whole.get(id);
+    const vertices = other.faceVertexStarts.at(-1);
+    assert.equal(mesh.surfaces, undefined);
+    assert.deepEqual(edges(mesh), edges(other));
+    assert.deepEqual(mesh.positions.subarray(0, 3 * vertices), other.positions.subarray(0, 3 * vertices));
+    assert.deepEqual(mesh.normals.subarray(0, 2 * vertices), other.normals.subarray(0, 2 * vertices));
+    for (const part of ['triangles', 'faceVertexStarts', 'faceCornerStarts', 'box', 'gridStep'])
+      assert.deepEqual(mesh[part], other[part], part);
+    web.addFeatures(mesh, other);
+    assert.deepEqual([mesh.surfaces, mesh.sides], [other.surfaces, other.sides]);
+  }
+  const points = meshes => [...meshes.values()].reduce((sum, mesh) => sum + mesh.polylines.length, 0);
+  assert.ok(points(drawing) < points(whole), 'hidden edges have no points');
+
+  // One that is damaged or not there is done without.
+  for (const damage of [
+    () => writeFileSync(join(site, 'draw/1.gz'), 'x'),
+    () => rmSync(join(site, 'draw/1.gz')),
+  ]) {
+    damage();
+    assert.deepEqual(await read(() => true), whole);
+  }
 });
 
 test('damaged models are shown as far as they go', async () => {
@@ -221,6 +269,12 @@ test('the overview of the worked example is as the document has it', () => {
   const told = readFileSync(join(sourceFolder, 'docs/format.md'), 'utf8')
     .split('```json overview.json\n')[1]
     .split('```')[0];
-  const size = statSync(join(folder, 'grep/1.gz')).size;
-  assert.equal(written, told.replace(/\n */g, '').replace(/"Bytes":\d+/, `"Bytes":${size}`));
+  const sizes = {
+    Bytes: statSync(join(folder, 'grep/1.gz')).size,
+    Drawing: statSync(join(scratch, 'example-site/draw/1.gz')).size,
+  };
+  assert.equal(
+    written,
+    told.replace(/\n */g, '').replace(/"(Bytes|Drawing)":\d+/g, (_, name) => `"${name}":${sizes[name]}`),
+  );
 });

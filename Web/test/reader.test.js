@@ -153,24 +153,18 @@ test('walks through types end', async () => {
   assert.equal(messages.filter(message => message.includes('more than 10000000')).length, 1);
 });
 
-test('in a worker it reads 60 MB of records a second and more, and is small', async () => {
+test('it works in a worker, and is small', async () => {
   assert.ok(gzipSync(readFileSync(library), { level: 9 }).length <= 12_000);
+  const packages = fuzzInputs('GRepPackageFuzz');
   const worker = new Worker(
     `const { parentPort, workerData } = require('node:worker_threads');
-     import(workerData.library).then(({ readPackage, readRecord }) => {
-       const items = workerData.packages.flatMap(readPackage).filter(item => item.bytes.length > 400);
-       let bytes = 0, best = 0;
-       for (let round = 0; round < 60; ++round) {
-         const begin = performance.now();
-         bytes = 0;
-         for (let times = 0; times < 200; ++times)
-           for (const item of items) { readRecord(item.bytes); bytes += item.bytes.length; }
-         best = Math.max(best, bytes / (performance.now() - begin) / 1000);
-       }
-       parentPort.postMessage(best);
-     });`,
-    { eval: true, workerData: { library, packages: fuzzInputs('GRepPackageFuzz') } },
+     import(workerData.library).then(({ readPackage, readRecord }) =>
+       parentPort.postMessage(workerData.packages.flatMap(readPackage).map(item => readRecord(item.bytes))));`,
+    { eval: true, workerData: { library, packages } },
   );
-  const megabytes = await new Promise((resolve, reject) => worker.on('message', resolve).on('error', reject));
-  assert.ok(megabytes >= 60, `${megabytes} MB/s`);
+  const read = await new Promise((resolve, reject) => worker.on('message', resolve).on('error', reject));
+  await worker.terminate();
+  const here = packages.flatMap(web.readPackage).map(item => web.readRecord(item.bytes));
+  assert.ok(here.some(mesh => mesh.triangles?.length > 100));
+  assert.deepEqual(read, here);
 });

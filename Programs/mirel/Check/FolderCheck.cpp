@@ -134,7 +134,7 @@ void FolderCheck::CheckFiles() {
     const std::string name = NameOfPath(entry->path());
     if (name == FolderFiles::kShapes) {
       CheckFolder(name, contents_.shapePackages);
-    } else if (name == FolderFiles::kGReps) {
+    } else if (name == FolderFiles::kGReps || name == FolderFiles::kDrawings) {
       CheckFolder(name, contents_.grepPackages);
     } else if (FolderFiles::IsBeside(name)) {
       NoteLink(name);

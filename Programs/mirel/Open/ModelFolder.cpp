@@ -105,4 +105,15 @@ bool ModelFolder::Load(const std::string& path, Graphics graphics) {
   return true;
 }
 
+std::vector<const ModelFolder::File*> ModelFolder::GetPackages(const std::string& kind) const {
+  std::vector<const File*> packages;
+  for (const File& file : files_) {
+    if (file.name ==
+        kind + "/" + FolderFiles::GetPackageName(static_cast<std::uint32_t>(packages.size() + 1))) {
+      packages.push_back(&file);
+    }
+  }
+  return packages;
+}
+
 }  // namespace mirel

@@ -38,6 +38,9 @@ class ModelFolder {
   LiteModel& GetModel() { return model_; }
   /// The index first, then the packages of graphics, then those of exact bodies, by their numbers.
   const std::vector<File>& GetFiles() const { return files_; }
+  /// The packages in a folder of packages (`FolderFiles::kGReps`): the one with number n is at n - 1. Where numbers are passed
+  /// over, because too many packages are missing, they end.
+  std::vector<const File*> GetPackages(const std::string& kind) const;
   const Times& GetTimes() const { return times_; }
 
  private:

@@ -128,7 +128,7 @@ bool IsElsewhere(const fs::path& folder) {
 
 // Why a model folder cannot be replaced as a whole and then deleted; empty when it can.
 std::string FindObstacle(const fs::path& folder) {
-  for (const char* const name : {"", FolderFiles::kShapes, FolderFiles::kGReps}) {
+  for (const char* const name : {"", FolderFiles::kShapes, FolderFiles::kGReps, FolderFiles::kDrawings}) {
     const fs::path part = *name == '\0' ? folder : folder / name;
     std::error_code ignored;
     if (!fs::is_directory(part, ignored)) {

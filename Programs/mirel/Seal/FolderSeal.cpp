@@ -37,7 +37,7 @@ bool ParseLine(const std::string& line, FolderSeal::Sums& sums) {
 }  // namespace
 
 bool FolderSeal::ListFiles(const std::string& folder, std::vector<std::string>& files, std::string& reason) {
-  for (const char* const part : {"", FolderFiles::kShapes, FolderFiles::kGReps}) {
+  for (const char* const part : {"", FolderFiles::kShapes, FolderFiles::kGReps, FolderFiles::kDrawings}) {
     const fs::path where = fs::u8path((folder.empty() ? "./" : folder) + part);
     std::error_code failure;
     fs::directory_iterator entry(where, failure);

@@ -7,7 +7,7 @@
 #include <Viewer/Kernel/Model/FolderFiles.h>
 
 #include <cmath>
-#include <cstdint>
+#include <cstddef>
 #include <limits>
 #include <memory>
 
@@ -39,6 +39,8 @@ void AddBox(JsonText& json, const AABoxT<double>& box) {
 }
 
 void AddBodies(JsonText& json, const ModelFolder& folder, const ModelFolder::File& package) {
+  json.Key("Bodies");
+  json.BeginArray();
   for (const ObjectId& id : package.bodies) {
     json.BeginObject();
     json.Key("SId");
@@ -48,33 +50,29 @@ void AddBodies(JsonText& json, const ModelFolder& folder, const ModelFolder::Fil
     }
     json.EndObject();
   }
+  json.EndArray();
 }
 
 void AddIds(JsonText& json, const ModelFolder::File& package) {
+  json.Key("Bodies");
+  json.BeginArray();
   for (const ObjectId& id : package.bodies) {
     json.Text(id.toString());
   }
+  json.EndArray();
 }
 
-// `add` writes what there is to say of the bodies of a package. The place in the array is the number of the package, so the first
-// that is passed over ends it.
+// `add` writes what there is to say of the package with a number, counted from 0. The place in the array is the number.
 template <typename Add>
-void AddPackages(JsonText& json, const ModelFolder& folder, const std::string& kind, const Add& add) {
+void AddPackages(JsonText& json, const ModelFolder& folder, const char* kind, const Add& add) {
   json.BeginArray();
-  std::uint32_t number = 1;
-  for (const ModelFolder::File& file : folder.GetFiles()) {
-    if (file.name != kind + "/" + FolderFiles::GetPackageName(number)) {
-      continue;
-    }
-    ++number;
+  const std::vector<const ModelFolder::File*> packages = folder.GetPackages(kind);
+  for (std::size_t i = 0; i < packages.size(); ++i) {
     json.BeginObject();
-    if (!file.missing) {
+    if (!packages[i]->missing) {
       json.Key("Bytes");
-      json.Unsigned(file.packedBytes);
-      json.Key("Bodies");
-      json.BeginArray();
-      add(file);
-      json.EndArray();
+      json.Unsigned(packages[i]->packedBytes);
+      add(*packages[i], i);
     }
     json.EndObject();
   }
@@ -83,19 +81,25 @@ void AddPackages(JsonText& json, const ModelFolder& folder, const std::string& k
 
 }  // namespace
 
-std::string Overview::ToJson(const ModelFolder& folder, const AABoxT<double>& box, bool withBodies) {
+std::string Overview::ToJson(const ModelFolder& folder, const AABoxT<double>& box, bool withBodies,
+                             const std::vector<std::string>& drawings) {
   JsonText json(false);
   json.BeginObject();
   json.Key("Version");
   json.Unsigned(1);
   AddBox(json, box);
   json.Key("Packages");
-  AddPackages(json, folder, FolderFiles::kGReps,
-              [&](const ModelFolder::File& file) { AddBodies(json, folder, file); });
+  AddPackages(json, folder, FolderFiles::kGReps, [&](const ModelFolder::File& file, std::size_t i) {
+    if (i < drawings.size() && !drawings[i].empty()) {
+      json.Key("Drawing");
+      json.Unsigned(drawings[i].size());
+    }
+    AddBodies(json, folder, file);
+  });
   if (withBodies) {
     json.Key("ShapePackages");
     AddPackages(json, folder, FolderFiles::kShapes,
-                [&](const ModelFolder::File& file) { AddIds(json, file); });
+                [&](const ModelFolder::File& file, std::size_t) { AddIds(json, file); });
   }
   json.EndObject();
   return json.GetText();

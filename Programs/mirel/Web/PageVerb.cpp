@@ -41,7 +41,7 @@ ExitCode PageVerb::Run(Console& console) {
 }
 
 ExitCode PageVerb::WritePage(Console& console, const std::string& folder, const PageTemplate& form) const {
-  WebModel model(withBodies_);
+  WebModel model({withBodies_, false});
   if (!model.Open(console, folder)) {
     return ExitCode::kInputUnread;
   }

@@ -46,7 +46,7 @@ ExitCode SiteVerb::MakeSite(Console& console, const PageTemplate& form, bool& is
   if (prepared != ExitCode::kDone) {
     return prepared;
   }
-  WebModel model(withBodies_);
+  WebModel model({withBodies_, true});
   if (!model.Open(console, folder.GetPath())) {
     return ExitCode::kInputUnread;
   }

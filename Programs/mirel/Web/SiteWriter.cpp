@@ -39,8 +39,9 @@ What is here:
 
   index.html, page.js     the page, and the viewer that it runs
   index.gz, grep/*.gz     the model as it was saved: the item tree, and what is drawn
+  draw/*.gz               of grep/*.gz what a picture needs: fetched first, and the rest when somebody measures
   overview.json           what the page wants to know first: boxes, sizes, which package holds which body.
-                          It works without.
+                          It works without, and then without draw/.
   extras.gz               what the source said beside, if anything
   model/*.gz              the exact bodies, if the folder was made with --with-bodies
 

@@ -6,8 +6,10 @@
 #include <Programs/mirel/Open/ModelPath.h>
 #include <Programs/mirel/Save/InputFolder.h>
 #include <Programs/mirel/Seal/FileBytes.h>
+#include <Programs/mirel/Web/DrawingPackages.h>
 #include <Programs/mirel/Web/Overview.h>
 #include <Programs/mirel/Web/PageText.h>
+#include <Programs/mirel/Web/TightGzip.h>
 
 #include <Viewer/Kernel/App/LiteVisualVisitor.h>
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
@@ -19,6 +21,7 @@
 #include <filesystem>
 #include <limits>
 #include <memory>
+#include <utility>
 
 namespace fs = std::filesystem;
 
@@ -44,7 +47,11 @@ bool WebModel::Open(Console& console, const std::string& path) {
   complete_ = log.GetFailureCount() == 0;
   const AABoxT<double> box = GetNodeBox(*root);
   visible_ = box.IsFinite();
-  overview_ = Overview::ToJson(model, box, withBodies_);
+  std::vector<std::string> drawings;
+  if (contents_.drawings) {
+    drawings = DrawingPackages::Make(model);
+  }
+  overview_ = Overview::ToJson(model, box, contents_.bodies, drawings);
   const LiteModel::ItemList& items = model.GetModel().GetItems();
   name_ = items.size() == 1 && items.front() ? items.front()->GetName() : std::string();
 
@@ -53,13 +60,20 @@ bool WebModel::Open(Console& console, const std::string& path) {
   const std::string bodies = std::string(FolderFiles::kShapes) + "/";
   for (const ModelFolder::File& file : model.GetFiles()) {
     const bool isBody = file.name.compare(0, bodies.size(), bodies) == 0;
-    if (!file.missing && (withBodies_ || !isBody)) {
-      files_.push_back({file.name, file.name == FolderFiles::kIndex ? index : folder + file.name});
+    if (!file.missing && (contents_.bodies || !isBody)) {
+      files_.push_back({file.name, file.name == FolderFiles::kIndex ? index : folder + file.name, ""});
+    }
+  }
+  for (std::size_t i = 0; i < drawings.size(); ++i) {
+    if (!drawings[i].empty()) {
+      const auto number = static_cast<std::uint32_t>(i + 1);
+      files_.push_back({std::string(FolderFiles::kDrawings) + "/" + FolderFiles::GetPackageName(number), "",
+                        std::move(drawings[i])});
     }
   }
   std::error_code failure;
   if (fs::is_regular_file(fs::u8path(folder + FolderFiles::kExtras), failure)) {
-    files_.push_back({FolderFiles::kExtras, folder + FolderFiles::kExtras});
+    files_.push_back({FolderFiles::kExtras, folder + FolderFiles::kExtras, ""});
   }
   return true;
 }
@@ -79,9 +93,16 @@ ExitCode WebModel::Conclude(Console& console, const std::string& input, bool isS
 }
 
 bool WebModel::Read(const File& file, std::string& content, std::string& reason) {
-  content.clear();
+  content = file.content;
   const auto take = [&](const char* bytes, std::size_t size) { content.append(bytes, size); };
-  return FileBytes::Read(file.path, std::numeric_limits<std::uint32_t>::max(), take, reason);
+  if (!file.path.empty() &&
+      !FileBytes::Read(file.path, std::numeric_limits<std::uint32_t>::max(), take, reason)) {
+    return false;
+  }
+  if (file.name == FolderFiles::kIndex || file.name == FolderFiles::kExtras) {
+    content = TightGzip::Repack(std::move(content));
+  }
+  return true;
 }
 
 }  // namespace mirel

@@ -16,10 +16,16 @@ class WebModel {
   struct File {
     std::string name;  ///< relative to the folder, "grep/1.gz"
     std::string path;
+    std::string content;  ///< of one that is made for the page; it has no path
   };
 
-  /// `withBodies`: the page offers the exact bodies too.
-  explicit WebModel(bool withBodies) : withBodies_(withBodies) {}
+  /// What goes along besides the index and the graphics.
+  struct Contents {
+    bool bodies;    ///< the exact bodies
+    bool drawings;  ///< what pages fetch in the place of the graphics at first
+  };
+
+  explicit WebModel(const Contents& contents) : contents_(contents) {}
 
   /// Opens the folder at a path, or whose index file that is. False after a message when there is no model; of one that is
   /// damaged, messages tell what could not be read.
@@ -36,11 +42,11 @@ class WebModel {
   /// that is asked for, whether anything is to be seen. Says so when nothing is.
   ExitCode Conclude(Console& console, const std::string& input, bool isStrict) const;
 
-  /// Reads a file whole. False with the reason.
+  /// The bytes of a file as a page fetches them: packages as they are, the others packed tighter. False with the reason.
   static bool Read(const File& file, std::string& content, std::string& reason);
 
  private:
-  bool withBodies_;
+  Contents contents_;
   bool complete_ = false;
   bool visible_ = false;
   std::vector<File> files_;

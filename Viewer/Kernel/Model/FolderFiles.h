@@ -16,6 +16,9 @@ struct FolderFiles {
   /// The folders of packages: exact bodies and graphics.
   static constexpr const char* kShapes = "model";
   static constexpr const char* kGReps = "grep";
+  /// What of the packages of graphics a picture needs, for web pages: packages of the same numbers.
+  static constexpr const char* kDrawings = "draw";
+  static constexpr const char* kPackageFolders[] = {kShapes, kGReps, kDrawings};
 
   /// The checksums of all other files.
   static constexpr const char* kSeal = "SHA256SUMS";
@@ -29,7 +32,10 @@ struct FolderFiles {
   /// of another one into the folder removes them.
   static constexpr const char* kBeside[] = {kSeal, kExtras, kOverview, kSource};
 
-  static bool IsPackageFolder(std::string_view name) { return name == kShapes || name == kGReps; }
+  static bool IsPackageFolder(std::string_view name) {
+    return std::find(std::begin(kPackageFolders), std::end(kPackageFolders), name) !=
+           std::end(kPackageFolders);
+  }
 
   static bool IsBeside(std::string_view name) {
     return std::find(std::begin(kBeside), std::end(kBeside), name) != std::end(kBeside);

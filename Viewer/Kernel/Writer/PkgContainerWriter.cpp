@@ -42,15 +42,23 @@ int PkgContainerWriter::GetDataSize() const {
   return static_cast<int>(data_.size());
 }
 
+std::string PkgContainerWriter::MakeContent() const {
+  return MakeCount() + table_ + data_;
+}
+
 void PkgContainerWriter::Write(const std::string& folder) const {
   if (itemCount_ == 0) return;
   const std::string name = folder + std::to_string(number_) + ".gz";
   ogzstream stream(name.c_str(), static_cast<int>(std::ios_base::out));
-  std::string count;
-  AppendLittleEndian(count, static_cast<unsigned int>(itemCount_), 4);
-  stream.write(count.data(), static_cast<std::streamsize>(count.size()));
+  stream.write_str(MakeCount());
   stream.write_str(table_);
   stream.write_str(data_);
+}
+
+std::string PkgContainerWriter::MakeCount() const {
+  std::string count;
+  AppendLittleEndian(count, static_cast<unsigned int>(itemCount_), 4);
+  return count;
 }
 
 }  // namespace mirel

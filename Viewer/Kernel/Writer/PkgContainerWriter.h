@@ -27,11 +27,16 @@ class MIREL_VIEWER_KERNEL_API PkgContainerWriter {
   int GetDataSize() const;
   int GetItemCount() const { return itemCount_; }
 
+  /// The content of the file, not compressed.
+  std::string MakeContent() const;
+
   /// Writes the file named by the folder path, the number in decimal and ".gz", with nothing in between; no file when
   /// the package is empty. A failure is logged at level 3. Writing again writes the same file again.
   void Write(const std::string& folder) const;
 
  private:
+  std::string MakeCount() const;
+
   std::string data_;
   std::string table_;
   int number_;

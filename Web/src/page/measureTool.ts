@@ -55,8 +55,17 @@ export class MeasureTool {
     if (!this.isOn) return;
     event.preventDefault();
     const { pick } = event.detail;
+    const waiting = pick && this.viewer.fetchFeatures(pick.shape);
+    if (!waiting) this.add(pick);
+    else {
+      this.output.textContent = 'The exact surfaces are on their way.';
+      void waiting.finally(() => this.add(pick));
+    }
+  }
+
+  private add(pick: Pick | undefined): void {
     if (this.chosen.length === 2 || !pick) this.clear();
-    if (!pick || !this.viewer.model) return;
+    if (!pick || !this.viewer.model || !this.isOn) return;
     this.chosen.push(
       findFeature(this.viewer.model, pick, reachInPixels * this.viewer.stage.getPixelSize(pick.point)),
     );

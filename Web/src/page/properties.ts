@@ -11,9 +11,15 @@ export class PropertiesPanel {
   readonly element = make('section', { class: 'properties', 'aria-label': 'Properties', hidden: true });
 
   constructor(private readonly viewer: MirelViewer) {
-    viewer.addEventListener('select', event =>
-      this.fill((event as CustomEvent<{ pick?: Pick }>).detail.pick),
-    );
+    viewer.addEventListener('select', event => {
+      const { pick } = (event as CustomEvent<{ pick?: Pick }>).detail;
+      const rows = viewer.selection;
+      this.fill(pick);
+      // What the face lies on may come later.
+      void (pick && viewer.fetchFeatures(pick.shape))?.then(() => {
+        if (viewer.selection === rows) this.fill(pick);
+      });
+    });
     viewer.addEventListener('open', () => this.fill());
   }
 

@@ -57,25 +57,52 @@ export class ModelFolder {
   /**
    * Fetches packages of graphics and gives what is in them, body after body. `numbers` says which, and in what order; left
    * out, all. What is missing or damaged is left out after a message. Of two graphics of one body the later counts.
+   *
+   * Of packages that `hasDrawing` names, see `PackageOverview`, comes what a picture needs: meshes without surfaces and sides,
+   * whose hidden edges have no points; `addFeatures` gives them the rest of the package.
    */
-  async *graphics(numbers?: Iterable<number>): AsyncGenerator<Graphics, void, undefined> {
-    let missing = 0;
+  async *graphics(
+    numbers?: Iterable<number>,
+    hasDrawing: (number: number) => boolean = () => false,
+  ): AsyncGenerator<Graphics, void, undefined> {
     const count = this.index.graphicsPackages;
-    for (const number of numbers ?? countTo(count)) {
-      const file = `grep/${number}.gz`;
-      const content = await this.fetchPackage(file);
-      if (content) {
-        for (const { shapeId, mesh } of this.readMeshes(content, file)) {
-          this.options.signal?.throwIfAborted();
-          yield { shapeId, mesh };
-        }
-      } else if (++missing >= maxMissingPackages) {
+    const next = (numbers ?? countTo(count))[Symbol.iterator]();
+    let missing = 0;
+    // While bodies of one package are made use of, the next one is on its way.
+    for (let coming = this.fetchGraphics(next, hasDrawing); ;) {
+      const fetched = await coming;
+      if (!fetched) return;
+      const { file, content } = fetched;
+      if (!content && ++missing >= maxMissingPackages) {
         this.say(
           `${file}: so many packages are missing that no more are asked for; the index counts ${count}`,
         );
         return;
       }
+      coming = this.fetchGraphics(next, hasDrawing);
+      coming.catch(() => {}); // is told when it is waited for
+      for (const graphics of content ? this.readMeshes(content, file) : []) {
+        this.options.signal?.throwIfAborted();
+        yield graphics;
+      }
     }
+  }
+
+  /** The next package; undefined behind the last. */
+  private async fetchGraphics(
+    numbers: Iterator<number>,
+    hasDrawing: (number: number) => boolean,
+  ): Promise<{ file: string; content?: Uint8Array } | undefined> {
+    const { value: number, done } = numbers.next();
+    if (done) return undefined;
+    if (hasDrawing(number)) {
+      const file = `draw/${number}.gz`;
+      const content = await this.fetchPackage(file, false);
+      // Some servers have a page for what they do not have.
+      if (content && readPackage(content).length > 0) return { file, content };
+    }
+    const file = `grep/${number}.gz`;
+    return { file, content: await this.fetchPackage(file) };
   }
 
   /**
@@ -96,14 +123,15 @@ export class ModelFolder {
     return undefined;
   }
 
-  private async fetchPackage(file: string): Promise<Uint8Array | undefined> {
+  /** `isNeeded`: it is told when the package cannot be had. */
+  private async fetchPackage(file: string, isNeeded = true): Promise<Uint8Array | undefined> {
     try {
       const content = await fetchContent(file, this.source, this.options, this.budget);
-      if (!content) this.say(`${file}: not found`);
+      if (!content && isNeeded) this.say(`${file}: not found`);
       return content;
     } catch (error) {
       if (!(error instanceof ReadError)) throw error;
-      this.say(error.message);
+      if (isNeeded) this.say(error.message);
       return undefined;
     }
   }

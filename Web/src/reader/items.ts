@@ -131,9 +131,10 @@ function readItem(value: Json, depth: number): Item | undefined {
 
 function readColor(values: Json[] | undefined, missing: number): Color {
   const color: Color = [missing, missing, missing];
-  values?.slice(0, 3).forEach((value, i) => {
+  for (let i = 0; values && i < Math.min(3, values.length); ++i) {
+    const value = values[i];
     if (typeof value === 'number' && Math.abs(value) <= greatestFloat) color[i] = Math.fround(value);
-  });
+  }
   return color;
 }
 
@@ -146,18 +147,22 @@ function readTransform(values: Json[] | undefined): number[] | undefined {
 function readFaceColors(entries: Json[]): Map<number, Color> {
   const colors = new Map<number, Color>();
   for (const entry of entries) {
-    const face = member(entry, 'FId');
-    const number = face instanceof NumberText ? face.integer : undefined;
-    if (number !== undefined)
-      colors.set(Number(BigInt.asUintN(32, number)), readColor(arrayMember(entry, 'Color'), 1));
+    const face = readInteger(member(entry, 'FId'));
+    if (face === undefined) continue;
+    const number = typeof face === 'number' ? face >>> 0 : Number(BigInt.asUintN(32, face));
+    colors.set(number, readColor(arrayMember(entry, 'Color'), 1));
   }
   return colors;
 }
 
 function readCount(metadata: Json | undefined, name: string): number {
-  const count = member(metadata, name);
-  const value = count instanceof NumberText ? count.integer : undefined;
-  return value !== undefined && value >= 0n && value <= 0xffffffffn ? Number(value) : 0;
+  const value = readInteger(member(metadata, name));
+  return value !== undefined && value >= 0 && value <= 0xffffffff ? Number(value) : 0;
+}
+
+function readInteger(value: Json | undefined): number | bigint | undefined {
+  if (value instanceof NumberText) return value.integer;
+  return typeof value === 'number' ? value : undefined;
 }
 
 /** An id in the form that all have, by which they are compared. What is none names nothing. */

@@ -1,4 +1,5 @@
 import { maxIndexDepth } from './limits.js';
+import { parsePlainJson } from './plainJson.js';
 
 /** A number that is a member of an object: as the text says it, because face indices may have 64 bits. */
 export class NumberText {
@@ -12,7 +13,10 @@ export class NumberText {
   }
 }
 
-/** Numbers in arrays are values. Of objects there are the members whose names are known, the first of each name. */
+/**
+ * Numbers in arrays are values; members are as the text says it, or values that are exact. Of objects there are the members whose names
+ * are known, the first of each name; others may be there.
+ */
 export type Json = null | boolean | number | string | NumberText | Json[] | JsonObject;
 export type JsonObject = { [name: string]: Json | undefined };
 
@@ -51,9 +55,11 @@ const numberForm = /-?(?:0|[1-9]\d*)(?:\.\d+)?(?:[eE][+-]?\d+)?/y;
 /**
  * Reads JSON as the C++ reader does, which `JSON.parse` cannot: of two members of one name the first counts, integers keep all
  * of their digits, and what is nested deeper than 1004 levels is null. `names` are the members that are kept. Throws a `JsonError`.
+ *
+ * Where both would read the same, `JSON.parse` does it: ten times as fast.
  */
 export function parseJson(text: string, names: ReadonlySet<string>): Json {
-  return new JsonParser(text, names).parse();
+  return (parsePlainJson(text) as Json | undefined) ?? new JsonParser(text, names).parse();
 }
 
 class JsonParser {

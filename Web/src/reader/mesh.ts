@@ -104,6 +104,13 @@ export function countMeshBytes(mesh: Mesh): number {
   return bytes;
 }
 
+/** Gives a mesh the surfaces and sides of another one of the same body. */
+export function addFeatures(mesh: Mesh, whole: Mesh): void {
+  if (countFaces(mesh) !== countFaces(whole) || countEdges(mesh) !== countEdges(whole)) return;
+  mesh.surfaces = whole.surfaces;
+  mesh.sides = whole.sides;
+}
+
 /** A vertex in mm. */
 export function getPosition(mesh: Mesh, vertex: number): [number, number, number] {
   const { positions, gridOrigin: origin, gridStep: step } = mesh;

@@ -4,6 +4,8 @@ import type { FolderSource } from './source.js';
 export interface PackageOverview {
   number: number;
   bytes: number;
+  /** There is a file draw/ of the same number, with what a picture needs: `bytes` are those of it. */
+  hasDrawing: boolean;
   bodies: { shapeId: string; min: number[]; max: number[] }[];
 }
 
@@ -27,10 +29,12 @@ export async function readOverview(
     const root = bytes && asObject(JSON.parse(new TextDecoder().decode(bytes)));
     if (!root) return undefined;
     const packages = asArray(root.Packages).map((entry, i) => {
-      const { Bytes, Bodies } = asObject(entry);
+      const { Bytes, Drawing, Bodies } = asObject(entry);
+      const bytes = [Drawing, Bytes].find(isNumber);
       return {
         number: i + 1,
-        bytes: isNumber(Bytes) ? Bytes : 0,
+        bytes: bytes ?? 0,
+        hasDrawing: isNumber(Drawing),
         bodies: asArray(Bodies).flatMap(readBody),
       };
     });

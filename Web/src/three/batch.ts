@@ -4,6 +4,7 @@ import {
   InstancedBufferAttribute,
   InstancedBufferGeometry,
   LineSegments,
+  Sphere,
   Mesh as ThreeMesh,
   type BufferAttribute,
   type ShaderMaterial,
@@ -133,5 +134,7 @@ function makeGeometry(
   const geometry = new InstancedBufferGeometry();
   geometry.setIndex(index);
   for (const [name, attribute] of Object.entries(attributes)) geometry.setAttribute(name, attribute);
+  // Where vertices lie says nothing of where instances do; three.js would go over all of them to sort what it draws.
+  geometry.boundingSphere = new Sphere();
   return geometry;
 }

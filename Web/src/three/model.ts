@@ -1,6 +1,6 @@
 import { Group, Mesh as ThreeMesh, Vector3 } from 'three';
 import type { ShapeItem } from '../reader/items.js';
-import type { Mesh } from '../reader/mesh.js';
+import { addFeatures, type Mesh } from '../reader/mesh.js';
 import type { Occurrences } from '../reader/occurrences.js';
 import { Batch, type Look, type Mark } from './batch.js';
 import { Body } from './body.js';
@@ -141,6 +141,12 @@ export class ModelObject extends Group {
     for (const old of new Set(shapes.map(shape => this.places[shape]?.batch))) old?.dispose();
     for (const group of batches.values()) this.addBatch(body, group.shapes, group.mirrored);
     this.updateCaps();
+  }
+
+  /** Gives what is drawn of a body the surfaces and sides of its whole mesh. */
+  addFeatures(shapeId: string, whole: Mesh): void {
+    const body = this.bodies.get(shapeId);
+    if (body) addFeatures(body.mesh, whole);
   }
 
   private setBounds(shape: number, bounds: Bounds): void {

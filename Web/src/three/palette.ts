@@ -13,8 +13,19 @@ export interface Palette {
   key: string;
 }
 
+/** Those of items that are placed often, or have many faces with colours. */
+const palettes = new WeakMap<ShapeItem, { faceCount: number; palette: Palette }>();
+
 /** The colours in which an item of so many faces is drawn: the face's own, else the item's, else `defaultColor`. */
 export function makePalette(item: ShapeItem, faceCount: number): Palette {
+  const known = palettes.get(item);
+  if (known?.faceCount === faceCount) return known.palette;
+  const palette = computePalette(item, faceCount);
+  palettes.set(item, { faceCount, palette });
+  return palette;
+}
+
+function computePalette(item: ShapeItem, faceCount: number): Palette {
   const body = item.color[0] < 0 ? defaultColor : drawable(item.color);
   const faces = new Map<number, Color>();
   for (const [face, color] of item.faceColors) {

@@ -17,7 +17,10 @@ import { Visibility } from './visibility.js';
 
 /** Milliseconds after which loading lets the browser see to other things. */
 const patience = 20;
-/** Milliseconds until a first picture of bodies is drawn while others are still to come; each further one takes twice as long. */
+/**
+ * Milliseconds until a first picture of bodies is drawn while others are still to come, unless these take less than that; each further
+ * one takes twice as long.
+ */
 const firstPicture = 250;
 /** Pixels that a pointer may move between down and up, and is still a click. */
 const clickDistance = 5;
@@ -35,6 +38,8 @@ export class MirelViewer extends HTMLElement {
   model?: ModelObject;
   folder?: ModelFolder;
   private overview?: Overview;
+  /** What is fetched for measuring, by the numbers of packages. */
+  private readonly features = new Map<number, Promise<void>>();
   visibility?: Visibility;
   private selected: number[] = [];
   private hovered = -1;
@@ -149,7 +154,12 @@ export class MirelViewer extends HTMLElement {
 
   private async load(source: FolderSource, signal: AbortSignal): Promise<void> {
     const messages: string[] = [];
-    const folder = await ModelFolder.open(source, { signal, onMessage: message => messages.push(message) });
+    const opening = ModelFolder.open(source, { signal, onMessage: message => messages.push(message) });
+    // What is known before packages are there: boxes come first, then packages in the order of what is large in the picture.
+    const overview = this.hasAttribute('overview')
+      ? readOverview(source, signal).catch(() => undefined)
+      : undefined;
+    const folder = await opening;
     const model = new ModelObject(unfold(folder.index, message => messages.push(message)));
     this.folder = folder;
     this.model = model;
@@ -157,9 +167,9 @@ export class MirelViewer extends HTMLElement {
     model.edgesVisible = this.edges;
     this.stage.setModel(model);
     this.tell('open');
-    // With what is known before packages are there: boxes first, then packages in the order of what is large in the picture.
-    this.overview = this.hasAttribute('overview') ? await readOverview(source, signal) : undefined;
-    if (this.overview) await this.showBoxes(model, this.overview);
+    this.overview = await overview;
+    signal.throwIfAborted();
+    if (this.overview) this.showBoxes(model, this.overview);
     await this.loadBodies(folder, model, this.overview);
     signal.throwIfAborted();
     this.stage.draw();
@@ -168,10 +178,9 @@ export class MirelViewer extends HTMLElement {
       this.say(`Not all of the model is there: ${messages[0]}${messages.length > 1 ? ' …' : ''}`);
   }
 
-  private async showBoxes(model: ModelObject, { packages }: Overview): Promise<void> {
+  private showBoxes(model: ModelObject, { packages }: Overview): void {
     model.addBoxes(new Map(packages.flatMap(entry => entry.bodies.map(body => [body.shapeId, body]))));
     this.fit();
-    await nextFrame();
   }
 
   private async loadBodies(
@@ -181,18 +190,20 @@ export class MirelViewer extends HTMLElement {
   ): Promise<void> {
     const isKnown = overview?.packages.length === folder.index.graphicsPackages;
     const order = overview && isKnown ? inOrderOfSize(overview.packages, model) : undefined;
+    const hasDrawing = (number: number) => isKnown && overview.packages[number - 1].hasDrawing;
     const count = Math.max(1, model.bodyCount);
     let loaded = 0;
     let isFitted = (overview?.packages.length ?? 0) > 0;
-    let since = performance.now();
+    const began = performance.now();
+    let since = began;
     let nextPicture = since + firstPicture;
     let interval = firstPicture;
-    for await (const { shapeId, mesh } of folder.graphics(order)) {
+    for await (const { shapeId, mesh } of folder.graphics(order, hasDrawing)) {
       model.addMesh(shapeId, mesh);
       this.progress.value = Math.min(1, ++loaded / count);
       const now = performance.now();
       if (now - since < patience) continue;
-      if (now > nextPicture) {
+      if (now > nextPicture && ((now - began) * (count - loaded)) / loaded > interval) {
         if (!isFitted) this.fit();
         isFitted = true;
         this.refresh();
@@ -219,6 +230,31 @@ export class MirelViewer extends HTMLElement {
     return this.folder?.brepText(shapeId, this.overview?.bodyPackages.get(shapeId));
   }
 
+  /**
+   * Fetches what is known of the faces and edges of a shape, when only what is drawn has come so far. Undefined when there is nothing
+   * to wait for.
+   */
+  fetchFeatures(shape: number): Promise<void> | undefined {
+    const { model, folder, overview } = this;
+    const mesh = model?.getMesh(shape);
+    if (!model || !folder || !mesh || mesh.surfaces) return undefined;
+    const { shapeId } = model.getItem(shape);
+    const number = overview?.packages.find(
+      ({ hasDrawing, bodies }) => hasDrawing && bodies.some(body => body.shapeId === shapeId),
+    )?.number;
+    if (number === undefined) return undefined;
+    const known = this.features.get(number);
+    if (known) return known;
+    const fetch = async () => {
+      for await (const { shapeId: id, mesh: whole } of folder.graphics([number]))
+        model.addFeatures(id, whole);
+    };
+    // It fails when another model is opened meanwhile; what is missing in the folder is only not known then.
+    const fetching = fetch().catch(() => {});
+    this.features.set(number, fetching);
+    return fetching;
+  }
+
   /** Makes new bodies look as those that were there. */
   private refresh(): void {
     this.visibility?.apply();
@@ -230,6 +266,7 @@ export class MirelViewer extends HTMLElement {
   private close(): void {
     this.stage.setModel(undefined);
     this.model = this.folder = this.visibility = this.overview = undefined;
+    this.features.clear();
     this.selected = [];
     this.sections = [];
     this.hovered = -1;

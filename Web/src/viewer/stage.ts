@@ -25,6 +25,9 @@ export class Stage {
   private readonly controls: OrbitControls;
   private model?: ModelObject;
   private isWaiting = false;
+  /** Whether the canvas shows nothing: then nothing need not be drawn again. */
+  private isBlank = true;
+  private size: number[] = []; // width, height and pixels for each of theirs
 
   constructor(private readonly listener: StageListener) {
     this.canvas.tabIndex = 0;
@@ -79,7 +82,7 @@ export class Stage {
 
   /** Draws before the next frame is shown. */
   draw(): void {
-    if (this.isWaiting || !this.renderer) return;
+    if (this.isWaiting || !this.renderer || (this.isBlank && !this.isAnythingToSee)) return;
     this.isWaiting = true;
     requestAnimationFrame(() => {
       this.isWaiting = false;
@@ -88,8 +91,12 @@ export class Stage {
   }
 
   resize(width: number, height: number): void {
-    this.renderer?.setPixelRatio(window.devicePixelRatio);
-    this.renderer?.setSize(Math.max(1, width), Math.max(1, height), false);
+    const size = [Math.max(1, width), Math.max(1, height), window.devicePixelRatio];
+    if (!this.renderer || size.every((value, i) => value === this.size[i])) return;
+    this.size = size;
+    this.isBlank = true;
+    this.renderer.setPixelRatio(window.devicePixelRatio);
+    this.renderer.setSize(size[0], size[1], false);
     this.draw();
   }
 
@@ -176,8 +183,13 @@ export class Stage {
     this.model.shared.pixelRatio.value = this.renderer?.getPixelRatio() ?? 1;
   }
 
+  private get isAnythingToSee(): boolean {
+    return this.model !== undefined && !isEmpty(this.model.getBounds());
+  }
+
   /** Draws at once. */
   render(): void {
+    this.isBlank = !this.isAnythingToSee;
     this.update();
     this.renderer?.render(this.scene, this.camera.active);
   }

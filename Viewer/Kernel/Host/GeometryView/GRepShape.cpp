@@ -5,6 +5,7 @@
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 #include <Viewer/Kernel/Host/GeometryView/BodyArrival.h>
 #include <Viewer/Kernel/Host/GeometryView/EarlyTessellation.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepDrawing.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepRecord.h>
 #include <Viewer/Kernel/Host/GeometryView/Tessellator.h>
 
@@ -64,6 +65,10 @@ unsigned GRepShape::CountAbandoned() {
 
 bool GRepShape::ToStream(std::ostream& stream) const {
   return WriteGRepRecord(mesh_, stream);
+}
+
+bool GRepShape::ToDrawingStream(std::ostream& stream) const {
+  return WriteGRepRecord(MakeDrawing(mesh_), stream);
 }
 
 bool GRepShape::SetShape(const std::shared_ptr<TopoShape>& shape, bool recompute) {

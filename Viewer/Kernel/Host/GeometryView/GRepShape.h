@@ -85,6 +85,10 @@ class MIREL_HOST_API GRepShape {
   /// refused them or the mesh is too large for a record; then nothing may have been appended, or a part.
   bool ToStream(std::ostream& stream) const;
 
+  /// The same with what a picture needs and no more (`MakeDrawing`), for those to whom every byte counts: a record of the first
+  /// version.
+  bool ToDrawingStream(std::ostream& stream) const;
+
   /// Gives the GRep its body. What is drawn stays as it is, unless `recompute` is set: then it is computed
   /// anew, with the parameters that the GRep was made with. False, and nothing changes, when `shape` is
   /// empty.
