@@ -3,6 +3,7 @@
 #include <Programs/mirel/CaughtFailure.h>
 #include <Programs/mirel/Check/CheckVerb.h>
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Diff/DiffVerb.h>
 #include <Programs/mirel/Export/ExportVerb.h>
 #include <Programs/mirel/LogRecorder.h>
 #include <Programs/mirel/OcctSurroundings.h>
@@ -41,7 +42,7 @@ namespace {
 constexpr const char* kExitCodes =
     "Exit codes:\n"
     "  0  done\n"
-    "  1  the command line is wrong\n"
+    "  1  the command line is wrong; the models are different (mirel diff, for which a wrong line is 2)\n"
     "  2  the input could not be read, or not all of it\n"
     "  3  the output could not be written; what was there before is still there\n"
     "  4  done, but something of the source is not in the output (only under --strict)\n"
@@ -61,6 +62,7 @@ std::vector<std::unique_ptr<Verb>> MakeVerbs() {
   verbs.push_back(std::make_unique<PageVerb>());
   verbs.push_back(std::make_unique<SiteVerb>());
   verbs.push_back(std::make_unique<ExportVerb>());
+  verbs.push_back(std::make_unique<DiffVerb>());
   verbs.push_back(std::make_unique<RunVerb>());
   verbs.push_back(std::make_unique<CommandsVerb>());
   verbs.push_back(std::make_unique<StreamVerb>());
@@ -113,7 +115,7 @@ std::string AdviseVerb(const std::string& word, const std::vector<std::string>& 
 }
 
 // The command line is not what was expected: says what of it, and what may have been meant.
-ExitCode Refuse(Console& console, const CLI::App& app, const CLI::ParseError& refusal) {
+void Refuse(Console& console, const CLI::App& app, const CLI::ParseError& refusal) {
   const bool hasVerb = !app.get_subcommands().empty();
   const std::string word = FindUnknown(app, false);
   const std::string option = FindUnknown(app, true);
@@ -128,7 +130,6 @@ ExitCode Refuse(Console& console, const CLI::App& app, const CLI::ParseError& re
   }
   const std::string verb = hasVerb ? app.get_subcommands().front()->get_name() + " " : "";
   console.ErrorDetail("`mirel " + verb + "--help` tells what there is");
-  return ExitCode::kUsage;
 }
 
 }  // namespace
@@ -163,6 +164,9 @@ int Program::Run(int argc, char** argv) {
     declared->footer(kExitCodes);
     verbs.emplace_back(declared, std::move(verb));
   }
+  const auto findChosen = [&verbs] {
+    return std::find_if(verbs.begin(), verbs.end(), [](const auto& verb) { return verb.first->parsed(); });
+  };
   try {
     app.parse(argc, argv);
   } catch (const CLI::Success& asked) {
@@ -171,13 +175,14 @@ int Program::Run(int argc, char** argv) {
     return static_cast<int>(Console(options).Data(text.str()) ? ExitCode::kDone : ExitCode::kOutputUnwritten);
   } catch (const CLI::ParseError& refusal) {
     Console console(options);
-    return static_cast<int>(Refuse(console, app, refusal));
+    Refuse(console, app, refusal);
+    const auto chosen = findChosen();
+    return static_cast<int>(chosen != verbs.end() ? chosen->second->GetUsageCode() : ExitCode::kUsage);
   }
   MemoryBudget::SetLimit(memoryLimit);
   Console console(options);
   const LogRecorder log(console, "");  // what nobody else listens to
-  const auto chosen =
-      std::find_if(verbs.begin(), verbs.end(), [](const auto& verb) { return verb.first->parsed(); });
+  const auto chosen = findChosen();
   if (!chosen->second->HandlesInterrupts()) {
     InterruptCleanup::Install();
   }

@@ -23,6 +23,9 @@ class Verb {
   /// is run. To be asked when the command line is read.
   virtual bool HandlesInterrupts() const { return false; }
 
+  /// How the program ends when the verb's command line is wrong.
+  virtual ExitCode GetUsageCode() const { return ExitCode::kUsage; }
+
   /// Does it, with the values that the command line gave.
   virtual ExitCode Run(Console& console) = 0;
 };

@@ -101,6 +101,16 @@ std::optional<ExactPart> ExactPart::OfEdge(const TopoShape& body, std::uint32_t 
   return Place(Kind::kEdge, FindSubShape(body.GetImpl(), TopAbs_EDGE, edge), placement);
 }
 
+std::vector<std::optional<ExactPart>> ExactPart::FacesOf(const TopoShape& body, const glm::dmat4& placement) {
+  std::vector<std::optional<ExactPart>> parts;
+  if (body.GetImpl().IsNull()) return parts;
+  TopTools_IndexedMapOfShape faces;
+  TopExp::MapShapes(body.GetImpl(), TopAbs_FACE, faces);
+  for (int i = 1; i <= faces.Extent(); ++i)
+    parts.push_back(Place(Kind::kFace, faces(i), placement));
+  return parts;
+}
+
 ExactPart ExactPart::OfPoint(const glm::dvec3& point) {
   return ExactPart(Kind::kPoint, BRepBuilderAPI_MakeVertex(gp_Pnt(point.x, point.y, point.z)).Vertex());
 }

@@ -6,6 +6,7 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <vector>
 
 class TopoDS_Shape;
 
@@ -32,6 +33,8 @@ class ExactPart {
                                          const glm::dmat4& placement);
   static std::optional<ExactPart> OfEdge(const TopoShape& body, std::uint32_t edge,
                                          const glm::dmat4& placement);
+  /// All faces of a body by their positions, which are looked for once; nothing in the place of one that cannot be put there.
+  static std::vector<std::optional<ExactPart>> FacesOf(const TopoShape& body, const glm::dmat4& placement);
   /// Of a point of the scene, such as a `SnapPoint`.
   static ExactPart OfPoint(const glm::dvec3& point);
 

@@ -17,9 +17,12 @@
 #include <gp_Cylinder.hxx>
 #include <gp_Elips.hxx>
 #include <gp_Lin.hxx>
+#include <gp_Mat.hxx>
 #include <gp_Pln.hxx>
 #include <gp_Sphere.hxx>
 #include <gp_Torus.hxx>
+#include <math_Jacobi.hxx>
+#include <math_Matrix.hxx>
 
 #include <glm/glm.hpp>
 
@@ -115,13 +118,44 @@ double MeasureBorders(const TopoDS_Face& face) {
   return length;
 }
 
+// Size, centre and inertia of parts together.
 struct Amount {
   double size = 0.0;
   glm::dvec3 moment{0.0};
+  glm::dmat3 inertia{0.0};  // about the origin
 
-  void Add(double more, const glm::dvec3& centre) {
-    size += more;
-    moment += more * centre;
+  // Mirrored parts come out negative.
+  void Add(const GProp_GProps& part) {
+    const double sign = part.Mass() < 0.0 ? -1.0 : 1.0;
+    const glm::dvec3 centre = Vector(part.CentreOfMass().XYZ());
+    const gp_Mat own = part.MatrixOfInertia();
+    for (int column = 0; column < 3; ++column)
+      for (int row = 0; row < 3; ++row)
+        inertia[column][row] += sign * own(row + 1, column + 1);
+    size += sign * part.Mass();
+    moment += sign * part.Mass() * centre;
+    inertia += Shift(sign * part.Mass(), centre);
+  }
+
+  glm::dvec3 GetCentre() const { return moment / size; }
+
+  glm::dvec3 GetMoments() const {
+    const glm::dmat3 own = inertia - Shift(size, GetCentre());
+    math_Matrix matrix(1, 3, 1, 3);
+    for (int column = 0; column < 3; ++column)
+      for (int row = 0; row < 3; ++row)
+        matrix(row + 1, column + 1) = own[column][row];
+    const math_Jacobi solution(matrix);
+    if (!solution.IsDone()) return glm::dvec3(0.0);
+    glm::dvec3 moments(solution.Value(1), solution.Value(2), solution.Value(3));
+    std::sort(&moments[0], &moments[0] + 3);
+    return moments;
+  }
+
+ private:
+  // The theorem of parallel axes.
+  static glm::dmat3 Shift(double mass, const glm::dvec3& by) {
+    return mass * (glm::dot(by, by) * glm::dmat3(1.0) - glm::outerProduct(by, by));
   }
 };
 
@@ -131,7 +165,7 @@ Amount MeasureVolume(const TopoDS_Shape& body) {
   const auto add = [&sum](const TopoDS_Shape& part) {
     GProp_GProps volume;
     BRepGProp::VolumeProperties(part, volume);
-    sum.Add(std::abs(volume.Mass()), Vector(volume.CentreOfMass().XYZ()));
+    sum.Add(volume);
   };
   for (TopExp_Explorer solids(body, TopAbs_SOLID); solids.More(); solids.Next())
     add(solids.Current());
@@ -171,11 +205,14 @@ BodyMeasure MeasureSolids(const TopoDS_Shape& body) {
   BRepGProp::SurfaceProperties(body, area);
   measure.area = std::abs(area.Mass());
   measure.centre = Vector(area.CentreOfMass().XYZ());
-  const Amount volume = MeasureVolume(body);
-  if (volume.size > 0.0) {
-    measure.volume = volume.size;
-    measure.centre = volume.moment / volume.size;
+  Amount amount = MeasureVolume(body);
+  if (amount.size > 0.0) {
+    measure.volume = amount.size;
+    measure.centre = amount.GetCentre();
+  } else {
+    amount.Add(area);
   }
+  if (amount.size > 0.0) measure.moments = amount.GetMoments();
   return measure;
 }
 
@@ -219,6 +256,7 @@ BodyMeasure& BodyMeasure::operator+=(const BodyMeasure& other) {
   if (mine + others > 0.0) centre = (mine * centre + others * other.centre) / (mine + others);
   area += other.area;
   volume = haveVolume ? std::optional<double>(mine + others) : std::nullopt;
+  moments.reset();
   return *this;
 }
 

@@ -57,6 +57,9 @@ struct BodyMeasure {
   std::optional<double> volume;
   /// Of the volume if there is one, else of the area.
   glm::dvec3 centre{0.0};
+  /// Principal moments of inertia about the centre for a density of 1, the smallest first: of the volume if there is one
+  /// (mm⁵), else of the area (mm⁴). Of a single body only.
+  std::optional<glm::dvec3> moments;
 
   /// Both together, as if nothing of them overlapped; a volume only when both have one.
   BodyMeasure& operator+=(const BodyMeasure& other);

@@ -27,6 +27,13 @@ std::shared_ptr<GroupSceneNode> GraphicsOpener::TakeRoot() {
   return std::dynamic_pointer_cast<GroupSceneNode>(root);
 }
 
+bool GraphicsOpener::FinishWithoutBodies() {
+  if (opening_) {
+    opening_->Cancel();
+  }
+  return Finish();
+}
+
 bool GraphicsOpener::Finish() {
   if (!opening_) {
     return false;

@@ -1,10 +1,17 @@
 #include <Programs/mirel/Save/InputFolder.h>
 
+#include <Programs/mirel/Console.h>
 #include <Programs/mirel/Save/Conversion.h>
+#include <Programs/mirel/View/TarPieces.h>
 
 #include <Viewer/Kernel/Model/FolderFiles.h>
 
+#include <cerrno>
+#include <cstdio>
 #include <filesystem>
+#include <memory>
+#include <regex>
+#include <system_error>
 
 namespace fs = std::filesystem;
 
@@ -17,6 +24,13 @@ bool IsSource(const std::string& path) {
   const fs::path file = fs::u8path(path);
   std::error_code failure;
   return fs::is_regular_file(file, failure) && file.filename() != FolderFiles::kIndex;
+}
+
+// Whether a file's name says that it is a tar archive.
+bool IsArchive(const std::string& path) {
+  static const std::regex ending("\\.(tar|tar\\.(gz|xz|bz2|zst)|tgz|txz|tbz2?|tzst)$",
+                                 std::regex::ECMAScript | std::regex::icase);
+  return std::regex_search(fs::u8path(path).filename().u8string(), ending);
 }
 
 }  // namespace
@@ -35,10 +49,29 @@ ExitCode InputFolder::Prepare(Console& console, const std::string& input) {
   if (!IsSource(input)) {
     return ExitCode::kDone;
   }
-  path_ = converted_.emplace().GetPath();
-  const ExitCode saved = Conversion({}).Run(console, input, path_);
-  converted_->Watch();
-  return saved;
+  path_ = made_.emplace().GetPath();
+  const ExitCode result =
+      IsArchive(input) ? Unpack(console, input) : Conversion({}).Run(console, input, path_);
+  made_->Watch();
+  return result;
+}
+
+ExitCode InputFolder::Unpack(Console& console, const std::string& archive) {
+  const std::unique_ptr<std::FILE, int (*)(std::FILE*)> file(std::fopen(archive.c_str(), "rb"), &std::fclose);
+  if (!file) {
+    console.Error(archive, std::generic_category().message(errno));
+    return ExitCode::kInputUnread;
+  }
+  TarPieces pieces;
+  if (!pieces.Load(file.get())) {
+    console.Error(archive, pieces.GetError());
+    return ExitCode::kInputUnread;
+  }
+  if (!pieces.Unpack(path_ + "/")) {
+    console.Error(archive, pieces.GetError());
+    return ExitCode::kOutputUnwritten;
+  }
+  return ExitCode::kDone;
 }
 
 }  // namespace mirel
