@@ -1,13 +1,10 @@
 #include <Programs/mirel/Import/StepNumbers.h>
 
+#include <Programs/mirel/Import/BodyRemoval.h>
 #include <Programs/mirel/Import/EntityFilter.h>
 
-#include <Interface_EntityIterator.hxx>
 #include <Interface_Graph.hxx>
 #include <Interface_InterfaceModel.hxx>
-#include <StepBasic_Product.hxx>
-#include <StepBasic_ProductDefinition.hxx>
-#include <StepBasic_ProductDefinitionFormation.hxx>
 #include <StepGeom_BSplineCurveWithKnots.hxx>
 #include <StepGeom_BSplineSurfaceWithKnots.hxx>
 #include <StepGeom_CartesianPoint.hxx>
@@ -18,26 +15,14 @@
 #include <StepGeom_Ellipse.hxx>
 #include <StepGeom_Hyperbola.hxx>
 #include <StepGeom_Parabola.hxx>
-#include <StepGeom_Placement.hxx>
 #include <StepGeom_SphericalSurface.hxx>
 #include <StepGeom_ToroidalSurface.hxx>
 #include <StepGeom_Vector.hxx>
-#include <StepRepr_CharacterizedDefinition.hxx>
-#include <StepRepr_HArray1OfRepresentationItem.hxx>
-#include <StepRepr_MappedItem.hxx>
-#include <StepRepr_PropertyDefinition.hxx>
-#include <StepRepr_Representation.hxx>
-#include <StepRepr_RepresentationRelationship.hxx>
-#include <StepRepr_RepresentedDefinition.hxx>
-#include <StepShape_ShapeDefinitionRepresentation.hxx>
-#include <StepVisual_StyledItem.hxx>
 #include <TColStd_HArray1OfReal.hxx>
-#include <TCollection_HAsciiString.hxx>
 #include <XSControl_Reader.hxx>
 #include <XSControl_WorkSession.hxx>
 
 #include <cmath>
-#include <set>
 
 namespace mirel {
 
@@ -110,89 +95,6 @@ bool HasBadNumber(const Entity& entity) {
                                           &StepGeom_ToroidalSurface::MinorRadius);
 }
 
-// Bodies with a bad number somewhere, and the representations that list them.
-class BodySearch {
- public:
-  explicit BodySearch(const Interface_Graph& graph) : graph_(graph) {}
-
-  // Climbs from an entity to all items that use it.
-  void Climb(const Entity& from) {
-    std::vector<Entity> open{from};
-    while (!open.empty()) {
-      const Entity entity = open.back();
-      open.pop_back();
-      if (!seen_.insert(entity.get()).second) {
-        continue;
-      }
-      for (Interface_EntityIterator users = graph_.Sharings(entity); users.More(); users.Next()) {
-        const auto representation = Handle(StepRepr_Representation)::DownCast(users.Value());
-        if (!representation.IsNull()) {
-          TakeOut(entity, representation);
-        } else if (users.Value()->IsKind(STANDARD_TYPE(StepRepr_RepresentationItem))) {
-          open.push_back(users.Value());
-        }
-      }
-    }
-  }
-
-  const std::vector<std::string>& GetNames() const { return names_; }
-
- private:
-  void TakeOut(const Entity& body, const Handle(StepRepr_Representation) & representation) {
-    if (body->IsKind(STANDARD_TYPE(StepGeom_Placement)) || body->IsKind(STANDARD_TYPE(StepRepr_MappedItem)) ||
-        body->IsKind(STANDARD_TYPE(StepVisual_StyledItem))) {
-      return;
-    }
-    std::vector<Handle(StepRepr_RepresentationItem)> rest;
-    for (int i = 1; i <= representation->NbItems(); ++i) {
-      if (representation->ItemsValue(i) != body) {
-        rest.push_back(representation->ItemsValue(i));
-      }
-    }
-    const Handle(StepRepr_HArray1OfRepresentationItem) items =
-        new StepRepr_HArray1OfRepresentationItem(1, static_cast<int>(rest.size()));
-    for (std::size_t i = 0; i < rest.size(); ++i) {
-      items->SetValue(static_cast<int>(i + 1), rest[i]);
-    }
-    representation->SetItems(items);
-    names_.push_back(FindProduct(representation, true));
-  }
-
-  std::string FindProduct(const Handle(StepRepr_Representation) & representation, bool looksFarther) const {
-    for (Interface_EntityIterator users = graph_.Sharings(representation); users.More(); users.Next()) {
-      const auto definition = Handle(StepShape_ShapeDefinitionRepresentation)::DownCast(users.Value());
-      const auto relation = Handle(StepRepr_RepresentationRelationship)::DownCast(users.Value());
-      std::string name;
-      if (!definition.IsNull()) {
-        name = NameOf(definition->Definition().PropertyDefinition());
-      } else if (!relation.IsNull() && looksFarther) {
-        // The product's own representation holds a placement only.
-        name = FindProduct(relation->Rep1() == representation ? relation->Rep2() : relation->Rep1(), false);
-      }
-      if (!name.empty()) {
-        return name;
-      }
-    }
-    return {};
-  }
-
-  static std::string NameOf(const Handle(StepRepr_PropertyDefinition) & property) {
-    if (property.IsNull() || property->Definition().ProductDefinition().IsNull()) {
-      return {};
-    }
-    const Handle(StepBasic_ProductDefinitionFormation) formation =
-        property->Definition().ProductDefinition()->Formation();
-    if (formation.IsNull() || formation->OfProduct().IsNull() || formation->OfProduct()->Name().IsNull()) {
-      return {};
-    }
-    return formation->OfProduct()->Name()->ToCString();
-  }
-
-  const Interface_Graph& graph_;
-  std::set<const Standard_Transient*> seen_;
-  std::vector<std::string> names_;
-};
-
 }  // namespace
 
 std::vector<std::string> StepNumbers::TakeOutBodies(XSControl_Reader& reader) {
@@ -208,11 +110,11 @@ std::vector<std::string> StepNumbers::TakeOutBodies(XSControl_Reader& reader) {
     return {};
   }
   const Interface_Graph graph(reader.WS()->Graph());
-  BodySearch search(graph);
+  BodyRemoval removal(graph);
   for (const Entity& entity : bad) {
-    search.Climb(entity);
+    removal.TakeOutUsers(entity);
   }
-  return search.GetNames();
+  return removal.GetProducts();
 }
 
 }  // namespace mirel

@@ -4,6 +4,7 @@
 #include <Programs/mirel/Import/OtherFiles.h>
 #include <Programs/mirel/Import/Part21/StepSession.h>
 #include <Programs/mirel/Import/StepCensus.h>
+#include <Programs/mirel/Import/StepGaps.h>
 #include <Programs/mirel/Import/StepNumbers.h>
 
 #include <APIHeaderSection_MakeHeader.hxx>
@@ -69,6 +70,11 @@ bool StepReader::ReadInto(const Handle(TDocStd_Document) & document, const Sourc
   Handle(TDocStd_Document) target = document;
   const bool good = Run(file, reader.ChangeReader(), [&](const Message_ProgressRange& range) {
     SetUnreadableBodies(StepNumbers::TakeOutBodies(reader.ChangeReader()));
+    const StepGaps::Found gaps = StepGaps::TakeOut(reader.ChangeReader());
+    AddLosses({{"bodiesWithGaps", "body|bodies that refers|refer to what the file does not have",
+                gaps.products.size(), gaps.products},
+               {"facesWithGaps", "face|faces that refers|refer to what the file does not have",
+                gaps.faces.size(), gaps.faces}});
     OtherFiles::TurnAway(*reader.ChangeReader().Model(), fs::u8path(file.GetPath()).parent_path());
     HealingActor::HealTogether(reader.ChangeReader());
     return reader.Transfer(target, range);

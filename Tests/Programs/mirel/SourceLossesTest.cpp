@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <regex>
 #include <string>
 
 #if defined(__linux__)
@@ -137,6 +138,34 @@ TEST_F(SourceLossesTest, ErrorsInEntitiesAreListedByKind) {
 }
 
 // What OpenCASCADE puts into no document.
+// OpenCASCADE follows references that lead nowhere.
+TEST_F(SourceLossesTest, GapsCostTheFacesThatNeedWhatIsMissing) {
+  const std::string sample = ReadFile(MIREL_SAMPLE);
+  const auto saveWithout = [&](const std::string& text) {
+    std::smatch found;
+    EXPECT_TRUE(std::regex_search(sample, found, std::regex(text + "#[0-9]+")));
+    const std::string path = scratch_.GetPath() + "gap.step";
+    WriteFile(path, std::string(found.prefix()) + found.str().substr(0, found.str().rfind('#')) + "#999999" +
+                        std::string(found.suffix()));
+    EXPECT_EQ(Save(path, {"--strict"}), 4) << said_;
+    EXPECT_TRUE(Has(report_, "distinct shapes                 7            7")) << report_;
+    EXPECT_TRUE(Has(report_, "1 entity with errors")) << report_;
+  };
+  for (const char* const text :
+       {"= LINE[(]'',", "= LINE[(]'',#[0-9]+,", "= VECTOR[(]'',", "= VERTEX_POINT[(]'',",
+        "= FACE_BOUND[(]'',", "= ADVANCED_FACE[(]'',[(]", "BOUNDED_CURVE[^;#]*", "BOUNDED_SURFACE[^;#]*"}) {
+    SCOPED_TRACE(text);
+    saveWithout(text);
+    EXPECT_TRUE(std::regex_search(report_, std::regex("faces? that refers? to what"))) << report_;
+  }
+  for (const char* const text : {"= SHAPE_DEFINITION_REPRESENTATION[(]", "= AXIS2_PLACEMENT_3D[(]'',",
+                                 "= SURFACE_STYLE_USAGE[(][.A-Z]+,", "= FILL_AREA_STYLE[(]'',[(]"}) {
+    SCOPED_TRACE(text);
+    saveWithout(text);
+    EXPECT_FALSE(Has(report_, "to what the file does not have")) << report_;
+  }
+}
+
 TEST_F(SourceLossesTest, WhatNobodyReadsIsCounted) {
   const std::string path = WriteWith(R"(
 #9001=PERSON('1','Muster','Anna',$,$,$);
