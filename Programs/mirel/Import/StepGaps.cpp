@@ -3,6 +3,9 @@
 #include <Programs/mirel/Import/BodyRemoval.h>
 
 #include <Interface_InterfaceModel.hxx>
+#include <StepBasic_DerivedUnit.hxx>
+#include <StepBasic_DerivedUnitElement.hxx>
+#include <StepBasic_HArray1OfDerivedUnitElement.hxx>
 #include <StepGeom_BSplineCurve.hxx>
 #include <StepGeom_BSplineSurface.hxx>
 #include <StepGeom_CartesianPoint.hxx>
@@ -11,7 +14,11 @@
 #include <StepGeom_Line.hxx>
 #include <StepGeom_Placement.hxx>
 #include <StepGeom_Vector.hxx>
+#include <StepRepr_HArray1OfRepresentationItem.hxx>
 #include <StepRepr_PropertyDefinition.hxx>
+#include <StepRepr_PropertyDefinitionRepresentation.hxx>
+#include <StepRepr_Representation.hxx>
+#include <StepRepr_RepresentationItem.hxx>
 #include <StepRepr_RepresentedDefinition.hxx>
 #include <StepShape_FaceBound.hxx>
 #include <StepShape_FaceSurface.hxx>
@@ -87,6 +94,12 @@ bool HasGap(const Entity& entity) {
   return false;
 }
 
+Handle(StepRepr_RepresentationItem) MakeUnnamedItem() {
+  const Handle(StepRepr_RepresentationItem) item = new StepRepr_RepresentationItem;
+  item->Init(new TCollection_HAsciiString);
+  return item;
+}
+
 // Gives an entity that only says something of others, or where they are, something empty instead.
 void Fill(const Entity& entity) {
   if (const auto placement = Handle(StepGeom_Placement)::DownCast(entity)) {
@@ -105,11 +118,30 @@ void Fill(const Entity& entity) {
         style->FillStyles()->ChangeValue(i).SetValue(new StepVisual_FillAreaStyleColour);
       }
     }
+  } else if (const auto unit = Handle(StepBasic_DerivedUnit)::DownCast(entity)) {
+    for (int i = 1; !unit->Elements().IsNull() && i <= unit->NbElements(); ++i) {
+      if (unit->ElementsValue(i).IsNull()) {
+        unit->Elements()->SetValue(i, new StepBasic_DerivedUnitElement);
+      }
+    }
+  } else if (entity->DynamicType() == STANDARD_TYPE(StepRepr_Representation)) {  // of properties
+    const auto representation = Handle(StepRepr_Representation)::DownCast(entity);
+    for (int i = 1; i <= representation->NbItems(); ++i) {
+      if (representation->ItemsValue(i).IsNull()) {
+        representation->Items()->SetValue(i, MakeUnnamedItem());
+      }
+    }
   } else if (const auto definition = Handle(StepShape_ShapeDefinitionRepresentation)::DownCast(entity)) {
     if (definition->Definition().IsNull()) {
       StepRepr_RepresentedDefinition nothing;
       nothing.SetValue(new StepRepr_PropertyDefinition);
       definition->SetDefinition(nothing);
+    }
+  } else if (const auto property = Handle(StepRepr_PropertyDefinitionRepresentation)::DownCast(entity)) {
+    if (property->UsedRepresentation().IsNull()) {
+      const Handle(StepRepr_Representation) nothing = new StepRepr_Representation;
+      nothing->SetName(new TCollection_HAsciiString);
+      property->SetUsedRepresentation(nothing);
     }
   }
 }
