@@ -2,6 +2,7 @@
 
 #include <Bench/WorkFolder.h>
 
+#include <Viewer/Draw/DrawScene.h>
 #include <Viewer/Kernel/Host/GeometryView/NodeBox.h>
 #include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Host/Gzip/ogzstream.h>
@@ -75,6 +76,13 @@ std::string MakeCopies(const std::string& work, std::size_t copies) {
   index.Accept(writer);
   ogzstream((folder + "index.gz").c_str(), std::ios_base::out).write_str(json.GetString());
   return folder;
+}
+
+std::size_t CountCopies(const std::string& work, std::size_t bodies) {
+  const std::shared_ptr<SceneNode> model = LiteSceneReader().Load(IndexFile(work), nullptr);
+  const std::size_t count = model ? DrawScene(*model).GetPlacementCount() : 0;
+  if (count == 0) throw std::runtime_error("nothing is drawn of the model");
+  return bodies / count + 1;
 }
 
 }  // namespace mirel::bench

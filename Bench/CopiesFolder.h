@@ -9,4 +9,7 @@ namespace mirel::bench {
 /// its path, ending with a separator. It is made once. Throws `std::runtime_error`.
 std::string MakeCopies(const std::string& work, std::size_t copies);
 
+/// How many copies of the model of a work folder have so many placed bodies at least. Throws `std::runtime_error`.
+std::size_t CountCopies(const std::string& work, std::size_t bodies);
+
 }  // namespace mirel::bench

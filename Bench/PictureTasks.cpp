@@ -40,11 +40,6 @@ std::shared_ptr<SceneNode> OpenModel(const TaskInput& input) {
   return model;
 }
 
-std::size_t CountCopies(const TaskInput& input, const DrawScene& model) {
-  if (model.GetPlacementCount() == 0) throw std::runtime_error("nothing is drawn of the model");
-  return input.count / model.GetPlacementCount() + 1;
-}
-
 Figures DrawFolder(const TaskInput& input, const std::string& folder) {
   return RunProgram({MIREL_PROGRAM, "picture", "-q", "--samples", "4", folder, input.work + "picture.png"});
 }
@@ -56,7 +51,7 @@ Figures DrawAsProcess(const TaskInput& input) {
 
 /// The same of a folder with so many copies of the model that there are --count placed bodies at least.
 Figures DrawCopiesAsProcess(const TaskInput& input) {
-  return DrawFolder(input, MakeCopies(input.work, CountCopies(input, DrawScene(*OpenModel(input)))));
+  return DrawFolder(input, MakeCopies(input.work, CountCopies(input.work, input.count)));
 }
 
 /// f3d, which needs a display: where there is none, the task starts anew inside of one.

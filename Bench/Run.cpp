@@ -3,6 +3,7 @@
 #include <Bench/ChildProcess.h>
 #include <Bench/Growth.h>
 #include <Bench/RunProgram.h>
+#include <Bench/Task.h>
 #include <Bench/WorkFolder.h>
 
 #include <algorithm>
@@ -46,6 +47,11 @@ std::string Quote(const std::string& text) {
   return quoted + "'";
 }
 
+bool HasTask(const std::string& name) {
+  const std::vector<Task>& tasks = GetTasks();
+  return std::any_of(tasks.begin(), tasks.end(), [&](const Task& task) { return name == task.name; });
+}
+
 /// The size of a file as gzip would leave it.
 double GzipBytes(const std::string& path) {
   std::FILE* const pipe = popen(("gzip -6 -c <" + Quote(path)).c_str(), "r");
@@ -83,6 +89,13 @@ class FileRun {
       copies.insert(copies.end(), {"--count", std::to_string(copiedBodies_)});
       things_.Add(name, copies);
     }
+    hasPython_ = HasTask("python");
+    if (hasPython_) {
+      things_.Add("python", TaskOf("python", work_));
+      Arguments arrays = TaskOf("python-arrays", work_);
+      arrays.insert(arrays.end(), {"--count", std::to_string(copiedBodies_)});
+      things_.Add("python-arrays", arrays);
+    }
     hasF3d_ = HasProgram("f3d") && (std::getenv("DISPLAY") != nullptr || HasProgram("xvfb-run"));
     if (hasF3d_) things_.Add("f3d-merged", TaskOf("f3d-merged", work_));
     TryMesher();
@@ -103,6 +116,7 @@ class FileRun {
     AddConverting(report);
     AddSaving(report);
     AddDrawing(report);
+    if (hasPython_) AddPython(report);
     AddSizes(report);
     AddGoals(report);
     AddDrawingGoals(report);
@@ -246,6 +260,29 @@ class FileRun {
                      {{"pick", {things_.Get("copies", "pickSeconds")}}}});
   }
 
+  void AddPython(Report& report) const {
+    Report::Table table{stem_ + ": in Python",
+                        {{"time", "ms", kMilli, 2, true},
+                         {"numpy's copy", "ms", kMilli, 2, true},
+                         {"placed", "", 1.0, 0, false}},
+                        {}};
+    table.rows.push_back(
+        {"open", {things_.Get("python", "seconds"), Exact(kMissing), things_.Get("python", "placedShapes")}});
+    for (const char* const array : {"positions", "matrices"}) {
+      table.rows.push_back(
+          {array,
+           {things_.Get("python-arrays", array), things_.Get("python-arrays", std::string(array) + "Copy"),
+            things_.Get("python-arrays", "placedShapes")}});
+    }
+    report.AddTable(table);
+    report.AddGoal({stem_ + ": opening in Python takes, times opening", true, 1.3,
+                    things_.Ratio("python", "open", "seconds")});
+    report.AddGoal({stem_ + ": placements of a million bodies as an array take, times numpy's copy of it",
+                    true, 2.0,
+                    Exact(things_.Get("python-arrays", "matrices").value /
+                          things_.Get("python-arrays", "matricesCopy").value)});
+  }
+
   void AddSizes(Report& report) {
     folderBytes_ = static_cast<double>(BytesOnDisk(ModelFolder(work_)));
     zippedGlbBytes_ = GzipBytes(MergedGlbFile(work_));
@@ -306,6 +343,7 @@ class FileRun {
   int rounds_;
   std::size_t copiedBodies_;
   bool hasF3d_ = false;
+  bool hasPython_ = false;
   Rounds things_;
   std::string mesher_;
   std::vector<std::pair<std::string, Figures>> variants_;

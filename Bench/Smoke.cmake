@@ -1,5 +1,5 @@
 # Runs the whole benchmark once at sizes that take no time, and checks that its JSON holds every figure. Arguments: BENCH
-# (the program), SOURCE (a STEP file), WORK (a folder of the test's own).
+# (the program), SOURCE (a STEP file), WORK (a folder of the test's own), PYTHON (whether the Python package is built).
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 execute_process(COMMAND ${BENCH} run ${SOURCE} --work ${WORK}/work --tiny --rounds 1 --json ${WORK}/result.json
@@ -40,6 +40,11 @@ foreach(what picture picture-copies copies)
   check_figure("${stem}: drawing" ${what} "peak memory")
 endforeach()
 check_figure("${stem}: picking" pick time)
+if(PYTHON)
+  foreach(what open positions matrices)
+    check_figure("${stem}: in Python" ${what} time)
+  endforeach()
+endif()
 foreach(algorithm watson delabella)
   foreach(mode serial faces bodies both)
     check_figure("${stem}: saving" "mesher ${algorithm}-${mode}" triangles)

@@ -40,5 +40,6 @@ std::vector<Task> SceneTasks();
 std::vector<Task> GrowthTasks();
 std::vector<Task> PictureTasks();
 std::vector<Task> WindowTasks();
+std::vector<Task> PythonTasks();  ///< none where the package is not built
 
 }  // namespace mirel::bench
