@@ -2,6 +2,7 @@
 
 #include <Python/Native/PlacementWalk.h>
 
+#include <Viewer/Kernel/Host/Core/ShareOut.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Host/GeometryView/NodeBox.h>
@@ -19,6 +20,7 @@ namespace mirel::python {
 namespace {
 
 constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+constexpr std::size_t kPiece = 8192;  // rows that one core fills before it takes others
 using Shape = std::vector<py::ssize_t>;
 
 py::array Seal(py::array array) {
@@ -72,12 +74,14 @@ AABoxT<double> FindBox(const SceneNode& node, PlacementWalk& walk) {
 
 template <typename T, typename Put>
 py::array MakeRows(const Parts& parts, Shape shape, std::size_t width, const Put& put) {
+  const NodeList& nodes = *parts.nodes;
+  const std::size_t pieces = (nodes.size() + kPiece - 1) / kPiece;
   return Make<T>(std::move(shape), [&](T* target) {
-    PlacementWalk walk;
-    for (const SceneNode* const node : *parts.nodes) {
-      put(*node, walk, target);
-      target += width;
-    }
+    ShareOut(pieces, nodes.size() * width * sizeof(T), [&](std::size_t piece) {
+      PlacementWalk walk;
+      for (std::size_t i = piece * kPiece; i < std::min(nodes.size(), (piece + 1) * kPiece); ++i)
+        put(*nodes[i], walk, target + i * width);
+    });
   });
 }
 
