@@ -83,6 +83,20 @@ test('measures from exact surfaces are exact, and say so', async () => {
     return [shadowRoot.querySelector('.measure').textContent, x1 - x0];
   });
   assert.match(told[0], /plane, exactplane, exactdistance 600 mm, parallel, exact/);
+  // From the cap of a section to the face that it cuts squarely.
+  const cap = await inside(async ({ viewer, shadowRoot }) => {
+    const [shape] = viewer.model.getShapesBelow(viewer.find('deck')[0]);
+    const [x0, y0, z0, x1, y1, z1] = viewer.model.bounds[shape];
+    const normal = [1, 0, 0];
+    viewer.setSections([{ normal, offset: x1 - 100 }]);
+    const from = (x, direction) =>
+      viewer.model.pick({ origin: [x, (y0 + y1) / 2, (z0 + z1) / 2], direction });
+    for (const pick of [from(x1 + 10, [-1, 0, 0]), from(x0 - 10, [1, 0, 0])])
+      viewer.dispatchEvent(new CustomEvent('pick', { detail: { pick }, cancelable: true }));
+    viewer.setSections([]);
+    return shadowRoot.querySelector('.measure').textContent;
+  });
+  assert.match(cap, /plane of a section, exactplane, exactdistance 500 mm, parallel, exact/);
   // Between the axes of a wheel in front and one in the rear, which are one body.
   const wheels = await inside(async ({ viewer, shadowRoot }) => {
     const { model } = viewer;

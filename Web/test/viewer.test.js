@@ -84,6 +84,15 @@ test('the page of ten lines shows the model, and tells what is clicked', async (
   assert.ok(Math.abs(eye.eye[0] - eye.target[0]) < 1 && eye.eye[1] < eye.target[1]);
   await page.keyboard.press('p');
   assert.equal(await viewer(element => element.projection), 'parallel');
+  // In parallel projection too keys come nearer, and what is fitted in is seen whole.
+  const height = () => viewer(({ stage }) => (stage.render(), stage.camera.height));
+  const fitted = await height();
+  await page.keyboard.press('+');
+  assert.ok(Math.abs((await height()) * 1.2 - fitted) < 1e-3 * fitted);
+  await page.keyboard.press('f');
+  assert.ok(Math.abs((await height()) - fitted) < 0.15 * fitted, `${fitted} ${await height()}`);
+  await viewer(element => element.fit(element.find('drawer top')));
+  assert.ok((await height()) < 0.7 * fitted);
   assert.deepEqual(page.errors, []);
   await page.close();
 });

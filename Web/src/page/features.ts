@@ -24,6 +24,8 @@ export interface Feature {
   isExact: boolean;
   /** What it is, with its own measures. */
   text: string;
+  /** What else is known of it, and not exact. */
+  note?: string;
   /** Where the user pointed: between such points is measured what has no better answer. */
   picked: Vector;
 }
@@ -144,7 +146,7 @@ function describeEdge(mesh: Mesh, { edge, end }: FoundEdge): BodyFeature {
   );
   let total = 0;
   for (let i = 1; i < points.length; ++i) total += distance(points[i - 1], points[i]);
-  const text = `length ≈ ${formatApproximate(total)} mm`;
+  const note = `length ≈ ${formatApproximate(total)} mm`;
   const [a, b] = surfaces;
   if (points.length === 2) {
     const isBetweenPlanes = a?.kind === 'plane' && b?.kind === 'plane';
@@ -158,10 +160,11 @@ function describeEdge(mesh: Mesh, { edge, end }: FoundEdge): BodyFeature {
         point,
         direction: normalize(along),
         isExact: isBetweenPlanes,
-        text: `straight edge, ${text}`,
+        text: 'straight edge',
+        note,
       };
   }
-  return { form: 'point', point: points[points.length >> 1], isExact: false, text: `curved edge, ${text}` };
+  return { form: 'point', point: points[points.length >> 1], isExact: false, text: 'curved edge', note };
 }
 
 /** The point of the line in which two planes meet that is nearest to the origin. */

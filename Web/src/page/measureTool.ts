@@ -69,7 +69,9 @@ export class MeasureTool {
     this.chosen.push(
       findFeature(this.viewer.model, pick, reachInPixels * this.viewer.stage.getPixelSize(pick.point)),
     );
-    const lines = this.chosen.map(({ text, isExact }) => `${text}${isExact ? ', exact' : ', approximate'}`);
+    const lines = this.chosen.map(({ text, isExact, note }) =>
+      [text, isExact ? 'exact' : 'approximate', ...(note ? [note] : [])].join(', '),
+    );
     if (this.chosen.length === 2) {
       this.result = measure(this.chosen[0], this.chosen[1]);
       lines.push(describeMeasure(this.result));

@@ -111,24 +111,35 @@ export const edgeVertex = `
 ${placed}
 uniform bool isParallel;
 uniform float nearer;
-out vec3 scenePoint;
+out vec3 scenePoint, viewPoint;
 
 void main() {
   scenePoint = place();
   vec4 p = viewMatrix * vec4(scenePoint, 1.0);
+  viewPoint = p.xyz;
   if (isParallel) p.z += nearer;
   else p.xyz *= 0.9993;
   gl_Position = look.x == 0.0 ? projectionMatrix * p : nowhere;
 }
 `;
 
+/**
+ * An edge that is seen from its end is not drawn: it is a dot, whose depth rounding moves by as much as the edge is long, so that
+ * faces in front would have dots of what lies behind.
+ */
 export const edgeFragment = `
 ${cut}
+in vec3 viewPoint;
 uniform vec4 edgeColor;
+uniform bool isParallel;
 out vec4 pixel;
 
 void main() {
-  if (isCutAway(-1)) discard;
+  vec3 across = dFdx(viewPoint), down = dFdy(viewPoint);
+  vec3 along = dot(across, across) > dot(down, down) ? across : down;
+  vec3 view = isParallel ? vec3(0.0, 0.0, 1.0) : normalize(viewPoint);
+  bool isSide = abs(dot(along, view)) < 0.9995 * length(along) && length(along) < 1e30;
+  if (!isSide || isCutAway(-1)) discard;
   pixel = edgeColor;
 }
 `;

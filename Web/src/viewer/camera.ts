@@ -139,6 +139,7 @@ export class ViewCamera {
       camera.lookAt(this.target);
     }
     this.parallel.zoom = 1;
+    this.parallel.top = this.height / 2;
   }
 
   getViewPoint(): ViewPoint {
