@@ -4,6 +4,7 @@
 
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
+#include <Viewer/Kernel/Host/GeometryView/Srgb.h>
 
 #include <meshoptimizer.h>
 
@@ -12,7 +13,6 @@
 #include <glm/gtc/type_ptr.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <cstring>
 
 namespace mirel {
@@ -33,11 +33,6 @@ constexpr double kFar = 16.0;
 // What CAD programs look like: neither metal nor mirror.
 constexpr double kRoughness = 0.6;
 const glm::vec3 kLineColor(0.1F);
-
-double ToLinear(float srgb) {
-  const double value = std::clamp(static_cast<double>(srgb), 0.0, 1.0);
-  return value <= 0.04045 ? value / 12.92 : std::pow((value + 0.055) / 1.055, 2.4);
-}
 
 std::uint64_t Align(std::uint64_t size) {
   return (size + kAlignment - 1) / kAlignment * kAlignment;
@@ -332,7 +327,7 @@ void GltfMeshes::AddMaterials(JsonText& json) const {
     json.Key("baseColorFactor");
     json.BeginArray();
     for (int i = 0; i < 3; ++i) {
-      json.Number(ToLinear(color[i]));
+      json.Number(Srgb::ToLinear(std::clamp(static_cast<double>(color[i]), 0.0, 1.0)));
     }
     json.Number(1.0);
     json.EndArray();
