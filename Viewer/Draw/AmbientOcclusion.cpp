@@ -14,6 +14,10 @@ namespace {
 constexpr int kPattern = 4;
 constexpr unsigned kQuarters = 4;
 
+// Of the same place in several patterns, directions are much the same: their rays are fast together.
+constexpr int kBlockWidth = 4 * kPattern, kBlockHeight = 2 * kPattern;
+constexpr std::size_t kGridSize = 8;
+
 // Of the height of what is seen: how far away things still darken a surface.
 constexpr double kReach = 0.16;
 
@@ -69,18 +73,69 @@ Pattern MakePattern() {
   return pattern;
 }
 
-glm::vec3 TurnTo(const glm::vec3& normal, const glm::vec3& direction) {
-  const float sign = std::copysign(1.0f, normal.z);
-  const float a = -1.0f / (sign + normal.z);
-  const float b = normal.x * normal.y * a;
-  const glm::vec3 x(1.0f + sign * normal.x * normal.x * a, sign * b, -sign * normal.x);
-  const glm::vec3 y(b, sign + normal.y * normal.y * a, -normal.y);
-  return x * direction.x + y * direction.y + normal * direction.z;
+// The directions along a surface, for a normal.
+struct Axes {
+  glm::vec3 x{0.0f}, y{0.0f}, normal{0.0f};
+
+  Axes() = default;
+  explicit Axes(const glm::vec3& up) : normal(up) {
+    const float sign = std::copysign(1.0f, normal.z);
+    const float a = -1.0f / (sign + normal.z);
+    const float b = normal.x * normal.y * a;
+    x = glm::vec3(1.0f + sign * normal.x * normal.x * a, sign * b, -sign * normal.x);
+    y = glm::vec3(b, sign + normal.y * normal.y * a, -normal.y);
+  }
+
+  glm::vec3 Turn(const glm::vec3& direction) const {
+    return x * direction.x + y * direction.y + normal * direction.z;
+  }
+};
+
+// Whether two places are on one surface, up to some angle, and pixels that it may have bent away.
+bool IsBeside(const Surface& a, const Surface& b, float cosine = 0.9f, float pixels = 4.0f) {
+  return b.IsSeen() && glm::dot(a.flatNormal, b.flatNormal) > cosine &&
+         std::abs(glm::dot(b.point - a.point, a.flatNormal)) < pixels * a.pixel;
 }
 
-bool IsBeside(const Surface& a, const Surface& b) {
-  return b.IsSeen() && glm::dot(a.flatNormal, b.flatNormal) > 0.9f &&
-         std::abs(glm::dot(b.point - a.point, a.flatNormal)) < 4.0f * a.pixel;
+// For each place the sum of `counts` over the pattern around it; without meaning at the rim.
+std::vector<std::uint8_t> SumUp(const std::vector<std::uint8_t>& counts, int width) {
+  const auto size = static_cast<std::ptrdiff_t>(counts.size());
+  std::vector<std::uint8_t> rows(counts.size()), sums(counts.size());
+  const auto add = [size](const std::uint8_t* from, std::uint8_t* to, std::ptrdiff_t step) {
+    static_assert(kPattern == 4, "from two before to one behind");
+    for (std::ptrdiff_t i = 2 * step; i + step < size; ++i)
+      to[i] = static_cast<std::uint8_t>(from[i - 2 * step] + from[i - step] + from[i] + from[i + step]);
+  };
+  add(counts.data(), rows.data(), 1);
+  add(rows.data(), sums.data(), width);
+  return sums;
+}
+
+// Of the pattern around a place, what is on the same surface: rays that were cast there, and those that were blocked.
+void CountBeside(const std::vector<Surface>& surfaces, const std::vector<std::uint8_t>& blocked,
+                 std::size_t place, int width, int& cast, int& dark) {
+  cast = dark = 0;
+  for (int j = -kPattern / 2; j < kPattern / 2; ++j) {
+    for (int i = -kPattern / 2; i < kPattern / 2; ++i) {
+      const auto other =
+          static_cast<std::size_t>(static_cast<std::ptrdiff_t>(place) + std::ptrdiff_t{j} * width + i);
+      if (!IsBeside(surfaces[place], surfaces[other])) continue;
+      cast += kQuarters;
+      dark += blocked[other];
+    }
+  }
+}
+
+// 1 where a surface bends, or ends, towards its right or lower neighbour.
+std::vector<std::uint8_t> MarkUneven(const std::vector<Surface>& surfaces, int width) {
+  std::vector<std::uint8_t> marks(surfaces.size(), 1);
+  for (std::size_t i = 0; i + static_cast<std::size_t>(width) < surfaces.size(); ++i) {
+    const Surface& own = surfaces[i];
+    if (own.IsSeen() && IsBeside(own, surfaces[i + 1], 0.99f, 1.0f) &&
+        IsBeside(own, surfaces[i + static_cast<std::size_t>(width)], 0.99f, 1.0f))
+      marks[i] = 0;
+  }
+  return marks;
 }
 
 }  // namespace
@@ -90,59 +145,75 @@ AmbientOcclusion::AmbientOcclusion(const SurfaceFinder& finder)
 
 std::vector<std::uint8_t> AmbientOcclusion::CastRays(const std::vector<Surface>& surfaces, int left, int top,
                                                      int width) const {
-  static const Pattern pattern = MakePattern();
   std::vector<std::uint8_t> blocked(surfaces.size(), 0);
-  std::vector<Ray> rays;
-  std::vector<std::size_t> places;
-  rays.reserve(surfaces.size() * kQuarters);
-  places.reserve(surfaces.size());
-  const glm::dvec3& target = finder_.GetCamera().GetTarget();
-  for (std::size_t place = 0; place < surfaces.size(); ++place) {
-    const Surface& surface = surfaces[place];
-    if (!surface.IsSeen()) continue;
-    places.push_back(place);
-    const auto column =
-        static_cast<unsigned>(left) + static_cast<unsigned>(place % static_cast<unsigned>(width));
-    const auto row = static_cast<unsigned>(top) + static_cast<unsigned>(place / static_cast<unsigned>(width));
-    // Off the surface, so that facets of what is smooth do not shade each other.
-    const glm::vec3 start = surface.point + surface.flatNormal * (0.5f * surface.pixel);
-    for (const Probe& probe : pattern[row % kPattern * kPattern + column % kPattern]) {
-      Ray ray;
-      ray.origin = target + glm::dvec3(start);
-      ray.direction = glm::normalize(glm::dvec3(TurnTo(surface.flatNormal, probe.direction)));
-      ray.farthest = reach_ * static_cast<double>(probe.length);
-      finder_.Clip(ray);
-      rays.push_back(ray);
+  const int height = static_cast<int>(surfaces.size()) / width;
+  Rays rays;
+  for (int y = 0; y < height; y += kBlockHeight) {
+    for (int x = 0; x < width; x += kBlockWidth) {
+      for (int place = 0; place < kPattern * kPattern; ++place) {
+        Grid grid = {x + place % kPattern, y + place / kPattern, std::min(x + kBlockWidth, width),
+                     std::min(y + kBlockHeight, height)};
+        AddRays(surfaces, grid, left, top, width, rays);
+      }
+      rays.blocked.resize(rays.list.size());
+      finder_.GetCaster().FindBlocked(rays.list.data(), rays.blocked.data(), rays.list.size());
+      for (std::size_t i = 0; i < rays.list.size(); ++i)
+        blocked[rays.places[i]] = static_cast<std::uint8_t>(blocked[rays.places[i]] + rays.blocked[i]);
+      rays.list.clear();
+      rays.places.clear();
     }
   }
-  std::vector<std::uint8_t> found(rays.size());
-  finder_.GetCaster().FindBlocked(rays.data(), found.data(), rays.size());
-  for (std::size_t i = 0; i < found.size(); ++i)
-    blocked[places[i / kQuarters]] = static_cast<std::uint8_t>(blocked[places[i / kQuarters]] + found[i]);
   return blocked;
+}
+
+void AmbientOcclusion::AddRays(const std::vector<Surface>& surfaces, const Grid& grid, int left, int top,
+                               int width, Rays& rays) const {
+  static const Pattern pattern = MakePattern();
+  std::array<Axes, kGridSize> axes;
+  std::array<glm::dvec3, kGridSize> starts;
+  std::array<std::size_t, kGridSize> places;
+  std::size_t count = 0;
+  for (int y = grid.top; y < grid.bottom; y += kPattern) {
+    for (int x = grid.left; x < grid.right; x += kPattern) {
+      const auto place = static_cast<std::size_t>(y * width + x);
+      const Surface& surface = surfaces[place];
+      if (!surface.IsSeen()) continue;
+      axes[count] = Axes(surface.flatNormal);
+      // Off the surface, so that facets of what is smooth do not shade each other.
+      starts[count] = finder_.GetCamera().GetTarget() +
+                      glm::dvec3(surface.point + surface.flatNormal * (0.5f * surface.pixel));
+      places[count++] = place;
+    }
+  }
+  const unsigned column = static_cast<unsigned>(left + grid.left) % kPattern,
+                 row = static_cast<unsigned>(top + grid.top) % kPattern;
+  for (const Probe& probe : pattern[row * kPattern + column]) {
+    for (std::size_t i = 0; i < count; ++i) {
+      Ray ray;
+      ray.origin = starts[i];
+      ray.direction = glm::dvec3(axes[i].Turn(probe.direction));
+      ray.farthest = reach_ * static_cast<double>(probe.length);
+      finder_.Clip(ray);
+      rays.list.push_back(ray);
+      rays.places.push_back(places[i]);
+    }
+  }
 }
 
 std::vector<float> AmbientOcclusion::Find(const std::vector<Surface>& surfaces, int left, int top,
                                           int width) const {
   const std::vector<std::uint8_t> blocked = CastRays(surfaces, left, top, width);
+  const std::vector<std::uint8_t> darkAround = SumUp(blocked, width),
+                                  unevenAround = SumUp(MarkUneven(surfaces, width), width);
   std::vector<float> open(surfaces.size(), 1.0f);
   const int height = static_cast<int>(surfaces.size()) / width;
   for (int y = kBorder; y + kBorder < height; ++y) {
     for (int x = kBorder; x + kBorder < width; ++x) {
-      const auto place = static_cast<std::ptrdiff_t>(y) * width + x;
-      const Surface& own = surfaces[static_cast<std::size_t>(place)];
-      if (!own.IsSeen()) continue;
-      int cast = 0, dark = 0;
-      for (int j = -kPattern / 2; j < kPattern / 2; ++j) {
-        for (int i = -kPattern / 2; i < kPattern / 2; ++i) {
-          const auto other = static_cast<std::size_t>(place + j * width + i);
-          if (!IsBeside(own, surfaces[other])) continue;
-          cast += kQuarters;
-          dark += blocked[other];
-        }
-      }
-      open[static_cast<std::size_t>(place)] =
-          1.0f - kStrength * static_cast<float>(dark) / static_cast<float>(std::max(1, cast));
+      const auto place = static_cast<std::size_t>(y * width + x);
+      if (!surfaces[place].IsSeen()) continue;
+      int cast = kPattern * kPattern * static_cast<int>(kQuarters), dark = darkAround[place];
+      if (unevenAround[place] > 0) CountBeside(surfaces, blocked, place, width, cast, dark);
+      open[place] = 1.0f - kStrength * static_cast<float>(dark) / static_cast<float>(std::max(1, cast));
     }
   }
   return open;

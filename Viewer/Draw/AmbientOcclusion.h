@@ -23,6 +23,17 @@ class AmbientOcclusion {
   std::vector<float> Find(const std::vector<Surface>& surfaces, int left, int top, int width) const;
 
  private:
+  // The same place in the patterns of a block, as columns and rows of `surfaces`.
+  struct Grid {
+    int left, top, right, bottom;
+  };
+  struct Rays {
+    std::vector<Ray> list;
+    std::vector<std::size_t> places;
+    std::vector<std::uint8_t> blocked;
+  };
+  void AddRays(const std::vector<Surface>& surfaces, const Grid& grid, int left, int top, int width,
+               Rays& rays) const;
   std::vector<std::uint8_t> CastRays(const std::vector<Surface>& surfaces, int left, int top,
                                      int width) const;
 

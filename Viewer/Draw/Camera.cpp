@@ -213,20 +213,7 @@ void Camera::Zoom(double factor, const glm::dvec3& center) {
 }
 
 Ray Camera::GetRay(const glm::dvec2& point, const glm::dvec2& size) const {
-  const double scale = 2 * kTangent / size.y;
-  const glm::dvec3 aside =
-      GetRight() * ((point.x - size.x / 2) * scale) - up_ * ((point.y - size.y / 2) * scale);
-  Ray ray;
-  if (projection_ == Projection::kPerspective) {
-    ray.origin = GetEye();
-    ray.direction = glm::normalize(forward_ + aside);
-    return ray;
-  }
-  // What is beside or behind the camera is seen too.
-  ray.origin = target_ + aside * distance_;
-  ray.direction = forward_;
-  ray.nearest = -ray.farthest;
-  return ray;
+  return Lens(*this, size).GetRay(point);
 }
 
 glm::dvec3 Camera::Project(const glm::dvec3& point, const glm::dvec2& size) const {
@@ -238,7 +225,17 @@ glm::dvec3 Camera::Project(const glm::dvec3& point, const glm::dvec2& size) cons
 }
 
 double Camera::GetPixelSize(double distance, const glm::dvec2& size) const {
-  return 2 * kTangent * (projection_ == Projection::kPerspective ? distance : distance_) / size.y;
+  return Lens(*this, size).GetPixelSize(distance);
+}
+
+Lens::Lens(const Camera& camera, const glm::dvec2& size)
+    : isPerspective_(camera.GetProjection() == Camera::Projection::kPerspective),
+      middle_(size / 2.0),
+      origin_(isPerspective_ ? camera.GetEye() : camera.GetTarget()),
+      forward_(camera.GetForward()),
+      scale_((isPerspective_ ? 2 * kTangent : camera.GetHeight()) / size.y) {
+  right_ = camera.GetRight() * scale_;
+  up_ = camera.GetUp() * scale_;
 }
 
 }  // namespace mirel

@@ -16,8 +16,10 @@ namespace mirel {
 
 namespace {
 
-// Twice the bytes of the highest level in a quarter of its time.
+// A sixth more bytes than level 6 in half of its time. Rows as they are become smaller than their differences: backdrop and
+// faces are flat, and much of them is the same as elsewhere.
 constexpr int kCompression = 3;
+constexpr int kFilter = PNG_FILTER_NONE;
 
 struct CloseFile {
   void operator()(std::FILE* file) const { std::fclose(file); }
@@ -51,7 +53,7 @@ bool WriteRows(png_structp png, png_infop info, std::FILE* file, const Picture& 
   if (setjmp(png_jmpbuf(png)) != 0) return false;
   png_init_io(png, file);
   png_set_compression_level(png, kCompression);
-  png_set_filter(png, 0, PNG_FILTER_SUB);
+  png_set_filter(png, 0, kFilter);
   png_set_IHDR(png, info, static_cast<png_uint_32>(picture.width), static_cast<png_uint_32>(picture.height),
                8, opaque ? PNG_COLOR_TYPE_RGB : PNG_COLOR_TYPE_RGB_ALPHA, PNG_INTERLACE_NONE,
                PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);

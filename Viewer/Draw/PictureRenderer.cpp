@@ -53,11 +53,11 @@ FaceMap PictureRenderer::DrawFaces(const Camera& camera, const PictureOptions& o
   map.entries.resize(static_cast<std::size_t>(map.width) * static_cast<std::size_t>(map.height));
   const SurfaceFinder finder(*caster_, camera, {options.width, options.height}, options.sections);
   ParallelLoop(static_cast<std::size_t>(map.height), options.threads, [&](std::size_t y) {
-    std::vector<glm::vec2> points;
-    for (int x = 0; x < map.width; ++x)
-      points.emplace_back(static_cast<float>(x) + 0.5f, static_cast<float>(y) + 0.5f);
+    std::vector<SurfaceFinder::Point> points;
+    for (std::uint32_t x = 0; x < static_cast<std::uint32_t>(map.width); ++x)
+      points.push_back({glm::vec2(x, y) + 0.5f, x});
     std::vector<Surface> surfaces(points.size());
-    finder.Find(points.data(), surfaces.data(), points.size(), RayCaster::Layer::kSolid);
+    finder.Find(points, surfaces, RayCaster::Layer::kSolid);
     for (std::size_t x = 0; x < surfaces.size(); ++x)
       map.entries[y * points.size() + x] = {surfaces[x].placement, surfaces[x].face};
   });

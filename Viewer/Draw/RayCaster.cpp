@@ -1,7 +1,7 @@
 #include <Viewer/Draw/RayCaster.h>
 
 #include <Viewer/Draw/DrawScene.h>
-#include <Viewer/Draw/PlacedGroups.h>
+#include <Viewer/Draw/ParallelLoop.h>
 
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
@@ -14,9 +14,10 @@
 #include <cmath>
 #include <limits>
 #include <new>
+#include <numeric>
 #include <unordered_map>
 
-// This and PlacedGroups alone know Embree, whose version 4 has other names for much of it.
+// The only file that knows Embree, whose version 4 has other names for much of this.
 
 namespace mirel {
 
@@ -83,27 +84,41 @@ struct RayCaster::Index {
       center = (box.GetMin() + box.GetMax()) * 0.5;
       radius = glm::length(box.GetMax() - box.GetMin()) * 0.5 + 1e-3;
     }
-    bodies.reserve(scene.GetBatches().size());
-    all = NewScene();
     std::unordered_map<const GRepShape*, std::size_t> known;
     for (const DrawBatch& batch : scene.GetBatches()) {
       const auto [place, isNew] = known.try_emplace(batch.grep.get(), bodies.size());
-      if (isNew) bodies.push_back(MakeBody(batch.grep->GetMesh()));
+      if (isNew) bodies.emplace_back().mesh = &batch.grep->GetMesh();
       batchBodies.push_back(place->second);
-      AddPlacements(bodies[place->second], batch);
+    }
+    MakeBodies();
+    all = NewScene();
+    for (std::size_t batch = 0; batch < batchBodies.size(); ++batch) {
+      for (std::size_t i = 0; i < scene.GetBatches()[batch].placements.size(); ++i)
+        AddInstance(bodies[batchBodies[batch]], scene.GetBatches()[batch], i);
     }
     rtcCommitScene(all);
     ThrowIfFailed(device);
   }
 
+  // Several at once, the largest first; each on one thread alone.
+  void MakeBodies() {
+    std::vector<std::size_t> order(bodies.size());
+    std::iota(order.begin(), order.end(), std::size_t{0});
+    std::stable_sort(order.begin(), order.end(), [this](std::size_t a, std::size_t b) {
+      return bodies[a].mesh->triangles.size() > bodies[b].mesh->triangles.size();
+    });
+    ParallelLoop(order.size(), 0, [&](std::size_t i) { MakeBody(bodies[order[i]]); });
+  }
+
   void Release() {
     if (all != nullptr) rtcReleaseScene(all);
-    for (const Body& body : bodies)
-      rtcReleaseScene(body.scene);
+    for (const Body& body : bodies) {
+      if (body.scene != nullptr) rtcReleaseScene(body.scene);
+    }
     rtcReleaseDevice(device);
   }
 
-  RTCScene NewScene() {
+  RTCScene NewScene() const {
     const RTCScene made = rtcNewScene(device);
     if (made == nullptr) throw std::bad_alloc();
     // Robust: no ray slips through between two triangles.
@@ -112,9 +127,8 @@ struct RayCaster::Index {
     return made;
   }
 
-  Body MakeBody(const GRepMesh& mesh) {
-    Body body;
-    body.mesh = &mesh;
+  void MakeBody(Body& body) const {
+    const GRepMesh& mesh = *body.mesh;
     body.middle = (mesh.box.GetMin() + mesh.box.GetMax()) * 0.5;
     body.normals.resize(mesh.GetVertexCount());
     if (!body.normals.empty()) mesh.CopyNormals(&body.normals[0].x);
@@ -133,17 +147,6 @@ struct RayCaster::Index {
     rtcReleaseGeometry(geometry);
     rtcCommitScene(body.scene);
     ThrowIfFailed(device);
-    return body;
-  }
-
-  void AddPlacements(const Body& body, const DrawBatch& batch) {
-    if (scene.GetPlacementCount() >= PlacedGroups::kMany) {
-      groups.push_back(std::make_unique<PlacedGroups>(scene, batch, body.scene, body.middle, center));
-      Add(groups.back()->MakeGeometry(device), batch, static_cast<unsigned>(groups.size() - 1));
-      return;
-    }
-    for (std::size_t i = 0; i < batch.placements.size(); ++i)
-      AddInstance(body, batch, i);
   }
 
   void AddInstance(const Body& body, const DrawBatch& batch, std::size_t number) {
@@ -159,15 +162,10 @@ struct RayCaster::Index {
     if (instance == nullptr) throw std::bad_alloc();
     rtcSetGeometryInstancedScene(instance, body.scene);
     rtcSetGeometryTransform(instance, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, matrix);
-    Add(instance, batch, batch.first + static_cast<unsigned>(number));
-  }
-
-  void Add(RTCGeometry geometry, const DrawBatch& batch, unsigned number) {
-    if (geometry == nullptr) throw std::bad_alloc();
-    rtcSetGeometryMask(geometry, batch.ghost ? kGhostMask : kSolidMask);
-    rtcCommitGeometry(geometry);
-    rtcAttachGeometryByID(all, geometry, number);
-    rtcReleaseGeometry(geometry);
+    rtcSetGeometryMask(instance, batch.ghost ? kGhostMask : kSolidMask);
+    rtcCommitGeometry(instance);
+    rtcAttachGeometryByID(all, instance, batch.first + static_cast<unsigned>(number));
+    rtcReleaseGeometry(instance);
   }
 
   // The part of a ray that is inside the scene's sphere, from the point where it enters: short numbers are exact ones.
@@ -184,24 +182,39 @@ struct RayCaster::Index {
     return true;
   }
 
-  void Resolve(const RTCHit& hit, const glm::dvec3& direction, double distance, RayHit& result) const {
-    const DrawBatch& batch = scene.GetBatch(hit.instID[0]);
-    const Body& body = bodies[batchBodies[static_cast<std::size_t>(&batch - scene.GetBatches().data())]];
-    const std::uint32_t* const corners = &body.mesh->triangles[std::size_t{3} * hit.primID];
-    const glm::mat3 turn(batch.placements.GetTurn(hit.instID[0] - batch.first));
+  // What hits of one placed body have in common.
+  struct Placed {
+    std::uint32_t placement = RayHit::kNone;
+    const Body* body = nullptr;
+    glm::mat3 cofactors = glm::mat3(1.0f);
+  };
+
+  Placed FindPlaced(std::uint32_t placement) const {
+    const DrawBatch& batch = scene.GetBatch(placement);
+    const glm::mat3 turn(batch.placements.GetTurn(placement - batch.first));
     // Out of the material stays out of it through any placement that way, mirrors included.
     glm::mat3 cofactors(glm::cross(turn[1], turn[2]), glm::cross(turn[2], turn[0]),
                         glm::cross(turn[0], turn[1]));
     if (glm::dot(turn[0], cofactors[0]) < 0.0f) cofactors = -cofactors;
+    return {placement, &bodies[batchBodies[static_cast<std::size_t>(&batch - scene.GetBatches().data())]],
+            cofactors};
+  }
+
+  // `placed` is of the hit before, or none: neighbours are often of one body.
+  void Resolve(const RTCHit& hit, const glm::dvec3& direction, double distance, Placed& placed,
+               RayHit& result) const {
+    if (placed.placement != hit.instID[0]) placed = FindPlaced(hit.instID[0]);
+    const Body& body = *placed.body;
+    const std::uint32_t* const corners = &body.mesh->triangles[std::size_t{3} * hit.primID];
     const glm::vec3 smooth = body.normals[corners[0]] * (1.0f - hit.u - hit.v) +
                              body.normals[corners[1]] * hit.u + body.normals[corners[2]] * hit.v;
     result.distance = distance;
     result.placement = hit.instID[0];
     result.triangle = hit.primID;
     result.face = body.triangleFaces[hit.primID];
-    result.flatNormal = glm::normalize(cofactors * glm::vec3(hit.Ng_x, hit.Ng_y, hit.Ng_z));
+    result.flatNormal = glm::normalize(placed.cofactors * glm::vec3(hit.Ng_x, hit.Ng_y, hit.Ng_z));
     result.fromInside = glm::dot(glm::dvec3(result.flatNormal), direction) > 0.0;
-    const glm::vec3 normal = cofactors * smooth;
+    const glm::vec3 normal = placed.cofactors * smooth;
     // A normal that points to the other side of its triangle is none.
     result.normal = glm::dot(normal, result.flatNormal) > 0.0f ? glm::normalize(normal) : result.flatNormal;
   }
@@ -212,7 +225,6 @@ struct RayCaster::Index {
   glm::dvec3 center = glm::dvec3(0.0);
   double radius = 0.0;
   std::vector<Body> bodies;
-  std::vector<std::unique_ptr<PlacedGroups>> groups;
   std::vector<std::size_t> batchBodies;  // for each batch, its place in `bodies`
 };
 
@@ -225,6 +237,7 @@ void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer lay
   RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   context.flags = RTC_INTERSECT_CONTEXT_FLAG_COHERENT;
+  Index::Placed placed;
   for (std::size_t first = 0; first < count; first += kPacket) {
     const std::size_t taken = std::min(kPacket, count - first);
     alignas(64) RTCRayHit8 packet = {};
@@ -254,7 +267,7 @@ void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer lay
       const RTCHit hit =
           rtcGetHitFromHitN(reinterpret_cast<RTCHitN*>(&packet.hit), kPacket, static_cast<unsigned>(i));
       index_->Resolve(hit, rays[first + i].direction, starts[i] + static_cast<double>(packet.ray.tfar[i]),
-                      result);
+                      placed, result);
     }
   }
 }
@@ -277,8 +290,9 @@ RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
   RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   rtcIntersect1(index_->all, &context, &one);
+  Index::Placed placed;
   if (one.hit.geomID != RTC_INVALID_GEOMETRY_ID)
-    index_->Resolve(one.hit, ray.direction, start + static_cast<double>(one.ray.tfar), result);
+    index_->Resolve(one.hit, ray.direction, start + static_cast<double>(one.ray.tfar), placed, result);
   return result;
 }
 
@@ -328,8 +342,9 @@ std::vector<RayHit> RayCaster::CastThrough(const Ray& ray) const {
   context.filter = CollectHit;
   rtcIntersect1(index_->all, &context, &one);
   std::vector<RayHit> hits(context.hits.size());
+  Index::Placed placed;
   for (std::size_t i = 0; i < hits.size(); ++i)
-    index_->Resolve(context.hits[i], ray.direction, start + static_cast<double>(context.distances[i]),
+    index_->Resolve(context.hits[i], ray.direction, start + static_cast<double>(context.distances[i]), placed,
                     hits[i]);
   std::sort(hits.begin(), hits.end(), [](const RayHit& a, const RayHit& b) {
     if (a.distance != b.distance) return a.distance < b.distance;

@@ -3,6 +3,8 @@
 #include <Viewer/Draw/Camera.h>
 #include <Viewer/Draw/Look.h>
 
+#include <Viewer/Kernel/Host/GeometryView/Srgb.h>
+
 #include <glm/geometric.hpp>
 
 #include <algorithm>
@@ -13,22 +15,29 @@ namespace mirel {
 
 namespace {
 
-float Decode(float component) {
-  return component <= 0.04045f ? component / 12.92f : std::pow((component + 0.055f) / 1.055f, 2.4f);
+// In steps fine enough for the darkest tones: of light, and of what lies between two of them in a straight line.
+constexpr int kByteSteps = 1 << 14, kLightSteps = 1 << 10;
+
+std::array<std::uint8_t, kByteSteps + 1> MakeByteTable() {
+  std::array<std::uint8_t, kByteSteps + 1> table{};
+  for (int i = 0; i <= kByteSteps; ++i)
+    table[static_cast<std::size_t>(i)] =
+        static_cast<std::uint8_t>(Srgb::FromLinear(static_cast<float>(i) / kByteSteps) * 255.0f + 0.5f);
+  return table;
 }
 
-// Linear light, in steps fine enough for the darkest tones.
-constexpr int kSteps = 1 << 14;
-
-std::array<std::uint8_t, kSteps + 1> MakeTable() {
-  std::array<std::uint8_t, kSteps + 1> table{};
-  for (int i = 0; i <= kSteps; ++i) {
-    const float linear = static_cast<float>(i) / kSteps;
-    const float encoded =
-        linear <= 0.0031308f ? linear * 12.92f : 1.055f * std::pow(linear, 1.0f / 2.4f) - 0.055f;
-    table[static_cast<std::size_t>(i)] = static_cast<std::uint8_t>(encoded * 255.0f + 0.5f);
-  }
+std::array<float, kLightSteps + 2> MakeLightTable() {
+  std::array<float, kLightSteps + 2> table{};
+  for (std::size_t i = 0; i < table.size(); ++i)
+    table[i] = Srgb::ToLinear(static_cast<float>(i) / kLightSteps);
   return table;
+}
+
+float Power(float base, unsigned exponent) {
+  float power = 1.0f;
+  for (; exponent > 0; exponent /= 2, base *= base)
+    power *= exponent % 2 != 0 ? base : 1.0f;
+  return power;
 }
 
 glm::vec3 Turn(const Camera& camera, const glm::vec3& view) {
@@ -53,7 +62,8 @@ glm::vec3 Studio::Light(const glm::vec3& color, const glm::vec3& normal, const g
   const float shade = look::kLampInCorners + (1.0f - look::kLampInCorners) * open;
   const float light = room * open + (key + fill) * shade;
   const glm::vec3 half = glm::normalize(key_.direction + view);
-  const float gloss = look::kGloss * std::pow(std::max(0.0f, glm::dot(normal, half)), look::kGlossPower);
+  const float gloss =
+      look::kGloss * Power(std::max(0.0f, glm::dot(normal, half)), static_cast<unsigned>(look::kGlossPower));
   const float rim = 1.0f - std::max(0.0f, glm::dot(normal, view));
   const float mirror = look::kRimLight * rim * rim * rim;
   return ToLinear(color) * light + glm::vec3(gloss * shade + mirror * open);
@@ -70,12 +80,19 @@ glm::vec3 Studio::GetBackdrop(float down) {
 }
 
 glm::vec3 Studio::ToLinear(const glm::vec3& srgb) {
-  return {Decode(srgb.r), Decode(srgb.g), Decode(srgb.b)};
+  static const std::array<float, kLightSteps + 2> table = MakeLightTable();
+  glm::vec3 light;
+  for (int i = 0; i < 3; ++i) {
+    const float step = std::min(1.0f, std::max(0.0f, srgb[i])) * kLightSteps;
+    const auto below = static_cast<std::size_t>(step);
+    light[i] = table[below] + (table[below + 1] - table[below]) * (step - static_cast<float>(below));
+  }
+  return light;
 }
 
 std::uint8_t Studio::ToByte(float linear) {
-  static const std::array<std::uint8_t, kSteps + 1> table = MakeTable();
-  const float step = std::clamp(linear, 0.0f, 1.0f) * kSteps;
+  static const std::array<std::uint8_t, kByteSteps + 1> table = MakeByteTable();
+  const float step = std::clamp(linear, 0.0f, 1.0f) * kByteSteps;
   return table[static_cast<std::size_t>(step + 0.5f)];
 }
 

@@ -15,6 +15,8 @@ namespace {
 
 constexpr std::size_t kAtOnce = 64;
 
+constexpr float kMargin = 1.0f;  // pixels around what may be seen
+
 // Two hits of a ray where two triangles of one body meet are one; so near, compared with the size of the scene.
 constexpr double kSamePlace = 1e-6;
 
@@ -28,12 +30,36 @@ struct Passage {
 
 SurfaceFinder::SurfaceFinder(const RayCaster& caster, const Camera& camera, const glm::dvec2& size,
                              const std::vector<SectionPlane>& sections)
-    : caster_(caster), camera_(camera), size_(size), sections_(sections) {
+    : caster_(caster),
+      camera_(camera),
+      size_(size),
+      lens_(camera, size),
+      low_(std::numeric_limits<float>::max()),
+      high_(std::numeric_limits<float>::lowest()),
+      sections_(sections) {
+  FindExtent();
   if (sections.empty()) return;
   std::unordered_set<const GRepShape*> known;
   for (const DrawBatch& batch : caster.GetScene().GetBatches()) {
     if (known.insert(batch.grep.get()).second && IsClosedMesh(batch.grep->GetMesh()))
       closed_.insert(batch.grep.get());
+  }
+}
+
+void SurfaceFinder::FindExtent() {
+  const AABoxT<double>& box = caster_.GetScene().GetBox();
+  for (int corner = 0; corner < 8 && box.IsFinite(); ++corner) {
+    const glm::dvec3 place((corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
+                           (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
+                           (corner & 4) != 0 ? box.GetMax().z : box.GetMin().z);
+    const glm::dvec3 seen = camera_.Project(place, size_);
+    if (camera_.GetProjection() == Camera::Projection::kPerspective && !(seen.z > 0.0)) {
+      low_ = glm::vec2(0.0f);
+      high_ = glm::vec2(size_);
+      return;
+    }
+    low_ = glm::min(low_, glm::vec2(seen) - kMargin);
+    high_ = glm::max(high_, glm::vec2(seen) + kMargin);
   }
 }
 
@@ -90,42 +116,45 @@ void SurfaceFinder::FindCut(const Ray& ray, int plane, RayHit& hit) const {
 }
 
 RayHit SurfaceFinder::FindHit(const glm::dvec2& point, Ray& ray) const {
-  ray = camera_.GetRay(point, size_);
+  ray = lens_.GetRay(point);
   const int plane = Clip(ray);
   RayHit hit = caster_.Cast(ray);
   if (plane >= 0 && ray.nearest < ray.farthest) FindCut(ray, plane, hit);
   return hit;
 }
 
-void SurfaceFinder::Find(const glm::vec2* points, Surface* surfaces, std::size_t count,
+void SurfaceFinder::Find(const std::vector<Point>& points, std::vector<Surface>& surfaces,
                          RayCaster::Layer layer) const {
-  for (std::size_t first = 0; first < count; first += kAtOnce)
-    FindSome(points + first, surfaces + first, std::min(kAtOnce, count - first), layer);
+  for (std::size_t first = 0; first < points.size(); first += kAtOnce)
+    FindSome(&points[first], std::min(kAtOnce, points.size() - first), surfaces.data(), layer);
 }
 
-void SurfaceFinder::FindSome(const glm::vec2* points, Surface* surfaces, std::size_t count,
+void SurfaceFinder::FindSome(const Point* points, std::size_t count, Surface* surfaces,
                              RayCaster::Layer layer) const {
   std::array<Ray, kAtOnce> rays;
   std::array<int, kAtOnce> planes;
   std::array<RayHit, kAtOnce> hits;
+  std::array<std::uint32_t, kAtOnce> places;
+  std::size_t cast = 0;
   for (std::size_t i = 0; i < count; ++i) {
-    rays[i] = camera_.GetRay(points[i], size_);
-    planes[i] = Clip(rays[i]);
+    if (IsAside(points[i].point, points[i].point)) continue;
+    rays[cast] = lens_.GetRay(points[i].point);
+    planes[cast] = Clip(rays[cast]);
+    places[cast++] = points[i].place;
   }
-  caster_.Cast(rays.data(), hits.data(), count, layer);
-  for (std::size_t i = 0; i < count; ++i) {
+  caster_.Cast(rays.data(), hits.data(), cast, layer);
+  for (std::size_t i = 0; i < cast; ++i) {
     const Ray& ray = rays[i];
     RayHit& hit = hits[i];
     if (planes[i] >= 0 && layer == RayCaster::Layer::kSolid && ray.nearest < ray.farthest)
       FindCut(ray, planes[i], hit);
-    Surface& surface = surfaces[i];
-    surface = Surface();
     if (!hit.IsHit()) continue;
+    Surface& surface = surfaces[places[i]];
     surface.placement = hit.placement;
     surface.face = hit.face;
     const glm::dvec3 point = ray.origin + ray.direction * hit.distance;
     surface.depth = static_cast<float>(glm::dot(point - camera_.GetEye(), camera_.GetForward()));
-    surface.pixel = static_cast<float>(camera_.GetPixelSize(static_cast<double>(surface.depth), size_));
+    surface.pixel = static_cast<float>(lens_.GetPixelSize(static_cast<double>(surface.depth)));
     surface.point = glm::vec3(point - camera_.GetTarget());
     surface.isBack = hit.fromInside;
     surface.normal = hit.fromInside ? -hit.normal : hit.normal;

@@ -42,12 +42,23 @@ class SurfaceFinder {
   /// What the line of sight through a point of the picture meets first, and that line.
   RayHit FindHit(const glm::dvec2& point, Ray& ray) const;
 
-  /// What is seen at each of `count` points of the picture. Ghosts are cut open: no caps.
-  void Find(const glm::vec2* points, Surface* surfaces, std::size_t count, RayCaster::Layer layer) const;
+  /// What is seen at points of the picture. Sets for each of them the surface with its place in `surfaces`, which must be
+  /// new: where nothing is seen, it stays as it is. Ghosts are cut open: no caps.
+  struct Point {
+    glm::vec2 point;
+    std::uint32_t place;
+  };
+  void Find(const std::vector<Point>& points, std::vector<Surface>& surfaces, RayCaster::Layer layer) const;
+
+  /// True only when nothing of what rays meet is seen in a rectangle of the picture, its rim included.
+  bool IsAside(const glm::vec2& low, const glm::vec2& high) const {
+    return high.x < low_.x || high.y < low_.y || low.x > high_.x || low.y > high_.y;
+  }
 
   const RayCaster& GetCaster() const { return caster_; }
   const Camera& GetCamera() const { return camera_; }
   const glm::dvec2& GetSize() const { return size_; }
+  const Lens& GetLens() const { return lens_; }
   const std::vector<SectionPlane>& GetSections() const { return sections_; }
 
   /// Shortens a ray to the part that no section plane takes away. Gives the number of the plane that it comes through
@@ -55,12 +66,15 @@ class SurfaceFinder {
   int Clip(Ray& ray) const;
 
  private:
-  void FindSome(const glm::vec2* points, Surface* surfaces, std::size_t count, RayCaster::Layer layer) const;
+  void FindSome(const Point* points, std::size_t count, Surface* surfaces, RayCaster::Layer layer) const;
   void FindCut(const Ray& ray, int plane, RayHit& hit) const;
+  void FindExtent();
 
   const RayCaster& caster_;
   const Camera& camera_;
   const glm::dvec2 size_;
+  const Lens lens_;
+  glm::vec2 low_, high_;  // nothing is seen outside this part of the picture
   const std::vector<SectionPlane>& sections_;
   std::unordered_set<const GRepShape*> closed_;  // only filled where there are sections
 };

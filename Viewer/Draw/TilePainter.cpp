@@ -32,6 +32,9 @@ class TilePainter::Tile {
         top_(top - kBorder),
         width_(width + 2 * kBorder),
         height_(height + 2 * kBorder) {
+    isEmpty_ = painter_.finder_.IsAside(GetCenter(0, 0), GetCenter(width_ - 1, height_ - 1)) &&
+               painter_.looseEdges_.IsEmpty();
+    if (isEmpty_) return;
     const std::size_t count = static_cast<std::size_t>(width_) * static_cast<std::size_t>(height_);
     solids_.resize(count);
     FindCenters(solids_, RayCaster::Layer::kSolid);
@@ -49,8 +52,16 @@ class TilePainter::Tile {
 
   void Paint(Picture& picture) const {
     for (int y = kBorder; y + kBorder < height_; ++y) {
-      for (int x = kBorder; x + kBorder < width_; ++x)
-        PaintPixel(x, y, picture.GetPixel(left_ + x, top_ + y));
+      const glm::vec3 behind = GetBehind(y);
+      std::array<std::uint8_t, 4> empty = {};
+      Store(glm::vec4(0.0f), behind, empty.data());
+      for (int x = kBorder; x + kBorder < width_; ++x) {
+        std::uint8_t* const pixel = picture.GetPixel(left_ + x, top_ + y);
+        if (ShowsNothing(At(x, y)))
+          std::copy(empty.begin(), empty.end(), pixel);
+        else
+          PaintPixel(x, y, behind, pixel);
+      }
     }
   }
 
@@ -64,36 +75,37 @@ class TilePainter::Tile {
     return {static_cast<float>(left_ + x) + 0.5f, static_cast<float>(top_ + y) + 0.5f};
   }
 
+  bool ShowsNothing(std::size_t place) const {
+    return isEmpty_ ||
+           (first_[place] == kSmooth && !solids_[place].IsSeen() && ghosts_.empty() && lines_.empty());
+  }
+
+  // What is behind everything in a row.
+  glm::vec3 GetBehind(int y) const {
+    const PictureOptions& options = painter_.options_;
+    if (options.background == PictureOptions::Background::kColor)
+      return Studio::ToLinear(options.backgroundColor);
+    return Studio::GetBackdrop((static_cast<float>(top_ + y) + 0.5f) / static_cast<float>(options.height));
+  }
+
   static void HideBehind(const Surface& solid, Surface& ghost) {
     if (solid.IsSeen() && solid.depth <= ghost.depth) ghost = Surface();
   }
 
   void FindCenters(std::vector<Surface>& surfaces, RayCaster::Layer layer) const {
     // In blocks, whose rays stay close to each other.
-    constexpr int kBlockWidth = 4, kBlockHeight = 2, kBlocks = 8;
-    std::vector<glm::vec2> points;
-    std::vector<std::size_t> places;
-    std::vector<Surface> found(kBlockWidth * kBlockHeight * kBlocks);
-    const auto flush = [&] {
-      found.resize(points.size());
-      painter_.finder_.Find(points.data(), found.data(), points.size(), layer);
-      for (std::size_t i = 0; i < places.size(); ++i)
-        surfaces[places[i]] = found[i];
-      points.clear();
-      places.clear();
-    };
+    constexpr int kBlockWidth = 4, kBlockHeight = 2;
+    std::vector<SurfaceFinder::Point> points;
+    points.reserve(surfaces.size());
     for (int top = 0; top < height_; top += kBlockHeight) {
       for (int left = 0; left < width_; left += kBlockWidth) {
         for (int y = top; y < std::min(top + kBlockHeight, height_); ++y) {
-          for (int x = left; x < std::min(left + kBlockWidth, width_); ++x) {
-            points.push_back(GetCenter(x, y));
-            places.push_back(At(x, y));
-          }
+          for (int x = left; x < std::min(left + kBlockWidth, width_); ++x)
+            points.push_back({GetCenter(x, y), static_cast<std::uint32_t>(At(x, y))});
         }
-        if (points.size() >= kBlockWidth * kBlockHeight * kBlocks) flush();
       }
     }
-    flush();
+    painter_.finder_.Find(points, surfaces, layer);
   }
 
   bool DiffersFrom(std::size_t a, std::size_t b) const {
@@ -123,6 +135,7 @@ class TilePainter::Tile {
       }
     }
     samples_.resize(next);
+    if (!ghosts_.empty()) ghostSamples_.resize(next);
   }
 
   bool IsNearMark(const std::vector<std::uint8_t>& marks, int x, int y) const {
@@ -132,31 +145,26 @@ class TilePainter::Tile {
 
   void FindSamples() {
     const std::size_t perPixel = painter_.samples_.size();
-    std::vector<glm::vec2> points;
+    std::vector<SurfaceFinder::Point> points;
     points.reserve(samples_.size());
     for (int y = 0; y < height_; ++y) {
       for (int x = 0; x < width_; ++x) {
         if (first_[At(x, y)] == kSmooth) continue;
         const glm::vec2 corner = GetCenter(x, y) - 0.5f;
         for (std::size_t k = 0; k < perPixel; ++k)
-          points.push_back(corner + painter_.samples_[k]);
+          points.push_back({corner + painter_.samples_[k], static_cast<std::uint32_t>(points.size())});
       }
     }
-    std::vector<Surface> found(points.size());
-    painter_.finder_.Find(points.data(), found.data(), points.size(), RayCaster::Layer::kSolid);
-    for (std::size_t i = 0; i < found.size(); ++i)
-      samples_[i].solid = found[i];
+    painter_.finder_.Find(points, samples_, RayCaster::Layer::kSolid);
     if (ghosts_.empty()) return;
-    painter_.finder_.Find(points.data(), found.data(), points.size(), RayCaster::Layer::kGhost);
-    for (std::size_t i = 0; i < found.size(); ++i) {
-      samples_[i].ghost = found[i];
-      HideBehind(samples_[i].solid, samples_[i].ghost);
-    }
+    painter_.finder_.Find(points, ghostSamples_, RayCaster::Layer::kGhost);
+    for (std::size_t i = 0; i < points.size(); ++i)
+      HideBehind(samples_[i], ghostSamples_[i]);
   }
 
   // How dark the line through a pixel is: in a disc around its middle, twice the share of what lies beyond an edge.
-  template <typename Pick>
-  float FindLine(int x, int y, const std::vector<Surface>& centers, const Pick& pick) const {
+  float FindLine(int x, int y, const std::vector<Surface>& centers,
+                 const std::vector<Surface>& samples) const {
     if (first_[At(x, y)] == kSmooth || painter_.options_.edges == PictureOptions::Edges::kNone) return 0.0f;
     const Surface& own = centers[At(x, y)];
     const float radius = painter_.lineRadius_;
@@ -175,7 +183,7 @@ class TilePainter::Tile {
           if (glm::dot(d, d) > radius * radius) continue;
           ++near;
           if (first_[place] != kSmooth)
-            other += painter_.edges_.IsEdge(own, pick(samples_[first_[place] + k])) ? 1 : 0;
+            other += painter_.edges_.IsEdge(own, samples[first_[place] + k]) ? 1 : 0;
         }
         if (first_[place] == kSmooth && near > 0 && painter_.edges_.IsEdge(own, centers[place])) other = near;
         inside += near;
@@ -232,54 +240,46 @@ class TilePainter::Tile {
     if (alpha > own.a) own = glm::vec4(Studio::ToLinear(line.color) * alpha, alpha);
   }
 
-  void PaintPixel(int x, int y, std::uint8_t* pixel) const {
+  void PaintPixel(int x, int y, const glm::vec3& behind, std::uint8_t* pixel) const {
     const std::size_t place = At(x, y);
     const float open = open_.empty() ? 1.0f : open_[place];
     const std::uint32_t first = first_[place];
     const bool smooth = first == kSmooth;
     const std::size_t count = smooth ? 1 : painter_.samples_.size();
-    const glm::vec2 corner = GetCenter(x, y) - 0.5f;
     glm::vec3 color(0.0f);
     float cover = 0.0f;
     glm::vec4 veil(0.0f);  // what ghosts put in front, premultiplied
     for (std::size_t k = 0; k < count; ++k) {
-      const Surface& solid = smooth ? solids_[place] : samples_[first + k].solid;
+      const Surface& solid = smooth ? solids_[place] : samples_[first + k];
       if (solid.IsSeen()) {
-        color += painter_.Shade(solid, open, corner + (smooth ? glm::vec2(0.5f) : painter_.samples_[k]));
+        color += painter_.Shade(solid, open);
         cover += 1.0f;
       }
       if (ghosts_.empty()) continue;
-      const Surface& ghost = smooth ? ghosts_[place] : samples_[first + k].ghost;
+      const Surface& ghost = smooth ? ghosts_[place] : ghostSamples_[first + k];
       if (ghost.IsSeen()) veil += painter_.ShadeGhost(ghost);
     }
     const float weight = 1.0f / static_cast<float>(count);
     color *= weight;
     cover *= weight;
-    const float line =
-        painter_.lineStrength_ * FindLine(x, y, solids_, [](const Sample& s) { return s.solid; });
+    const float line = painter_.lineStrength_ * FindLine(x, y, solids_, samples_);
     glm::vec4 result(color * (1.0f - line) + look::kLineColor * line, cover + (1.0f - cover) * line);
     if (!ghosts_.empty()) {
       veil *= weight;
-      const float ghostLine =
-          look::kGhostLine * FindLine(x, y, ghosts_, [](const Sample& s) { return s.ghost; });
+      const float ghostLine = look::kGhostLine * FindLine(x, y, ghosts_, ghostSamples_);
       veil = veil * (1.0f - ghostLine) + glm::vec4(look::kLineColor, 1.0f) * ghostLine;
       result = veil + result * (1.0f - veil.a);
     }
     if (!lines_.empty()) result = lines_[place] + result * (1.0f - lines_[place].a);
-    Store(result, y, pixel);
+    Store(result, behind, pixel);
   }
 
-  void Store(const glm::vec4& light, int y, std::uint8_t* pixel) const {
-    const PictureOptions& options = painter_.options_;
+  void Store(const glm::vec4& light, const glm::vec3& behind, std::uint8_t* pixel) const {
     glm::vec3 color(light);
     float alpha = light.a;
-    if (options.background == PictureOptions::Background::kNone) {
+    if (painter_.options_.background == PictureOptions::Background::kNone) {
       if (alpha > 0.0f) color /= alpha;
     } else {
-      const float down = (static_cast<float>(top_ + y) + 0.5f) / static_cast<float>(options.height);
-      const glm::vec3 behind = options.background == PictureOptions::Background::kColor
-                                   ? Studio::ToLinear(options.backgroundColor)
-                                   : Studio::GetBackdrop(down);
       color += behind * (1.0f - alpha);
       alpha = 1.0f;
     }
@@ -290,9 +290,10 @@ class TilePainter::Tile {
 
   const TilePainter& painter_;
   const int left_, top_, width_, height_;
+  bool isEmpty_ = false;                  // nothing at all can be seen here
   std::vector<Surface> solids_, ghosts_;  // in the middle of each pixel; no ghosts when there are none
   std::vector<std::uint32_t> first_;      // of a pixel's samples
-  std::vector<Sample> samples_;
+  std::vector<Surface> samples_, ghostSamples_;
   std::vector<float> open_;
   std::vector<glm::vec4> lines_;  // of loose edges, premultiplied; empty when there are none
 };
@@ -305,6 +306,7 @@ TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& opti
       looseEdges_(finder.GetCaster().GetScene(), finder.GetCamera(), options),
       studio_(finder.GetCamera()),
       occlusion_(finder),
+      eye_(finder.GetCamera().GetEye() - finder.GetCamera().GetTarget()),
       lineRadius_(look::GetLineRadius(GetSmallerSide(options))),
       lineStrength_(look::GetLineStrength(GetSmallerSide(options))) {
   int side = 1;
@@ -347,13 +349,18 @@ float TilePainter::Hatch(const Surface& surface) const {
              : 0.0f;
 }
 
-glm::vec3 TilePainter::Shade(const Surface& surface, float open, const glm::vec2& point) const {
+glm::vec3 TilePainter::GetView(const Surface& surface) const {
+  const Camera& camera = finder_.GetCamera();
+  return camera.GetProjection() == Camera::Projection::kPerspective ? glm::normalize(eye_ - surface.point)
+                                                                    : -glm::vec3(camera.GetForward());
+}
+
+glm::vec3 TilePainter::Shade(const Surface& surface, float open) const {
   if (surface.IsCut()) {
     const glm::vec3 light = Studio::LightCut(GetColor(surface));
     return light + (look::kLineColor - light) * (look::kHatchStrength * Hatch(surface));
   }
-  const glm::vec3 view = -glm::vec3(finder_.GetCamera().GetRay(point, finder_.GetSize()).direction);
-  const glm::vec3 light = studio_.Light(GetColor(surface), surface.normal, view, open);
+  const glm::vec3 light = studio_.Light(GetColor(surface), surface.normal, GetView(surface), open);
   return surface.isBack ? light * look::kBackLight : light;
 }
 

@@ -25,14 +25,11 @@ class TilePainter {
   void Paint(int left, int top, int width, int height, Picture& picture) const;
 
  private:
-  struct Sample {
-    Surface solid;
-    Surface ghost;
-  };
   class Tile;
 
   glm::vec3 GetColor(const Surface& surface) const;
-  glm::vec3 Shade(const Surface& surface, float open, const glm::vec2& point) const;
+  glm::vec3 GetView(const Surface& surface) const;  // unit, to the eye
+  glm::vec3 Shade(const Surface& surface, float open) const;
   float Hatch(const Surface& surface) const;
   glm::vec4 ShadeGhost(const Surface& surface) const;
 
@@ -43,6 +40,7 @@ class TilePainter {
   const LooseEdges looseEdges_;
   const Studio studio_;
   const AmbientOcclusion occlusion_;
+  const glm::vec3 eye_;             // from the camera's target
   std::vector<glm::vec2> samples_;  // within a pixel
   float lineRadius_;                // half the width of lines, in pixels
   float lineStrength_;              // how dark they are, 0 to 1

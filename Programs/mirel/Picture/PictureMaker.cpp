@@ -181,9 +181,17 @@ void SaveFaces(const PictureRenderer& renderer, const DrawScene& scene, const Ca
   reply.files.push_back(beside.u8string());
 }
 
-// Whether anything but the background is to be seen, to judge by a small picture.
+// Whether anything but the background is to be seen: a few rays mostly tell, or else a small picture.
 bool ShowsSomething(const Picture& picture, const PictureOptions& options, const PictureRenderer& renderer,
                     const Camera& camera) {
+  PictureOptions few = options;
+  few.width = few.height = 16;
+  const FaceMap faces = renderer.DrawFaces(camera, few);
+  for (const FaceMap::Entry& entry : faces.entries) {
+    if (entry.placement != FaceMap::kNothing) {
+      return true;
+    }
+  }
   PictureOptions small = options;
   small.background = PictureOptions::Background::kNone;
   small.ambientOcclusion = false;
