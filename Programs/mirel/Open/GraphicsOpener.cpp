@@ -8,11 +8,11 @@
 
 namespace mirel {
 
-GraphicsOpener::GraphicsOpener(Console& console, const std::string& path)
+GraphicsOpener::GraphicsOpener(Console& console, const std::string& path, SceneOpening::Nodes nodes)
     : console_(console), path_(path), log_(console, path) {
   if (const std::shared_ptr<SceneReader> reader = SceneOpener::FindReader(console, path)) {
-    opening_ =
-        std::make_unique<SceneOpening>(reader, ModelPath::FindIndex(path), StagedReader::Bodies::kCheck);
+    opening_ = std::make_unique<SceneOpening>(reader, ModelPath::FindIndex(path),
+                                              StagedReader::Bodies::kCheck, nullptr, nodes);
   }
 }
 

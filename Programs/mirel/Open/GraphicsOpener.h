@@ -17,7 +17,8 @@ class GroupSceneNode;
 class GraphicsOpener {
  public:
   /// Begins. `path` names the folder or its index file. There is no root after a message.
-  GraphicsOpener(Console& console, const std::string& path);
+  GraphicsOpener(Console& console, const std::string& path,
+                 SceneOpening::Nodes nodes = SceneOpening::Nodes::kOwn);
 
   /// Waits for what can be drawn and gives it away; an empty pointer after a message.
   std::shared_ptr<GroupSceneNode> TakeRoot();

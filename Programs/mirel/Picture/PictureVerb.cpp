@@ -109,7 +109,7 @@ ExitCode PictureVerb::Run(Console& console) {
 }
 
 ExitCode PictureVerb::DrawFolder(Console& console, const std::string& folder) {
-  GraphicsOpener opener(console, folder);
+  GraphicsOpener opener(console, folder, SceneOpening::Nodes::kShared);
   std::shared_ptr<GroupSceneNode> root = opener.TakeRoot();
   if (!root) {
     return ExitCode::kInputUnread;

@@ -21,13 +21,15 @@ class FolderStages : public StagedReader::Stages {
 
   ~FolderStages() override { arrival_->End(); }
 
+  void ShareNodes() override { nodes_ = InstanceNodes::kShared; }
+
   std::shared_ptr<SceneNode> LoadGraphics() override {
     if (!load_.LoadIndex()) return nullptr;
     watcher_.Expect(load_.CountIndexBytes() + load_.CountPackageBytes());
     if (!Advance(load_.CountIndexBytes())) return nullptr;
     load_.LoadGReps([this](std::uint64_t bytes) { return Advance(bytes); });
     if (isCalledOff_) return nullptr;
-    const std::shared_ptr<SceneNode> root = BuildScene(load_.GetModel());
+    const std::shared_ptr<SceneNode> root = BuildScene(load_.GetModel(), nodes_);
     if (keepsBodies_) ExpectShapes();
     return root;
   }
@@ -57,6 +59,7 @@ class FolderStages : public StagedReader::Stages {
 
   FolderLoad load_;
   const bool keepsBodies_;
+  InstanceNodes nodes_ = InstanceNodes::kOwn;
   StagedReader::Watcher& watcher_;
   const std::shared_ptr<BodyArrival> arrival_ = std::make_shared<BodyArrival>();
   bool isCalledOff_ = false;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <utility>
 
 namespace mirel {
 
@@ -19,9 +20,11 @@ bool ItemWalk::Enter(const LiteModelItem& item) {
     MIREL_FAILURE("%s %s \"%s\" is nested deeper than %d levels: its content is left out",
                   item.GetType().c_str(), item.GetId().toString().c_str(), item.GetName().c_str(),
                   kMaxNesting);
+    NoteLeftOut();
     return false;
   }
   ++depth_;
+  deepest_ = std::max(deepest_, depth_);
   return true;
 }
 
@@ -39,11 +42,33 @@ bool ItemWalk::CountItem(const LiteModelItem& item, std::size_t faceColors) {
     walk_ = g_modelWalk;
     items_ = 0;
   }
-  if (items_ > kMaxWalkItems) return false;
+  if (items_ > kMaxWalkItems) {
+    NoteLeftOut();
+    return false;
+  }
   items_ += CountAsWalkItems(item.GetName().size(), faceColors);
   if (items_ <= kMaxWalkItems) return true;
+  NoteLeftOut();
   MIREL_FAILURE("The model unfolds into more than %u items: the rest is left out", kMaxWalkItems);
   return false;
+}
+
+ItemWalk::Mark ItemWalk::SetMark() {
+  return {items_, leftOut_, std::exchange(deepest_, depth_)};
+}
+
+std::optional<ItemWalk::Content> ItemWalk::GetContent(const Mark& mark) {
+  const Content content = {items_ - mark.items, deepest_ - depth_};
+  deepest_ = std::max(deepest_, mark.deepest);
+  return leftOut_ == mark.leftOut ? std::optional<Content>(content) : std::nullopt;
+}
+
+bool ItemWalk::Repeat(const Content& content) {
+  const bool isTooDeep = content.levels > 0 && depth_ + content.levels + 1 > kMaxNesting;
+  if (isTooDeep || items_ + content.items > kMaxWalkItems) return false;
+  items_ += content.items;
+  deepest_ = std::max(deepest_, depth_ + content.levels);
+  return true;
 }
 
 ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& group, std::size_t childCount)
@@ -55,6 +80,7 @@ ItemWalk::Level::Level(ItemWalk& walk, const LiteModelItem& instance, const Lite
     MIREL_FAILURE("Type %s \"%s\" contains itself: instance %s of it is left out",
                   type.GetId().toString().c_str(), type.GetName().c_str(),
                   instance.GetId().toString().c_str());
+    walk.NoteLeftOut();
     return;
   }
   entered_ = walk.Enter(instance);

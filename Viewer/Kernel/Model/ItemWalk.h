@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <optional>
 #include <vector>
 
 namespace mirel {
@@ -55,12 +56,34 @@ class ItemWalk {
 
   bool IsAtTop() const { return depth_ == 0; }
 
+  /// Says that something is left out that the walk has come to.
+  void NoteLeftOut() { ++leftOut_; }
+
+  /// What the walk goes through between two moments at one level.
+  struct Content {
+    std::uint64_t items = 0;
+    int levels = 0;  ///< that were entered in each other
+  };
+  struct Mark {
+    std::uint64_t items;
+    std::uint64_t leftOut;
+    int deepest;
+  };
+  Mark SetMark();
+  /// The content since the mark; nothing when something of it was left out.
+  std::optional<Content> GetContent(const Mark& mark);
+  /// Counts the same once more where the walk is now, as if it had gone through it. False, and nothing is counted, when
+  /// not all of it would be allowed here.
+  bool Repeat(const Content& content);
+
  private:
   bool Enter(const LiteModelItem& item);
 
   int depth_ = 0;
   std::uint64_t walk_ = 0;  // which one it counts for
   std::uint64_t items_ = 0;
+  std::uint64_t leftOut_ = 0;
+  int deepest_ = 0;                          // since the mark
   std::vector<const LiteModelItem*> types_;  // the types that the walk is in, outermost first
 };
 

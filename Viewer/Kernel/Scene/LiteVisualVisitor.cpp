@@ -9,6 +9,7 @@
 #include <Viewer/Kernel/Model/ItemWalk.h>
 #include <Viewer/Kernel/Model/LiteModel.h>
 #include <Viewer/Kernel/Model/ShapeItem.h>
+#include <Viewer/Kernel/Scene/TypeNodes.h>
 
 namespace mirel {
 
@@ -34,7 +35,7 @@ LiteVisualVisitor::LiteVisualVisitor(LiteModel& model, const std::shared_ptr<Sce
 
 LiteVisualVisitor::LiteVisualVisitor(const LiteVisualVisitor& outer,
                                      const std::shared_ptr<GroupSceneNode>& parent)
-    : model_(outer.model_), scene_(outer.scene_), parent_(parent), walk_(outer.walk_) {}
+    : model_(outer.model_), parent_(parent), walk_(outer.walk_), types_(outer.types_) {}
 
 LiteVisualVisitor::~LiteVisualVisitor() = default;
 
@@ -62,6 +63,7 @@ void LiteVisualVisitor::Visit(InstanceItem* item) {
   LiteModelItem* const type = model_.FindType(item->GetTypeId());
   if (!type) {
     NoteMissing(*item, "type", item->GetTypeId());
+    walk_->NoteLeftOut();
     MIREL_FAILURE("Type is null!");
     return;
   }
@@ -69,8 +71,12 @@ void LiteVisualVisitor::Visit(InstanceItem* item) {
   const ItemWalk::Level level(*walk_, *item, *type);
   if (!level) return;
   const std::shared_ptr<GroupSceneNode> node = MakeGroupNode(*item);
-  LiteVisualVisitor content(*this, node);
-  type->Apply(&content);
+  if (!types_ || !types_->Repeat(*type, *node, *walk_)) {
+    const ItemWalk::Mark mark = walk_->SetMark();
+    LiteVisualVisitor content(*this, node);
+    type->Apply(&content);
+    if (types_) types_->Keep(*type, *node, walk_->GetContent(mark));
+  }
   Add(node);
 }
 
@@ -78,6 +84,7 @@ void LiteVisualVisitor::Visit(ShapeItem* item) {
   const std::shared_ptr<GRepShape> grep = model_.FindGRepShape(item->GetShapeId());
   if (!grep) {
     NoteMissing(*item, "graphics", item->GetShapeId());
+    walk_->NoteLeftOut();
     MIREL_FAILURE("Shape is null!");
     return;
   }

@@ -3,16 +3,19 @@
 #include <Viewer/Kernel/Model/LiteModelVisitor.h>
 #include <Viewer/Kernel/Model/ViewerKernelExport.h>
 
+#include <cstdint>
 #include <memory>
 
 namespace mirel {
 
+enum class InstanceNodes : std::uint8_t;
 class GroupSceneNode;
 class ItemWalk;
 class LiteModel;
 class LiteModelItem;
 class Scene;
 class SceneNode;
+class TypeNodes;
 
 /// Turns a model's items into scene nodes: a `GroupSceneNode` for each group and instance, a `BrepSceneNode` drawn from
 /// the stored GRep for each shape item. The node tree mirrors the item tree; a type's items get nodes of their own under
@@ -45,12 +48,15 @@ class MIREL_VIEWER_KERNEL_API LiteVisualVisitor : public LiteModelVisitor {
   void Visit(ShapeItem* item) override;
 
  private:
+  friend std::shared_ptr<GroupSceneNode> BuildScene(LiteModel& model, InstanceNodes nodes);
+
   LiteVisualVisitor(const LiteVisualVisitor& outer, const std::shared_ptr<GroupSceneNode>& parent);
 
   LiteModel& model_;
   std::shared_ptr<Scene> scene_;
   std::shared_ptr<GroupSceneNode> parent_;
   std::shared_ptr<ItemWalk> walk_;
+  std::shared_ptr<TypeNodes> types_;  // empty: each instance gets nodes of its own
 };
 
 }  // namespace mirel

@@ -8,6 +8,7 @@
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
+#include <Viewer/Kernel/Model/LiteLimits.h>
 
 #include <Tests/Support/LogCapture.h>
 #include <Tests/Support/TestFolder.h>
@@ -154,6 +155,47 @@ TEST_F(SceneOpeningTest, KeepsNothingOfBodiesThatAreCheckedOnly) {
     EXPECT_EQ(BoxOf(*root, 0).GetGRep()->GetShape() == nullptr, bodies == Bodies::kCheck);
   }
   EXPECT_GT(kept[0], kept[1] + 3 * ToText(MakeBox(1, 1, 1)).size() / 2);
+}
+
+// What instances share makes no other difference, also where something of them is missing or lies too deep.
+TEST_F(SceneOpeningTest, SharesWhatInstancesHaveInCommon) {
+  const auto group = [](int id, const std::string& children) {
+    return R"({"Type":"Group","Id":")" + std::to_string(id) + R"(","Children":[)" + children + "]}";
+  };
+  const auto instance = [](int id, int type) {
+    return R"({"Type":"Instance","Id":")" + std::to_string(id) + R"(","TId":")" + std::to_string(type) +
+           R"(","Transform":[1,0,0,0,0,1,0,0,0,0,1,0,)" + std::to_string(id) + ",0,0,1]}";
+  };
+  const std::string box = R"({"Type":"Shape","Id":"11","SId":"1"},{"Type":"Shape","Id":"12","SId":"2"})";
+  const std::string types = group(20, box) + "," + group(21, instance(31, 20) + "," + instance(32, 20)) +
+                            "," + group(22, box + R"(,{"Type":"Shape","Id":"13","SId":"99"})") + "," +
+                            group(23, box + "," + instance(33, 23));
+  for (int room = 0; room <= 6; ++room) {
+    std::string deep = instance(48, 21);
+    for (int level = 2 * room; level < kMaxNesting + 2; ++level)
+      deep = group(1000 + level, deep);
+    std::string items = deep;
+    for (int i = 0; i < 8; ++i)
+      items += "," + instance(40 + i, 20 + i / 2);
+    items += "," + deep;
+    WriteGzip(path_ + "index.gz", R"({"Metadata":{"PkgShape":3,"PkgGRep":3},"Types":[)" + types +
+                                      R"(],"Items":[)" + items + "]}");
+    const std::shared_ptr<SceneNode> own = LiteSceneReader().Load(path_ + "index.gz", nullptr);
+    const Entries messages = TakeMessages();
+    SceneOpening opening(SceneExchangeManager::Instance().FindReader(path_), path_, Bodies::kCheck, nullptr,
+                         SceneOpening::Nodes::kShared);
+    const std::shared_ptr<SceneNode> shared = opening.TakeRoot();
+    opening.Wait();
+    EXPECT_EQ(TakeMessages(), messages);
+    EXPECT_EQ(DescribeNodes(*shared), DescribeNodes(*own));
+    const auto content = [](const SceneNode& root, std::size_t i) {
+      return root.GetNodes()[i]->GetNodes()[0];
+    };
+    ASSERT_EQ(shared->GetNodes().size(), 10U);
+    EXPECT_EQ(content(*shared, 3), content(*shared, 4));
+    EXPECT_NE(content(*shared, 5), content(*shared, 6)) << "something is left out";
+    EXPECT_NE(content(*own, 3), content(*own, 4));
+  }
 }
 
 TEST_F(SceneOpeningTest, LeavesNothingBehindWhenItIsCalledOffAtAnyTime) {

@@ -15,8 +15,13 @@ namespace mirel {
 /// What the thread does, and what it shares with those who wait.
 class SceneOpening::Work final : public StagedReader::Watcher {
  public:
-  Work(std::shared_ptr<SceneReader> reader, std::string path, StagedReader::Bodies bodies, Listener listener)
-      : reader_(std::move(reader)), path_(std::move(path)), bodies_(bodies), listener_(std::move(listener)) {
+  Work(std::shared_ptr<SceneReader> reader, std::string path, StagedReader::Bodies bodies, Listener listener,
+       Nodes nodes)
+      : reader_(std::move(reader)),
+        path_(std::move(path)),
+        bodies_(bodies),
+        listener_(std::move(listener)),
+        nodes_(nodes) {
     try {
       thread_ = std::thread([this] { Run(); });
     } catch (const std::system_error&) {  // no thread left: it is done at once
@@ -81,6 +86,7 @@ class SceneOpening::Work final : public StagedReader::Watcher {
       return;
     }
     const std::unique_ptr<StagedReader::Stages> stages = staged->Begin(path_, bodies_, *this);
+    if (nodes_ == Nodes::kShared) stages->ShareNodes();
     if (HandOver(stages->LoadGraphics())) stages->LoadBodies();
   }
 
@@ -118,6 +124,7 @@ class SceneOpening::Work final : public StagedReader::Watcher {
   const std::string path_;
   const StagedReader::Bodies bodies_;
   const Listener listener_;
+  const Nodes nodes_;
 
   mutable std::mutex mutex_;  // for all below
   std::condition_variable changed_;
@@ -131,8 +138,8 @@ class SceneOpening::Work final : public StagedReader::Watcher {
 };
 
 SceneOpening::SceneOpening(std::shared_ptr<SceneReader> reader, const std::string& path,
-                           StagedReader::Bodies bodies, Listener listener)
-    : work_(std::make_unique<Work>(std::move(reader), path, bodies, std::move(listener))) {}
+                           StagedReader::Bodies bodies, Listener listener, Nodes nodes)
+    : work_(std::make_unique<Work>(std::move(reader), path, bodies, std::move(listener), nodes)) {}
 
 SceneOpening::~SceneOpening() = default;
 

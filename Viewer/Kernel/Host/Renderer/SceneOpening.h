@@ -34,9 +34,14 @@ class MIREL_HOST_API SceneOpening {
   /// `TakeRoot` when the stage is beyond `kGraphics`, and `Cancel`; not `Wait`.
   using Listener = std::function<void(const Progress&)>;
 
+  /// Whether each node has one place in the tree, or stands wherever it would be the same; see
+  /// `StagedReader::Stages::ShareNodes`.
+  enum class Nodes : std::uint8_t { kOwn, kShared };
+
   /// Begins. The reader is what `SceneExchangeManager::FindReader` gives for the path, a narrow one (UTF-8); it is shared.
   SceneOpening(std::shared_ptr<SceneReader> reader, const std::string& path,
-               StagedReader::Bodies bodies = StagedReader::Bodies::kKeep, Listener listener = nullptr);
+               StagedReader::Bodies bodies = StagedReader::Bodies::kKeep, Listener listener = nullptr,
+               Nodes nodes = Nodes::kOwn);
   /// Calls off what is not done yet, and waits for it to end: for the file that is being read, at most. Nothing is left
   /// behind; nodes that were taken stay as they are.
   ~SceneOpening();

@@ -38,6 +38,9 @@ class MIREL_HOST_API StagedReader {
    public:
     /// Of graphics that wait for their bodies none waits any longer.
     virtual ~Stages();
+    /// Called first, if at all: what is inside a type may be made once, and stand below each instance of it. Then the parent
+    /// of such nodes, and what follows from it, is that of one instance; the rest is the same. A reader need not be able to.
+    virtual void ShareNodes() {}
     /// Everything but the bodies. The root, or an empty pointer after a message; also when it was called off.
     virtual std::shared_ptr<SceneNode> LoadGraphics() = 0;
     /// The bodies. Called only when there was a root; who has it may use the nodes meanwhile, and let them go.
