@@ -24,6 +24,9 @@ namespace mirel {
 namespace {
 
 constexpr std::size_t kPacket = 8;
+// More placed bodies than this are halved so often. Each ray goes through all parts.
+constexpr std::size_t kMostTogether = 50000;
+constexpr int kSplits = 2;
 constexpr unsigned kSolidMask = 1, kGhostMask = 2;
 
 // One body as Embree has it.
@@ -33,6 +36,20 @@ struct Body {
   RTCScene scene = nullptr;
   std::vector<glm::vec3> normals;            // by vertex
   std::vector<std::uint32_t> triangleFaces;  // by triangle
+};
+
+// A placed body: its number, and the middle of its own box in the scene, from the scene's.
+struct Place {
+  glm::vec3 middle;
+  std::uint32_t placement;
+};
+
+// Some of the placed bodies, near to each other.
+struct Part {
+  std::vector<Place> places;  // until there is a scene
+  std::vector<std::uint32_t>
+      placements;  // by Embree's numbers, which leave none out: gaps take time and memory
+  RTCScene scene = nullptr;
 };
 
 void ThrowIfFailed(RTCDevice device) {
@@ -91,13 +108,24 @@ struct RayCaster::Index {
       batchBodies.push_back(place->second);
     }
     MakeBodies();
-    all = NewScene();
+    Share();
+    ParallelLoop(parts.size(), 0, [this](std::size_t i) { MakePart(parts[i]); });
+  }
+
+  // Shares the placed bodies out, so that several threads can make trees of many. How, does not depend on how many threads
+  // there are.
+  void Share() {
+    parts.emplace_back();
     for (std::size_t batch = 0; batch < batchBodies.size(); ++batch) {
-      for (std::size_t i = 0; i < scene.GetBatches()[batch].placements.size(); ++i)
-        AddInstance(bodies[batchBodies[batch]], scene.GetBatches()[batch], i);
+      const glm::dvec3& middle = bodies[batchBodies[batch]].middle;
+      for (const glm::dmat4x3& placement : scene.GetBatches()[batch].placements)
+        parts[0].places.push_back({glm::vec3(placement * glm::dvec4(middle, 1.0) - center),
+                                   static_cast<std::uint32_t>(parts[0].places.size())});
     }
-    rtcCommitScene(all);
-    ThrowIfFailed(device);
+    for (int split = 0; split < kSplits && parts[0].places.size() > kMostTogether; ++split) {
+      for (std::size_t i = parts.size(); i-- > 0;)
+        parts.push_back(SplitPart(parts[i]));
+    }
   }
 
   // Several at once, the largest first; each on one thread alone.
@@ -111,7 +139,9 @@ struct RayCaster::Index {
   }
 
   void Release() {
-    if (all != nullptr) rtcReleaseScene(all);
+    for (const Part& part : parts) {
+      if (part.scene != nullptr) rtcReleaseScene(part.scene);
+    }
     for (const Body& body : bodies) {
       if (body.scene != nullptr) rtcReleaseScene(body.scene);
     }
@@ -149,23 +179,60 @@ struct RayCaster::Index {
     ThrowIfFailed(device);
   }
 
-  void AddInstance(const Body& body, const DrawBatch& batch, std::size_t number) {
-    const glm::dmat4x3 placement = batch.placements[number];
-    const glm::dvec3 origin = placement * glm::dvec4(body.middle, 1.0) - center;
+  // Takes one half of the places away, across the longest side of their box.
+  static Part SplitPart(Part& part) {
+    glm::vec3 low(part.places[0].middle), high(low);
+    for (const Place& place : part.places) {
+      low = glm::min(low, place.middle);
+      high = glm::max(high, place.middle);
+    }
+    const glm::vec3 size = high - low;
+    const int axis = size.x >= size.y && size.x >= size.z ? 0 : size.y >= size.z ? 1 : 2;
+    const auto half = part.places.begin() + static_cast<std::ptrdiff_t>(part.places.size() / 2);
+    std::nth_element(part.places.begin(), half, part.places.end(), [axis](const Place& a, const Place& b) {
+      return a.middle[axis] != b.middle[axis] ? a.middle[axis] < b.middle[axis] : a.placement < b.placement;
+    });
+    Part other;
+    other.places.assign(half, part.places.end());
+    part.places.erase(half, part.places.end());
+    return other;
+  }
+
+  void MakePart(Part& part) const {
+    std::sort(part.places.begin(), part.places.end(),
+              [](const Place& a, const Place& b) { return a.placement < b.placement; });
+    part.scene = NewScene();
+    part.placements.reserve(part.places.size());
+    for (const Place& place : part.places) {
+      AddInstance(part.scene, place, static_cast<unsigned>(part.placements.size()));
+      part.placements.push_back(place.placement);
+    }
+    std::vector<Place>().swap(part.places);
+    rtcCommitScene(part.scene);
+    ThrowIfFailed(device);
+  }
+
+  void AddInstance(RTCScene part, const Place& place, unsigned number) const {
+    const DrawBatch& batch = scene.GetBatch(place.placement);
+    const glm::dmat3& turn = batch.placements.GetTurn(place.placement - batch.first);
     float matrix[12];
     for (int row = 0; row < 3; ++row) {
       for (int column = 0; column < 3; ++column)
-        matrix[3 * column + row] = static_cast<float>(placement[column][row]);
-      matrix[9 + row] = static_cast<float>(origin[row]);
+        matrix[3 * column + row] = static_cast<float>(turn[column][row]);
+      matrix[9 + row] = place.middle[row];
     }
     const RTCGeometry instance = rtcNewGeometry(device, RTC_GEOMETRY_TYPE_INSTANCE);
     if (instance == nullptr) throw std::bad_alloc();
-    rtcSetGeometryInstancedScene(instance, body.scene);
+    rtcSetGeometryInstancedScene(instance, FindBody(batch).scene);
     rtcSetGeometryTransform(instance, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, matrix);
     rtcSetGeometryMask(instance, batch.ghost ? kGhostMask : kSolidMask);
     rtcCommitGeometry(instance);
-    rtcAttachGeometryByID(all, instance, batch.first + static_cast<unsigned>(number));
+    rtcAttachGeometryByID(part, instance, number);
     rtcReleaseGeometry(instance);
+  }
+
+  const Body& FindBody(const DrawBatch& batch) const {
+    return bodies[batchBodies[static_cast<std::size_t>(&batch - scene.GetBatches().data())]];
   }
 
   // The part of a ray that is inside the scene's sphere, from the point where it enters: short numbers are exact ones.
@@ -201,15 +268,15 @@ struct RayCaster::Index {
   }
 
   // `placed` is of the hit before, or none: neighbours are often of one body.
-  void Resolve(const RTCHit& hit, const glm::dvec3& direction, double distance, Placed& placed,
-               RayHit& result) const {
-    if (placed.placement != hit.instID[0]) placed = FindPlaced(hit.instID[0]);
+  void Resolve(const RTCHit& hit, std::uint32_t placement, const glm::dvec3& direction, double distance,
+               Placed& placed, RayHit& result) const {
+    if (placed.placement != placement) placed = FindPlaced(placement);
     const Body& body = *placed.body;
     const std::uint32_t* const corners = &body.mesh->triangles[std::size_t{3} * hit.primID];
     const glm::vec3 smooth = body.normals[corners[0]] * (1.0f - hit.u - hit.v) +
                              body.normals[corners[1]] * hit.u + body.normals[corners[2]] * hit.v;
     result.distance = distance;
-    result.placement = hit.instID[0];
+    result.placement = placement;
     result.triangle = hit.primID;
     result.face = body.triangleFaces[hit.primID];
     result.flatNormal = glm::normalize(placed.cofactors * glm::vec3(hit.Ng_x, hit.Ng_y, hit.Ng_z));
@@ -221,7 +288,7 @@ struct RayCaster::Index {
 
   const DrawScene& scene;
   RTCDevice device = nullptr;
-  RTCScene all = nullptr;
+  std::vector<Part> parts;
   glm::dvec3 center = glm::dvec3(0.0);
   double radius = 0.0;
   std::vector<Body> bodies;
@@ -257,17 +324,24 @@ void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer lay
       packet.ray.tfar[i] = length;
       packet.ray.mask[i] = GetMask(layer);
       packet.hit.geomID[i] = RTC_INVALID_GEOMETRY_ID;
-      packet.hit.instID[0][i] = RTC_INVALID_GEOMETRY_ID;
     }
-    rtcIntersect8(valid, index_->all, &context, &packet);
+    std::uint32_t placements[kPacket] = {};
+    for (const Part& part : index_->parts) {
+      std::fill_n(packet.hit.instID[0], kPacket, RTC_INVALID_GEOMETRY_ID);
+      rtcIntersect8(valid, part.scene, &context, &packet);
+      for (std::size_t i = 0; i < taken; ++i) {
+        if (packet.hit.instID[0][i] != RTC_INVALID_GEOMETRY_ID)
+          placements[i] = part.placements[packet.hit.instID[0][i]];
+      }
+    }
     for (std::size_t i = 0; i < taken; ++i) {
       RayHit& result = hits[first + i];
       result = RayHit();
       if (packet.hit.geomID[i] == RTC_INVALID_GEOMETRY_ID) continue;
       const RTCHit hit =
           rtcGetHitFromHitN(reinterpret_cast<RTCHitN*>(&packet.hit), kPacket, static_cast<unsigned>(i));
-      index_->Resolve(hit, rays[first + i].direction, starts[i] + static_cast<double>(packet.ray.tfar[i]),
-                      placed, result);
+      index_->Resolve(hit, placements[i], rays[first + i].direction,
+                      starts[i] + static_cast<double>(packet.ray.tfar[i]), placed, result);
     }
   }
 }
@@ -286,13 +360,18 @@ RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
   one.ray.dir_z = static_cast<float>(ray.direction.z);
   one.ray.mask = GetMask(layer);
   one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-  one.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
   RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
-  rtcIntersect1(index_->all, &context, &one);
+  std::uint32_t placement = RayHit::kNone;
+  for (const Part& part : index_->parts) {
+    one.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
+    rtcIntersect1(part.scene, &context, &one);
+    if (one.hit.instID[0] != RTC_INVALID_GEOMETRY_ID) placement = part.placements[one.hit.instID[0]];
+  }
   Index::Placed placed;
-  if (one.hit.geomID != RTC_INVALID_GEOMETRY_ID)
-    index_->Resolve(one.hit, ray.direction, start + static_cast<double>(one.ray.tfar), placed, result);
+  if (placement != RayHit::kNone)
+    index_->Resolve(one.hit, placement, ray.direction, start + static_cast<double>(one.ray.tfar), placed,
+                    result);
   return result;
 }
 
@@ -318,7 +397,8 @@ void RayCaster::FindBlocked(const Ray* rays, std::uint8_t* blocked, std::size_t 
       packet.tfar[i] = length;
       packet.mask[i] = kSolidMask;
     }
-    rtcOccluded8(valid, index_->all, &context, &packet);
+    for (const Part& part : index_->parts)
+      rtcOccluded8(valid, part.scene, &context, &packet);
     for (std::size_t i = 0; i < taken; ++i)
       blocked[first + i] = valid[i] != 0 && packet.tfar[i] < 0.0f ? 1 : 0;
   }
@@ -340,12 +420,17 @@ std::vector<RayHit> RayCaster::CastThrough(const Ray& ray) const {
   ThroughContext context;
   rtcInitIntersectContext(&context);
   context.filter = CollectHit;
-  rtcIntersect1(index_->all, &context, &one);
+  std::vector<std::uint32_t> placements;
+  for (const Part& part : index_->parts) {
+    rtcIntersect1(part.scene, &context, &one);
+    for (std::size_t i = placements.size(); i < context.hits.size(); ++i)
+      placements.push_back(part.placements[context.hits[i].instID[0]]);
+  }
   std::vector<RayHit> hits(context.hits.size());
   Index::Placed placed;
   for (std::size_t i = 0; i < hits.size(); ++i)
-    index_->Resolve(context.hits[i], ray.direction, start + static_cast<double>(context.distances[i]), placed,
-                    hits[i]);
+    index_->Resolve(context.hits[i], placements[i], ray.direction,
+                    start + static_cast<double>(context.distances[i]), placed, hits[i]);
   std::sort(hits.begin(), hits.end(), [](const RayHit& a, const RayHit& b) {
     if (a.distance != b.distance) return a.distance < b.distance;
     return a.placement != b.placement ? a.placement < b.placement : a.triangle < b.triangle;
