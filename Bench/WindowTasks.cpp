@@ -171,7 +171,7 @@ Figures SubmitCopies(const TaskInput& input) {
   renderer.Release();
 
   const Meter indexMeter;
-  const auto caster = std::make_shared<const RayCaster>(scene);
+  const auto caster = std::make_shared<const RayCaster>(scene, RayCaster::Aim::kMemory);
   figures.Set("indexSeconds", indexMeter.Elapsed());
   figures.Set("bytesOfIndex", (GetLiveBytes(indexMeter) - indexedOnce) / scene->GetPlacementCount());
   PickPlaces(caster, camera, figures);

@@ -20,7 +20,7 @@ struct DrawBatch;
 /// Beside `RayCaster.cpp` the only place that knows Embree. Thread safety: never changes once made.
 class PlacedGroups {
  public:
-  /// Scenes of fewer placements are better made of instances.
+  /// Scenes of fewer placements are better made of instances, whatever counts.
   static constexpr std::size_t kMany = 20000;
 
   /// `body` has the batch's body, its coordinates counted from `middle`; those of the scene are counted from `center`. All are

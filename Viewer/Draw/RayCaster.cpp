@@ -2,6 +2,7 @@
 
 #include <Viewer/Draw/DrawScene.h>
 #include <Viewer/Draw/ParallelLoop.h>
+#include <Viewer/Draw/PlacedGroups.h>
 
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
@@ -17,7 +18,7 @@
 #include <numeric>
 #include <unordered_map>
 
-// The only file that knows Embree, whose version 4 has other names for much of this.
+// This and PlacedGroups alone know Embree, whose version 4 has other names for much of it.
 
 namespace mirel {
 
@@ -25,7 +26,7 @@ namespace {
 
 constexpr std::size_t kPacket = 8;
 // More placed bodies than this are halved so often. Each ray goes through all parts.
-constexpr std::size_t kMostTogether = 50000;
+constexpr std::size_t kMostTogether = PlacedGroups::kMany;
 constexpr int kSplits = 2;
 constexpr unsigned kSolidMask = 1, kGhostMask = 2;
 
@@ -47,9 +48,13 @@ struct Place {
 // Some of the placed bodies, near to each other.
 struct Part {
   std::vector<Place> places;  // until there is a scene
-  std::vector<std::uint32_t>
-      placements;  // by Embree's numbers, which leave none out: gaps take time and memory
+  // By Embree's numbers, which leave none out: gaps take time and memory. Empty for groups, which tell the placement itself.
+  std::vector<std::uint32_t> placements;
   RTCScene scene = nullptr;
+
+  std::uint32_t GetPlacement(unsigned number) const {
+    return placements.empty() ? number : placements[number];
+  }
 };
 
 void ThrowIfFailed(RTCDevice device) {
@@ -79,12 +84,12 @@ unsigned GetMask(RayCaster::Layer layer) {
 }  // namespace
 
 struct RayCaster::Index {
-  explicit Index(const DrawScene& drawn) : scene(drawn) {
+  Index(const DrawScene& drawn, Aim aim) : scene(drawn) {
     // Embree's builds on several threads may differ from run to run in what is found first among equals.
     device = rtcNewDevice("threads=1");
     if (device == nullptr) throw std::bad_alloc();
     try {
-      Build();
+      Build(aim);
     } catch (...) {
       Release();
       throw;
@@ -95,7 +100,7 @@ struct RayCaster::Index {
   Index(const Index&) = delete;
   Index& operator=(const Index&) = delete;
 
-  void Build() {
+  void Build(Aim aim) {
     const AABoxT<double>& box = scene.GetBox();
     if (box.IsFinite()) {
       center = (box.GetMin() + box.GetMax()) * 0.5;
@@ -108,8 +113,25 @@ struct RayCaster::Index {
       batchBodies.push_back(place->second);
     }
     MakeBodies();
+    if (aim == Aim::kMemory && scene.GetPlacementCount() >= PlacedGroups::kMany) {
+      MakeGroups();
+      return;
+    }
     Share();
     ParallelLoop(parts.size(), 0, [this](std::size_t i) { MakePart(parts[i]); });
+  }
+
+  void MakeGroups() {
+    Part& all = parts.emplace_back();
+    all.scene = NewScene();
+    for (std::size_t i = 0; i < batchBodies.size(); ++i) {
+      const Body& body = bodies[batchBodies[i]];
+      const DrawBatch& batch = scene.GetBatches()[i];
+      groups.push_back(std::make_unique<PlacedGroups>(scene, batch, body.scene, body.middle, center));
+      Add(all.scene, groups.back()->MakeGeometry(device), batch, static_cast<unsigned>(i));
+    }
+    rtcCommitScene(all.scene);
+    ThrowIfFailed(device);
   }
 
   // Shares the placed bodies out, so that several threads can make trees of many. How, does not depend on how many threads
@@ -225,10 +247,15 @@ struct RayCaster::Index {
     if (instance == nullptr) throw std::bad_alloc();
     rtcSetGeometryInstancedScene(instance, FindBody(batch).scene);
     rtcSetGeometryTransform(instance, 0, RTC_FORMAT_FLOAT3X4_COLUMN_MAJOR, matrix);
-    rtcSetGeometryMask(instance, batch.ghost ? kGhostMask : kSolidMask);
-    rtcCommitGeometry(instance);
-    rtcAttachGeometryByID(part, instance, number);
-    rtcReleaseGeometry(instance);
+    Add(part, instance, batch, number);
+  }
+
+  static void Add(RTCScene part, RTCGeometry geometry, const DrawBatch& batch, unsigned number) {
+    if (geometry == nullptr) throw std::bad_alloc();
+    rtcSetGeometryMask(geometry, batch.ghost ? kGhostMask : kSolidMask);
+    rtcCommitGeometry(geometry);
+    rtcAttachGeometryByID(part, geometry, number);
+    rtcReleaseGeometry(geometry);
   }
 
   const Body& FindBody(const DrawBatch& batch) const {
@@ -289,14 +316,15 @@ struct RayCaster::Index {
   const DrawScene& scene;
   RTCDevice device = nullptr;
   std::vector<Part> parts;
+  std::vector<std::unique_ptr<PlacedGroups>> groups;
   glm::dvec3 center = glm::dvec3(0.0);
   double radius = 0.0;
   std::vector<Body> bodies;
   std::vector<std::size_t> batchBodies;  // for each batch, its place in `bodies`
 };
 
-RayCaster::RayCaster(std::shared_ptr<const DrawScene> scene)
-    : scene_(std::move(scene)), index_(std::make_unique<Index>(*scene_)) {}
+RayCaster::RayCaster(std::shared_ptr<const DrawScene> scene, Aim aim)
+    : scene_(std::move(scene)), index_(std::make_unique<Index>(*scene_, aim)) {}
 
 RayCaster::~RayCaster() = default;
 
@@ -331,7 +359,7 @@ void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer lay
       rtcIntersect8(valid, part.scene, &context, &packet);
       for (std::size_t i = 0; i < taken; ++i) {
         if (packet.hit.instID[0][i] != RTC_INVALID_GEOMETRY_ID)
-          placements[i] = part.placements[packet.hit.instID[0][i]];
+          placements[i] = part.GetPlacement(packet.hit.instID[0][i]);
       }
     }
     for (std::size_t i = 0; i < taken; ++i) {
@@ -366,7 +394,7 @@ RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
   for (const Part& part : index_->parts) {
     one.hit.instID[0] = RTC_INVALID_GEOMETRY_ID;
     rtcIntersect1(part.scene, &context, &one);
-    if (one.hit.instID[0] != RTC_INVALID_GEOMETRY_ID) placement = part.placements[one.hit.instID[0]];
+    if (one.hit.instID[0] != RTC_INVALID_GEOMETRY_ID) placement = part.GetPlacement(one.hit.instID[0]);
   }
   Index::Placed placed;
   if (placement != RayHit::kNone)
@@ -424,7 +452,7 @@ std::vector<RayHit> RayCaster::CastThrough(const Ray& ray) const {
   for (const Part& part : index_->parts) {
     rtcIntersect1(part.scene, &context, &one);
     for (std::size_t i = placements.size(); i < context.hits.size(); ++i)
-      placements.push_back(part.placements[context.hits[i].instID[0]]);
+      placements.push_back(part.GetPlacement(context.hits[i].instID[0]));
   }
   std::vector<RayHit> hits(context.hits.size());
   Index::Placed placed;

@@ -97,7 +97,7 @@ void Document::RenewSnapshot() {
     try {
       Snapshot made(std::make_shared<const DrawScene>(roots, visibility, coloring.GetFunction()));
       deliver(made);
-      made.caster = std::make_shared<const RayCaster>(made.scene);
+      made.caster = std::make_shared<const RayCaster>(made.scene, RayCaster::Aim::kMemory);
       deliver(made);
     } catch (const std::exception&) {
       // Memory has ended: what was drawn before stays, and what was opened is listed in the tree.
