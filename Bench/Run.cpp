@@ -80,8 +80,9 @@ class FileRun {
     std::fprintf(stderr, "preparing %s\n", source_.c_str());
     RunChild({"prepare", source_, "--work", work_});
     WarmUp(work_);
-    for (const char* const name : {"open", "graphics", "floor", "binxcaf", "glb", "glb-merged", "save",
-                                   "stages", "save-stages", "picture"}) {
+    for (const char* const name :
+         {"open", "graphics", "floor", "binxcaf", "glb", "glb-merged", "save", "stages", "save-stages",
+          "picture", "export-glb", "export-meshopt", "export-step", "step-of-document"}) {
       things_.Add(name, TaskOf(name, work_));
     }
     for (const char* const name : {"copies", "picture-copies"}) {
@@ -99,7 +100,7 @@ class FileRun {
     hasF3d_ = HasProgram("f3d") && (std::getenv("DISPLAY") != nullptr || HasProgram("xvfb-run"));
     if (hasF3d_) things_.Add("f3d-merged", TaskOf("f3d-merged", work_));
     TryMesher();
-    for (const char* const name : {"step", "program", "entities", "step-entities"}) {
+    for (const char* const name : {"step", "program", "entities", "step-entities", "glb-of-step"}) {
       Arguments task = TaskOf(name, work_);
       task.insert(task.end(), {"--source", source_});
       things_.Add(name, task);
@@ -117,9 +118,11 @@ class FileRun {
     AddSaving(report);
     AddDrawing(report);
     if (hasPython_) AddPython(report);
+    AddExporting(report);
     AddSizes(report);
     AddGoals(report);
     AddDrawingGoals(report);
+    AddExportingGoals(report);
   }
 
  private:
@@ -281,6 +284,31 @@ class FileRun {
                     true, 2.0,
                     Exact(things_.Get("python-arrays", "matrices").value /
                           things_.Get("python-arrays", "matricesCopy").value)});
+  }
+
+  void AddExporting(Report& report) const {
+    Report::Table table{stem_ + ": exporting",
+                        {{"time", "ms", kMilli, 1, true},
+                         {"processor time", "ms", kMilli, 1, false},
+                         {"peak memory", "MB", kMega, 1, false},
+                         {"on disk", "kB", 1e3, 1, false}},
+                        {}};
+    for (const char* const name :
+         {"export-glb", "export-meshopt", "glb-of-step", "export-step", "step-of-document"}) {
+      table.rows.push_back({name,
+                            {things_.Get(name, "seconds"), things_.Get(name, "userSeconds"),
+                             things_.Get(name, "peakBytes"), things_.Get(name, "bytes")}});
+    }
+    report.AddTable(table);
+  }
+
+  void AddExportingGoals(Report& report) const {
+    report.AddGoal({stem_ + ": GLB of STEP by OpenCASCADE takes, times mirel export", false, 20.0,
+                    things_.Ratio("glb-of-step", "export-glb", "seconds")});
+    report.AddGoal({stem_ + ": bytes of export --meshopt after gzip -6, of those of OpenCASCADE's GLB", true,
+                    0.5, Exact(GzipBytes(CompressedGlbFile(work_)) / GzipBytes(GlbFile(work_)))});
+    report.AddGoal({stem_ + ": STEP by mirel export takes, of OpenCASCADE's writer alone", true, 1.2,
+                    things_.Ratio("export-step", "step-of-document", "seconds")});
   }
 
   void AddSizes(Report& report) {

@@ -41,5 +41,6 @@ std::vector<Task> GrowthTasks();
 std::vector<Task> PictureTasks();
 std::vector<Task> WindowTasks();
 std::vector<Task> PythonTasks();  ///< none where the package is not built
+std::vector<Task> ExportTasks();
 
 }  // namespace mirel::bench

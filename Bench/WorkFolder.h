@@ -29,6 +29,13 @@ inline std::string GlbFile(const std::string& work) {
 inline std::string MergedGlbFile(const std::string& work) {
   return work + "merged.glb";
 }
+/// What `mirel export` makes of the folder.
+inline std::string ExportedGlbFile(const std::string& work) {
+  return work + "exported.glb";
+}
+inline std::string CompressedGlbFile(const std::string& work) {
+  return work + "exported-meshopt.glb";
+}
 /// Where tasks save what is measured while it is saved.
 inline std::string ScratchFolder(const std::string& work) {
   return work + "scratch/";

@@ -37,6 +37,7 @@ for package in libmirel0 libmirel-draw0 libmirel-draw-gl0 libmirel-dev libmirel-
   dpkg-deb -x "$deb" "$target"
 done
 "$target/usr/bin/mirel" save --strict "$(dirname "$0")/../../Samples/trolley.step" "$target/trolley"
+"$target/usr/bin/mirel" export --strict "$target/trolley" "$target/trolley.step"
 # The viewer for web pages goes along where it was built.
 if [[ -f $build/Web/dist/viewer.js ]]; then
   "$target/usr/bin/mirel" page "$target/trolley" "$target/trolley.html"

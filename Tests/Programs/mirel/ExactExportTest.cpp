@@ -1,3 +1,7 @@
+#include <Programs/mirel/Extras/ExtrasReader.h>
+#include <Programs/mirel/Extras/ExtrasText.h>
+#include <Programs/mirel/Extras/ExtrasWriter.h>
+
 #include <Tests/Programs/mirel/RunMirel.h>
 #include <Tests/Support/TestFolder.h>
 
@@ -19,11 +23,13 @@
 
 #include <glm/glm.hpp>
 
+#include <algorithm>
 #include <array>
 #include <cmath>
 #include <cstdlib>
 #include <map>
 #include <memory>
+#include <set>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -188,6 +194,229 @@ std::string GoRound(const std::string& file, const std::vector<std::string>& opt
 TEST(ExactExport, StepGivesTheSameModelAgain) {
   EXPECT_EQ(GoRound(MIREL_SAMPLE), "");
   EXPECT_EQ(GoRound(MIREL_SAMPLE, {"--schema", "ap214"}), "");
+}
+
+/// What extras say, with names in the place of ids.
+std::string DescribeExtras(const std::string& folder) {
+  ExtrasReader reader;
+  if (!reader.ReadFile(folder + "/extras.gz")) return reader.GetError();
+  Extras extras = reader.GetExtras();
+  extras.header.clear();
+  std::map<std::string, std::string> names;
+  const std::shared_ptr<SceneNode> root = LiteSceneReader().Load(folder + "/index.gz", nullptr);
+  std::vector<const SceneNode*> open = {root.get()};
+  while (!open.empty()) {
+    const SceneNode& node = *open.back();
+    open.pop_back();
+    if (node.GetUserId() != 0) names[std::to_string(node.GetUserId())] = node.GetName();
+    for (const auto& child : node.GetNodes())
+      open.push_back(child.get());
+  }
+  std::istringstream lines(ExtrasText::Of(extras));
+  std::set<std::string> sorted;
+  for (std::string line; std::getline(lines, line);) {
+    for (const auto& [id, name] : names)
+      if (const std::size_t at = line.find(id); at != std::string::npos) line.replace(at, id.size(), name);
+    sorted.insert(line);
+  }
+  std::string text;
+  for (const std::string& line : sorted)
+    text += line + "\n";
+  return text;
+}
+
+ObjectId FindId(const std::string& folder, const std::string& name) {
+  const std::shared_ptr<SceneNode> root = LiteSceneReader().Load(folder + "/index.gz", nullptr);
+  std::vector<const SceneNode*> open = {root.get()};
+  while (!open.empty() && open.back()->GetName() != name) {
+    const SceneNode& node = *open.back();
+    open.pop_back();
+    for (const auto& child : node.GetNodes())
+      open.push_back(child.get());
+  }
+  ObjectId id;
+  if (!open.empty()) id.SetInteger(open.back()->GetUserId());
+  return id;
+}
+
+TEST(ExactExport, StepKeepsWhatExtrasSay) {
+  const TestFolder scratch;
+  const std::string first = scratch.GetPath() + "first", second = scratch.GetPath() + "second",
+                    step = scratch.GetPath() + "out.step";
+  ASSERT_EQ(Mirel({"save", "-q", MIREL_SAMPLE, first}), 0);
+  Extras extras;
+  extras.layers = {{"Ebene \"1\"", false}, {"隐藏", true}};
+  Extras::Item& handle = extras.items.emplace_back();
+  handle.ids = {FindId(first, "Griff Größe L")};
+  handle.layers = {"Ebene \"1\"", "隐藏"};
+  handle.material = {"Стал'ь", "S235", 7.85, "density measure", "POSITIVE_RATIO_MEASURE"};
+  handle.properties = {12345.678901, 2345.5, glm::dvec3(1, -2, 3.25)};
+  handle.alpha = 0.25F;
+  handle.curveColor = glm::vec3(0, 0, 1);
+  handle.edgeColors[2] = glm::vec3(1, 0, 0);
+  handle.hiddenFaces = {1};
+  Extras::Item& weight = extras.items.emplace_back();
+  weight.ids = {FindId(first, "Bodenplatte 600×400")};
+  weight.hidden = true;
+  Extras::Item& drawer = extras.items.emplace_back();
+  drawer.ids = {FindId(first, "drawer top")};
+  drawer.hidden = true;
+  ExtrasWriter::Save(ExtrasWriter::ToJson(extras), first + "/");
+  const std::string before = DescribeExtras(first);
+  std::string out, err;
+  ASSERT_EQ(Mirel({"export", "--strict", first, step}, out, &err), 0) << err;
+  ASSERT_EQ(Mirel({"save", "-q", step, second}, out, &err), 0) << err;
+  EXPECT_EQ(DescribeExtras(second), before);
+  EXPECT_EQ(Compare(Model(first), Model(second)), "");
+
+  // OpenCASCADE does not read names of faces, and what STEP has no place for is told.
+  Extras::Part& part = extras.items[0].parts.emplace_back();
+  part.kind = "Face";
+  part.index = 2;
+  part.name = "Deckfläche";
+  extras.items[2].layers = {"隐藏"};
+  Extras::Item& chassis = extras.items.emplace_back();
+  chassis.ids = {FindId(first, "Fahrgestell")};
+  chassis.hidden = true;
+  Extras::Item& wheel = extras.items.emplace_back();
+  wheel.ids = {FindId(first, "Gabel")};
+  wheel.within = {{FindId(first, "caster front left")}};
+  wheel.hidden = true;
+  ExtrasWriter::Save(ExtrasWriter::ToJson(extras), first + "/");
+  EXPECT_EQ(Mirel({"export", "--strict", first, step}, out, &err), 4);
+  for (const char* const loss :
+       {"1 hidden assembly", "1 layer of assemblies", "1 thing said of single occurrences"})
+    EXPECT_NE(err.find(loss), std::string::npos) << loss << "\n" << err;
+  EXPECT_NE(ReadFile(step).find("ADVANCED_FACE('Deckfl\\X2\\00E4\\X0\\che'"), std::string::npos);
+}
+
+TEST(ExactExport, WritesSinglePartsAlone) {
+  const TestFolder scratch;
+  const std::string model = scratch.GetPath() + "model", step = scratch.GetPath() + "out.stp",
+                    brep = scratch.GetPath() + "out.brep", again = scratch.GetPath() + "again";
+  ASSERT_EQ(Mirel({"save", "-q", MIREL_SAMPLE, model}), 0);
+  std::string out, err;
+  ASSERT_EQ(Mirel({"export", model, step, "--only", "push handle"}, out, &err), 0) << err;
+  ASSERT_EQ(Mirel({"save", "-q", step, again}, out, &err), 0) << err;
+  const Model whole(model), part(again);
+  ASSERT_EQ(part.GetPlaced().size(), 1u);
+  EXPECT_EQ(part.GetPlaced()[0].names, "//工具车/push handle/Griff Größe L");
+  const auto inWhole =
+      std::find_if(whole.GetPlaced().begin(), whole.GetPlaced().end(),
+                   [&](const Placed& one) { return one.names == part.GetPlaced()[0].names; });
+  ASSERT_NE(inWhole, whole.GetPlaced().end());
+  EXPECT_EQ(inWhole->matrix, part.GetPlaced()[0].matrix);
+
+  // BRep has neither names nor colours, but everything that is placed.
+  ASSERT_EQ(Mirel({"export", model, brep}, out, &err), 0) << err;
+  ASSERT_EQ(Mirel({"save", "-q", "--force", brep, again}, out, &err), 0) << err;
+  double volume = 0.0;
+  for (const Placed& one : whole.GetPlaced())
+    volume += one.volume;
+  const Model body(again);
+  ASSERT_EQ(body.GetPlaced().size(), 1u);
+  EXPECT_NEAR(body.GetPlaced()[0].volume, volume, 1e-7 * volume);  // integrated as one
+
+  const std::string before = ReadFile(brep);
+  EXPECT_EQ(Mirel({"export", model, brep, "--only", "Schublade"}, out, &err), 2);
+  EXPECT_EQ(Mirel({"export", model, brep, "--schema", "ap203"}, out, &err), 1);
+  EXPECT_EQ(Mirel({"export", scratch.GetPath() + "nothing", brep}, out, &err), 2);
+  EXPECT_EQ(ReadFile(brep), before);
+  EXPECT_EQ(Mirel({"export", model, scratch.GetPath() + "no/out.step"}, out, &err), 3);
+}
+
+// Indexes that nobody saved: types in themselves, trees that unfold without end, places that cannot be.
+TEST(ExactExport, HostileFoldersEndWithAMessage) {
+  const TestFolder scratch;
+  const std::string model = scratch.GetPath() + "model";
+  ASSERT_EQ(Mirel({"save", "-q", MIREL_SAMPLE, model}), 0);
+  std::string doubled, chain;
+  for (int i = 1; i <= 60; ++i) {
+    const std::string below = std::to_string(i - 1),
+                      use = R"({"Type":"Instance","Id":"9","TId":")" + below + "\"}";
+    doubled += (i > 1 ? "," : "") + (R"({"Type":"Group","Id":")" + std::to_string(i) + R"(","Children":[)") +
+               use + "," + use + "]}";
+  }
+  for (int i = 1; i <= 2000; ++i)
+    chain +=
+        (i > 1 ? "," : "") +
+        (R"({"Type":"Group","Id":")" + std::to_string(i) + R"(","Children":[{"Type":"Instance","TId":")") +
+        std::to_string(i + 1) + "\"}]}";
+  const std::string shape = R"({"Type":"Shape","Id":"1","SId":"1","FColor":[{"FId":-1,"Color":[1,0,0]}]})";
+  const auto matrix = [](const char* x, const char* w) {
+    return std::string(R"("Transform":[)") + x + ",0,0,0,0,1,0,0,0,0,1,0,0,0,0," + w + "]";
+  };
+  const auto placed = [&](const std::string& m) {
+    return R"({"Type":"Shape","Id":"1","SId":"1","FColor":[],)" + m + "}";
+  };
+  const struct {
+    std::string types, items;
+    int code;
+  } cases[] = {
+      {"", "", 2},
+      {"", shape, 0},
+      {R"({"Type":"Group","Id":"1","Children":[{"Type":"Instance","TId":"1"}]})",
+       R"({"Type":"Instance","TId":"1"})", 0},
+      {"", R"({"Type":"Instance","TId":"77"})", 2},
+      {doubled, R"({"Type":"Instance","TId":"60"})", 3},
+      {chain, R"({"Type":"Instance","TId":"1"})", 0},
+      {R"({"Type":"Instance","Id":"1","TId":"2"},{"Type":"Instance","Id":"2","TId":"1"})",
+       R"({"Type":"Instance","TId":"1"})", 2},
+      {"", placed(matrix("0", "1")), 2},
+      {"", placed(matrix("1e308", "1")), 2},
+      {"", placed(matrix("-1", "1")) + "," + placed(matrix("3", "1")), 0},
+  };
+  for (const auto& one : cases) {
+    WriteGzip(model + "/index.gz", R"({"Metadata":{"PkgShape":1,"PkgGRep":1},"Types":[)" + one.types +
+                                       R"(],"Items":[)" + one.items + "]}");
+    for (const char* const name : {"out.step", "out.brep"}) {
+      std::string out, err;
+      EXPECT_EQ(Mirel({"export", model, scratch.GetPath() + name}, out, &err), one.code)
+          << name << one.items << one.types.substr(0, 100) << "\n"
+          << err;
+    }
+  }
+}
+
+// Places in STEP only turn and move: what else a placement does is done to the body.
+TEST(ExactExport, MirroredScaledAndShearedBodiesAreWrittenAsTheyAreSeen) {
+  const TestFolder scratch;
+  const std::string model = scratch.GetPath() + "model", step = scratch.GetPath() + "out.step",
+                    again = scratch.GetPath() + "again";
+  ASSERT_EQ(Mirel({"save", "-q", MIREL_SAMPLE, model}), 0);
+  const std::string index = Inflate(model + "/index.gz");
+  const std::size_t at = index.find("\"SId\":\"") + 7;
+  const std::string body = index.substr(at, index.find('"', at) - at);
+  std::string children;
+  for (const char* const matrix : {"-1,0,0,0,0,1,0,0,0,0,1,0,5,6,7,1", "0,2,0,0,-2,0,0,0,0,0,2,0,1,2,3,1",
+                                   "1,0,0,0,0.5,1,0,0,0,0,1,0,0,0,0,1", "0,1,0,0,1,0,0,0,0,0,1,0,9,9,9,1"})
+    children += (children.empty() ? "" : ",") +
+                (R"({"Type":"Shape","Id":"1","Name":"part","Color":[0,1,0],"SId":")" + body +
+                 R"(","FColor":[],"Transform":[)") +
+                matrix + "]}";
+  WriteGzip(
+      model + "/index.gz",
+      R"({"Metadata":{"PkgShape":1,"PkgGRep":1},"Types":[],"Items":[{"Type":"Group","Id":"2","Children":[)" +
+          children + "]}]}");
+  std::string out, err;
+  ASSERT_EQ(Mirel({"export", model, step}, out, &err), 0) << err;
+  ASSERT_EQ(Mirel({"save", "-q", step, again}, out, &err), 0) << err;
+  const Model before(model), after(again);
+  ASSERT_EQ(after.GetPlaced().size(), 4u);
+  for (std::size_t i = 0; i < 4; ++i) {
+    const Placed &a = before.GetPlaced()[i], &b = after.GetPlaced()[i];
+    const double volume = a.volume * std::abs(glm::determinant(a.matrix));
+    EXPECT_NEAR(b.volume, volume, 1e-6 * volume) << i;
+    EXPECT_NEAR(glm::determinant(b.matrix), 1.0, 1e-9) << i;
+    // Where it stands: the middle of the faces in green, weighted by area, moves with the placement unless it shears.
+    if (i == 2) continue;
+    const glm::dvec3 was = a.colors.at({0, 10000, 0}).moment / a.area,
+                     is = b.colors.at({0, 10000, 0}).moment / b.area;
+    EXPECT_LT(
+        glm::distance(glm::dvec3(a.matrix * glm::dvec4(was, 1)), glm::dvec3(b.matrix * glm::dvec4(is, 1))),
+        1e-6)
+        << i;
+  }
 }
 
 // MIREL_EXPORT_FILES may name files that `mirel save` reads, one a line.

@@ -40,6 +40,7 @@ class OddProgramInput : public ::testing::Test {
       ExpectRefusal(verb, {verb, input}, message);
     ExpectRefusal("run", {"run", "ImportLiteModel", "--file", input + "/index.gz"}, message);
     ExpectRefusal("picture", {"picture", "--size", "40x30", input, path_ + "out.png"}, message);
+    ExpectRefusal("export", {"export", input, path_ + "out.glb"}, message);
   }
   void ExpectRefusal(const std::string& verb, const std::vector<std::string>& command,
                      const std::string& message) {

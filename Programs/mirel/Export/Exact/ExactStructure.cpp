@@ -334,7 +334,7 @@ std::uint64_t ExactStructureMaker::CountPlaced(const ExactStructure& structure) 
   constexpr std::uint64_t kMost = std::numeric_limits<std::uint64_t>::max();
   std::vector<std::uint64_t> counts;
   for (const Product& product : structure.products) {
-    std::uint64_t count = product.isAssembly ? 0 : 1;
+    std::uint64_t count = 1;
     for (const Component& component : product.components) {
       count = counts[component.product] > kMost - count ? kMost : count + counts[component.product];
     }

@@ -63,7 +63,7 @@ class ExactStructureMaker {
   static ExactStructure Make(const LiteModel& model, const Extras* extras,
                              const std::set<ExactStructure::Id>& only);
 
-  /// How many bodies there are to be placed when all assemblies are unfolded; the largest number when there are more.
+  /// How many products there are when all assemblies are unfolded; the largest number when there are more.
   static std::uint64_t CountPlaced(const ExactStructure& structure);
 };
 

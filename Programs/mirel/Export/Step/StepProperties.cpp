@@ -69,8 +69,13 @@ std::uint64_t CountProperties(const Extras::Properties& properties) {
 }  // namespace
 
 void StepProperties::Add(const std::vector<Extras::Layer>& layers) {
-  products_.GetSession()->ComputeGraph(Standard_True);  // what is validated is found by it
-  for (const ExtrasIndex::Saying& saying : extras_.GetSayings()) {
+  const std::vector<ExtrasIndex::Saying>& all = extras_.GetSayings();
+  if (std::any_of(all.begin(), all.end(),
+                  [](const auto& said) { return CountProperties(said.item->properties) > 0; })) {
+    products_.GetSession()->ComputeGraph(
+        Standard_True);  // what is validated is found by it, and it takes long
+  }
+  for (const ExtrasIndex::Saying& saying : all) {
     for (const ExtrasIndex::Subject& subject : saying.subjects) {
       const Extras::Item& said = *saying.item;
       if (subject.component) {

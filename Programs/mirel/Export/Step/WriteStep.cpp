@@ -1,6 +1,7 @@
 #include <Programs/mirel/Export/Step/WriteStep.h>
 
 #include <Programs/mirel/Export/Step/ExtrasIndex.h>
+#include <Programs/mirel/Export/Step/PlaneCurves.h>
 #include <Programs/mirel/Export/Step/StepProducts.h>
 #include <Programs/mirel/Export/Step/StepProperties.h>
 #include <Programs/mirel/Export/Step/StepStyles.h>
@@ -8,6 +9,8 @@
 #include <Programs/mirel/Import/OcctMessages.h>
 #include <Programs/mirel/Import/OcctProgress.h>
 #include <Programs/mirel/Text/Utf8.h>
+
+#include <Viewer/Kernel/Host/Core/ShareOut.h>
 
 #include <APIHeaderSection_MakeHeader.hxx>
 #include <Interface_HArray1OfHAsciiString.hxx>
@@ -19,6 +22,7 @@
 #include <XSControl_WorkSession.hxx>
 
 #include <exception>
+#include <limits>
 #include <new>
 
 namespace mirel {
@@ -98,6 +102,12 @@ void Write(const StepRequest& request, StageProgress& progress, StepResult& resu
   Interface_Static::SetCVal("write.step.unit", "MM");
   Interface_Static::SetCVal("write.step.schema", request.isAp214 ? "AP214IS" : "AP242DIS");
 
+  const std::vector<ExactStructure::Product>& all = request.structure.products;
+  ShareOut(all.size(), std::numeric_limits<std::size_t>::max(), [&](std::size_t i) {
+    if (!all[i].isAssembly) {
+      PlaneCurves::Store(request.shapes[i]);
+    }
+  });
   StepProducts products(request.structure, request.shapes);
   progress.Begin("transfer");
   const Handle(OcctProgress) indicator = new OcctProgress(progress);

@@ -21,11 +21,12 @@ class StageProgress;
 /// What is to be written as STEP.
 struct StepRequest {
   const ExactStructure& structure;
-  const std::vector<TopoDS_Shape>& shapes;  ///< of the products, as `ExactShapes` makes them
-  const Extras* extras = nullptr;           ///< may be null
-  std::string name;                         ///< that the file gives to itself
-  std::string program;                      ///< that writes it, with its version
-  bool isAp214 = false;                     ///< AP242 otherwise
+  const std::vector<TopoDS_Shape>&
+      shapes;                      ///< of the products, as `ExactShapes` makes them; edges get curves
+  const Extras* extras = nullptr;  ///< may be null
+  std::string name;                ///< that the file gives to itself
+  std::string program;             ///< that writes it, with its version
+  bool isAp214 = false;            ///< AP242 otherwise
 };
 
 struct StepResult {
