@@ -170,8 +170,8 @@ void AmbientOcclusion::AddRays(const std::vector<Surface>& surfaces, const Grid&
                                int width, Rays& rays) const {
   static const Pattern pattern = MakePattern();
   std::array<Axes, kGridSize> axes;
-  std::array<glm::dvec3, kGridSize> starts;
-  std::array<std::size_t, kGridSize> places;
+  std::array<glm::dvec3, kGridSize> starts = {};
+  std::array<std::size_t, kGridSize> places = {};
   std::size_t count = 0;
   for (int y = grid.top; y < grid.bottom; y += kPattern) {
     for (int x = grid.left; x < grid.right; x += kPattern) {

@@ -132,9 +132,9 @@ void SurfaceFinder::Find(const std::vector<Point>& points, std::vector<Surface>&
 void SurfaceFinder::FindSome(const Point* points, std::size_t count, Surface* surfaces,
                              RayCaster::Layer layer) const {
   std::array<Ray, kAtOnce> rays;
-  std::array<int, kAtOnce> planes;
+  std::array<int, kAtOnce> planes = {};
   std::array<RayHit, kAtOnce> hits;
-  std::array<std::uint32_t, kAtOnce> places;
+  std::array<std::uint32_t, kAtOnce> places = {};
   std::size_t cast = 0;
   for (std::size_t i = 0; i < count; ++i) {
     if (IsAside(points[i].point, points[i].point)) continue;
