@@ -42,5 +42,6 @@ std::vector<Task> PictureTasks();
 std::vector<Task> WindowTasks();
 std::vector<Task> PythonTasks();  ///< none where the package is not built
 std::vector<Task> ExportTasks();
+std::vector<Task> DiffTasks();
 
 }  // namespace mirel::bench
