@@ -407,7 +407,7 @@ std::string ChangeReport::MakeText(const std::string& oldPath, const std::string
   text += Plural::Count(oldParts, "part|parts") + " before, " + std::to_string(newParts) + " after, " +
           std::to_string(changes.CountEqualParts()) + " equal\n";
   if (const std::size_t rewritten = changes.GetBodies().CountRewritten()) {
-    text += Plural::Count(rewritten, "body is|bodies are") + " written in other bytes and the same within " +
+    text += Plural::Count(rewritten, "body|bodies is|are") + " written in other bytes and the same within " +
             Format(BodyFigures::kTolerance, 1) + " mm\n";
   }
   return text;
