@@ -261,9 +261,12 @@ BodyMeasure& BodyMeasure::operator+=(const BodyMeasure& other) {
 }
 
 std::optional<double> BodyMeasure::GetMass(double density) const {
+  return volume ? std::optional(GetMass(*volume, density)) : std::nullopt;
+}
+
+double BodyMeasure::GetMass(double volume, double density) {
   constexpr double kCubicMmPerCubicCm = 1000.0;
-  if (!volume) return std::nullopt;
-  return *volume / kCubicMmPerCubicCm * density;
+  return volume / kCubicMmPerCubicCm * density;
 }
 
 std::optional<EdgeMeasure> MeasureEdge(const ExactPart& edge) {

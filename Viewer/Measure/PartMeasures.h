@@ -66,6 +66,8 @@ struct BodyMeasure {
 
   /// In grams, for a density in grams per cubic centimetre (steel 7.85, aluminium 2.70, water 1).
   std::optional<double> GetMass(double density) const;
+  /// The same of a volume in mm³.
+  static double GetMass(double volume, double density);
 };
 
 std::optional<EdgeMeasure> MeasureEdge(const ExactPart& edge);

@@ -37,6 +37,12 @@
 
 namespace mirel {
 
+namespace {
+
+constexpr double kSnapTolerance = 6.0;  // how far from an edge or a vertex a click still means it, in pixels
+
+}  // namespace
+
 MainWindow::MainWindow(DesktopHost& host) : host_(host) {
   setWindowTitle("Mirel");
   setAcceptDrops(true);
@@ -61,7 +67,10 @@ MainWindow::MainWindow(DesktopHost& host) : host_(host) {
     view_->update();
   });
   view_->AddOverlay([this](QPainter& painter) { MeasureLabels(*measures_, *view_).Paint(painter); });
-  view_->SetClickFilter([this](const QPointF& point, Qt::KeyboardModifiers) { return TakeMeasureClick(point); });
+  view_->SetClickFilter(
+      [this](const QPointF& point, Qt::KeyboardModifiers) { return TakeMeasureClick(point); });
+  view_->SetHoverListener([this](const QPointF& point) { ShowSnap(point); });
+  connect(measures_.get(), &MeasureSession::HintChanged, view_, [this] { view_->update(); });
   connect(view_, &ModelView::Broken, this, [this](const QString& reason) { Tell({reason}); });
   connect(view_, &ModelView::MenuWanted, this, &MainWindow::ShowMenu);
   connect(tree_, &TreePanel::MenuWanted, this, &MainWindow::ShowMenu);
@@ -239,9 +248,17 @@ bool MainWindow::TakeMeasureClick(const QPointF& point) {
     Tell({tr("parts that are moved apart cannot be measured; put them together first")});
     return true;
   }
-  constexpr double kTolerance = 6.0;
-  measures_->Take(view_->Pick(point, kTolerance), point, view_->GetCamera(), {view_->width(), view_->height()});
+  measures_->Take(view_->Pick(point, kSnapTolerance), point, view_->GetCamera(),
+                  {view_->width(), view_->height()});
   return true;
+}
+
+// Marks what a click would snap to.
+void MainWindow::ShowSnap(const QPointF& point) {
+  if (measures_->GetTool() != MeasureSession::Tool::kNone && document_->GetState().explosion == 0.0) {
+    measures_->PointAt(view_->Pick(point, kSnapTolerance), point, view_->GetCamera(),
+                       {view_->width(), view_->height()});
+  }
 }
 
 void MainWindow::TakeFileChange(const QString& path) {

@@ -66,6 +66,7 @@ class MainWindow : public QMainWindow {
   void TakeOpened(const QString& path, const class SceneNode* root);
   void TakeFileChange(const QString& path);
   bool TakeMeasureClick(const QPointF& point);
+  void ShowSnap(const QPointF& point);
 
   DesktopHost& host_;
   std::unique_ptr<Document> document_;

@@ -1,5 +1,6 @@
 #include <Programs/mirel-viewer/Document/Document.h>
 
+#include <Programs/mirel-viewer/Document/BackgroundThread.h>
 #include <Programs/mirel-viewer/Document/NodeColoring.h>
 #include <Programs/mirel-viewer/Document/ViewChange.h>
 
@@ -14,13 +15,15 @@
 namespace mirel {
 
 Document::Document(std::shared_ptr<Viewer> viewer) : viewer_(std::move(viewer)) {
-  workers_.setMaxThreadCount(1);  // snapshots come in the order in which they were asked for
+  // Snapshots come in the order in which they were asked for.
+  workers_.setMaxThreadCount(1);
+  casters_.setMaxThreadCount(1);
 }
 
 Document::~Document() {
   ++snapshotNumber_;
   workers_.clear();
-  workers_.waitForDone();
+  WaitForSnapshot();
 }
 
 const std::vector<std::shared_ptr<SceneNode>>& Document::GetRoots() const {
@@ -95,18 +98,30 @@ void Document::RenewSnapshot() {
       });
     };
     try {
-      Snapshot made(std::make_shared<const DrawScene>(roots, visibility, coloring.GetFunction()));
+      const Snapshot made(std::make_shared<const DrawScene>(roots, visibility, coloring.GetFunction()));
       deliver(made);
-      made.caster = std::make_shared<const RayCaster>(made.scene, RayCaster::Aim::kMemory);
-      deliver(made);
+      casters_.clear();
+      casters_.start([made, deliver] { AddCaster(made, deliver); });
     } catch (const std::exception&) {
       // Memory has ended: what was drawn before stays, and what was opened is listed in the tree.
     }
   });
 }
 
+// The picture comes first.
+void Document::AddCaster(Snapshot snapshot, const std::function<void(const Snapshot&)>& deliver) {
+  StepBack();
+  try {
+    snapshot.caster = std::make_shared<const RayCaster>(snapshot.scene, RayCaster::Aim::kMemory);
+    deliver(snapshot);
+  } catch (const std::exception&) {
+    // Memory has ended: the graphics card tells what is under the mouse.
+  }
+}
+
 void Document::WaitForSnapshot() {
   workers_.waitForDone();
+  casters_.waitForDone();
 }
 
 void Document::ChangeState(const QString& text, const std::function<void(ViewState&)>& change, int mergeKey) {

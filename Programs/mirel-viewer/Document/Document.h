@@ -98,6 +98,7 @@ class Document : public QObject {
 
   void SetState(const ViewState& state);
   void RenewSnapshot();
+  static void AddCaster(Snapshot snapshot, const std::function<void(const Snapshot&)>& deliver);
   void ForgetNodesOutside();
 
   std::shared_ptr<Viewer> viewer_;
@@ -112,7 +113,8 @@ class Document : public QObject {
   const SceneNode* current_ = nullptr;
   const SceneNode* hovered_ = nullptr;
   QUndoStack undo_;
-  QThreadPool workers_;
+  QThreadPool workers_;  // make scenes, one after the other
+  QThreadPool casters_;  // make ray casters, behind everything else
 };
 
 }  // namespace mirel

@@ -26,7 +26,8 @@ struct Snapshot {
   std::vector<std::uint32_t> FindPlacements(const std::unordered_set<const SceneNode*>& nodes) const;
 
  private:
-  std::shared_ptr<const std::vector<std::uint32_t>> byNode_;  // placements in the order of their nodes' addresses
+  std::shared_ptr<const std::vector<std::uint32_t>>
+      byNode_;  // placements in the order of their nodes' addresses
 };
 
 }  // namespace mirel

@@ -11,7 +11,7 @@ namespace mirel {
 
 namespace {
 
-constexpr double kDot = 3.5;
+constexpr double kDot = 3.5, kRing = 7.0;
 constexpr int kMargin = 4, kAway = 14;
 
 void PaintDot(QPainter& painter, const QPointF& place) {
@@ -29,6 +29,13 @@ void MeasureLabels::Paint(QPainter& painter) const {
   if (const auto first = session_.GetFirstPick()) {
     if (const auto place = view_.Project(*first)) {
       PaintDot(painter, *place);
+    }
+  }
+  if (const auto& hint = session_.GetHint()) {
+    if (const auto place = view_.Project(hint->point)) {
+      painter.setBrush(Qt::NoBrush);
+      painter.drawEllipse(*place, kRing, kRing);
+      painter.drawText(*place + QPointF(kAway, kAway), hint->kind);
     }
   }
   for (const MeasureResult& result : session_.GetResults()) {

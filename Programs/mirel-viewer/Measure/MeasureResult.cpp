@@ -171,9 +171,7 @@ QString MeasureResult::FormatMass(double density) const {
   if (density <= 0.0 || values.empty() || values[0].kind != Kind::kVolume) {
     return QString();
   }
-  BodyMeasure body;
-  body.volume = values[0].value.x;
-  return QString::fromStdString(MeasureUnit::FormatMass(*body.GetMass(density)));
+  return QString::fromStdString(MeasureUnit::FormatMass(BodyMeasure::GetMass(values[0].value.x, density)));
 }
 
 QString MeasureResult::MakeText(const MeasureUnit& unit, double density) const {

@@ -46,6 +46,8 @@ MeasureSession::MeasureSession(Document& document) : document_(document) {
   worker_.setMaxThreadCount(1);
   connect(&document_, &Document::RootRemoved, this, [this](const SceneNode* root) {
     ++round_;
+    wanted_ = nullptr;
+    SetHint(std::nullopt);
     ForgetFirst();
     const auto belongs = [root](const MeasureResult& result) {
       return result.root == root || result.root == nullptr;
@@ -63,6 +65,8 @@ MeasureSession::~MeasureSession() {
 
 void MeasureSession::SetTool(Tool tool) {
   tool_ = tool;
+  wanted_ = nullptr;
+  SetHint(std::nullopt);
   ForgetFirst();
   emit Changed();
 }
@@ -76,15 +80,7 @@ void MeasureSession::Take(const PickResult& pick, const QPointF& point, const Ca
     emit Told({tr("a cut is not part of the body; pick a face, an edge or a vertex of it")});
     return;
   }
-  const DrawScene& scene = *document_.GetSnapshot().scene;
-  Target target;
-  target.pick = pick;
-  target.point = {point.x(), point.y()};
-  target.camera = camera;
-  target.size = size;
-  target.grep = scene.GetBatch(pick.hit.placement).grep;
-  target.placement = glm::dmat4(scene.GetPlacement(pick.hit.placement));
-  target.root = scene.GetPath(pick.hit.placement).front();
+  const Target target = *MakeTarget(pick, point, camera, size);
   if (tool_ == Tool::kDistance) {
     TakeDistance(target);
     return;
@@ -98,6 +94,63 @@ void MeasureSession::Take(const PickResult& pick, const QPointF& point, const Ca
       }
     });
   });
+}
+
+std::optional<MeasureSession::Target> MeasureSession::MakeTarget(const PickResult& pick, const QPointF& point,
+                                                                 const Camera& camera,
+                                                                 const glm::dvec2& size) const {
+  if (pick.kind == PickResult::Kind::kNothing ||
+      (pick.kind == PickResult::Kind::kFace && pick.hit.face >= FaceMap::kCut)) {
+    return std::nullopt;
+  }
+  const DrawScene& scene = *document_.GetSnapshot().scene;
+  Target target;
+  target.pick = pick;
+  target.point = {point.x(), point.y()};
+  target.camera = camera;
+  target.size = size;
+  target.grep = scene.GetBatch(pick.hit.placement).grep;
+  target.placement = glm::dmat4(scene.GetPlacement(pick.hit.placement));
+  target.root = scene.GetPath(pick.hit.placement).front();
+  return target;
+}
+
+void MeasureSession::PointAt(const PickResult& pick, const QPointF& point, const Camera& camera,
+                             const glm::dvec2& size) {
+  const std::optional<Target> target = MakeTarget(pick, point, camera, size);
+  wanted_ = target ? std::make_shared<const Target>(*target) : nullptr;
+  if (!target) {
+    SetHint(std::nullopt);
+  } else if (!isLooking_) {
+    FindHint();
+  }
+}
+
+// One at a time: of all places that the mouse was at meanwhile, only the last counts.
+void MeasureSession::FindHint() {
+  isLooking_ = true;
+  worker_.start([this, target = std::exchange(wanted_, nullptr), round = round_] {
+    const std::optional<ExactPick> exact = isEnding_ ? std::nullopt : Decode(*target);
+    const bool isPoint = exact && exact->part.GetKind() == ExactPart::Kind::kPoint;
+    const auto hint = isPoint ? std::optional(Hint{exact->point, exact->kind}) : std::nullopt;
+    QMetaObject::invokeMethod(
+        this,
+        [this, hint, round] {
+          isLooking_ = false;
+          SetHint(round == round_ && tool_ != Tool::kNone ? hint : std::nullopt);
+          if (wanted_) {
+            FindHint();
+          }
+        },
+        Qt::QueuedConnection);
+  });
+}
+
+void MeasureSession::SetHint(const std::optional<Hint>& hint) {
+  if (hint || hint_) {
+    hint_ = hint;
+    emit HintChanged();
+  }
 }
 
 void MeasureSession::TakeDistance(const Target& target) {

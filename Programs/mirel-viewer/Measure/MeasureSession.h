@@ -41,6 +41,8 @@ class MeasureSession : public QObject {
 
   /// A pick at a point of a picture of `size`, which is seen with `camera`.
   void Take(const PickResult& pick, const QPointF& point, const Camera& camera, const glm::dvec2& size);
+  /// The same of where the mouse only is: what a click there would mean is told by `GetHint`, a moment later.
+  void PointAt(const PickResult& pick, const QPointF& point, const Camera& camera, const glm::dvec2& size);
   /// Volume, area and centre of mass of all bodies that are selected.
   void MeasureSelection();
 
@@ -53,6 +55,14 @@ class MeasureSession : public QObject {
   /// Where the first of two picks is, while the second is missing.
   std::optional<glm::dvec3> GetFirstPick() const;
 
+  /// A place to snap to, and what it is.
+  struct Hint {
+    glm::dvec3 point;
+    QString kind;
+  };
+  /// The one that the mouse is near; nothing when it is near none.
+  const std::optional<Hint>& GetHint() const { return hint_; }
+
   const MeasureUnit& GetUnit() const { return unit_; }
   void SetUnit(const MeasureUnit& unit);
   /// In g/cm³; 0 when nobody has said.
@@ -62,6 +72,7 @@ class MeasureSession : public QObject {
  signals:
   /// Results, the tool, the unit or what is on its way.
   void Changed();
+  void HintChanged();
   /// Why something cannot be measured.
   void Told(const QStringList& messages);
 
@@ -75,6 +86,10 @@ class MeasureSession : public QObject {
   };
   using Outcome = std::optional<MeasureResult>;
 
+  std::optional<Target> MakeTarget(const PickResult& pick, const QPointF& point, const Camera& camera,
+                                   const glm::dvec2& size) const;
+  void SetHint(const std::optional<Hint>& hint);
+  void FindHint();
   static std::optional<ExactPick> Decode(const Target& target);
   static Outcome MeasureOne(const ExactPick& pick);
   void TakeDistance(const Target& target);
@@ -91,6 +106,9 @@ class MeasureSession : public QObject {
   std::optional<ExactPick> first_;  // what the user is shown of it
   /// The first of two picks, for the worker alone, which may be behind with several; another object for each new start.
   std::shared_ptr<std::optional<ExactPick>> waiting_ = std::make_shared<std::optional<ExactPick>>();
+  std::optional<Hint> hint_;
+  std::shared_ptr<const Target> wanted_;  // what the mouse is at, when no hint was looked for there yet
+  bool isLooking_ = false;
   unsigned pending_ = 0;
   unsigned round_ = 0;  // results of an earlier one are not wanted any more
   std::atomic<bool> isEnding_{false};

@@ -1,5 +1,6 @@
 #include <Programs/mirel-viewer/Opening/ModelOpener.h>
 
+#include <Programs/mirel-viewer/Document/BackgroundThread.h>
 #include <Programs/mirel-viewer/Document/Document.h>
 
 #include <Viewer/Kernel/Host/Application/StreamModelLoader.h>
@@ -24,6 +25,7 @@ QString GetTitle(const QString& path) {
 
 ModelOpener::ModelOpener(Document& document) : QObject(&document), document_(document) {
   thread_.setMaxThreadCount(1);
+  thread_.setExpiryTimeout(0);  // each opening begins with a thread of full speed
 }
 
 ModelOpener::~ModelOpener() {
@@ -69,7 +71,12 @@ void ModelOpener::Open(const QString& path) {
   const auto task = std::make_shared<OpenTask>(path, settings_, std::move(receiver));
   tasks_.push_back(task);
   ++waiting_;
-  thread_.start([this, task, path] { Run(task, path); });
+  thread_.start([this, task, path, isBehind = !document_.GetRoots().empty()] {
+    if (isBehind) {
+      StepBack();  // somebody looks at what is there already
+    }
+    Run(task, path);
+  });
 }
 
 void ModelOpener::Run(const std::shared_ptr<OpenTask>& task, const QString& path) {

@@ -57,6 +57,7 @@ PictureDialog::PictureDialog(Document& document, const ModelView& view, QWidget*
   occlusion_->setChecked(true);
   error_ = new QLabel(this);
   error_->setWordWrap(true);
+  error_->setObjectName("Error");
   error_->hide();
 
   auto* const form = new QFormLayout;

@@ -3,6 +3,7 @@
 #include <Programs/mirel-viewer/Document/Document.h>
 
 #include <QApplication>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QFileDialog>
 #include <QHeaderView>
@@ -25,6 +26,8 @@ PartsPanel::PartsPanel(Document& document, QWidget* parent)
   table_->verticalHeader()->hide();
   table_->setSelectionBehavior(QAbstractItemView::SelectRows);
   table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+  only_ = new QCheckBox(tr("Only what is selected"), this);
+  only_->setObjectName("OnlySelected");
   sum_ = new QLabel(this);
   auto* const save = new QPushButton(tr("Save as CSV..."), this);
   auto* const copy = new QPushButton(tr("Copy"), this);
@@ -36,6 +39,7 @@ PartsPanel::PartsPanel(Document& document, QWidget* parent)
   buttons->addWidget(copy);
   auto* const layout = new QVBoxLayout(this);
   layout->setContentsMargins(4, 4, 4, 4);
+  layout->addWidget(only_);
   layout->addWidget(table_);
   layout->addLayout(buttons);
 
@@ -46,8 +50,14 @@ PartsPanel::PartsPanel(Document& document, QWidget* parent)
     parts_ = std::make_unique<PartsList>(PartsList({}, {}));
     table_->setRowCount(0);
   });
+  connect(only_, &QCheckBox::toggled, this, &PartsPanel::Count);
   connect(&document_, &Document::RootsChanged, this, [this] {
     if (isVisible()) {
+      Count();
+    }
+  });
+  connect(&document_, &Document::SelectionChanged, this, [this] {
+    if (isVisible() && only_->isChecked() && !isSelecting_) {
       Count();
     }
   });
@@ -60,8 +70,16 @@ void PartsPanel::showEvent(QShowEvent* event) {
   Count();
 }
 
+PartsList PartsPanel::MakeList() const {
+  if (!only_->isChecked()) {
+    return PartsList(document_.GetRoots(), {});
+  }
+  return document_.GetSelection().empty() ? PartsList({}, {})
+                                          : PartsList(document_.GetRoots(), document_.GetSelection());
+}
+
 void PartsPanel::Count() {
-  parts_ = std::make_unique<PartsList>(document_.GetRoots(), Document::Nodes());
+  parts_ = std::make_unique<PartsList>(MakeList());
   table_->setRowCount(static_cast<int>(parts_->GetParts().size()));
   for (int row = 0; row < table_->rowCount(); ++row) {
     const PartsList::Part& part = parts_->GetParts()[static_cast<std::size_t>(row)];
@@ -75,7 +93,9 @@ void PartsPanel::Count() {
 
 void PartsPanel::SelectRow(int row) {
   const PartsList::Part& part = parts_->GetParts()[static_cast<std::size_t>(row)];
+  isSelecting_ = true;  // the list that is clicked on stays
   document_.Select(PartsList::FindEqual(document_.GetRoots(), *part.first), part.first);
+  isSelecting_ = false;
 }
 
 void PartsPanel::CopyTable() {
@@ -93,7 +113,7 @@ void PartsPanel::SaveTable() {
 }
 
 bool PartsPanel::SaveTable(const QString& path, QString& reason) const {
-  const PartsList parts(document_.GetRoots(), {});
+  const PartsList parts = MakeList();
   QSaveFile file(path);
   if (!file.open(QIODevice::WriteOnly) || file.write(parts.MakeTable(',').toUtf8()) < 0 || !file.commit()) {
     reason = file.errorString();

@@ -6,6 +6,7 @@
 
 #include <memory>
 
+class QCheckBox;
 class QLabel;
 class QTableWidget;
 
@@ -13,7 +14,7 @@ namespace mirel {
 
 class Document;
 
-/// How many of which part there are: of all, or of what is selected. Counted when it is shown.
+/// How many of which part there are: of all, or of what is selected. Counted while it is shown.
 class PartsPanel : public QWidget {
   Q_OBJECT
 
@@ -35,11 +36,14 @@ class PartsPanel : public QWidget {
 
  private:
   void Count();
+  PartsList MakeList() const;
   void SelectRow(int row);
 
   Document& document_;
   std::unique_ptr<PartsList> parts_;
   QTableWidget* table_;
+  bool isSelecting_ = false;
+  QCheckBox* only_;  // what is selected
   QLabel* sum_;
 };
 

@@ -21,7 +21,11 @@ struct SceneTreeModel::Row {
 };
 
 SceneTreeModel::SceneTreeModel(Document& document, QObject* parent)
-    : QAbstractItemModel(parent), document_(document) {
+    : QAbstractItemModel(parent),
+      document_(document),
+      fileIcon_(QApplication::style()->standardIcon(QStyle::SP_DriveHDIcon)),
+      groupIcon_(QApplication::style()->standardIcon(QStyle::SP_DirIcon)),
+      bodyIcon_(QApplication::style()->standardIcon(QStyle::SP_FileIcon)) {
   Reset(true);
   connect(&document_, &Document::RootRemoved, this, [this] { Reset(false); });
   connect(&document_, &Document::RootsChanged, this, [this] { Reset(true); });
@@ -101,13 +105,10 @@ QVariant SceneTreeModel::data(const QModelIndex& index, int role) const {
     return GetTitle(node);
   case Qt::ToolTipRole:
     return GetTitle(node) + (node.GetUserId() == 0 ? QString() : tr("\nid %1").arg(node.GetUserId()));
-  case Qt::DecorationRole: {
-    const bool isFile = node.GetParent() == nullptr;
-    return QApplication::style()->standardIcon(isFile ? QStyle::SP_DriveHDIcon
-                                               : node.GetKind() == SceneNodeKind::kGroup
-                                                   ? QStyle::SP_DirIcon
-                                                   : QStyle::SP_FileIcon);
-  }
+  case Qt::DecorationRole:
+    return node.GetParent() == nullptr               ? fileIcon_
+           : node.GetKind() == SceneNodeKind::kGroup ? groupIcon_
+                                                     : bodyIcon_;
   case Qt::ForegroundRole:
     return document_.IsHidden(node)
                ? QVariant(QApplication::palette().brush(QPalette::Disabled, QPalette::Text))

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QAbstractItemModel>
+#include <QIcon>
 
 #include <memory>
 #include <vector>
@@ -45,6 +46,7 @@ class SceneTreeModel : public QAbstractItemModel {
   std::vector<Row>& Open(Row& row) const;
 
   Document& document_;
+  const QIcon fileIcon_, groupIcon_, bodyIcon_;
   std::unique_ptr<Row> root_;
 };
 

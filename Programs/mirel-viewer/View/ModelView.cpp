@@ -30,6 +30,7 @@ constexpr double kKeyTurn = 0.2618;  // 15 degrees
 constexpr double kKeyPan = 0.1;
 constexpr double kClickPixels = 4.0;
 constexpr int kSamples = 9;
+constexpr std::size_t kUploadBytes = 16u << 20;  // a frame, so that most models are there with the first one
 
 }  // namespace
 
@@ -181,6 +182,7 @@ void ModelView::paintGL() {
     options.width = static_cast<int>(std::lround(width() * ratio));
     options.height = static_cast<int>(std::lround(height() * ratio));
     options.samples = kSamples;
+    options.uploadBytes = kUploadBytes;
     options.edges = document_.GetDisplay().edges;
     options.sections = document_.GetState().sections;
     options.offsetFactor = static_cast<float>(document_.GetState().explosion);
@@ -377,6 +379,9 @@ void ModelView::Hover(const QPointF& point) {
   }
   setCursor(section >= 0 ? Qt::SizeAllCursor : cube ? Qt::PointingHandCursor : Qt::ArrowCursor);
   document_.SetHovered(cube || section >= 0 ? nullptr : FindNode(point));
+  if (hoverListener_) {
+    hoverListener_(point);
+  }
 }
 
 void ModelView::leaveEvent(QEvent* event) {

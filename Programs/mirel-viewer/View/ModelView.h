@@ -60,6 +60,10 @@ class ModelView : public QOpenGLWidget {
   using ClickFilter = std::function<bool(const QPointF& point, Qt::KeyboardModifiers modifiers)>;
   void SetClickFilter(ClickFilter filter) { clickFilter_ = std::move(filter); }
 
+  /// Hears where the mouse is while no button is down.
+  using HoverListener = std::function<void(const QPointF& point)>;
+  void SetHoverListener(HoverListener listener) { hoverListener_ = std::move(listener); }
+
   /// How long the last frame took, in ms, and how many there were.
   double GetFrameTime() const { return frameTime_; }
   unsigned GetFrameCount() const { return frameCount_; }
@@ -124,6 +128,7 @@ class ModelView : public QOpenGLWidget {
 
   std::vector<Overlay> overlays_;
   ClickFilter clickFilter_;
+  HoverListener hoverListener_;
   double frameTime_ = 0.0;
   unsigned frameCount_ = 0;
   bool isComplete_ = false;

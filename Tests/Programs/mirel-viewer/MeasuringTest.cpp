@@ -75,7 +75,11 @@ void MeasuringTest::MeasuresWhatIsClicked() {
   QCOMPARE(list.topLevelItem(0)->text(0), QString("Plane"));
   QVERIFY(FindValue(list, "Area").endsWith(QString(" mm²")));
 
-  // A corner of the box is a vertex, to the last digit.
+  // A corner of the box is a vertex, to the last digit; what a click will mean is seen before.
+  QTest::mouseMove(&view, edge.toPoint() - QPoint(25, 10));
+  const QImage bare = viewer.Grab();
+  QTest::mouseMove(&view, view.Project(corner)->toPoint() + QPoint(-3, 3));
+  QTRY_VERIFY(CompareImages(bare, viewer.Grab(), 30) > 0.00005);
   QTest::mouseClick(&view, Qt::LeftButton, Qt::NoModifier, view.Project(corner)->toPoint() + QPoint(-3, 3));
   QTRY_COMPARE(list.topLevelItemCount(), 2);
   QCOMPARE(list.topLevelItem(1)->text(0), QString("Vertex"));

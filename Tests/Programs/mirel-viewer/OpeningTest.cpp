@@ -6,20 +6,21 @@
 #include <Programs/mirel-viewer/Opening/ConversionCache.h>
 #include <Programs/mirel-viewer/Opening/ModelOpener.h>
 
+#include <BRepPrimAPI_MakeBox.hxx>
+#include <BRepTools.hxx>
+#include <IGESControl_Writer.hxx>
+
+#include <glm/glm.hpp>
+
 #include <QAction>
-#include <QApplication>
 #include <QDir>
 #include <QDirIterator>
 #include <QDropEvent>
-#include <QFileDialog>
 #include <QFileInfo>
-#include <QLineEdit>
 #include <QMimeData>
-#include <QPointer>
 #include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
-#include <QTimer>
 #include <QToolButton>
 
 namespace mirel {
@@ -36,32 +37,6 @@ QString MakeScript(const QString& name, const QByteArray& text) {
   return path;
 }
 
-// The next file dialog is answered with a path. It takes the path once it has listed the folder, so this is tried until the
-// dialog is gone.
-void AnswerDialog(const QString& path) {
-  auto* const timer = new QTimer(qApp);
-  const auto answered = std::make_shared<QPointer<QFileDialog>>();
-  const auto begun = std::make_shared<bool>(false);
-  QObject::connect(timer, &QTimer::timeout, timer, [=] {
-    auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
-    if (*begun && dialog != answered->data()) {
-      timer->deleteLater();
-      return;
-    }
-    if (dialog == nullptr || !dialog->isVisible()) {
-      return;
-    }
-    *answered = dialog;
-    *begun = true;
-    auto* const name = dialog->findChild<QLineEdit*>("fileNameEdit");
-    if (name->text() != path) {
-      name->setText(path);
-    }
-    QTest::keyClick(name, Qt::Key_Return);
-  });
-  timer->start(200);
-}
-
 }  // namespace
 
 class OpeningTest : public QObject {
@@ -73,6 +48,7 @@ class OpeningTest : public QObject {
   void ConvertsSourcesOnce();
   void LivesWithABadCache();
   void KeepsTheCacheSmall();
+  void OpensIgesAndBRepFiles();
   void SaysWhatCannotBeOpened();
   void SurvivesTheConverter();
 };
@@ -97,12 +73,12 @@ void OpeningTest::OpensFoldersIndexesAndArchives() {
 void OpeningTest::AsksForFilesAndTakesDroppedOnes() {
   ViewerWindow viewer;
   const QString index = ViewerWindow::GetSampleFolder() + "/index.gz";
-  AnswerDialog(index);
+  ViewerWindow::AnswerDialog(index);
   viewer.Get().GetMenus().FindAction("Open")->trigger();
   QVERIFY(viewer.Settle());
   QCOMPARE(viewer.GetDocument().GetRoots().size(), std::size_t(1));
   // The module's own command asks through the host, and what it adds is shown in the same way.
-  AnswerDialog(index);
+  ViewerWindow::AnswerDialog(index);
   viewer.Get().GetMenus().FindAction("ImportLiteModel")->trigger();
   QVERIFY(viewer.Settle());
   QCOMPARE(viewer.GetDocument().GetSnapshot().scene->GetPlacementCount(), 44u);
@@ -190,6 +166,21 @@ void OpeningTest::KeepsTheCacheSmall() {
   QVERIFY(cache.Find("c"));
 }
 
+void OpeningTest::OpensIgesAndBRepFiles() {
+  ViewerWindow viewer;
+  const TopoDS_Shape box = BRepPrimAPI_MakeBox(10.0, 20.0, 30.0);
+  const QString brep = ViewerWindow::GetScratch() + "/box.brep",
+                iges = ViewerWindow::GetScratch() + "/box.igs";
+  QVERIFY(BRepTools::Write(box, brep.toUtf8().constData()));
+  IGESControl_Writer writer("MM", 1);
+  QVERIFY(writer.AddShape(box) && writer.Write(iges.toUtf8().constData()));
+  viewer.Get().Open({brep, iges});
+  QVERIFY(viewer.Settle());
+  QCOMPARE(viewer.GetDocument().GetRoots().size(), std::size_t(2));
+  const glm::dvec3 size = viewer.GetDocument().GetSnapshot().scene->GetBox().GetMax();
+  QVERIFY(glm::distance(size, glm::dvec3(10, 20, 30)) < 0.1);
+}
+
 void OpeningTest::SaysWhatCannotBeOpened() {
   ViewerWindow viewer;
   const QString broken = ViewerWindow::GetScratch() + "/broken",
@@ -210,6 +201,15 @@ void OpeningTest::SaysWhatCannotBeOpened() {
   QVERIFY2(said.contains("notes.txt: neither its name nor its content"), qPrintable(said));
   QVERIFY2(said.contains("/nowhere/model.step: no such file"), qPrintable(said));
   QCOMPARE(viewer.GetDocument().GetRoots().size(), std::size_t(1));  // the tree of the broken one
+
+  // What fails while it is already seen: the exact bodies, which come last.
+  const QString damaged = ViewerWindow::GetScratch() + "/damaged";
+  QProcess::execute("cp", {"-r", ViewerWindow::GetSampleFolder(), damaged});
+  QVERIFY(QFile::resize(damaged + "/model/1.gz", 100));
+  viewer.Get().Open({damaged});
+  QVERIFY(viewer.Settle());
+  QVERIFY2(viewer.GetMessages().contains("model/1.gz"), qPrintable(viewer.GetMessages()));
+  QCOMPARE(viewer.GetDocument().GetSnapshot().scene->GetPlacementCount(), 22u);
 }
 
 void OpeningTest::SurvivesTheConverter() {

@@ -11,6 +11,7 @@
 
 #include <QAction>
 #include <QApplication>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QElapsedTimer>
 #include <QLabel>
@@ -98,6 +99,12 @@ void TreeTest::CountsEqualParts() {
   QCOMPARE(lines.front(), QString("Name\tId\tCount"));
   QCOMPARE(sum, 22);
   QVERIFY(lines.filter("Schublade\t6019998976246363950\t2").size() == 1);
+  // Of what is selected alone.
+  viewer.GetDocument().Select({viewer.FindNode("ballast")});
+  viewer.Get().GetParts().findChild<QCheckBox*>("OnlySelected")->setChecked(true);
+  viewer.Get().GetMenus().FindAction("CopyParts")->trigger();
+  QCOMPARE(QApplication::clipboard()->text().count('\n'), 2);
+  viewer.Get().GetParts().findChild<QCheckBox*>("OnlySelected")->setChecked(false);
   const QString file = ViewerWindow::GetScratch() + "/parts.csv";
   QString reason;
   QVERIFY(viewer.Get().GetParts().SaveTable(file, reason));

@@ -11,9 +11,18 @@
 #include <QAction>
 #include <QApplication>
 #include <QClipboard>
+#include <QDialogButtonBox>
+#include <QLabel>
+#include <QOpenGLContext>
+#include <QPointer>
+#include <QPushButton>
 #include <QSpinBox>
 #include <QTest>
 #include <QWheelEvent>
+
+#include <sys/resource.h>
+
+#include <csignal>
 
 namespace mirel {
 
@@ -35,6 +44,22 @@ double Distance(const QPointF& a, const QPointF& b) {
   return QLineF(a, b).length();
 }
 
+// Part of the pixels that differ from what rays draw of the same view.
+double CompareWithRays(ViewerWindow& viewer, const std::vector<SectionPlane>& sections = {}) {
+  const QImage seen = viewer.Grab();
+  PictureOptions options;
+  options.width = seen.width();
+  options.height = seen.height();
+  options.ambientOcclusion = false;
+  options.sections = sections;
+  const Picture picture =
+      PictureRenderer(viewer.GetDocument().GetSnapshot().caster).Draw(viewer.GetView().GetCamera(), options);
+  const QImage drawn(picture.pixels.data(), picture.width, picture.height, QImage::Format_RGBA8888);
+  const double differing = CompareImages(seen, drawn.convertToFormat(QImage::Format_RGB32), 40);
+  qInfo("pixels that differ: %.2f %%", differing * 100);
+  return differing;
+}
+
 }  // namespace
 
 class ViewTest : public QObject {
@@ -44,6 +69,8 @@ class ViewTest : public QObject {
   void MovesAsTheMouseSays();
   void LooksFromSidesAndFits();
   void DrawsWhatPicturesShow();
+  void SavesPictures();
+  void OutlivesItsContext();
 };
 
 void ViewTest::MovesAsTheMouseSays() {
@@ -110,23 +137,10 @@ void ViewTest::DrawsWhatPicturesShow() {
   ViewerWindow viewer;
   QVERIFY(viewer.OpenSample());
   ModelView& view = viewer.GetView();
-  PictureOptions options;
-  options.width = viewer.Grab().width();
-  options.height = viewer.Grab().height();
-  options.ambientOcclusion = false;
-  for (const bool isCut : {false, true}) {
-    if (isCut) {
-      const SectionPlane plane{{1.0, 0.0, 0.0}, 10.0};
-      viewer.GetDocument().ChangeState("section", [&](ViewState& state) { state.sections = {plane}; });
-      options.sections = {plane};
-    }
-    const Picture picture =
-        PictureRenderer(viewer.GetDocument().GetSnapshot().caster).Draw(view.GetCamera(), options);
-    const QImage drawn(picture.pixels.data(), picture.width, picture.height, QImage::Format_RGBA8888);
-    const double differing = CompareImages(viewer.Grab(), drawn.convertToFormat(QImage::Format_RGB32), 40);
-    qInfo("pixels that differ: %.2f %%", differing * 100);
-    QVERIFY(differing < 0.05);  // lines, the cube, the outline of the section
-  }
+  QVERIFY(CompareWithRays(viewer) < 0.05);  // lines, the cube, the outline of the section
+  const SectionPlane plane{{1.0, 0.0, 0.0}, 10.0};
+  viewer.GetDocument().ChangeState("section", [&](ViewState& state) { state.sections = {plane}; });
+  QVERIFY(CompareWithRays(viewer, {plane}) < 0.05);
 
   // The dialog draws the same, at the size that is asked for.
   PictureDialog dialog(viewer.GetDocument(), view, &viewer.Get());
@@ -134,6 +148,56 @@ void ViewTest::DrawsWhatPicturesShow() {
   dialog.findChild<QSpinBox*>("Height")->setValue(200);
   dialog.CopyNow();
   QCOMPARE(QApplication::clipboard()->image().size(), QSize(320, 200));
+}
+
+void ViewTest::SavesPictures() {
+  ViewerWindow viewer;
+  QVERIFY(viewer.OpenSample());
+  PictureDialog dialog(viewer.GetDocument(), viewer.GetView(), &viewer.Get());
+  dialog.findChild<QSpinBox*>("Width")->setValue(320);
+  dialog.findChild<QSpinBox*>("Height")->setValue(200);
+  const auto save = [&dialog](const QString& path) {
+    dialog.show();
+    ViewerWindow::AnswerDialog(path);
+    QTest::mouseClick(dialog.findChild<QDialogButtonBox*>()->button(QDialogButtonBox::Save), Qt::LeftButton);
+    return dialog.isVisible() ? dialog.findChild<QLabel*>("Error")->text() : QString();
+  };
+  const QString path = ViewerWindow::GetScratch() + "/seen.png";
+  QCOMPARE(save(path), QString());
+  QCOMPARE(QImage(path).size(), QSize(320, 200));
+  // Where nothing can be written, and where nothing more fits in, the dialog says so and stays.
+  const QString nowhere = save("/proc/seen.png");
+  QVERIFY2(nowhere.startsWith("/proc/seen.png: "), qPrintable(nowhere));
+  const QString full = ViewerWindow::GetScratch() + "/full.png";
+  rlimit before = {};
+  getrlimit(RLIMIT_FSIZE, &before);
+  const rlimit small = {100, before.rlim_max};
+  const auto handler = std::signal(SIGXFSZ, SIG_IGN);
+  setrlimit(RLIMIT_FSIZE, &small);
+  const QString said = save(full);
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, handler);
+  QVERIFY2(said.startsWith(full + ": "), qPrintable(said));
+  QVERIFY(!QFile::exists(full));
+}
+
+// OpenGL's context goes when a view moves to another window; all is sent anew to the next one.
+void ViewTest::OutlivesItsContext() {
+  ViewerWindow viewer;
+  QVERIFY(viewer.OpenSample());
+  viewer.Grab();
+  ModelView& view = viewer.GetView();
+  const QPointer<QOpenGLContext> context = view.context();
+  QWidget* const place = viewer.Get().takeCentralWidget();
+  place->setParent(nullptr);
+  place->show();
+  QVERIFY(QTest::qWaitForWindowExposed(place));
+  viewer.Grab();
+  viewer.Get().setCentralWidget(place);
+  QVERIFY(viewer.Settle());
+  QVERIFY(context.isNull() || view.context() != context);
+  QVERIFY(CompareWithRays(viewer) < 0.05);
+  QCOMPARE(viewer.GetMessages(), QString());
 }
 
 static const bool g_added = ViewerTests::Add<ViewTest>("View");

@@ -7,10 +7,14 @@
 
 #include <QApplication>
 #include <QDir>
+#include <QFileDialog>
+#include <QLineEdit>
+#include <QPointer>
 #include <QProcess>
 #include <QScreen>
 #include <QTemporaryDir>
 #include <QTest>
+#include <QTimer>
 
 #include <algorithm>
 #include <cstdlib>
@@ -146,6 +150,31 @@ QString ViewerWindow::GetMessages() {
     lines.append(panel->item(row)->text());
   }
   return lines.join('\n');
+}
+
+// The dialog takes the path once it has listed the folder, so this is tried until it is gone.
+void ViewerWindow::AnswerDialog(const QString& path) {
+  auto* const timer = new QTimer(qApp);
+  const auto answered = std::make_shared<QPointer<QFileDialog>>();
+  const auto begun = std::make_shared<bool>(false);
+  QObject::connect(timer, &QTimer::timeout, timer, [=] {
+    auto* const dialog = qobject_cast<QFileDialog*>(QApplication::activeModalWidget());
+    if (*begun && dialog != answered->data()) {
+      timer->deleteLater();
+      return;
+    }
+    if (dialog == nullptr || !dialog->isVisible()) {
+      return;
+    }
+    *answered = dialog;
+    *begun = true;
+    auto* const name = dialog->findChild<QLineEdit*>("fileNameEdit");
+    if (name->text() != path) {
+      name->setText(path);
+    }
+    QTest::keyClick(name, Qt::Key_Return);
+  });
+  timer->start(200);
 }
 
 double CompareImages(const QImage& a, const QImage& b, int tolerance) {

@@ -47,6 +47,9 @@ class ViewerWindow {
   /// What the panel of messages says.
   QString GetMessages();
 
+  /// Answers the next file dialog with a path.
+  static void AnswerDialog(const QString& path);
+
   /// The folder that is thrown away at the end.
   static QString GetScratch();
   /// A model folder of the sample.
