@@ -12,8 +12,10 @@
 
 #include <QApplication>
 #include <QElapsedTimer>
+#include <QEventLoop>
 #include <QFile>
 #include <QMouseEvent>
+#include <QOpenGLWidget>
 #include <QTimer>
 #include <QTreeView>
 
@@ -31,6 +33,7 @@ namespace {
 constexpr int kTurns = 30, kLeastTurns = 5;
 constexpr double kEnough = 3000.0;  // ms of frames
 constexpr double kTurn = 0.05;
+constexpr int kLongestFrame = 10000;  // ms; a window that is not shown has none
 constexpr int kPlaces = 12;  // along each side of the picture
 
 // Since the process began, as the system counts it, to a hundredth of a second.
@@ -77,13 +80,18 @@ bool IsEnough(const std::vector<double>& frames) {
          (frames.size() >= kLeastTurns && std::accumulate(frames.begin(), frames.end(), 0.0) > kEnough);
 }
 
+// Until the frame is in the window: Qt may put off what repaint() asks for, and returns at once.
 double TurnOnce(ModelView& view) {
+  QEventLoop shown;
+  QObject::connect(&view, &QOpenGLWidget::frameSwapped, &shown, &QEventLoop::quit);
+  QTimer::singleShot(kLongestFrame, &shown, &QEventLoop::quit);
   QElapsedTimer timer;
   timer.start();
   Camera camera = view.GetCamera();
   camera.Orbit(kTurn, 0.0);
   view.SetCamera(camera);
-  view.repaint();
+  view.update();
+  shown.exec();
   return static_cast<double>(timer.nsecsElapsed()) * 1e-6;
 }
 
