@@ -34,7 +34,7 @@ constexpr int kTurns = 30, kLeastTurns = 5;
 constexpr double kEnough = 3000.0;  // ms of frames
 constexpr double kTurn = 0.05;
 constexpr int kLongestFrame = 10000;  // ms; a window that is not shown has none
-constexpr int kPlaces = 12;  // along each side of the picture
+constexpr int kPlaces = 12;           // along each side of the picture
 
 // Since the process began, as the system counts it, to a hundredth of a second.
 double GetMilliseconds() {
