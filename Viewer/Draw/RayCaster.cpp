@@ -276,6 +276,21 @@ struct RayCaster::Index {
     return true;
   }
 
+  // One ray for Embree, from where it comes into reach: `start` from its origin.
+  bool Prepare(const Ray& ray, unsigned mask, RTCRayHit& one, double& start) const {
+    glm::vec3 origin;
+    if (!Clip(ray, origin, start, one.ray.tfar)) return false;
+    one.ray.org_x = origin.x;
+    one.ray.org_y = origin.y;
+    one.ray.org_z = origin.z;
+    one.ray.dir_x = static_cast<float>(ray.direction.x);
+    one.ray.dir_y = static_cast<float>(ray.direction.y);
+    one.ray.dir_z = static_cast<float>(ray.direction.z);
+    one.ray.mask = mask;
+    one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+    return true;
+  }
+
   // What hits of one placed body have in common.
   struct Placed {
     std::uint32_t placement = RayHit::kNone;
@@ -377,17 +392,8 @@ void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer lay
 RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
   RayHit result;
   RTCRayHit one = {};
-  glm::vec3 origin;
   double start = 0.0;
-  if (!index_->Clip(ray, origin, start, one.ray.tfar)) return result;
-  one.ray.org_x = origin.x;
-  one.ray.org_y = origin.y;
-  one.ray.org_z = origin.z;
-  one.ray.dir_x = static_cast<float>(ray.direction.x);
-  one.ray.dir_y = static_cast<float>(ray.direction.y);
-  one.ray.dir_z = static_cast<float>(ray.direction.z);
-  one.ray.mask = GetMask(layer);
-  one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  if (!index_->Prepare(ray, GetMask(layer), one, start)) return result;
   RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   std::uint32_t placement = RayHit::kNone;
@@ -434,17 +440,8 @@ void RayCaster::FindBlocked(const Ray* rays, std::uint8_t* blocked, std::size_t 
 
 std::vector<RayHit> RayCaster::CastThrough(const Ray& ray) const {
   RTCRayHit one = {};
-  glm::vec3 origin;
   double start = 0.0;
-  if (!index_->Clip(ray, origin, start, one.ray.tfar)) return {};
-  one.ray.org_x = origin.x;
-  one.ray.org_y = origin.y;
-  one.ray.org_z = origin.z;
-  one.ray.dir_x = static_cast<float>(ray.direction.x);
-  one.ray.dir_y = static_cast<float>(ray.direction.y);
-  one.ray.dir_z = static_cast<float>(ray.direction.z);
-  one.ray.mask = kSolidMask;
-  one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  if (!index_->Prepare(ray, kSolidMask, one, start)) return {};
   ThroughContext context;
   rtcInitIntersectContext(&context);
   context.filter = CollectHit;
