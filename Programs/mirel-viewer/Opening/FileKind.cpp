@@ -1,5 +1,7 @@
 #include <Programs/mirel-viewer/Opening/FileKind.h>
 
+#include <Programs/mirel/View/TarPieces.h>
+
 #include <Viewer/Kernel/Host/Renderer/SceneExchangeManager.h>
 
 #include <QFileInfo>
@@ -8,14 +10,12 @@
 namespace mirel {
 
 FileKind FindFileKind(const QString& path) {
-  static const QRegularExpression archive("\\.(tar|tar\\.(gz|xz|bz2|zst)|tgz|txz|tbz2?|tzst)$",
-                                          QRegularExpression::CaseInsensitiveOption);
   static const QRegularExpression source("\\.(step|stp|p21|stpz|iges|igs|brep|brp)(\\.gz)?$",
                                          QRegularExpression::CaseInsensitiveOption);
   if (QFileInfo(path).isDir()) {
     return FileKind::kScene;
   }
-  if (archive.match(path).hasMatch()) {
+  if (TarPieces::IsArchiveName(path.toStdString())) {
     return FileKind::kArchive;
   }
   if (source.match(path).hasMatch()) {

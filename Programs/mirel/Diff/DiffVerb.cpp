@@ -63,9 +63,7 @@ class Version {
 CLI::App* DiffVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
       program.add_subcommand("diff", "Tell what is different between two versions of a model");
-  verb->add_option("OLD", old_,
-                   "Model folder, its index file, a tar archive of one, or a file that save reads")
-      ->required();
+  verb->add_option("OLD", old_, InputFolder::kWhatIsRead)->required();
   verb->add_option("NEW", new_, "The same for the newer version")->required();
   verb->add_flag("--json", json_, "Print as JSON");
   verb->add_option(

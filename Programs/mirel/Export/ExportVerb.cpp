@@ -77,9 +77,7 @@ void HideOthers(SceneNode& root, const std::unordered_set<const SceneNode*>& kep
 CLI::App* ExportVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
       program.add_subcommand("export", "Write a model as STEP, BRep, glTF, STL, OBJ or PLY");
-  verb->add_option("FOLDER", input_,
-                   "Model folder, its index file, a tar archive of one, or a file that save reads")
-      ->required();
+  verb->add_option("FOLDER", input_, InputFolder::kWhatIsRead)->required();
   verb->add_option("OUT", output_, "File to write: .step, .stp, .brep, .glb, .gltf, .stl, .obj or .ply")
       ->required()
       ->check(&CheckEnding);

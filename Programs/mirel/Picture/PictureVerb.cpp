@@ -24,9 +24,7 @@ constexpr int kMaxTurntable = 999;
 
 CLI::App* PictureVerb::Declare(CLI::App& program) {
   CLI::App* const verb = program.add_subcommand("picture", "Draw a model into a PNG file; needs no display");
-  verb->add_option("FOLDER", input_,
-                   "Model folder, its index file, a tar archive of one, or a file that save reads")
-      ->required();
+  verb->add_option("FOLDER", input_, InputFolder::kWhatIsRead)->required();
   verb->add_option("OUT", request_.output, "PNG file to write")->required();
   PictureOptions& options = request_.options;
   verb->add_option("--size", size_, "Width and height in pixels (1600x1200)")

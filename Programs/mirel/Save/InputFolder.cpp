@@ -10,7 +10,6 @@
 #include <cstdio>
 #include <filesystem>
 #include <memory>
-#include <regex>
 #include <system_error>
 
 namespace fs = std::filesystem;
@@ -24,13 +23,6 @@ bool IsSource(const std::string& path) {
   const fs::path file = fs::u8path(path);
   std::error_code failure;
   return fs::is_regular_file(file, failure) && file.filename() != FolderFiles::kIndex;
-}
-
-// Whether a file's name says that it is a tar archive.
-bool IsArchive(const std::string& path) {
-  static const std::regex ending("\\.(tar|tar\\.(gz|xz|bz2|zst)|tgz|txz|tbz2?|tzst)$",
-                                 std::regex::ECMAScript | std::regex::icase);
-  return std::regex_search(fs::u8path(path).filename().u8string(), ending);
 }
 
 }  // namespace
@@ -51,7 +43,7 @@ ExitCode InputFolder::Prepare(Console& console, const std::string& input) {
   }
   path_ = made_.emplace().GetPath();
   const ExitCode result =
-      IsArchive(input) ? Unpack(console, input) : Conversion({}).Run(console, input, path_);
+      TarPieces::IsArchiveName(input) ? Unpack(console, input) : Conversion({}).Run(console, input, path_);
   made_->Watch();
   return result;
 }

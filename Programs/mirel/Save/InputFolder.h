@@ -14,6 +14,10 @@ class Console;
 /// file that `mirel save` reads. Such a file is converted, and an archive unpacked, into a folder that goes with this object.
 class InputFolder {
  public:
+  /// What a user may name, for the help of verbs.
+  static constexpr const char* kWhatIsRead =
+      "Model folder, its index file, a tar archive of one, or a file that save reads";
+
   /// What a model is called after the file or folder that it is in: the last part of the path.
   static std::string GetName(const std::string& input);
 

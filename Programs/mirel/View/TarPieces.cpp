@@ -13,6 +13,7 @@
 #include <cerrno>
 #include <filesystem>
 #include <fstream>
+#include <regex>
 #include <string_view>
 #include <system_error>
 
@@ -58,6 +59,12 @@ std::string GetReason(archive* reader) {
 }
 
 }  // namespace
+
+bool TarPieces::IsArchiveName(const std::string& path) {
+  static const std::regex ending("\\.(tar|tar\\.(gz|xz|bz2|zst)|tgz|txz|tbz2?|tzst)$",
+                                 std::regex::ECMAScript | std::regex::icase);
+  return std::regex_search(fs::u8path(path).filename().u8string(), ending);
+}
 
 bool TarPieces::Load(std::FILE* file, const std::function<bool()>& goesOn) {
   goesOn_ = goesOn;

@@ -27,6 +27,9 @@ class TarPieces : public PieceSource {
   static constexpr std::uint64_t kMaxMembers = 1000000;
   static constexpr std::uint64_t kMaxBytes = std::uint64_t{4} << 30;
 
+  /// Whether the name of a file says that it is a tar archive.
+  static bool IsArchiveName(const std::string& path);
+
   /// False when this is not a tar archive, or damaged, or not of one model folder; the error says why.
   /// `goesOn` is asked from time to time; when it says no, the archive is left where it is, and the error says so.
   bool Load(std::FILE* file, const std::function<bool()>& goesOn = nullptr);

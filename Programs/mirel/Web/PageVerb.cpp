@@ -23,9 +23,7 @@ constexpr std::size_t kMaxModelBytes = std::size_t{256} << 20;
 CLI::App* PageVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
       program.add_subcommand("page", "Make one HTML file that shows a model in a browser, off line");
-  verb->add_option("FOLDER", input_,
-                   "Model folder, its index file, a tar archive of one, or a file that save reads")
-      ->required();
+  verb->add_option("FOLDER", input_, InputFolder::kWhatIsRead)->required();
   verb->add_option("OUT", output_, "HTML file to write")->required();
   verb->add_flag("--with-bodies", withBodies_, "Put the exact bodies in too, for download from the page");
   verb->add_flag("--strict", strict_, "End with exit code 4 when nothing is to be seen");

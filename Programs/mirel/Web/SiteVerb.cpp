@@ -15,9 +15,7 @@ namespace mirel {
 CLI::App* SiteVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
       program.add_subcommand("site", "Make a folder for a web server, whose page shows a model");
-  verb->add_option("FOLDER", input_,
-                   "Model folder, its index file, a tar archive of one, or a file that save reads")
-      ->required();
+  verb->add_option("FOLDER", input_, InputFolder::kWhatIsRead)->required();
   verb->add_option("OUT", output_, "Folder to make")->required();
   verb->add_flag("--with-bodies", withBodies_, "Put the exact bodies in too, for download from the page");
   verb->add_flag("--force", force_, "Replace OUT if it is a site already");
