@@ -1,5 +1,6 @@
 #include <Programs/mirel/Import/DocumentReader.h>
 
+#include <Programs/mirel/FailureText.h>
 #include <Programs/mirel/Import/OcctMessages.h>
 #include <Programs/mirel/Import/OcctProgress.h>
 #include <Programs/mirel/Stopwatch.h>
@@ -138,9 +139,8 @@ Handle(TDocStd_Document) DocumentReader::Read(const SourceFile& file) {
         good = false;
       }
     }
-  } catch (const Standard_Failure& failure) {
-    error_ = std::string("OpenCASCADE gave up: ") + failure.DynamicType()->Name() + " " +
-             failure.GetMessageString();
+  } catch (const Standard_Failure&) {
+    error_ = FailureText::OfCaught();
     good = false;
   } catch (const std::exception& failure) {
     error_ = std::string("OpenCASCADE gave up: ") + failure.what();

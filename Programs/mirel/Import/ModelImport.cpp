@@ -1,12 +1,11 @@
 #include <Programs/mirel/Import/ModelImport.h>
 
 #include <Programs/mirel/Extras/ExtrasCollector.h>
+#include <Programs/mirel/FailureText.h>
 #include <Programs/mirel/Import/AssemblyImporter.h>
 #include <Programs/mirel/Import/DocumentReader.h>
 #include <Programs/mirel/Import/SourceCensus.h>
 #include <Programs/mirel/Stopwatch.h>
-
-#include <Standard_Failure.hxx>
 
 #include <algorithm>
 
@@ -42,7 +41,8 @@ void Import(DocumentReader& reader, const SourceFile& file, LiteModel& model, Im
   extras.Collect();
   result.extras = extras.GetExtras();
   result.extras.header = reader.GetHeader();
-  result.kept.push_back({"header", "entry|entries of the header of the file", result.extras.header.size(), {}});
+  result.kept.push_back(
+      {"header", "entry|entries of the header of the file", result.extras.header.size(), {}});
   for (const SourceCensus::Loss& loss : census.GetLosses()) {
     const auto found = extras.GetCounts().find(loss.key);
     const std::uint64_t kept = found == extras.GetCounts().end() ? 0 : std::min(found->second, loss.count);
@@ -79,13 +79,8 @@ void ModelImport::Run(DocumentReader& reader, const SourceFile& file, LiteModel&
                       ImportResult& result) {
   try {
     Import(reader, file, model, result);
-  } catch (const Standard_Failure& failure) {
-    result.error = std::string("OpenCASCADE gave up: ") + failure.DynamicType()->Name() + " " +
-                   failure.GetMessageString();
-  } catch (const std::bad_alloc&) {
-    result.error = "out of memory";
-  } catch (const std::exception& failure) {
-    result.error = failure.what();
+  } catch (...) {
+    result.error = FailureText::OfCaught();
   }
 }
 

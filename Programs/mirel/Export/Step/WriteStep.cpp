@@ -6,6 +6,7 @@
 #include <Programs/mirel/Export/Step/StepProperties.h>
 #include <Programs/mirel/Export/Step/StepStyles.h>
 #include <Programs/mirel/Export/Step/StepText.h>
+#include <Programs/mirel/FailureText.h>
 #include <Programs/mirel/Import/OcctMessages.h>
 #include <Programs/mirel/Import/OcctProgress.h>
 #include <Programs/mirel/Text/Utf8.h>
@@ -16,7 +17,6 @@
 #include <Interface_HArray1OfHAsciiString.hxx>
 #include <Interface_Static.hxx>
 #include <STEPCAFControl_Controller.hxx>
-#include <Standard_Failure.hxx>
 #include <TCollection_HAsciiString.hxx>
 #include <TopExp.hxx>
 #include <XSControl_WorkSession.hxx>
@@ -132,13 +132,8 @@ void Write(const StepRequest& request, StageProgress& progress, StepResult& resu
 extern "C" void MirelWriteStep(const StepRequest& request, StageProgress& progress, StepResult& result) {
   try {
     Write(request, progress, result);
-  } catch (const Standard_Failure& failure) {
-    result.error = std::string("OpenCASCADE gave up: ") + failure.DynamicType()->Name() + " " +
-                   failure.GetMessageString();
-  } catch (const std::bad_alloc&) {
-    result.error = "out of memory";
-  } catch (const std::exception& failure) {
-    result.error = failure.what();
+  } catch (...) {
+    result.error = FailureText::OfCaught();
   }
 }
 
