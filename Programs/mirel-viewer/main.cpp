@@ -41,8 +41,8 @@ int main(int argc, char** argv) {
   const QCommandLineOption module("module", "Load a further module, whose commands and readers come first.",
                                   "PATH");
   arguments.addOption(module);
-  const QCommandLineOption benchmark("benchmark",
-                                     "Print when what was reached, and what frames, picks and the tree take; then end.");
+  const QCommandLineOption benchmark(
+      "benchmark", "Print when what was reached, and what frames, picks and the tree take; then end.");
   arguments.addOption(benchmark);
   arguments.addPositionalArgument(
       "FILE", "Model folders, index files, tar archives; STEP, IGES and BRep files.", "[FILE...]");

@@ -134,7 +134,10 @@ class DrawScene::Gathering {
     if (!isNew) return batches[known->second];
     batches.push_back({node.GetGRep(),
                        color_ ? std::make_shared<DrawPalette>(color) : std::make_shared<DrawPalette>(node),
-                       ghost, 0, PlacementList(scene_.turns_), {}});
+                       ghost,
+                       0,
+                       PlacementList(scene_.turns_),
+                       {}});
     return batches.back();
   }
 

@@ -80,7 +80,8 @@ ExitCode ExactExport::Run(const std::string& input, const std::string& folder, c
     return ExitCode::kInputUnread;
   }
   if (ExactStructureMaker::CountPlaced(structure) > kMostPlaced) {
-    console_.Error(output, "the model has more than " + std::to_string(kMostPlaced) + " placed parts and assemblies");
+    console_.Error(output,
+                   "the model has more than " + std::to_string(kMostPlaced) + " placed parts and assemblies");
     return ExitCode::kOutputUnwritten;
   }
   const CrashGuard guard(output, "OpenCASCADE crashed while writing it", ExitCode::kOutputUnwritten);

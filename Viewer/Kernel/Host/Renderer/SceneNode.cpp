@@ -102,7 +102,8 @@ const std::string& SceneNode::GetName() const {
   return shared ? **shared : *std::get_if<std::string>(&traits_->name);
 }
 
-SceneNode::Traits::Traits() = default;  // all nodes begin with one that is never destroyed, and does not count
+SceneNode::Traits::Traits() =
+    default;  // all nodes begin with one that is never destroyed, and does not count
 
 SceneNode::Traits::Traits(const Traits& other)
     : transform(other.transform), userId(other.userId), name(other.name) {
