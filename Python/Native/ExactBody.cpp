@@ -1,6 +1,7 @@
 #include <Python/Native/ExactBody.h>
 
 #include <Programs/mirel/Check/GuardedLoop.h>
+#include <Programs/mirel/Import/BodyText.h>
 #include <Python/Native/Interruptible.h>
 #include <Python/Native/PlacementWalk.h>
 
@@ -9,9 +10,6 @@
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Measure/ExactPart.h>
 
-#include <BRepTools.hxx>
-#include <Message_ProgressRange.hxx>
-#include <TopTools_FormatVersion.hxx>
 #include <TopoDS_Shape.hxx>
 
 #include <glm/glm.hpp>
@@ -19,10 +17,7 @@
 #include <cmath>
 #include <cstring>
 #include <functional>
-#include <locale>
 #include <optional>
-#include <sstream>
-#include <stdexcept>
 #include <type_traits>
 #include <unordered_map>
 
@@ -60,15 +55,6 @@ std::string Compute(const std::shared_ptr<GRepShape>& grep,
   });
   if (!shared->reason.empty()) throw ExactFailure{shared->reason};
   return shared->said;
-}
-
-std::string WriteText(const TopoShape& body) {
-  std::ostringstream stream;
-  stream.imbue(std::locale::classic());
-  BRepTools::Write(body.GetImpl(), stream, true, false, TopTools_FormatVersion_VERSION_3,
-                   Message_ProgressRange());
-  if (!stream) throw std::runtime_error("out of memory");
-  return stream.str();
 }
 
 // Whether lengths and right angles stay, but for what placements lose when they are written and multiplied.
@@ -109,7 +95,7 @@ BodyMeasure ExactBody::Measure() const {
 }
 
 std::string ExactBody::MakeText() const {
-  return Compute(grep_, WriteText);
+  return Compute(grep_, [](const TopoShape& body) { return BodyText::Of(body.GetImpl()); });
 }
 
 }  // namespace mirel::python

@@ -6,6 +6,7 @@
 #include <TopoDS_Shape.hxx>
 
 #include <locale>
+#include <new>
 #include <sstream>
 
 namespace mirel {
@@ -14,6 +15,9 @@ std::string BodyText::Of(const TopoDS_Shape& shape) {
   std::ostringstream stream;
   stream.imbue(std::locale::classic());
   BRepTools::Write(shape, stream, true, false, TopTools_FormatVersion_VERSION_3, Message_ProgressRange());
+  if (!stream) {
+    throw std::bad_alloc();  // of which the stream has made a state
+  }
   return stream.str();
 }
 

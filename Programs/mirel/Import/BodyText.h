@@ -10,7 +10,7 @@ namespace mirel {
 class BodyText {
  public:
   /// The text of a shape as model folders hold it: format version 3, with triangles, without normals. Throws what
-  /// OpenCASCADE throws.
+  /// OpenCASCADE throws, and `std::bad_alloc`.
   static std::string Of(const TopoDS_Shape& shape);
 };
 
