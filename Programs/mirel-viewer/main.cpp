@@ -48,10 +48,6 @@ int main(int argc, char** argv) {
       "FILE", "Model folders, index files, tar archives; STEP, IGES and BRep files.", "[FILE...]");
   arguments.process(application);
 
-  const QString obstacle = mirel::GraphicsCheck::FindObstacle();
-  if (!obstacle.isEmpty()) {
-    return Refuse(kNoGraphics, obstacle, !arguments.isSet(benchmark));
-  }
   mirel::DesktopHost host;
   const QString own = mirel::DesktopHost::FindModule();
   if (own.isEmpty()) {
@@ -64,12 +60,16 @@ int main(int argc, char** argv) {
     }
   }
   mirel::ApplyTheme();
-  mirel::MainWindow window(host);
+  mirel::MainWindow window(host, arguments.positionalArguments());
+  const QString obstacle = mirel::GraphicsCheck::FindObstacle();
+  if (!obstacle.isEmpty()) {
+    return Refuse(kNoGraphics, obstacle, !arguments.isSet(benchmark));
+  }
   std::optional<mirel::Benchmark> stages;
   if (arguments.isSet(benchmark)) {
     stages.emplace(window, arguments.positionalArguments());
   }
-  window.Open(arguments.positionalArguments());  // goes on while the window comes up
+  window.WaitForModel();
   window.show();
   return QApplication::exec();
 }

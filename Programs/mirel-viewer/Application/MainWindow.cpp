@@ -23,6 +23,7 @@
 
 #include <QCloseEvent>
 #include <QDockWidget>
+#include <QEventLoop>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
 #include <QLabel>
@@ -32,6 +33,7 @@
 #include <QSettings>
 #include <QStatusBar>
 #include <QTabBar>
+#include <QTimer>
 #include <QToolBar>
 #include <QToolButton>
 
@@ -39,17 +41,19 @@ namespace mirel {
 
 namespace {
 
+constexpr int kPatience = 30;           // ms
 constexpr double kSnapTolerance = 6.0;  // how far from an edge or a vertex a click still means it, in pixels
 
 }  // namespace
 
-MainWindow::MainWindow(DesktopHost& host) : host_(host) {
+MainWindow::MainWindow(DesktopHost& host, const QStringList& paths) : host_(host) {
   setWindowTitle("Mirel");
   setAcceptDrops(true);
   resize(1280, 820);
   document_ = std::make_unique<Document>(host_.GetActiveViewer());
-  measures_ = std::make_unique<MeasureSession>(*document_);
   opener_ = new ModelOpener(*document_);
+  Open(paths);
+  measures_ = std::make_unique<MeasureSession>(*document_);
   view_ = new ModelView(*document_, this);
   setCentralWidget(view_);
   watcher_ = new QFileSystemWatcher(this);
@@ -170,6 +174,11 @@ void MainWindow::MakeStatusBar() {
   cancel_ = new QToolButton(this);
   cancel_->setObjectName("Cancel");
   cancel_->setText(tr("Cancel"));
+  for (QWidget* const fleeting : {static_cast<QWidget*>(progress_), static_cast<QWidget*>(cancel_)}) {
+    QSizePolicy policy = fleeting->sizePolicy();
+    policy.setRetainSizeWhenHidden(true);  // the picture stays as large as it is
+    fleeting->setSizePolicy(policy);
+  }
   connect(cancel_, &QToolButton::clicked, opener_, &ModelOpener::Cancel);
   statusBar()->addWidget(hoverText_, 1);
   statusBar()->addPermanentWidget(progressText_);
@@ -182,6 +191,17 @@ void MainWindow::Open(const QStringList& paths) {
   for (const QString& path : paths) {
     opener_->Open(path);
   }
+}
+
+void MainWindow::WaitForModel() {
+  if (!opener_->IsBusy()) {
+    return;
+  }
+  QEventLoop events;
+  connect(document_.get(), &Document::SnapshotChanged, &events, &QEventLoop::quit);
+  connect(opener_, &ModelOpener::Idle, &events, &QEventLoop::quit);
+  QTimer::singleShot(kPatience, &events, &QEventLoop::quit);
+  events.exec();
 }
 
 void MainWindow::Replace(const QStringList& paths) {

@@ -28,8 +28,9 @@ class MainWindow : public QMainWindow {
   Q_OBJECT
 
  public:
-  /// For the viewer of a host, which must outlive the window. Modules are loaded before.
-  explicit MainWindow(DesktopHost& host);
+  /// For the viewer of a host, which must outlive the window. Modules are loaded before. The files are being opened while the
+  /// window is still made.
+  explicit MainWindow(DesktopHost& host, const QStringList& paths = {});
   ~MainWindow() override;
 
   Document& GetDocument() { return *document_; }
@@ -40,6 +41,8 @@ class MainWindow : public QMainWindow {
   CommandMenus& GetMenus() { return *menus_; }
 
   void Open(const QStringList& paths);
+  /// Waits a moment for what is being opened: a small model is there before the window would be, which then comes up with it.
+  void WaitForModel();
   /// Opens in place of what is open.
   void Replace(const QStringList& paths);
 

@@ -14,10 +14,19 @@
 
 namespace mirel {
 
+namespace {
+
+constexpr int kCasterDelay = 1000;  // ms, for a picture that nobody sees
+
+}  // namespace
+
 Document::Document(std::shared_ptr<Viewer> viewer) : viewer_(std::move(viewer)) {
   // Snapshots come in the order in which they were asked for.
   workers_.setMaxThreadCount(1);
   casters_.setMaxThreadCount(1);
+  casterDelay_.setSingleShot(true);
+  casterDelay_.setInterval(kCasterDelay);
+  connect(&casterDelay_, &QTimer::timeout, this, &Document::MakeCaster);
 }
 
 Document::~Document() {
@@ -89,34 +98,44 @@ void Document::RenewSnapshot() {
   workers_.clear();
   workers_.start([this, number, roots = GetRoots(), visibility = state_.MakeVisibility(),
                   coloring = NodeColoring(display_.coloring, GetRoots())] {
-    const auto deliver = [this, number](const Snapshot& made) {
-      QMetaObject::invokeMethod(this, [this, number, made] {
-        if (number == snapshotNumber_) {
-          snapshot_ = made;
-          emit SnapshotChanged();
-        }
-      });
-    };
     try {
-      const Snapshot made(std::make_shared<const DrawScene>(roots, visibility, coloring.GetFunction()));
-      deliver(made);
-      casters_.clear();
-      casters_.start([made, deliver] { AddCaster(made, deliver); });
+      Deliver(number, Snapshot(std::make_shared<const DrawScene>(roots, visibility, coloring.GetFunction())));
     } catch (const std::exception&) {
       // Memory has ended: what was drawn before stays, and what was opened is listed in the tree.
     }
   });
 }
 
-// The picture comes first.
-void Document::AddCaster(Snapshot snapshot, const std::function<void(const Snapshot&)>& deliver) {
-  StepBack();
-  try {
-    snapshot.caster = std::make_shared<const RayCaster>(snapshot.scene, RayCaster::Aim::kMemory);
-    deliver(snapshot);
-  } catch (const std::exception&) {
-    // Memory has ended: the graphics card tells what is under the mouse.
+// From any thread.
+void Document::Deliver(unsigned number, const Snapshot& made) {
+  QMetaObject::invokeMethod(this, [this, number, made] {
+    if (number != snapshotNumber_) {
+      return;
+    }
+    snapshot_ = made;
+    takenNumber_ = number;
+    emit SnapshotChanged();
+    if (!made.caster) {
+      casterDelay_.start();
+    }
+  });
+}
+
+void Document::MakeCaster() {
+  casterDelay_.stop();
+  if (!snapshot_.scene || snapshot_.caster) {
+    return;
   }
+  casters_.clear();
+  casters_.start([this, number = takenNumber_, made = snapshot_]() mutable {
+    StepBack();
+    try {
+      made.caster = std::make_shared<const RayCaster>(made.scene, RayCaster::Aim::kMemory);
+      Deliver(number, made);
+    } catch (const std::exception&) {
+      // Memory has ended: the graphics card tells what is under the mouse.
+    }
+  });
 }
 
 void Document::WaitForSnapshot() {

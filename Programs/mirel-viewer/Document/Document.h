@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QString>
 #include <QThreadPool>
+#include <QTimer>
 #include <QUndoStack>
 
 #include <functional>
@@ -52,6 +53,9 @@ class Document : public QObject {
   void TakeSceneChanges();
 
   const Snapshot& GetSnapshot() const { return snapshot_; }
+  /// Begins to make what finds bodies under the mouse, which is in the next snapshot. To be called when the last one is drawn; else
+  /// that happens by itself a little later.
+  void MakeCaster();
   void WaitForSnapshot();
 
   const ViewState& GetState() const { return state_; }
@@ -98,14 +102,15 @@ class Document : public QObject {
 
   void SetState(const ViewState& state);
   void RenewSnapshot();
-  static void AddCaster(Snapshot snapshot, const std::function<void(const Snapshot&)>& deliver);
+  void Deliver(unsigned number, const Snapshot& made);
   void ForgetNodesOutside();
 
   std::shared_ptr<Viewer> viewer_;
   std::vector<const SceneNode*> knownRoots_;
   std::unordered_map<const SceneNode*, ModelFile> files_;
   Snapshot snapshot_;
-  unsigned snapshotNumber_ = 0;
+  unsigned snapshotNumber_ = 0,
+           takenNumber_ = 0;  // of the one that was asked for last, and of the one that is there
   ViewState state_;
   Nodes aroundAlone_;  // what is shown alone, and all that it is in
   DisplaySettings display_;
@@ -115,6 +120,7 @@ class Document : public QObject {
   QUndoStack undo_;
   QThreadPool workers_;  // make scenes, one after the other
   QThreadPool casters_;  // make ray casters, behind everything else
+  QTimer casterDelay_;
 };
 
 }  // namespace mirel

@@ -1,5 +1,6 @@
 #include <Programs/mirel-viewer/Opening/OpenTask.h>
 
+#include <Programs/mirel-viewer/Document/BackgroundThread.h>
 #include <Programs/mirel-viewer/Opening/ConversionCache.h>
 #include <Programs/mirel-viewer/Opening/ConverterProcess.h>
 #include <Programs/mirel-viewer/Opening/FileKind.h>
@@ -89,6 +90,9 @@ bool OpenTask::OpenScene(const QString& path, bool isFromCache) {
   const FailureLog log(path_.toStdString());
   std::atomic<SceneOpening*> current{nullptr};
   SceneOpening opening(reader, index, StagedReader::Bodies::kKeep, [&](const SceneOpening::Progress& at) {
+    if (at.stage == SceneOpening::Stage::kBodies) {
+      StepBack();  // the picture comes first
+    }
     ShowProgress(at);
     SceneOpening* const running = current;
     if (cancelled_ && running != nullptr) {

@@ -19,6 +19,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 namespace mirel {
 
@@ -47,6 +48,7 @@ ModelView::ModelView(Document& document, QWidget* parent) : QOpenGLWidget(parent
   connect(&document_, &Document::HoverChanged, this, &ModelView::TakeHover);
   connect(&document_, &Document::StateChanged, this, &ModelView::TakeExplosion);
   connect(&document_, &Document::DisplayChanged, this, [this] { update(); });
+  connect(this, &QOpenGLWidget::frameSwapped, this, &ModelView::TakeSwap);
 }
 
 ModelView::~ModelView() {
@@ -117,7 +119,7 @@ void ModelView::TakeSnapshot() {
     return;  // the ray caster alone is new
   }
   scene_ = scene;
-  isComplete_ = isRefined_ = false;
+  isComplete_ = isRefined_ = isShown_ = false;
   renderer_.SetScene(scene_);
   hasOffsets_ = false;
   TakeExplosion();
@@ -188,15 +190,9 @@ void ModelView::paintGL() {
     options.offsetFactor = static_cast<float>(document_.GetState().explosion);
     try {
       const GLRenderer::Progress progress = renderer_.Draw(camera_, options);
-      if (!progress.isUploaded || !progress.isRefined) {
-        update();
-      }
-      const bool wasComplete = isComplete_;
+      goesOn_ = !progress.isUploaded || !progress.isRefined;
       isComplete_ = progress.isUploaded && scene_;
       isRefined_ = isComplete_ && progress.isRefined;
-      if (isComplete_ && !wasComplete) {
-        QMetaObject::invokeMethod(this, &ModelView::Completed, Qt::QueuedConnection);
-      }
     } catch (const GLError& failure) {
       isBroken_ = true;
       emit Broken(QString::fromUtf8(failure.what()));
@@ -205,6 +201,17 @@ void ModelView::paintGL() {
   PaintOverlays();
   frameTime_ = static_cast<double>(timer.nsecsElapsed()) * 1e-6;
   ++frameCount_;
+}
+
+// What was drawn is in the window: more is drawn from here on, so that nothing is drawn that nobody sees.
+void ModelView::TakeSwap() {
+  if (isComplete_ && !std::exchange(isShown_, true)) {
+    document_.MakeCaster();
+    emit Completed();
+  }
+  if (std::exchange(goesOn_, false)) {
+    update();
+  }
 }
 
 void ModelView::PaintOverlays() {

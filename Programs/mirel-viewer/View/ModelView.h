@@ -74,7 +74,7 @@ class ModelView : public QOpenGLWidget {
 
  signals:
   void CameraChanged();
-  /// The first frame after which `IsComplete` is true.
+  /// The first frame after which `IsComplete` is true is in the window.
   void Completed();
   /// The user wants a menu for what is at a point of the screen.
   void MenuWanted(const QPoint& globalPoint);
@@ -108,6 +108,7 @@ class ModelView : public QOpenGLWidget {
   void Click(const QPointF& point, Qt::KeyboardModifiers modifiers);
   void SelectRectangle(const QRectF& rectangle, Qt::KeyboardModifiers modifiers);
   void DragSection(const QPointF& to);
+  void TakeSwap();
   void PaintOverlays();
 
   Document& document_;
@@ -132,6 +133,8 @@ class ModelView : public QOpenGLWidget {
   double frameTime_ = 0.0;
   unsigned frameCount_ = 0;
   bool isComplete_ = false;
+  bool isShown_ = false;  // a complete frame is in the window
+  bool goesOn_ = false;   // the next frame shows more
   bool isRefined_ = false;
 };
 

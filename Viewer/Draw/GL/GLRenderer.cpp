@@ -5,6 +5,7 @@
 #include <Viewer/Draw/GL/PlacementStore.h>
 #include <Viewer/Draw/GL/Programs.h>
 #include <Viewer/Draw/GL/RenderTargets.h>
+#include <Viewer/Draw/GL/SeenArea.h>
 #include <Viewer/Draw/GL/ViewBlock.h>
 
 #include <glm/geometric.hpp>
@@ -23,7 +24,7 @@ namespace {
 // The attribute of all that is drawn: which placement.
 constexpr GLuint kPlacementAttribute = 3;
 
-constexpr GLuint kShowCorner = 0, kPickTexel = 0;
+constexpr GLuint kShowCorner = 0, kPickTexel = 0, kAreaCorners = 0;
 
 // The places in a pixel that are drawn one after the other, the middle first: what moves is drawn there.
 std::vector<glm::vec2> MakeSamples(int wanted) {
@@ -126,8 +127,9 @@ class GLRenderer::Implementation {
     FindView(camera, options);
     glViewport(0, 0, options.width, options.height);
     const std::vector<glm::vec2> samples = MakeSamples(options.samples);
-    const std::size_t behind =
+    std::size_t behind =
         std::min(samples.size(), drawn_ + static_cast<std::size_t>(std::max(1, options.samplesAtOnce)));
+    if (!HasBodies()) drawn_ = behind = samples.size();  // the backdrop alone
     if (drawn_ == 0) Cull();
     while (drawn_ < behind) {
       FillSample(samples[drawn_], static_cast<int>(drawn_), options, view_);
@@ -144,7 +146,8 @@ class GLRenderer::Implementation {
 
   Seen Pick(int x, int y) {
     Seen result;
-    if (!isPrepared_ || drawn_ == 0 || x < 0 || y < 0 || x >= view_.size.x || y >= view_.size.y)
+    if (!isPrepared_ || !HasBodies() || drawn_ == 0 || x < 0 || y < 0 || x >= view_.size.x ||
+        y >= view_.size.y)
       return result;
     BindAll();
     programs_.UsePick(GetParts());
@@ -238,8 +241,9 @@ class GLRenderer::Implementation {
   void FindView(const Camera& camera, const GLViewOptions& options) {
     ViewBlock block;
     std::memset(static_cast<void*>(&block), 0, sizeof block);
-    FillView(camera, options, placements_.GetBox(options.offsetFactor), placements_.GetAnchor(), isReversed_,
-             block);
+    const AABoxT<double> box = placements_.GetBox(options.offsetFactor);
+    FillView(camera, options, box, placements_.GetAnchor(), isReversed_, block);
+    area_ = FindSeenArea(camera, box, {options.width, options.height});
     block.modes.y = placements_.HasGhosts() ? 1 : 0;
     block.modes.z = placements_.HasColors() ? 1 : 0;
     block.modes.w = placements_.HasOffsets() && options.offsetFactor != 0.0f ? 1 : 0;
@@ -252,7 +256,8 @@ class GLRenderer::Implementation {
     asked_ = block;
     if (drawn_ == 0) view_ = block;
     eye_ = camera.GetEye();
-    targets_.Prepare(options.width, options.height, placements_.HasGhosts(), block.size.z > 0);
+    if (HasBodies())
+      targets_.Prepare(options.width, options.height, placements_.HasGhosts(), block.size.z > 0);
   }
 
   void SendView() {
@@ -274,7 +279,6 @@ class GLRenderer::Implementation {
 
   // The card finds out itself what is in view, and writes the commands that draw it.
   void Cull() {
-    if (!HasBodies()) return;
     SendView();
     placements_.BindForCulling();
     const GLuint groups = placements_.GetGroupCount();
@@ -329,20 +333,18 @@ class GLRenderer::Implementation {
 
   void DrawSolids() {
     BeginBodies(RenderTargets::kSolid);
-    if (HasBodies()) {
-      programs_.Use(Programs::kBodies);
-      DrawCommands(false);
-      programs_.Use(Programs::kPoints);
-      glBindVertexArray(arrays_[kPoints]);
-      glDrawArraysIndirect(GL_POINTS, At(placements_.GetPointCommand()));
-    }
+    programs_.Use(Programs::kBodies);
+    DrawCommands(false);
+    programs_.Use(Programs::kPoints);
+    glBindVertexArray(arrays_[kPoints]);
+    glDrawArraysIndirect(GL_POINTS, At(placements_.GetPointCommand()));
     ResetState(isReversed_);
   }
 
   void DrawGhosts() {
     BeginBodies(RenderTargets::kGhost);
     programs_.Use(Programs::kBodies);
-    if (HasBodies()) DrawCommands(true);
+    DrawCommands(true);
     ResetState(isReversed_);
   }
 
@@ -356,7 +358,7 @@ class GLRenderer::Implementation {
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
     programs_.Use(Programs::kCuts);
-    if (HasBodies()) DrawCommands(false);
+    DrawCommands(false);
     ResetState(isReversed_);
   }
 
@@ -372,13 +374,14 @@ class GLRenderer::Implementation {
     targets_.BindFor(RenderTargets::kLight);
     constexpr GLfloat kZero[] = {0.0f, 0.0f, 0.0f, 0.0f};
     if (drawn_ == 0) glClearBufferfv(GL_COLOR, 0, kZero);
-    if (!HasBodies()) return;
+    if (area_.empty()) return;
     BindTargets();
     glEnable(GL_BLEND);
     glBlendFunc(GL_ONE, GL_ONE);
     programs_.UseLight(GetParts());
+    glUniform2fv(kAreaCorners, static_cast<GLsizei>(area_.size()), &area_.front().x);
     glBindVertexArray(arrays_[kScreen]);
-    glDrawArrays(GL_TRIANGLES, 0, 3);
+    glDrawArrays(GL_TRIANGLE_FAN, 0, static_cast<GLsizei>(area_.size()));
     ResetState(isReversed_);
   }
 
@@ -410,6 +413,7 @@ class GLRenderer::Implementation {
   int samples_ = 0;
   std::size_t drawn_ = 0;  // samples
   glm::dvec3 eye_{0.0};
+  std::vector<glm::vec2> area_;  // where there is something to be lit
 };
 
 GLRenderer::GLRenderer() : implementation_(std::make_unique<Implementation>()) {}

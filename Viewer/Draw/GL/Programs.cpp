@@ -49,7 +49,7 @@ void Programs::Use(Kind kind) {
 void Programs::UseLight(const Shaders::Parts& parts) {
   GLProgram& program = lights_[parts];
   if (!program.IsBuilt())
-    program.Build({{GL_VERTEX_SHADER, Shaders::GetScreenVertex()},
+    program.Build({{GL_VERTEX_SHADER, Shaders::GetAreaVertex()},
                    {GL_FRAGMENT_SHADER, Shaders::GetLightFragment(parts)}});
   program.Use();
 }

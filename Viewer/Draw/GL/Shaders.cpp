@@ -395,6 +395,14 @@ void main() {
 }
 )";
 
+// As many corners as kMostAreaCorners.
+constexpr const char* kAreaVertex = R"(#version 430 core
+layout(location = 0) uniform vec2 corners[12];
+void main() {
+  gl_Position = vec4(corners[gl_VertexID], 0.0, 1.0);
+}
+)";
+
 constexpr const char* kScreenVertex = R"(#version 430 core
 void main() {
   gl_Position = vec4(gl_VertexID == 1 ? 3.0 : -1.0, gl_VertexID == 2 ? 3.0 : -1.0, 0.0, 1.0);
@@ -632,7 +640,7 @@ vec3 Encode(vec3 linear) {
 }
 void main() {
   ivec2 texel = ivec2(gl_FragCoord.xy) - corner;
-  vec4 light = texelFetch(lightSums, texel, 0) / float(size.w + 1);
+  vec4 light = counts.x == 0 ? vec4(0.0) : texelFetch(lightSums, texel, 0) / float(size.w + 1);
   if (backdrop.w == 2.0) {
     color = vec4(Encode(light.a > 0.0 ? light.rgb / light.a : vec3(0.0)), light.a);
     return;
@@ -684,6 +692,9 @@ std::string Shaders::GetCullList() {
 }
 std::string Shaders::GetCullCommands() {
   return std::string(kCommon) + kCull + kCullCommands;
+}
+std::string Shaders::GetAreaVertex() {
+  return kAreaVertex;
 }
 std::string Shaders::GetScreenVertex() {
   return kScreenVertex;

@@ -40,8 +40,9 @@ class Shaders {
   static std::string GetCullCommands();
 
   // The light of what is seen at each pixel; and of all samples, with what is behind, as a picture.
-  static std::string GetScreenVertex();
+  static std::string GetAreaVertex();
   static std::string GetLightFragment(const Parts& parts);
+  static std::string GetScreenVertex();
   static std::string GetShowFragment();
 
   // What is seen at one pixel, for the processor.

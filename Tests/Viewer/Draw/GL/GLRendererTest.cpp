@@ -124,6 +124,35 @@ TEST_F(GLRendererTest, DrawsWhatRaysDraw) {
 }
 
 // Of the graphics of a body, which edges are smooth counts, too.
+// The light is computed around the scene's box alone.
+TEST_F(GLRendererTest, DrawsWhatRaysDrawFromEverywhere) {
+  const Parts parts;
+  const auto root = parts.MakeRoot();
+  Show(*root);
+  for (const auto projection : {Camera::Projection::kPerspective, Camera::Projection::kParallel}) {
+    camera_ = Camera();
+    camera_.SetProjection(projection);
+    for (const Camera::View view : {Camera::View::kTop, Camera::View::kRight, Camera::View::kIso}) {
+      camera_.SetView(view);
+      camera_.Fit(*scene_, 4.0 / 3.0);
+      ExpectSame("fitted");
+    }
+    camera_.Pan(0.6, 0.3);
+    ExpectSame("aside");
+    camera_.Pan(-0.6, -0.3);
+    const Camera fitted = camera_;
+    camera_.Zoom(0.05, camera_.GetTarget());
+    ExpectSame("small");
+    camera_ = fitted;
+    camera_.Zoom(6.0, camera_.GetTarget());
+    ExpectSame("inside");
+    camera_.Orbit(2.0, 0.3, camera_.GetEye());
+    ExpectSame("behind");
+  }
+  Show(*std::make_shared<GroupSceneNode>());
+  ExpectSame("empty");
+}
+
 TEST_F(GLRendererTest, DrawsNoLinesAlongRounds) {
   const auto root = std::make_shared<GroupSceneNode>();
   root->AddNode(BodyNode(RoundedBoxGRep(), glm::dmat4(1.0)));
