@@ -24,6 +24,40 @@ glm::dvec3 GetPoint(const GRepMesh& mesh, const glm::dmat4x3& placement, std::ui
   return placement * glm::dvec4(mesh.GetPosition(vertex), 1.0);
 }
 
+// Where the points of a placed body are seen: x and y in pixels from a point of the picture on, and z, their depth. As
+// `Camera::Project` says, in a fraction of the time: a body has hundreds of thousands of points.
+class BodySight {
+ public:
+  BodySight(const Camera& camera, const glm::dvec2& size, const glm::dmat4x3& placement,
+            const glm::dvec2& point)
+      : isPerspective_(camera.GetProjection() == Camera::Projection::kPerspective),
+        scale_(1.0 / camera.GetPixelSize(1.0, size)),
+        middle_(size / 2.0 - point) {
+    const glm::dmat3 axes =
+        glm::transpose(glm::dmat3(camera.GetRight(), -camera.GetUp(), camera.GetForward()));
+    for (int column = 0; column < 4; ++column)
+      turn_[column] = axes * (column == 3 ? placement[3] - camera.GetEye() : placement[column]);
+  }
+
+  glm::dvec3 Find(const glm::dvec3& position) const {
+    const glm::dvec3 seen = turn_ * glm::dvec4(position, 1.0);
+    const double scale = isPerspective_ ? scale_ / seen.z : scale_;
+    return {middle_.x + seen.x * scale, middle_.y + seen.y * scale, seen.z};
+  }
+
+ private:
+  const bool isPerspective_;
+  const double scale_;
+  const glm::dvec2 middle_;
+  glm::dmat4x3 turn_;
+};
+
+// Whether a line lies beside the origin, farther away than `reach`, so that it need not be looked at.
+bool IsBeside(const glm::dvec3& a, const glm::dvec3& b, double reach) {
+  return (a.x > reach && b.x > reach) || (a.x < -reach && b.x < -reach) || (a.y > reach && b.y > reach) ||
+         (a.y < -reach && b.y < -reach);
+}
+
 // The part of the way from a to b that is nearest to the origin, 0 to 1.
 double GetNearest(const glm::dvec2& a, const glm::dvec2& b) {
   const glm::dvec2 d = b - a;
@@ -138,6 +172,7 @@ void Picker::Snap(const glm::dvec2& point, double tolerance, PickResult& result)
            std::all_of(sections_.begin(), sections_.end(),
                        [&](const SectionPlane& plane) { return plane.GetDistance(place) <= 0.0; });
   };
+  const BodySight sight(camera_, size_, placement, point);
   double nearestVertex = tolerance, nearestEdge = tolerance;
   PickResult vertexPick = result, edgePick = result;
   for (std::uint32_t edge = 0; edge < mesh.edges.size(); ++edge) {
@@ -145,20 +180,22 @@ void Picker::Snap(const glm::dvec2& point, double tolerance, PickResult& result)
     glm::dvec3 before(0.0), beforeSeen(0.0);
     for (std::uint32_t i = 0; i < range.indexCount; ++i) {
       const std::uint32_t vertex = mesh.polylines[range.firstIndex + i];
-      const glm::dvec3 place = GetPoint(mesh, placement, vertex);
-      const glm::dvec3 seen = camera_.Project(place, size_) - glm::dvec3(point, 0.0);
-      const double distance = glm::length(glm::dvec2(seen));
+      const glm::dvec3 position = mesh.GetPosition(vertex);
+      const glm::dvec3 seen = sight.Find(position);
       const bool isEnd = i == 0 || i + 1 == range.indexCount;
-      if (isEnd && distance < nearestVertex && isSeen(place, seen.z)) {
-        nearestVertex = distance;
-        vertexPick.kind = PickResult::Kind::kVertex;
-        vertexPick.vertex = vertex;
-        vertexPick.point = place;
+      if (isEnd && glm::length(glm::dvec2(seen)) < nearestVertex) {
+        const glm::dvec3 place = placement * glm::dvec4(position, 1.0);
+        if (isSeen(place, seen.z)) {
+          nearestVertex = glm::length(glm::dvec2(seen));
+          vertexPick.kind = PickResult::Kind::kVertex;
+          vertexPick.vertex = vertex;
+          vertexPick.point = place;
+        }
       }
-      if (i > 0) {
+      if (i > 0 && !IsBeside(beforeSeen, seen, nearestEdge)) {
         const double part = GetNearest(glm::dvec2(beforeSeen), glm::dvec2(seen));
         const glm::dvec3 nearest = beforeSeen + (seen - beforeSeen) * part;
-        const glm::dvec3 onEdge = before + (place - before) * part;
+        const glm::dvec3 onEdge = placement * glm::dvec4(before + (position - before) * part, 1.0);
         if (glm::length(glm::dvec2(nearest)) < nearestEdge && isSeen(onEdge, nearest.z)) {
           nearestEdge = glm::length(glm::dvec2(nearest));
           edgePick.kind = PickResult::Kind::kEdge;
@@ -166,7 +203,7 @@ void Picker::Snap(const glm::dvec2& point, double tolerance, PickResult& result)
           edgePick.point = onEdge;
         }
       }
-      before = place;
+      before = position;
       beforeSeen = seen;
     }
   }
