@@ -16,6 +16,8 @@
 #include <Viewer/Kernel/Reader/PackageTable.h>
 #include <Viewer/Kernel/Reader/PkgGRepReader.h>
 
+#include <lzma.h>
+
 #include <cstdio>
 #include <cstring>
 #include <map>
@@ -168,12 +170,32 @@ bool AddGzip(Checksum& sum, const std::string& bytes) {
   return content != nullptr;
 }
 
+bool AddLzip(Checksum& sum, const std::string& bytes) {
+  lzma_stream stream = LZMA_STREAM_INIT;
+  if (lzma_lzip_decoder(&stream, UINT64_MAX, 0) != LZMA_OK) return false;
+  stream.next_in = reinterpret_cast<const std::uint8_t*>(bytes.data());
+  stream.avail_in = bytes.size();
+  std::string content;
+  lzma_ret state = LZMA_OK;
+  for (std::uint8_t part[1 << 16]; state == LZMA_OK;) {
+    stream.next_out = part;
+    stream.avail_out = sizeof part;
+    state = lzma_code(&stream, LZMA_FINISH);
+    content.append(reinterpret_cast<const char*>(part), sizeof part - stream.avail_out);
+  }
+  lzma_end(&stream);
+  for (const char byte : content)
+    sum.Byte(static_cast<unsigned char>(byte));
+  return state == LZMA_STREAM_END && stream.avail_in == 0;
+}
+
 std::optional<std::uint32_t> Read(char kind, const std::string& bytes) {
   Checksum sum;
   const bool accepted = kind == 'i'   ? AddIndex(sum, bytes)
                         : kind == 'r' ? AddRecord(sum, bytes)
                         : kind == 'p' ? AddPackage(sum, bytes)
                         : kind == 't' ? AddTable(sum, bytes)
+                        : kind == 'l' ? AddLzip(sum, bytes)
                                       : AddGzip(sum, bytes);
   return accepted ? std::optional(sum.Get()) : std::nullopt;
 }

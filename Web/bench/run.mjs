@@ -98,7 +98,7 @@ server.close();
 const median = values => values.sort((a, b) => a - b)[values.length >> 1] ?? NaN;
 const gzipped = file => gzipSync(readFileSync(file), { level: 6 }).length;
 const own = [
-  'index.gz',
+  'index.lz',
   'overview.json',
   ...readdirSync(join(folder, 'draw')).map(name => `draw/${name}`),
 ].reduce((sum, name) => sum + readFileSync(join(folder, name)).length, 0);

@@ -32,6 +32,7 @@ export {
   type SurfaceKind,
   type SurfaceTable,
 } from './reader/mesh.js';
+export { unpackFile } from './reader/content.js';
 export { inflateFile } from './reader/gzip.js';
 export { MemoryBudget } from './reader/budget.js';
 export { multiply, unfold, type Occurrences } from './reader/occurrences.js';

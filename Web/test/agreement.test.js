@@ -6,7 +6,7 @@ import { tmpdir } from 'node:os';
 import { join } from 'node:path';
 import { test } from 'node:test';
 import { gunzipSync, gzipSync } from 'node:zlib';
-import { buildFolder, dist, fuzzInputs, makeRandom, sampleFolder } from './support.js';
+import { buildFolder, dist, fuzzInputs, makeRandom, mirel, sampleFolder } from './support.js';
 
 const web = await import(join(dist, 'index.js'));
 const headerBytes = 132;
@@ -101,6 +101,11 @@ const readers = {
   },
   async g(sum, bytes) {
     for (const byte of await web.inflateFile(bytes, 'input', new web.MemoryBudget(64 * 2 ** 30)))
+      sum.byte(byte);
+    return true;
+  },
+  async l(sum, bytes) {
+    for (const byte of await web.unpackFile(bytes, 'input.lz', new web.MemoryBudget(64 * 2 ** 30)))
       sum.byte(byte);
     return true;
   },
@@ -256,9 +261,14 @@ function mutateIndex(bytes, random) {
 }
 
 const asInputs = (kind, inputs) => inputs.map(bytes => ({ kind, bytes }));
-const records = fuzzInputs('GRepPackageFuzz').flatMap(bytes =>
-  web.readPackage(bytes).map(item => item.bytes.slice()),
+const sample = sampleFolder();
+mirel('site', sample, `${sample}-site`);
+const siteFile = name => new Uint8Array(readFileSync(join(`${sample}-site`, name)));
+const recordsOf = bytes => web.readPackage(bytes).map(item => item.bytes.slice());
+const drawings = recordsOf(
+  await web.unpackFile(siteFile('draw/1.lz'), 'draw/1.lz', new web.MemoryBudget(64 * 2 ** 30)),
 );
+const records = [...fuzzInputs('GRepPackageFuzz').flatMap(recordsOf), ...drawings];
 
 /** Mutants of mutants, so that several changes come together. */
 function mutants(seeds, mutate, count, seed) {
@@ -311,4 +321,7 @@ test('the readers agree on mutated indexes, packages and gzip files', async () =
     asInputs('g', [...twice, ...files]),
   ])
     assert.ok((await compare(inputs)) > 20);
+  // A checksum lets hardly any change pass.
+  const packed = [siteFile('index.lz'), siteFile('draw/1.lz')];
+  assert.ok((await compare(asInputs('l', [...packed, ...mutants(packed, anyByte, 1000, 5)]))) >= 2);
 });

@@ -155,7 +155,7 @@ void FolderCheck::CheckFolder(const std::string& name, std::uint32_t count) {
   for (; !failure && entry != fs::directory_iterator(); entry.increment(failure)) {
     const std::string file = NameOfPath(entry->path());
     const std::string path = (fs::u8path(name) / fs::u8path(file)).generic_u8string();
-    const std::uint32_t number = FolderFiles::GetPackageNumber(file);
+    const std::uint32_t number = FolderFiles::GetPackageNumber(file, name);
     if (number == 0) {
       findings_.Add(CheckCode::kForeignFile, path, WhyForeign(file));
     } else if (contents_.opens && number > count) {

@@ -74,7 +74,7 @@ std::string FindForeign(const fs::path& folder, std::error_code& failure,
       return name;
     }
     for (const auto& [file, fileType] : List(folder / name, failure)) {
-      const std::uint32_t number = FolderFiles::GetPackageNumber(file);
+      const std::uint32_t number = FolderFiles::GetPackageNumber(file, name);
       const bool isCounted =
           !counts || number <= (name == FolderFiles::kShapes ? counts->shapes : counts->greps);
       if (!FolderFiles::IsHidden(file) && (number == 0 || !isCounted || fileType != fs::file_type::regular)) {

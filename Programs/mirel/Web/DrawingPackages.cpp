@@ -1,7 +1,7 @@
 #include <Programs/mirel/Web/DrawingPackages.h>
 
 #include <Programs/mirel/Open/ModelFolder.h>
-#include <Programs/mirel/Web/TightGzip.h>
+#include <Programs/mirel/Web/LzipFile.h>
 
 #include <Viewer/Kernel/Host/Core/ShareOut.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
@@ -28,7 +28,7 @@ std::string MakePackage(const ModelFolder& folder, const ModelFolder::File& pack
     }
     container.AddItem(id, stream.str());
   }
-  return container.GetItemCount() > 0 ? TightGzip::Compress(container.MakeContent()) : std::string();
+  return container.GetItemCount() > 0 ? LzipFile::Pack(container.MakeContent()) : std::string();
 }
 
 }  // namespace

@@ -19,6 +19,7 @@ const char* MimeTypeOf(std::string_view name) {
   return extension == "html"   ? "text/html; charset=utf-8"
          : extension == "js"   ? "text/javascript; charset=utf-8"
          : extension == "gz"   ? "application/gzip"
+         : extension == "lz"   ? "application/lzip"
          : extension == "json" ? "application/json"
                                : "text/plain; charset=utf-8";
 }

@@ -28,9 +28,10 @@ What the server has to send:
   page.js      text/javascript, or the browser will not run it
   *.json       any type, application/json is right
   *.gz         any type, application/gzip is right. With or without "Content-Encoding: gzip": both work.
+  *.lz         any type, application/lzip is right
 
   CORS         not needed as long as the page and the model lie on one host. For a page elsewhere that shows
-               this model, send *.gz and *.json with "Access-Control-Allow-Origin: *".
+               this model, send *.gz, *.lz and *.json with "Access-Control-Allow-Origin: *".
   Ranges       not needed; files are fetched whole.
   Caching      as for any file that may change. All files of a model belong together: let browsers ask
                again (Cache-Control: no-cache, with ETag or Last-Modified) when models are replaced.
@@ -39,7 +40,8 @@ What is here:
 
   index.html, page.js     the page, and the viewer that it runs
   index.gz, grep/*.gz     the model as it was saved: the item tree, and what is drawn
-  draw/*.gz               of grep/*.gz what a picture needs: fetched first, and the rest when somebody measures
+  index.lz, draw/*.lz     index.gz once more, and of grep/*.gz what a picture needs: fetched in their place, and
+                          grep/*.gz when somebody measures
   overview.json           what the page wants to know first: boxes, sizes, which package holds which body.
                           It works without, and then without draw/.
   extras.gz               what the source said beside, if anything

@@ -7,6 +7,7 @@
 #include <Programs/mirel/Save/InputFolder.h>
 #include <Programs/mirel/Seal/FileBytes.h>
 #include <Programs/mirel/Web/DrawingPackages.h>
+#include <Programs/mirel/Web/LzipFile.h>
 #include <Programs/mirel/Web/Overview.h>
 #include <Programs/mirel/Web/PageText.h>
 #include <Programs/mirel/Web/TightGzip.h>
@@ -14,6 +15,7 @@
 #include <Viewer/Kernel/App/LiteVisualVisitor.h>
 #include <Viewer/Kernel/Host/Core/PathUtil.h>
 #include <Viewer/Kernel/Host/GeometryView/NodeBox.h>
+#include <Viewer/Kernel/Host/Gzip/GzBuffer.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/Model/FolderFiles.h>
 
@@ -67,9 +69,15 @@ bool WebModel::Open(Console& console, const std::string& path) {
   for (std::size_t i = 0; i < drawings.size(); ++i) {
     if (!drawings[i].empty()) {
       const auto number = static_cast<std::uint32_t>(i + 1);
-      files_.push_back({std::string(FolderFiles::kDrawings) + "/" + FolderFiles::GetPackageName(number), "",
-                        std::move(drawings[i])});
+      files_.push_back({std::string(FolderFiles::kDrawings) + "/" +
+                            FolderFiles::GetPackageName(number, FolderFiles::kDrawings),
+                        "", std::move(drawings[i])});
     }
+  }
+  const std::shared_ptr<RawBuffer> text = contents_.drawings ? GzBuffer::FromFile(index) : nullptr;
+  std::string tight = text ? LzipFile::Pack(std::string(text->GetData(), text->GetSize())) : std::string();
+  if (!tight.empty()) {
+    files_.push_back({FolderFiles::kTightIndex, "", std::move(tight)});
   }
   std::error_code failure;
   if (fs::is_regular_file(fs::u8path(folder + FolderFiles::kExtras), failure)) {

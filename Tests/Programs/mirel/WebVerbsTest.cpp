@@ -204,7 +204,7 @@ TEST_F(WebVerbsTest, ASiteHasTheFilesOfTheModelAsTheyAre) {
   ASSERT_EQ(Run({"site", model, site_}), 0) << said_;
   FileContents files = ReadFiles(site_ + "/");
   const FileContents source = ReadFiles(model + "/");
-  EXPECT_EQ(files.size(), 7U);
+  EXPECT_EQ(files.size(), 8U);
   EXPECT_TRUE(files.at("grep/1.gz") == source.at("grep/1.gz"));
   const auto inflate = [](const std::string& file) {
     const std::shared_ptr<RawBuffer> content = GzBuffer::FromMemory(file.data(), file.size(), "file");
@@ -212,7 +212,8 @@ TEST_F(WebVerbsTest, ASiteHasTheFilesOfTheModelAsTheyAre) {
   };
   EXPECT_EQ(inflate(files.at("index.gz")), inflate(source.at("index.gz")));
   EXPECT_LT(files.at("index.gz").size(), source.at("index.gz").size());
-  EXPECT_LT(files.at("draw/1.gz").size(), source.at("grep/1.gz").size());
+  EXPECT_EQ(files.at("index.lz").substr(0, 4), "LZIP");
+  EXPECT_LT(files.at("draw/1.lz").size(), source.at("grep/1.gz").size());
   EXPECT_EQ(files.at("page.js"), kScript);
   EXPECT_NE(files.at("index.html").find("<title>Größe &lt;b&gt;</title>"), std::string::npos);
   EXPECT_NE(files.at("README.txt").find("Content-Encoding"), std::string::npos);
@@ -227,7 +228,7 @@ TEST_F(WebVerbsTest, ASiteHasTheFilesOfTheModelAsTheyAre) {
   ASSERT_EQ(Run({"site", model, "--force", "--with-bodies", site_ + "/"}), 0) << said_;
   files = ReadFiles(site_ + "/");
   EXPECT_TRUE(files.at("model/1.gz") == source.at("model/1.gz"));
-  EXPECT_EQ(files.size(), 8U);
+  EXPECT_EQ(files.size(), 9U);
   EXPECT_EQ(Run({"save", "-q", "--force", MIREL_SAMPLE, site_}), 3) << "a site is no model folder";
   EXPECT_EQ(Run({"check", "--level", "index", site_}), 0) << said_;
 }
@@ -252,7 +253,7 @@ TEST_F(WebVerbsTest, TheOverviewTellsWhereThingsAre) {
   const auto& packages = overview["Packages"];
   ASSERT_EQ(packages.Size(), 4U) << text;
   EXPECT_EQ(packages[0]["Bytes"].GetUint64(), fs::file_size(fs::u8path(model + "/grep/1.gz")));
-  EXPECT_EQ(packages[0]["Drawing"].GetUint64(), fs::file_size(fs::u8path(site_ + "/draw/1.gz")));
+  EXPECT_EQ(packages[0]["Drawing"].GetUint64(), fs::file_size(fs::u8path(site_ + "/draw/1.lz")));
   EXPECT_FALSE(packages[1].HasMember("Drawing")) << "a package that was not read whole";
   ASSERT_EQ(packages[0]["Bodies"].Size(), 2U);
   for (const auto& body : packages[0]["Bodies"].GetArray()) {
@@ -286,7 +287,7 @@ TEST_F(WebVerbsTest, APreviewServesTheSiteAndNothingElse) {
                                                     {"/page.js", "text/javascript; charset=utf-8"},
                                                     {"/index.gz?x=1", "application/gzip"},
                                                     {"/grep/1.gz", "application/gzip"},
-                                                    {"/draw/1.gz", "application/gzip"},
+                                                    {"/draw/1.lz", "application/lzip"},
                                                     {"/overview.json", "application/json"},
                                                     {"/README.txt", "text/plain; charset=utf-8"}};
   for (const auto& [path, type] : types) {

@@ -1,6 +1,6 @@
 import { MemoryBudget } from './budget.js';
 import { ReadError } from './failure.js';
-import { inflateFile } from './gzip.js';
+import { unpackFile } from './content.js';
 import { readIndex, type ModelIndex } from './items.js';
 import { maxMissingPackages, memoryLimit } from './limits.js';
 import { countMeshBytes, type Mesh } from './mesh.js';
@@ -25,6 +25,8 @@ export interface OpenOptions {
   onMessage?: (message: string) => void;
   /** Bytes that opening may take in all; 64 GiB if nothing is said. */
   memoryLimit?: number;
+  /** The folder was made for the web: the index may be had packed tighter. */
+  isSite?: boolean;
 }
 
 /** The graphics of one body. */
@@ -49,7 +51,9 @@ export class ModelFolder {
   static async open(source: string | URL | FolderSource, options: OpenOptions = {}): Promise<ModelFolder> {
     const files = typeof source === 'function' ? source : httpSource(source);
     const budget = new MemoryBudget(options.memoryLimit ?? memoryLimit);
-    const content = await fetchContent('index.gz', files, options, budget);
+    const content =
+      (options.isSite && (await fetchContent('index.lz', files, options, budget).catch(passOver))) ||
+      (await fetchContent('index.gz', files, options, budget));
     if (!content) throw new ReadError('index.gz', 'not found: there is no model');
     return new ModelFolder(readIndex(content), files, options, budget);
   }
@@ -96,7 +100,7 @@ export class ModelFolder {
     const { value: number, done } = numbers.next();
     if (done) return undefined;
     if (hasDrawing(number)) {
-      const file = `draw/${number}.gz`;
+      const file = `draw/${number}.lz`;
       const content = await this.fetchPackage(file, false);
       // Some servers have a page for what they do not have.
       if (content && readPackage(content).length > 0) return { file, content };
@@ -130,9 +134,8 @@ export class ModelFolder {
       if (!content && isNeeded) this.say(`${file}: not found`);
       return content;
     } catch (error) {
-      if (!(error instanceof ReadError)) throw error;
-      if (isNeeded) this.say(error.message);
-      return undefined;
+      if (isNeeded && error instanceof ReadError) this.say(error.message);
+      return passOver(error);
     }
   }
 
@@ -170,9 +173,14 @@ async function fetchContent(
   const onBytes = onProgress && ((loaded: number, total?: number) => onProgress({ file, loaded, total }));
   const bytes = await source(file, { signal, onBytes });
   signal?.throwIfAborted();
-  const content = bytes && (await inflateFile(bytes, file, budget));
+  const content = bytes && (await unpackFile(bytes, file, budget));
   signal?.throwIfAborted();
   return content;
+}
+
+/** What cannot be read is as if it were not there. */
+function passOver(error: unknown): undefined {
+  if (!(error instanceof ReadError)) throw error;
 }
 
 function* countTo(count: number): Generator<number> {

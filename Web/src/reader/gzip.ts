@@ -1,14 +1,10 @@
 import type { MemoryBudget } from './budget.js';
+import { checksum } from './checksum.js';
 import { ReadError } from './failure.js';
 import { InflateError, Inflater } from './inflate.js';
 
 const headerBytes = 10;
 const trailerBytes = 8;
-const checksumTable = Uint32Array.from({ length: 256 }, (_, value) => {
-  for (let bit = 0; bit < 8; ++bit) value = value & 1 ? (value >>> 1) ^ 0xedb88320 : value >>> 1;
-  return value;
-});
-
 /**
  * The content of a gzip file. One that does not begin as gzip does has been inflated on its way, by a browser whose server
  * said `Content-Encoding: gzip`, and is returned as it is. Several members in a row are one content. Throws a `ReadError`.
@@ -103,10 +99,4 @@ function findStream(bytes: Uint8Array, at: number): number {
   }
   if (flags & 2) next += 2; // checksum of the header
   return next;
-}
-
-function checksum(bytes: Uint8Array): number {
-  let sum = 0xffffffff;
-  for (let i = 0; i < bytes.length; ++i) sum = checksumTable[(sum ^ bytes[i]) & 0xff] ^ (sum >>> 8);
-  return ~sum >>> 0;
 }

@@ -52,7 +52,7 @@ export interface Mesh {
 
   /** x, y, z of each vertex, in steps of the grid: 32 bits where 16 are too coarse. */
   positions: Uint16Array | Uint32Array;
-  /** nx, ny of each vertex: an octahedral normal, see docs/format.md. A view into the bytes that were read. */
+  /** nx, ny of each vertex: an octahedral normal, see docs/format.md. May be a view into the bytes that were read. */
   normals: Int8Array;
   /** Three vertices for each triangle, counter-clockwise when seen from outside the material. */
   triangles: Uint16Array | Uint32Array;

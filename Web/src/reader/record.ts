@@ -2,6 +2,7 @@ import { ByteReader, unZigZag } from './bytes.js';
 import { readSides, readSurfaces } from './features.js';
 import { maxMeshCoordinate, maxMeshElements } from './limits.js';
 import type { Box, BoxState, Mesh } from './mesh.js';
+import { WalkReader } from './walks.js';
 
 const magic = 0x70655247; // "GRep"
 const headerBytes = 132;
@@ -9,6 +10,8 @@ const boxStates: BoxState[] = ['empty', 'finite', 'infinite'];
 
 interface Header {
   hasFeatures: boolean;
+  /** Arranged as packages for web pages have it. */
+  isDrawing: boolean;
   isFine: boolean;
   box: Box;
   payloadBytes: number;
@@ -37,7 +40,7 @@ function readHeader(bytes: Uint8Array): Header | string {
   const reader = new ByteReader(bytes);
   if (reader.u32() !== magic) return 'it does not begin with GRep';
   const [version, versionHigh, flags, state] = reader.take(4);
-  if ((version !== 1 && version !== 2) || versionHigh !== 0) return 'its version is unknown';
+  if (version < 1 || version > 3 || versionHigh !== 0) return 'its version is unknown';
   if (flags > 1 || state >= boxStates.length) return 'its flags are unknown';
   const payloadBytes = reader.u32();
   const [vertices, places, triangles, faces, points, edges] = Array.from({ length: 6 }, () => reader.u32());
@@ -61,6 +64,7 @@ function readHeader(bytes: Uint8Array): Header | string {
     return 'its counts do not fit its size';
   return {
     hasFeatures,
+    isDrawing: version === 3,
     isFine: flags === 1,
     box,
     payloadBytes,
@@ -110,20 +114,21 @@ function readPayload(reader: ByteReader, header: Header): Mesh | string {
   const positions = readPositions(reader, header);
   if (typeof positions === 'string') return positions;
   const plainNormals = reader.take(2 * vertices);
-  const normals = new Int8Array(plainNormals.buffer, plainNormals.byteOffset, plainNormals.length);
+  const normals = header.isDrawing
+    ? sumNormals(plainNormals)
+    : new Int8Array(plainNormals.buffer, plainNormals.byteOffset, plainNormals.length);
 
   const IndexArray = vertices <= 0x10000 ? Uint16Array : Uint32Array;
   const triangles = new IndexArray(corners);
+  const walks = header.isDrawing ? new WalkReader(reader) : undefined;
   for (let face = 0; face < faces; ++face) {
     const first = faceVertexStarts[face];
-    const reason = readStrips(
-      reader,
-      first,
-      faceVertexStarts[face + 1] - first,
-      triangles.subarray(faceCornerStarts[face], faceCornerStarts[face + 1]),
-    );
+    const count = faceVertexStarts[face + 1] - first;
+    const target = triangles.subarray(faceCornerStarts[face], faceCornerStarts[face + 1]);
+    const reason = walks ? walks.face(first, count, target) : readStrips(reader, first, count, target);
     if (reason) return reason;
   }
+  if (walks && !walks.isDone) return 'its walks leave far corners over';
   const polylines = new IndexArray(points);
   for (let i = 0, last = 0; i < points; ++i) {
     last = (last + reader.signed()) >>> 0;
@@ -156,6 +161,16 @@ function readPayload(reader: ByteReader, header: Header): Mesh | string {
   if (reader.failed) return 'its payload is cut short or holds a number that is too long';
   if (reader.remaining > 0) return 'its payload has bytes left over';
   return mesh;
+}
+
+// Normals as differences: all nx, then all ny.
+function sumNormals(differences: Uint8Array): Int8Array {
+  const normals = new Int8Array(differences.length);
+  const count = differences.length / 2;
+  for (let component = 0; component < 2; ++component)
+    for (let i = 0, last = 0; i < count; ++i)
+      normals[2 * i + component] = last = (last + differences[component * count + i]) & 255;
+  return normals;
 }
 
 // A vertex either has a new place or refers to one that a vertex before has.

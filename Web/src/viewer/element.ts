@@ -154,13 +154,13 @@ export class MirelViewer extends HTMLElement {
 
   private async load(source: FolderSource, signal: AbortSignal): Promise<void> {
     const messages: string[] = [];
-    const opening = ModelFolder.open(source, { signal, onMessage: message => messages.push(message) });
+    const isSite = this.hasAttribute('overview');
+    const onMessage = (message: string) => messages.push(message);
+    const opening = ModelFolder.open(source, { signal, onMessage, isSite });
     // What is known before packages are there: boxes come first, then packages in the order of what is large in the picture.
-    const overview = this.hasAttribute('overview')
-      ? readOverview(source, signal).catch(() => undefined)
-      : undefined;
+    const overview = isSite ? readOverview(source, signal).catch(() => undefined) : undefined;
     const folder = await opening;
-    const model = new ModelObject(unfold(folder.index, message => messages.push(message)));
+    const model = new ModelObject(unfold(folder.index, onMessage));
     this.folder = folder;
     this.model = model;
     this.visibility = new Visibility(model);

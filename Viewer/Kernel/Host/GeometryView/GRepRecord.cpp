@@ -4,6 +4,7 @@
 #include <Viewer/Kernel/Host/Core/Limits.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepFeatureRecord.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepMesh.h>
+#include <Viewer/Kernel/Host/GeometryView/GRepWalk.h>
 #include <Viewer/Kernel/Host/GeometryView/RecordBytes.h>
 
 #include <algorithm>
@@ -33,9 +34,11 @@ namespace mirel {
 namespace {
 
 constexpr char kMagic[4] = {'G', 'R', 'e', 'p'};
-// The second says of which kind faces and edges are.
+// The second says of which kind faces and edges are. The third is for drawings: as the first, but arranged so that packers
+// make less of it.
 constexpr std::uint32_t kPlainVersion = 1;
 constexpr std::uint32_t kVersion = 2;
+constexpr std::uint32_t kDrawingVersion = 3;
 constexpr std::size_t kHeaderBytes = 132;
 constexpr std::size_t kFirstReadBytes = 1 << 16;
 constexpr std::uint32_t kFlagFine = 1;
@@ -113,7 +116,7 @@ class PlaceTable {
 // The reference of a vertex is 0 for a new place; else it says how far its place is, in order of first use,
 // from that of the vertex before.
 template <typename Vertex>
-std::uint32_t WriteVertices(const std::vector<Vertex>& vertices, ByteWriter& out) {
+std::uint32_t WriteVertices(const std::vector<Vertex>& vertices, GRepRecordForm form, ByteWriter& out) {
   PlaceTable<Vertex> places(vertices);
   std::vector<bool> isNew(vertices.size());
   std::uint32_t before = 0;
@@ -131,6 +134,17 @@ std::uint32_t WriteVertices(const std::vector<Vertex>& vertices, ByteWriter& out
       if (isNew[i]) out.Number(ZigZag(value - last));
       last = value;
     }
+  }
+  if (form == GRepRecordForm::kDrawing) {
+    for (std::int8_t Vertex::*const component : {&Vertex::nx, &Vertex::ny}) {
+      std::uint8_t last = 0;
+      for (const Vertex& vertex : vertices) {
+        const auto value = static_cast<std::uint8_t>(vertex.*component);
+        out.Fixed(static_cast<std::uint8_t>(value - last), 1);
+        last = value;
+      }
+    }
+    return places.Count();
   }
   for (const Vertex& vertex : vertices)
     for (std::int8_t n : {vertex.nx, vertex.ny})
@@ -160,8 +174,21 @@ bool ReadAxis(ByteReader& reader, const std::uint32_t* first, std::vector<Vertex
   return true;
 }
 
+// Normals as differences, one component after the other.
 template <typename Vertex>
-const char* ReadVertices(ByteReader& reader, std::size_t placeCount, std::vector<Vertex>& vertices) {
+void ReadNormalDifferences(const unsigned char* bytes, std::vector<Vertex>& vertices) {
+  for (std::int8_t Vertex::*const component : {&Vertex::nx, &Vertex::ny}) {
+    std::uint8_t last = 0;
+    for (Vertex& vertex : vertices) {
+      last = static_cast<std::uint8_t>(last + *bytes++);
+      vertex.*component = static_cast<std::int8_t>(last);
+    }
+  }
+}
+
+template <typename Vertex>
+const char* ReadVertices(ByteReader& reader, std::size_t placeCount, bool isDrawing,
+                         std::vector<Vertex>& vertices) {
   const std::size_t count = vertices.size();
   const std::unique_ptr<std::uint32_t[]> first(new std::uint32_t[count]);
   const std::unique_ptr<std::uint32_t[]> firstAtPlace(new std::uint32_t[placeCount]);
@@ -185,7 +212,10 @@ const char* ReadVertices(ByteReader& reader, std::size_t placeCount, std::vector
       !ReadAxis(reader, first.get(), vertices, &Vertex::y) ||
       !ReadAxis(reader, first.get(), vertices, &Vertex::z))
     return "a place lies outside the grid";
-  if (const unsigned char* const normals = reader.Bytes(2 * count)) {
+  const unsigned char* const normals = reader.Bytes(2 * count);
+  if (normals && isDrawing) {
+    ReadNormalDifferences(normals, vertices);
+  } else if (normals) {
     for (std::size_t i = 0; i < count; ++i) {
       vertices[i].nx = static_cast<std::int8_t>(normals[2 * i]);
       vertices[i].ny = static_cast<std::int8_t>(normals[2 * i + 1]);
@@ -200,8 +230,6 @@ const char* ReadVertices(ByteReader& reader, std::size_t placeCount, std::vector
 // out.
 class StripWriter {
  public:
-  explicit StripWriter(ByteWriter& out) : out_(out) {}
-
   // False when a triangle has two equal corners: strips cannot hold it.
   bool Face(const std::uint32_t* corners, std::size_t count, std::uint32_t firstVertex) {
     std::uint32_t beforeLast = 0, last = 0;
@@ -231,14 +259,26 @@ class StripWriter {
     return true;
   }
 
+  void AppendTo(ByteWriter& out) const { out.Append(out_); }
+
  private:
   static bool Continues(const std::uint32_t* triangle, std::uint32_t a, std::uint32_t b, bool even) {
     return triangle[even ? 0 : 1] == a && triangle[even ? 1 : 0] == b;
   }
 
-  ByteWriter& out_;
+  ByteWriter out_;
   std::vector<std::uint32_t> strip_;
 };
+
+// Strips or walks; false when they cannot hold a triangle.
+template <typename Writer>
+bool WriteFaces(const GRepMesh& mesh, Writer writer, ByteWriter& out) {
+  for (const GRepFace& face : mesh.faces)
+    if (!writer.Face(mesh.triangles.data() + face.firstIndex, face.indexCount, face.firstVertex))
+      return false;
+  writer.AppendTo(out);
+  return true;
+}
 
 const char* ReadStrips(ByteReader& reader, const GRepFace& face, std::uint32_t* corners) {
   ByteReader in = reader;
@@ -272,7 +312,9 @@ struct Counts {
   std::uint32_t vertices, places, corners, faces, points, edges;
 };
 
-const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, bool hasFeatures, GRepMesh& mesh) {
+const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, std::uint64_t version,
+                        GRepMesh& mesh) {
+  const bool isDrawing = version == kDrawingVersion;
   mesh.faces.resize(counts.faces);
   std::uint64_t vertexEnd = 0, indexEnd = 0;
   for (GRepFace& face : mesh.faces) {
@@ -300,16 +342,20 @@ const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, bool ha
   const char* reason;
   if (fine) {
     mesh.fineVertices.resize(counts.vertices);
-    reason = ReadVertices(in, counts.places, mesh.fineVertices);
+    reason = ReadVertices(in, counts.places, isDrawing, mesh.fineVertices);
   } else {
     mesh.vertices.resize(counts.vertices);
-    reason = ReadVertices(in, counts.places, mesh.vertices);
+    reason = ReadVertices(in, counts.places, isDrawing, mesh.vertices);
   }
   if (reason != nullptr) return reason;
 
   mesh.triangles.resize(counts.corners);
-  for (const GRepFace& face : mesh.faces)
-    if ((reason = ReadStrips(in, face, mesh.triangles.data() + face.firstIndex)) != nullptr) return reason;
+  if (isDrawing) {
+    if ((reason = ReadWalks(in, mesh)) != nullptr) return reason;
+  } else {
+    for (const GRepFace& face : mesh.faces)
+      if ((reason = ReadStrips(in, face, mesh.triangles.data() + face.firstIndex)) != nullptr) return reason;
+  }
 
   mesh.polylines.resize(counts.points);
   std::uint32_t last = 0;
@@ -317,7 +363,7 @@ const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, bool ha
     point = last += UnZigZag(in.Number());
     if (point >= counts.vertices) return "a polyline uses a vertex that is not there";
   }
-  if (hasFeatures && (reason = ReadFeatures(in, mesh)) != nullptr) return reason;
+  if (version == kVersion && (reason = ReadFeatures(in, mesh)) != nullptr) return reason;
   if (in.Failed()) return "its payload is cut short or holds a number that is too long";
   if (!in.AtEnd()) return "its payload has bytes left over";
   return nullptr;
@@ -325,7 +371,7 @@ const char* ReadPayload(ByteReader& in, const Counts& counts, bool fine, bool ha
 
 }  // namespace
 
-bool WriteGRepRecord(const GRepMesh& mesh, std::ostream& stream) {
+bool WriteGRepRecord(const GRepMesh& mesh, std::ostream& stream, GRepRecordForm form) {
   for (std::size_t count : {mesh.vertices.size(), mesh.fineVertices.size(), mesh.triangles.size(),
                             mesh.faces.size(), mesh.polylines.size(), mesh.edges.size()})
     if (count > kMaxMeshElements) return false;
@@ -339,11 +385,10 @@ bool WriteGRepRecord(const GRepMesh& mesh, std::ostream& stream) {
     payload.Number(edge.indexCount);
   const bool fine = !mesh.fineVertices.empty();
   const std::uint32_t places =
-      fine ? WriteVertices(mesh.fineVertices, payload) : WriteVertices(mesh.vertices, payload);
-  StripWriter strips(payload);
-  for (const GRepFace& face : mesh.faces)
-    if (!strips.Face(mesh.triangles.data() + face.firstIndex, face.indexCount, face.firstVertex))
-      return false;
+      fine ? WriteVertices(mesh.fineVertices, form, payload) : WriteVertices(mesh.vertices, form, payload);
+  const bool isDrawing = form == GRepRecordForm::kDrawing;
+  if (isDrawing ? !WriteFaces(mesh, WalkWriter(), payload) : !WriteFaces(mesh, StripWriter(), payload))
+    return false;
   std::uint32_t last = 0;
   for (std::uint32_t point : mesh.polylines) {
     payload.Number(ZigZag(point - last));
@@ -351,14 +396,14 @@ bool WriteGRepRecord(const GRepMesh& mesh, std::ostream& stream) {
   }
   // What was read from a record of the first version is written as one.
   const bool hasFeatures =
-      mesh.surfaces.size() == mesh.faces.size() && mesh.sides.size() == mesh.edges.size();
+      !isDrawing && mesh.surfaces.size() == mesh.faces.size() && mesh.sides.size() == mesh.edges.size();
   if (hasFeatures) WriteFeatures(mesh, payload);
   if (payload.Data().size() > kMaxMeshElements) return false;
 
   ByteWriter header;
   for (char c : kMagic)
     header.Fixed(static_cast<unsigned char>(c), 1);
-  header.Fixed(hasFeatures ? kVersion : kPlainVersion, 2);
+  header.Fixed(isDrawing ? kDrawingVersion : hasFeatures ? kVersion : kPlainVersion, 2);
   header.Fixed(fine ? kFlagFine : 0, 1);
   header.Fixed(static_cast<std::uint64_t>(mesh.box.GetState()), 1);
   for (std::size_t count :
@@ -387,7 +432,7 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
   if (std::memcmp(head, kMagic, sizeof kMagic) != 0) return "it does not begin with GRep";
   ByteReader header(head + sizeof kMagic, sizeof head - sizeof kMagic);
   const std::uint64_t version = header.Fixed(2);
-  if (version != kPlainVersion && version != kVersion) return "its version is unknown";
+  if (version < kPlainVersion || version > kDrawingVersion) return "its version is unknown";
   const std::uint64_t flags = header.Fixed(1), state = header.Fixed(1);
   if (flags > kFlagFine || state > AABoxT<double>::kInfinite) return "its flags are unknown";
   const std::uint32_t payloadBytes = header.U32();
@@ -434,7 +479,7 @@ const char* ReadGRepRecord(std::istream& stream, GRepMesh& mesh) {
   mesh.angularDeflection = angular;
   counts.corners = triangles * 3;
   ByteReader payload(bytes.get(), payloadBytes);
-  return ReadPayload(payload, counts, (flags & kFlagFine) != 0, version == kVersion, mesh);
+  return ReadPayload(payload, counts, (flags & kFlagFine) != 0, version, mesh);
 }
 
 }  // namespace mirel

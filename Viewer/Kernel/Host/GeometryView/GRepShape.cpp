@@ -68,7 +68,7 @@ bool GRepShape::ToStream(std::ostream& stream) const {
 }
 
 bool GRepShape::ToDrawingStream(std::ostream& stream) const {
-  return WriteGRepRecord(MakeDrawing(mesh_), stream);
+  return WriteGRepRecord(MakeDrawing(mesh_), stream, GRepRecordForm::kDrawing);
 }
 
 bool GRepShape::SetShape(const std::shared_ptr<TopoShape>& shape, bool recompute) {

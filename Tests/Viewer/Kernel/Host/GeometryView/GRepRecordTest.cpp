@@ -10,12 +10,15 @@
 #include <BRepPrimAPI_MakeCylinder.hxx>
 #include <TopoDS_Shape.hxx>
 
+#include <algorithm>
+#include <array>
 #include <cstring>
 #include <memory>
 #include <random>
 #include <sstream>
 #include <streambuf>
 #include <string>
+#include <vector>
 
 namespace mirel {
 namespace {
@@ -56,6 +59,27 @@ std::string Drilled() {
                       .Shape());
 }
 
+std::string DrawingOf(const std::string& record) {
+  std::ostringstream stream;
+  EXPECT_TRUE(Read(record)->ToDrawingStream(stream));
+  return stream.str();
+}
+
+std::string FineCylinder() {
+  return RecordOf(BRepPrimAPI_MakeCylinder(5, 3000).Shape(), 0.004);
+}
+
+// The triangles of a face, each from its smallest corner on, in order: how they turn is told, where they stand is not.
+std::vector<std::array<std::uint32_t, 3>> TrianglesOf(const GRepMesh& mesh, const GRepFace& face) {
+  std::vector<std::array<std::uint32_t, 3>> triangles(face.indexCount / 3);
+  for (std::size_t i = 0; i < triangles.size(); ++i) {
+    const std::uint32_t* const corners = mesh.triangles.data() + face.firstIndex + 3 * i;
+    std::rotate_copy(corners, std::min_element(corners, corners + 3), corners + 3, triangles[i].begin());
+  }
+  std::sort(triangles.begin(), triangles.end());
+  return triangles;
+}
+
 // Reading damaged bytes gives nothing and says why, or a mesh that a viewer can draw.
 void ExpectSafe(const std::string& record) {
   LogCapture log;
@@ -81,7 +105,7 @@ TEST(GRepRecordTest, ReadsExactlyOneRecord) {
 }
 
 TEST(GRepRecordTest, FineGridRoundTrips) {
-  const std::string record = RecordOf(BRepPrimAPI_MakeCylinder(5, 3000).Shape(), 0.004);
+  const std::string record = FineCylinder();
   const auto grep = Read(record);
   ASSERT_TRUE(grep);
   EXPECT_FALSE(grep->GetMesh().fineVertices.empty());
@@ -91,8 +115,26 @@ TEST(GRepRecordTest, FineGridRoundTrips) {
   EXPECT_EQ(again.str(), record);
 }
 
+TEST(GRepRecordTest, DrawingsHaveTheTrianglesAndNormalsOfTheWhole) {
+  for (const std::string& record : {Drilled(), FineCylinder()}) {
+    const GRepMesh whole = Read(record)->GetMesh();
+    const auto drawing = Read(DrawingOf(record));
+    ASSERT_TRUE(drawing);
+    const GRepMesh& mesh = drawing->GetMesh();
+    EXPECT_TRUE(test::IsConsistent(mesh));
+    EXPECT_TRUE(mesh.surfaces.empty() && mesh.sides.empty());
+    ASSERT_EQ(mesh.faces.size(), whole.faces.size());
+    for (std::size_t i = 0; i < mesh.faces.size(); ++i)
+      EXPECT_EQ(TrianglesOf(mesh, mesh.faces[i]), TrianglesOf(whole, whole.faces[i])) << i;
+    for (std::size_t i = 0; i < mesh.faces.back().firstVertex + mesh.faces.back().vertexCount; ++i) {
+      EXPECT_EQ(mesh.GetPosition(i), whole.GetPosition(i));
+      EXPECT_EQ(mesh.GetNormal(i), whole.GetNormal(i));
+    }
+  }
+}
+
 TEST(GRepRecordTest, DamagedBytesAreRefusedOrHarmless) {
-  for (const std::string& record : {Drilled(), RecordOf(BRepPrimAPI_MakeCylinder(5, 3000).Shape(), 0.004)}) {
+  for (const std::string& record : {Drilled(), FineCylinder(), DrawingOf(Drilled())}) {
     for (std::size_t i = 0; i < record.size(); ++i)
       for (int value : {0x00, 0xFF, 0x7F, 0x80, record[i] ^ 0x01, record[i] ^ 0x80, record[i] ^ 0xFF}) {
         std::string damaged = record;
@@ -124,7 +166,7 @@ TEST(GRepRecordTest, EachRefusalSaysWhy) {
     std::string record, reason;
   } cases[] = {
       {with(0, "g"), "it does not begin with GRep"},
-      {with(4, "\3"), "its version is unknown"},
+      {with(4, "\4"), "its version is unknown"},
       {with(6, "\2"), "its flags are unknown"},
       {with(7, "\3"), "its flags are unknown"},
       {with(7, std::string(1, '\0')), "it has vertices but no finite box"},
