@@ -12,6 +12,7 @@ const template = readFileSync(join(dist, 'page.html'), 'utf8');
 const fill = (src, files = '') =>
   template
     .replace(' overview', '')
+    .replace('<!--compare-->', '')
     .replace('<!--src-->', src)
     .replaceAll('<!--title-->', 'Trolley')
     .replace('<!--files-->', files)

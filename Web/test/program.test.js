@@ -175,6 +175,94 @@ test('hostile names do nothing in a page', async () => {
   await page.close();
 });
 
+test('a page that compares shows what is gone, new and changed', async () => {
+  const index = JSON.parse(gunzipSync(readFileSync(join(trolley, 'index.gz'))));
+  const [root] = index.Items;
+  const named = name => root.Children.findIndex(({ Name }) => Name === name);
+  const before = named('drawer top');
+  assert.ok(before >= 0 && named('ballast') >= 0);
+  const [drawer] = root.Children.splice(before, 1);
+  const hostile = '<img src=x onerror="window.isHurt=1">';
+  root.Children[named('ballast')].Transform = [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 30, 0, 0, 1];
+  root.Children[named('drawer middle')].Name = hostile;
+  root.Children.push({
+    ...drawer,
+    Id: '77',
+    Name: 'one more',
+    Transform: [1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 2000, 0, 0, 1],
+  });
+  const newer = writeFolder(join(scratch, 'newer'), {
+    'index.gz': gzipSync(JSON.stringify(index)),
+    'grep/1.gz': readFileSync(join(trolley, 'grep/1.gz')),
+    'model/1.gz': readFileSync(join(trolley, 'model/1.gz')),
+  });
+  const html = join(scratch, 'compared.html');
+  mirel('page', '--compare', trolley, newer, html);
+  const again = join(scratch, 'compared-again.html');
+  mirel('page', '--compare', trolley, newer, again);
+  assert.deepEqual(readFileSync(html), readFileSync(again));
+
+  const page = await open(pathToFileURL(html).href);
+  const list = await page.$eval('mirel-page', ({ shadowRoot }) =>
+    [...shadowRoot.querySelectorAll('.difference')].map(entry => [entry.classList[1], entry.textContent]),
+  );
+  assert.ok(
+    list.some(
+      ([tint, text]) => tint === 'changed' && text.startsWith(`drawer middle: renamed, to ${hostile}`),
+    ),
+  );
+  assert.ok(list.some(([tint, text]) => tint === 'changed' && text.startsWith('ballast: moved, by ')));
+  assert.equal(await page.evaluate(() => window.isHurt), undefined);
+  const tints = list.map(([tint]) => tint);
+  const isMoved = list.some(([, text]) => text.startsWith('drawer top: moved'));
+  assert.ok(isMoved || (tints.includes('gone') && tints.includes('added')), JSON.stringify(list));
+
+  // Each in its colour, the rest as if of glass.
+  const looks = await page.$eval('mirel-page', ({ viewer }) => {
+    const { model, differences } = viewer;
+    const isDifferent = shape =>
+      differences.some(({ rows, isSeen }) =>
+        rows.some(
+          row => isSeen && model.getShapesBelow(row)[0] <= shape && shape < model.getShapesBelow(row)[1],
+        ),
+      );
+    return Array.from({ length: model.shapeCount }, (_, shape) => [
+      isDifferent(shape),
+      model.isPickable(shape),
+    ]);
+  });
+  assert.ok(looks.some(([isDifferent]) => isDifferent) && looks.some(([isDifferent]) => !isDifferent));
+  for (const [isDifferent, isSolid] of looks) assert.equal(isSolid, isDifferent);
+
+  // The arrow goes from one to the next, and a click in the picture finds the difference.
+  const step = () =>
+    page.evaluate(() => {
+      const { viewer, shadowRoot } = document.querySelector('mirel-page');
+      shadowRoot.querySelector('[title="Next difference"]').click();
+      const current = [...shadowRoot.querySelectorAll('.difference')].findIndex(
+        entry => entry.getAttribute('aria-current') === 'true',
+      );
+      return { current, rows: viewer.selection, wanted: viewer.differences[current].rows };
+    });
+  for (let i = 0; i < list.length; ++i) {
+    const { current, rows, wanted } = await step();
+    assert.equal(current, i);
+    assert.deepEqual(rows, wanted);
+    assert.ok(rows.length > 0, list[i][1]);
+  }
+  const ballast = list.findIndex(([, text]) => text.startsWith('ballast'));
+  for (let at = list.length - 1; at !== ballast; at = (await step()).current);
+  const area = await page.$eval('mirel-page', ({ viewer }) => viewer.getBoundingClientRect().toJSON());
+  await page.mouse.click(area.x + area.width / 2, area.y + area.height / 2);
+  const found = await page.$eval(
+    'mirel-page',
+    ({ shadowRoot }) => shadowRoot.querySelector('.difference[aria-current=true]')?.textContent,
+  );
+  assert.equal(found, list[ballast][1]);
+  assert.deepEqual(page.errors, []);
+  await page.close();
+});
+
 test('a preview shows the site, boxes first', async () => {
   const site = join(scratch, 'site');
   const server = spawn(program, ['site', trolley, site, '--with-bodies', '--preview', '-q']);

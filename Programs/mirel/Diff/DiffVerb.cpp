@@ -2,63 +2,17 @@
 
 #include <Programs/mirel/ArgumentCheck.h>
 #include <Programs/mirel/Console.h>
-#include <Programs/mirel/Diff/BodyStore.h>
 #include <Programs/mirel/Diff/ChangePicture.h>
 #include <Programs/mirel/Diff/ChangeReport.h>
 #include <Programs/mirel/Diff/Changes.h>
-#include <Programs/mirel/Diff/PartMatching.h>
-#include <Programs/mirel/LogRecorder.h>
-#include <Programs/mirel/Open/GraphicsOpener.h>
-#include <Programs/mirel/Open/ModelPath.h>
+#include <Programs/mirel/Diff/Comparison.h>
 #include <Programs/mirel/Picture/PictureArguments.h>
 #include <Programs/mirel/Picture/PictureCall.h>
 #include <Programs/mirel/Save/InputFolder.h>
 
-#include <Viewer/Kernel/Host/Core/PathUtil.h>
-#include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
-
 #include <CLI/CLI.hpp>
 
-#include <memory>
-#include <optional>
-
 namespace mirel {
-
-namespace {
-
-// One of both versions, opened.
-class Version {
- public:
-  /// `kDone`, or the exit code after a message.
-  ExitCode Open(Console& console, const std::string& input) {
-    const ExitCode prepared = folder_.Prepare(console, input);
-    if (prepared != ExitCode::kDone) {
-      return prepared;
-    }
-    const std::string& path = folder_.GetPath();
-    GraphicsOpener opener(console, path);
-    const std::shared_ptr<GroupSceneNode> root = opener.TakeRoot();
-    if (!root) {
-      return ExitCode::kInputUnread;
-    }
-    isComplete_ = opener.FinishWithoutBodies();
-    store_.emplace(PathUtil::GetFolderPath(ModelPath::FindIndex(path)));
-    isComplete_ = store_->Load() && isComplete_;
-    model_.emplace(root, *store_);
-    return ExitCode::kDone;
-  }
-
-  bool IsComplete() const { return isComplete_; }
-  const ComparedModel& GetModel() const { return *model_; }
-
- private:
-  InputFolder folder_;
-  std::optional<BodyStore> store_;
-  std::optional<ComparedModel> model_;
-  bool isComplete_ = false;
-};
-
-}  // namespace
 
 CLI::App* DiffVerb::Declare(CLI::App& program) {
   CLI::App* const verb =
@@ -83,18 +37,9 @@ ExitCode DiffVerb::Run(Console& console) {
   if (!picture_.output.empty() && !PictureCall::IsPossible(console)) {
     return ExitCode::kOutputUnwritten;
   }
-  Version older, newer;
-  for (const auto& [version, input] : {std::make_pair(&older, &old_), {&newer, &new_}}) {
-    const ExitCode opened = version->Open(console, *input);
-    if (opened != ExitCode::kDone) {
-      return opened;
-    }
-  }
-  BodyClasses classes(older.GetModel(), newer.GetModel());
-  const PartMatching parts(older.GetModel(), newer.GetModel(), classes);
-  const NodeMatching nodes(older.GetModel(), newer.GetModel(), parts);
-  const Changes changes(older.GetModel(), newer.GetModel(), classes, nodes);
-  return Tell(console, changes, older.IsComplete() && newer.IsComplete());
+  Comparison comparison;
+  const ExitCode opened = comparison.Open(console, old_, new_);
+  return opened == ExitCode::kDone ? Tell(console, comparison.GetChanges(), comparison.IsComplete()) : opened;
 }
 
 ExitCode DiffVerb::Tell(Console& console, const Changes& changes, bool isComplete) {

@@ -113,15 +113,16 @@ std::string PageText::Escape(std::string_view text) {
   return result;
 }
 
-std::string PageText::MakeFile(const std::string& name, std::string_view content) {
-  return "<script type=\"application/octet-stream\" data-folder=\"model\" data-file=\"" + Escape(name) +
-         "\">" + ToBase64(content) + "</script>\n";
+std::string PageText::MakeFile(const char* model, const std::string& name, std::string_view content) {
+  return std::string("<script type=\"application/octet-stream\" data-folder=\"") + model + "\" data-file=\"" +
+         Escape(name) + "\">" + ToBase64(content) + "</script>\n";
 }
 
 std::string PageText::MakeWholePage(const PageTemplate& form, const std::string& title,
-                                    const std::string& files) {
+                                    const std::string& files, bool isComparison) {
   return Fill(form.html, {{"title", Escape(title)},
-                          {"src", "#model"},
+                          {"src", std::string("#") + kModel},
+                          {"compare", isComparison ? std::string("#") + kOlder : std::string()},
                           {"policy", MakePolicy(form, HashOf(form.script), "'none'")},
                           {"files", files},
                           {"script", "<script>" + form.script + "</script>"}});
@@ -131,6 +132,7 @@ std::string PageText::MakeSitePage(const PageTemplate& form, const std::string& 
   return Fill(form.html,
               {{"title", Escape(title)},
                {"src", "."},
+               {"compare", ""},
                {"policy", MakePolicy(form, "'self'", "'self'")},
                {"files", ""},
                {"script", std::string("<script src=\"") + PageTemplate::kScript + "\"></script>"}});

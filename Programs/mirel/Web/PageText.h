@@ -17,12 +17,16 @@ class PageText {
   /// around it is left out.
   static std::string Escape(std::string_view text);
 
-  /// A file of the model as it lies in a page.
-  static std::string MakeFile(const std::string& name, std::string_view content);
+  /// The models that a page can hold: the one that it shows, and the older version that this is compared with.
+  static constexpr const char* kModel = "model";
+  static constexpr const char* kOlder = "older";
 
-  /// A page that has all in itself, `files` as `MakeFile` makes them, and may fetch nothing.
+  /// A file of a model as it lies in a page.
+  static std::string MakeFile(const char* model, const std::string& name, std::string_view content);
+
+  /// A page that has all in itself, `files` as `MakeFile` makes them, and may fetch nothing. `isComparison` when there is an older version.
   static std::string MakeWholePage(const PageTemplate& form, const std::string& title,
-                                   const std::string& files);
+                                   const std::string& files, bool isComparison);
 
   /// The page of a site: it fetches the script and the files of the model from the folder that it lies in, and may fetch from nowhere
   /// else.

@@ -1,6 +1,9 @@
 #include <Programs/mirel/Web/PageVerb.h>
 
 #include <Programs/mirel/Console.h>
+#include <Programs/mirel/Diff/ChangeReport.h>
+#include <Programs/mirel/Diff/Changes.h>
+#include <Programs/mirel/Diff/Comparison.h>
 #include <Programs/mirel/Save/InputFolder.h>
 #include <Programs/mirel/Seal/FileBytes.h>
 #include <Programs/mirel/Web/PageTemplate.h>
@@ -18,6 +21,9 @@ namespace {
 // What browsers hold as one text, less what the encoding adds.
 constexpr std::size_t kMaxModelBytes = std::size_t{256} << 20;
 
+// What is different, as `mirel diff --json` tells it, beside the files of the older version.
+constexpr const char* kChanges = "changes.json";
+
 }  // namespace
 
 CLI::App* PageVerb::Declare(CLI::App& program) {
@@ -25,6 +31,8 @@ CLI::App* PageVerb::Declare(CLI::App& program) {
       program.add_subcommand("page", "Make one HTML file that shows a model in a browser, off line");
   verb->add_option("FOLDER", input_, InputFolder::kWhatIsRead)->required();
   verb->add_option("OUT", output_, "HTML file to write")->required();
+  verb->add_option("--compare", older_, "Also show what is different from this older version")
+      ->type_name("OLD");
   verb->add_flag("--with-bodies", withBodies_, "Put the exact bodies in too, for download from the page");
   verb->add_flag("--strict", strict_, "End with exit code 4 when nothing is to be seen");
   return verb;
@@ -35,17 +43,53 @@ ExitCode PageVerb::Run(Console& console) {
   if (!form.Read(console)) {
     return ExitCode::kOutputUnwritten;
   }
+  if (!older_.empty()) {
+    Comparison comparison;
+    const ExitCode opened = comparison.Open(console, older_, input_);
+    return opened == ExitCode::kDone ? WritePage(console, comparison.GetNewFolder(), &comparison, form)
+                                     : opened;
+  }
   InputFolder folder;
   const ExitCode prepared = folder.Prepare(console, input_);
-  return prepared == ExitCode::kDone ? WritePage(console, folder.GetPath(), form) : prepared;
+  return prepared == ExitCode::kDone ? WritePage(console, folder.GetPath(), nullptr, form) : prepared;
 }
 
-ExitCode PageVerb::WritePage(Console& console, const std::string& folder, const PageTemplate& form) const {
+ExitCode PageVerb::WritePage(Console& console, const std::string& folder, const Comparison* comparison,
+                             const PageTemplate& form) const {
   WebModel model({withBodies_, false});
   if (!model.Open(console, folder)) {
     return ExitCode::kInputUnread;
   }
-  std::string files = PageText::MakeFile(FolderFiles::kOverview, model.GetOverview());
+  std::string files;
+  ExitCode added = AddFiles(console, model, PageText::kModel, files);
+  if (added == ExitCode::kDone && comparison) {
+    WebModel older({false, false});
+    if (!older.Open(console, comparison->GetOldFolder())) {
+      return ExitCode::kInputUnread;
+    }
+    files +=
+        PageText::MakeFile(PageText::kOlder, kChanges,
+                           ChangeReport::MakeJson(InputFolder::GetName(older_), InputFolder::GetName(input_),
+                                                  comparison->GetChanges()));
+    added = AddFiles(console, older, PageText::kOlder, files);
+  }
+  if (added != ExitCode::kDone) {
+    return added;
+  }
+  std::string reason;
+  if (!FileBytes::Replace(
+          output_, PageText::MakeWholePage(form, model.MakeTitle(input_), files, comparison != nullptr),
+          reason)) {
+    console.Error(output_, reason);
+    return ExitCode::kOutputUnwritten;
+  }
+  const ExitCode result = model.Conclude(console, input_, strict_);
+  return comparison && !comparison->IsComplete() ? ExitCode::kInputUnread : result;
+}
+
+ExitCode PageVerb::AddFiles(Console& console, const WebModel& model, const char* name,
+                            std::string& files) const {
+  files += PageText::MakeFile(name, FolderFiles::kOverview, model.GetOverview());
   std::size_t size = 0;
   for (const WebModel::File& file : model.GetFiles()) {
     std::string content;
@@ -61,14 +105,9 @@ ExitCode PageVerb::WritePage(Console& console, const std::string& folder, const 
                     "makes a folder of it");
       return ExitCode::kOutputUnwritten;
     }
-    files += PageText::MakeFile(file.name, content);
+    files += PageText::MakeFile(name, file.name, content);
   }
-  std::string reason;
-  if (!FileBytes::Replace(output_, PageText::MakeWholePage(form, model.MakeTitle(input_), files), reason)) {
-    console.Error(output_, reason);
-    return ExitCode::kOutputUnwritten;
-  }
-  return model.Conclude(console, input_, strict_);
+  return ExitCode::kDone;
 }
 
 }  // namespace mirel

@@ -1,6 +1,7 @@
 import '../viewer/index.js';
 import { makeStyleSheet } from '../viewer/style.js';
 import { ViewCube } from './cube.js';
+import { DifferencesPanel } from './differences.js';
 import { make } from './dom.js';
 import { MeasureTool } from './measureTool.js';
 import { PropertiesPanel } from './properties.js';
@@ -12,7 +13,7 @@ import { tieToAddress } from './urlState.js';
 
 /**
  * `<mirel-page src="trolley/" label="Trolley">`: the component with all that people expect of a viewer around it. It takes the
- * attributes `src` and `overview` of `<mirel-viewer>`, and fills what it is put into.
+ * attributes `src`, `compare` and `overview` of `<mirel-viewer>`, and fills what it is put into.
  */
 export class MirelPage extends HTMLElement {
   readonly viewer = document.createElement('mirel-viewer');
@@ -32,6 +33,7 @@ export class MirelPage extends HTMLElement {
         'aside',
         { class: 'side' },
         new TreePanel(viewer).element,
+        new DifferencesPanel(viewer).element,
         sections.element,
         new PropertiesPanel(viewer).element,
       ),
@@ -44,6 +46,7 @@ export class MirelPage extends HTMLElement {
   connectedCallback(): void {
     this.heading.textContent = this.getAttribute('label') ?? '';
     this.viewer.toggleAttribute('overview', this.hasAttribute('overview'));
+    this.viewer.setAttribute('compare', this.getAttribute('compare') ?? '');
     this.viewer.src = this.getAttribute('src');
   }
 }

@@ -132,6 +132,36 @@ input[type='range'] {
   border: 0;
   background: none;
 }
+.differences {
+  overflow: auto;
+  max-height: 40%;
+  padding: 0.5em;
+  border-top: 1px solid var(--line);
+}
+.differences ol {
+  margin: 0.4em 0 0;
+  padding: 0;
+  list-style: none;
+}
+.difference {
+  width: 100%;
+  border-width: 0 0 0 6px;
+  border-radius: 0;
+  overflow-wrap: anywhere;
+  text-align: start;
+}
+.difference.gone {
+  border-color: #cc1a1a;
+}
+.difference.added {
+  border-color: #26b340;
+}
+.difference.changed {
+  border-color: #ffd11a;
+}
+.difference[aria-current='true'] {
+  background: color-mix(in srgb, var(--accent) 30%, transparent);
+}
 .properties {
   overflow: auto;
   max-height: 45%;

@@ -23,6 +23,10 @@ export type Look = (typeof looks)[number];
 export const marks = ['none', 'selected', 'hovered'] as const;
 export type Mark = (typeof marks)[number];
 
+/** What a body is coloured as, in the place of its own colours: what is gone, new or changed since an older version. */
+export const tints = ['none', 'gone', 'added', 'changed'] as const;
+export type Tint = (typeof tints)[number];
+
 /** Bodies that are drawn with one call: the same graphics in the same colours, at many places. */
 export class Batch extends Group {
   /** The surfaces that are drawn as they are; what counts for caps has the same geometry. */
@@ -105,6 +109,11 @@ export class Batch extends Group {
 
   setMark(instance: number, mark: Mark): void {
     this.look.array[4 * instance + 1] = marks.indexOf(mark);
+    this.look.needsUpdate = true;
+  }
+
+  setTint(instance: number, tint: Tint): void {
+    this.look.array[4 * instance + 2] = tints.indexOf(tint);
     this.look.needsUpdate = true;
   }
 

@@ -2,7 +2,7 @@ import { Group, Mesh as ThreeMesh, Vector3 } from 'three';
 import type { ShapeItem } from '../reader/items.js';
 import { addFeatures, type Mesh } from '../reader/mesh.js';
 import type { Occurrences } from '../reader/occurrences.js';
-import { Batch, type Look, type Mark } from './batch.js';
+import { Batch, type Look, type Mark, type Tint } from './batch.js';
 import { Body } from './body.js';
 import { Boxes, type BoxCorners } from './boxes.js';
 import { Caps, type SectionPlane } from './caps.js';
@@ -48,6 +48,7 @@ export class ModelObject extends Group {
   private readonly places: (Place | undefined)[] = [];
   private readonly bodies = new Map<string, Body>();
   private readonly shapesOfBody = new Map<string, number[]>();
+  private readonly tints = new Map<number, Tint>();
   private readonly total = emptyBounds();
   private readonly caps: Caps;
   private readonly faceLight: ThreeMesh;
@@ -179,6 +180,7 @@ export class ModelObject extends Group {
       const before = this.places[shape];
       if (before) batch.setLook(instance, before.batch.getLook(before.instance));
       this.places[shape] = { batch, instance };
+      batch.setTint(instance, this.tints.get(shape) ?? 'none');
     });
   }
 
@@ -205,6 +207,13 @@ export class ModelObject extends Group {
   setMark(shape: number, mark: Mark): void {
     const place = this.places[shape];
     place?.batch.setMark(place.instance, mark);
+  }
+
+  /** Colours a shape as what it is in a comparison; also before its body is there. */
+  setTint(shape: number, tint: Tint): void {
+    this.tints.set(shape, tint);
+    const place = this.places[shape];
+    place?.batch.setTint(place.instance, tint);
   }
 
   set edgesVisible(visible: boolean) {

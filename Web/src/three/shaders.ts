@@ -45,6 +45,8 @@ uniform float wanted;
 uniform vec3 bodyColor;
 out vec3 scenePoint, viewPoint, viewNormal, color;
 out float mark;
+// Red, green and yellow that those who confuse red and green tell apart by their brightness.
+const vec3 tints[3] = vec3[3](vec3(0.80, 0.10, 0.10), vec3(0.15, 0.70, 0.25), vec3(1.00, 0.82, 0.10));
 
 vec3 decodeNormal() {
   vec2 e = max(octahedral, -127.0) / 127.0;
@@ -61,8 +63,9 @@ void main() {
   vec3 normal = mat3(cross(m[1], m[2]), cross(m[2], m[0]), cross(m[0], m[1])) * decodeNormal();
   viewNormal = mat3(viewMatrix) * normal;
   viewPoint = (viewMatrix * vec4(scenePoint, 1.0)).xyz;
-  color = mix(bodyColor, faceColor.rgb, faceColor.a);
-  mark = look.y;
+  color = look.z > 0.5 ? tints[int(look.z + 0.5) - 1] : mix(bodyColor, faceColor.rgb, faceColor.a);
+  // Tints are to be seen in what is selected too.
+  mark = look.z > 0.5 ? 2.0 * min(look.y, 1.0) : look.y;
   gl_Position = look.x == wanted ? projectionMatrix * vec4(viewPoint, 1.0) : nowhere;
 }
 `;

@@ -7,6 +7,7 @@ import type { SectionPlane } from '../three/caps.js';
 import { ModelObject, type Pick } from '../three/model.js';
 import type { Bounds } from '../three/placements.js';
 import { views, type ViewName, type ViewPoint } from './camera.js';
+import { Comparison, type Difference } from './comparison.js';
 import { embeddedSource } from './embedded.js';
 import { keyHelp, pressKey } from './keyboard.js';
 import { inOrderOfSize } from './order.js';
@@ -37,6 +38,8 @@ export class MirelViewer extends HTMLElement {
   /** Undefined until a folder has been opened. */
   model?: ModelObject;
   folder?: ModelFolder;
+  /** What is different from the folder that the attribute `compare` names; undefined without one. */
+  differences?: Difference[];
   private overview?: Overview;
   /** What is fetched for measuring, by the numbers of packages. */
   private readonly features = new Map<number, Promise<void>>();
@@ -159,23 +162,50 @@ export class MirelViewer extends HTMLElement {
     const opening = ModelFolder.open(source, { signal, onMessage, isSite });
     // What is known before packages are there: boxes come first, then packages in the order of what is large in the picture.
     const overview = isSite ? readOverview(source, signal).catch(() => undefined) : undefined;
+    const older = this.getAttribute('compare');
+    const comparing = older
+      ? Comparison.open(this.toSource(older), { signal, onMessage })
+      : Promise.resolve(undefined);
+    comparing.catch(() => {}); // is told when it is waited for
     const folder = await opening;
-    const model = new ModelObject(unfold(folder.index, onMessage));
+    const comparison = await comparing;
+    const index = comparison ? comparison.addGone(folder.index) : folder.index;
+    const model = new ModelObject(unfold(index, onMessage));
     this.folder = folder;
     this.model = model;
     this.visibility = new Visibility(model);
     model.edgesVisible = this.edges;
+    this.differences = comparison?.find(model.occurrences);
+    this.showDifferences();
     this.stage.setModel(model);
     this.tell('open');
     this.overview = await overview;
     signal.throwIfAborted();
     if (this.overview) this.showBoxes(model, this.overview);
+    for await (const { shapeId, mesh } of comparison?.graphics() ?? []) model.addMesh(shapeId, mesh);
     await this.loadBodies(folder, model, this.overview);
     signal.throwIfAborted();
     this.stage.draw();
     this.tell('load', { messages, shapes: model.shapeCount });
     if (messages.length > 0)
       this.say(`Not all of the model is there: ${messages[0]}${messages.length > 1 ? ' …' : ''}`);
+  }
+
+  /** Colours what is different from the older version, and makes glass of the rest. */
+  showDifferences(): void {
+    const { model, differences } = this;
+    if (!model || !differences) return;
+    const seen = differences.filter(({ isSeen }) => isSeen);
+    for (const { rows, tint } of seen) {
+      for (const row of rows) {
+        const [first, end] = model.getShapesBelow(row);
+        for (let shape = first; shape < end; ++shape) model.setTint(shape, tint);
+      }
+    }
+    this.isolate(
+      seen.flatMap(({ rows }) => rows),
+      true,
+    );
   }
 
   private showBoxes(model: ModelObject, { packages }: Overview): void {
@@ -265,7 +295,7 @@ export class MirelViewer extends HTMLElement {
 
   private close(): void {
     this.stage.setModel(undefined);
-    this.model = this.folder = this.visibility = this.overview = undefined;
+    this.model = this.folder = this.visibility = this.overview = this.differences = undefined;
     this.features.clear();
     this.selected = [];
     this.sections = [];
