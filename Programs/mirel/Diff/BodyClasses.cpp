@@ -74,28 +74,35 @@ void BodyClasses::ClassByText() {
 }
 
 void BodyClasses::ClassByFigures() {
+  // Bodies that may be equal have signatures within reach of each other.
   struct Candidate {
-    double signature;
+    double least, most;
     Side side;
     std::uint32_t body;
   };
   std::vector<Candidate> candidates;
   for (const Side side : {kOld, kNew}) {
     for (const std::uint32_t body : changed_[side]) {
-      candidates.push_back({figures_[side][body].GetSignature(), side, body});
+      const BodyFigures& figures = figures_[side][body];
+      const double signature = figures.GetSignature(), reach = figures.GetSignatureReach();
+      candidates.push_back({signature - reach, signature + reach, side, body});
     }
   }
   std::stable_sort(candidates.begin(), candidates.end(),
-                   [](const Candidate& a, const Candidate& b) { return a.signature < b.signature; });
-  // Each body joins the class of an equal one shortly before it; two of one version may be equal too.
-  for (std::size_t i = 0; i < candidates.size(); ++i) {
-    const BodyFigures& figures = figures_[candidates[i].side][candidates[i].body];
-    const double least = candidates[i].signature - figures.GetSignatureReach();
-    for (std::size_t j = i; j-- > 0 && candidates[j].signature >= least;) {
-      if (figures_[candidates[j].side][candidates[j].body].IsEqual(figures)) {
-        classes_[candidates[i].side][candidates[i].body] = classes_[candidates[j].side][candidates[j].body];
-        break;
-      }
+                   [](const Candidate& a, const Candidate& b) { return a.least < b.least; });
+  // Each body joins the class of an equal one before it, be it of the same version, or is the first one of its class.
+  std::vector<Candidate> firsts;
+  for (const Candidate& one : candidates) {
+    firsts.erase(std::remove_if(firsts.begin(), firsts.end(),
+                                [&](const Candidate& other) { return other.most < one.least; }),
+                 firsts.end());
+    const auto equal = std::find_if(firsts.rbegin(), firsts.rend(), [&](const Candidate& other) {
+      return figures_[other.side][other.body].IsEqual(figures_[one.side][one.body]);
+    });
+    if (equal == firsts.rend()) {
+      firsts.push_back(one);
+    } else {
+      classes_[one.side][one.body] = classes_[equal->side][equal->body];
     }
   }
   std::unordered_set<std::uint32_t> olds;

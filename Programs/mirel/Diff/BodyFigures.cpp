@@ -3,10 +3,14 @@
 #include <Viewer/Kernel/Host/Geometry/TopoShape.h>
 
 #include <BRepBndLib.hxx>
+#include <BRep_Tool.hxx>
 #include <Bnd_Box.hxx>
 #include <Standard_Failure.hxx>
 #include <TopExp.hxx>
+#include <TopExp_Explorer.hxx>
 #include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Edge.hxx>
 
 #include <glm/glm.hpp>
 
@@ -26,17 +30,31 @@ bool IsNear(double a, double b, double tolerance) {
 }
 
 // How far apart the centres of one face may be: they are integrals too.
-double GetReach(const FaceMeasure& face) {
-  return BodyFigures::kTolerance + BodyFigures::kRelative * face.perimeter;
+double GetReach(const BodyFigures::Face& face, double slack) {
+  return BodyFigures::kTolerance + slack + BodyFigures::kRelative * face.perimeter;
 }
 
-bool IsSame(const FaceMeasure& a, const FaceMeasure& b) {
+// Edges that are less exact than this say nothing of how exact a face is.
+constexpr double kMostSlack = 1e-2;
+
+// By how much the edges of a face are less exact than all lengths are taken to be.
+double FindSlack(const TopoDS_Shape& face) {
+  double slack = 0.0;
+  for (TopExp_Explorer edges(face, TopAbs_EDGE); edges.More(); edges.Next()) {
+    const double tolerance = BRep_Tool::Tolerance(TopoDS::Edge(edges.Current()));
+    slack = std::max(slack, tolerance - BodyFigures::kTolerance);
+  }
+  return std::min(slack, kMostSlack);
+}
+
+bool IsSame(const BodyFigures::Face& a, const BodyFigures::Face& b) {
   constexpr double kTolerance = BodyFigures::kTolerance;
   constexpr double kAngle = 1e-6;
-  return a.kind == b.kind && glm::distance(a.centre, b.centre) <= GetReach(a) &&
-         IsNear(a.area, b.area, kTolerance * a.perimeter) &&
-         IsNear(a.perimeter, b.perimeter, 10.0 * kTolerance) && IsNear(a.radius, b.radius, kTolerance) &&
-         IsNear(a.tubeRadius, b.tubeRadius, kTolerance) && IsNear(a.halfAngle, b.halfAngle, kAngle);
+  const double slack = std::max(a.slack, b.slack), within = kTolerance + slack;
+  return a.kind == b.kind && glm::distance(a.centre, b.centre) <= GetReach(a, slack) &&
+         IsNear(a.area, b.area, within * a.perimeter) && IsNear(a.perimeter, b.perimeter, 10.0 * within) &&
+         IsNear(a.radius, b.radius, kTolerance) && IsNear(a.tubeRadius, b.tubeRadius, kTolerance) &&
+         IsNear(a.halfAngle, b.halfAngle, kAngle);
 }
 
 AABoxT<double> MakeBox(const TopoDS_Shape& shape) {
@@ -72,7 +90,12 @@ BodyFigures BodyFigures::Measure(const TopoShape& body, bool withBox) {
     figures.moments = measure->moments.value_or(glm::dvec3(0.0));
   }
   for (const std::optional<ExactPart>& face : ExactPart::FacesOf(body, glm::dmat4(1.0))) {
-    figures.faces.push_back(face ? MeasureFace(*face).value_or(FaceMeasure()) : FaceMeasure());
+    Face& measured = figures.faces.emplace_back();
+    if (face) {
+      static_cast<FaceMeasure&>(measured) = MeasureFace(*face).value_or(FaceMeasure());
+      measured.slack = FindSlack(face->GetShape());
+      figures.slack += measured.slack * measured.perimeter;
+    }
   }
   try {
     TopTools_IndexedMapOfShape edges;
@@ -92,7 +115,8 @@ double BodyFigures::GetSignature() const {
 }
 
 double BodyFigures::GetSignatureReach() const {
-  return 4.0 * (kTolerance + kRelative * (glm::length(centre) + std::sqrt(area)));
+  const double fromSlack = area > 0.0 ? slack / std::sqrt(area) : 0.0;
+  return 4.0 * (kTolerance + fromSlack + kRelative * (glm::length(centre) + std::sqrt(area)));
 }
 
 std::vector<std::uint32_t> BodyFigures::MatchFaces(const BodyFigures& other) const {
@@ -102,14 +126,17 @@ std::vector<std::uint32_t> BodyFigures::MatchFaces(const BodyFigures& other) con
     bool isTaken = false;
   };
   std::vector<Candidate> candidates;
+  double otherSlack = 0.0;
   for (std::uint32_t i = 0; i < other.faces.size(); ++i) {
+    otherSlack = std::max(otherSlack, other.faces[i].slack);
     candidates.push_back({glm::dot(other.faces[i].centre, kAskew), i});
   }
   std::stable_sort(candidates.begin(), candidates.end(),
                    [](const Candidate& a, const Candidate& b) { return a.place < b.place; });
   std::vector<std::uint32_t> result(faces.size(), kNone);
   for (std::size_t i = 0; i < faces.size(); ++i) {
-    const double place = glm::dot(faces[i].centre, kAskew), reach = GetReach(faces[i]);
+    const double place = glm::dot(faces[i].centre, kAskew),
+                 reach = GetReach(faces[i], std::max(otherSlack, faces[i].slack));
     auto candidate = std::lower_bound(candidates.begin(), candidates.end(), place - reach,
                                       [](const Candidate& one, double least) { return one.place < least; });
     for (; candidate != candidates.end() && candidate->place <= place + reach; ++candidate) {
@@ -124,10 +151,11 @@ std::vector<std::uint32_t> BodyFigures::MatchFaces(const BodyFigures& other) con
 }
 
 bool BodyFigures::IsEqual(const BodyFigures& other) const {
+  const double open = std::max(slack, other.slack);
   if (!isKnown || !other.isKnown || faces.size() != other.faces.size() ||
-      glm::distance(centre, other.centre) > GetSignatureReach() ||
-      !IsNear(area, other.area, kTolerance * std::sqrt(area)) ||
-      !IsNear(volume, other.volume, kTolerance * area)) {
+      glm::distance(centre, other.centre) > std::max(GetSignatureReach(), other.GetSignatureReach()) ||
+      !IsNear(area, other.area, kTolerance * std::sqrt(area) + open) ||
+      !IsNear(volume, other.volume, kTolerance * area + open * std::sqrt(area))) {
     return false;
   }
   if (faces.empty()) {  // wires and points: nothing else of them is measured

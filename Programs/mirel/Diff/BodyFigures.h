@@ -24,6 +24,11 @@ struct BodyFigures {
   /// What integrals lose when curves are computed anew, as a part of their value.
   static constexpr double kRelative = 1e-6;
 
+  /// Readers put curves anew into the surfaces of faces whose edges are less exact than they like, anywhere within that.
+  struct Face : FaceMeasure {
+    double slack = 0.0;  ///< by how much edges are less exact than `kTolerance`
+  };
+
   /// Whether both are one body: the same faces at the same places, around the same volume.
   bool IsEqual(const BodyFigures& other) const;
 
@@ -44,7 +49,8 @@ struct BodyFigures {
   glm::dvec3 moments{
       0.0};  ///< principal moments of inertia of the volume, else of the area; the smallest first
   AABoxT<double> box;
-  std::vector<FaceMeasure> faces;  ///< in the order of `GRepMesh::faces`
+  double slack = 0.0;       ///< what the slack of the faces leaves open of the area
+  std::vector<Face> faces;  ///< in the order of `GRepMesh::faces`
 };
 
 }  // namespace mirel

@@ -34,6 +34,8 @@
 #include <algorithm>
 #include <cctype>
 #include <cmath>
+#include <filesystem>
+#include <map>
 #include <random>
 
 namespace mirel {
@@ -96,9 +98,28 @@ class EditedModel {
     return taken;
   }
 
-  void Save(const std::string& folder) {
+  // Into a copy of the folder that it was read from; the bodies are written again only when one was changed.
+  void Save(const std::string& base, const std::string& folder) {
     TypeUseCounter::Count(GetModel());
-    LiteModelWriter(GetModel()).Save(folder + "/");
+    std::filesystem::remove_all(folder);
+    if (hasNewBodies_) {
+      LiteModelWriter(GetModel()).Save(folder + "/");
+      return;
+    }
+    std::filesystem::copy(base, folder, std::filesystem::copy_options::recursive);
+    GetModel().GetShapes().clear();
+    const TestFolder scratch;
+    LiteModelWriter(GetModel()).Save(scratch.GetPath());
+    const std::string key = "\"Metadata\":{", old = Inflate(base + "/index.gz");
+    std::string index = Inflate(scratch.GetPath() + "index.gz");
+    const std::size_t to = index.find(key), from = old.find(key);
+    index.replace(to, index.find('}', to) - to, old, from, old.find('}', from) - from);
+    WriteGzip(folder + "/index.gz", index);
+  }
+
+  ObjectId AddBody(const std::shared_ptr<TopoShape>& body) {
+    hasNewBodies_ = true;
+    return GetModel().AddShape(body);
   }
 
   // All items that show bodies.
@@ -131,6 +152,7 @@ class EditedModel {
  private:
   ModelFolder folder_;
   GroupItem* main_ = nullptr;
+  bool hasNewBodies_ = false;
 };
 
 // How often an item stands in the tree of a folder.
@@ -216,35 +238,48 @@ class SilentProgress : public StageProgress {
   void SetFraction(double) override {}
 };
 
-// Reads a file and writes it again, in another unit.
-void Rewrite(const std::string& from, const std::string& to, const char* unit) {
+// Reads a file and writes it again, in other units, each of which is in the name of its file.
+void Rewrite(const std::string& from, const std::string& to, const std::vector<const char*>& units) {
   const OcctMessages quiet;
   SilentProgress progress;
   StepReader reader(progress);
   const SourceFile file(from);
   const Handle(TDocStd_Document) document = reader.Read(file);
   ASSERT_FALSE(document.IsNull());
-  Interface_Static::SetCVal("write.step.unit", unit);  // which a writer looks at when it is made
-  const bool isWritten = STEPCAFControl_Writer().Perform(document, to.c_str());
-  Interface_Static::SetCVal("write.step.unit", "MM");
-  ASSERT_TRUE(isWritten);
+  for (const char* const unit : units) {
+    Interface_Static::SetCVal("write.step.unit", unit);  // which a writer looks at when it is made
+    const bool isWritten = STEPCAFControl_Writer().Perform(document, (to + unit + ".step").c_str());
+    Interface_Static::SetCVal("write.step.unit", "MM");
+    ASSERT_TRUE(isWritten);
+  }
+}
+
+// The folder of a file, which is converted once.
+const std::string& FindBase(const std::string& file) {
+  static const TestFolder folder;
+  static std::map<std::string, std::string> bases;
+  const auto [base, isNew] =
+      bases.try_emplace(file, folder.GetPath() + "base" + std::to_string(bases.size() + 1));
+  if (isNew) {
+    EXPECT_EQ(Mirel({"save", "-q", file, base->second}), 0) << file;
+  }
+  return base->second;
 }
 
 class DiffOf : public testing::TestWithParam<std::string> {
  protected:
-  void SetUp() override { ASSERT_EQ(Mirel({"save", "-q", GetParam(), base_}), 0); }
-
-  void Expect(EditedModel& edited, const Lines& changes) {
-    edited.Save(version_);
-    const Difference difference = Compare(base_, version_);
+  Difference Expect(EditedModel& edited, const Lines& changes) {
+    edited.Save(base_, version_);
+    Difference difference = Compare(base_, version_);
     EXPECT_EQ(difference.changes, changes);
     EXPECT_EQ(difference.code, changes.empty() ? 0 : 1);
     std::string out;
     EXPECT_EQ(Mirel({"diff", "-q", version_, base_}, out), difference.code);
+    return difference;
   }
 
   const TestFolder scratch_;
-  const std::string base_ = scratch_.GetPath() + "base", version_ = scratch_.GetPath() + "version";
+  const std::string &base_ = FindBase(GetParam()), version_ = scratch_.GetPath() + "version";
 };
 
 std::vector<std::string> ListFiles() {
@@ -264,8 +299,7 @@ TEST_P(DiffOf, TellsWhatBecameOfOnePart) {
     SCOPED_TRACE("moved");
     EditedModel edited(base_);
     edited.GetLast().SetTransform(Move(0.006, 0, 0.008) * edited.GetLast().GetTransform());
-    Expect(edited, {"moved " + name});
-    const Difference difference = Compare(base_, version_);
+    const Difference difference = Expect(edited, {"moved " + name});
     EXPECT_NEAR(difference.json["changes"][0]["distance"].GetDouble(), 0.01, 1e-6);
     EXPECT_EQ(difference.json["changes"][0]["angle"].GetDouble(), 0.0);
   }
@@ -273,8 +307,7 @@ TEST_P(DiffOf, TellsWhatBecameOfOnePart) {
     SCOPED_TRACE("turned");
     EditedModel edited(base_);
     edited.GetLast().SetTransform(edited.GetLast().GetTransform() * TurnAboutZ(1.0));
-    Expect(edited, {"moved " + name});
-    EXPECT_NEAR(Compare(base_, version_).json["changes"][0]["angle"].GetDouble(), 1.0, 1e-6);
+    EXPECT_NEAR(Expect(edited, {"moved " + name}).json["changes"][0]["angle"].GetDouble(), 1.0, 1e-6);
   }
   {
     SCOPED_TRACE("removed");
@@ -299,8 +332,7 @@ TEST_P(DiffOf, TellsWhatBecameOfOnePart) {
     SCOPED_TRACE("renamed");
     EditedModel edited(base_);
     edited.GetLast().SetName("neuer Name");
-    Expect(edited, {"renamed " + name});
-    EXPECT_EQ(Compare(base_, version_).json["changes"][0]["newName"], "neuer Name");
+    EXPECT_EQ(Expect(edited, {"renamed " + name}).json["changes"][0]["newName"], "neuer Name");
   }
   {
     SCOPED_TRACE("under another assembly");
@@ -326,8 +358,8 @@ TEST_P(DiffOf, TellsWhatBecameOfOneBody) {
     EditedModel edited(base_);
     ShapeItem& item = *edited.ListShapes().front();
     item.SetFaceColor(0, {0.9f, 0.05f, 0.6f});
-    Expect(edited, {"recolored " + item.GetName() + CountPlaces(base_, item.GetId())});
-    const Difference difference = Compare(base_, version_);
+    const Difference difference =
+        Expect(edited, {"recolored " + item.GetName() + CountPlaces(base_, item.GetId())});
     ASSERT_EQ(difference.json["changes"][0]["colors"].Size(), 1u);
     EXPECT_EQ(difference.json["changes"][0]["colors"][0]["faces"], 1);
   }
@@ -340,11 +372,11 @@ TEST_P(DiffOf, TellsWhatBecameOfOneBody) {
       continue;
     }
     SCOPED_TRACE("wider hole in " + item->GetName());
-    const ObjectId id = edited.GetModel().AddShape(body);
+    const ObjectId id = edited.AddBody(body);
     item->SetShapeId(id);
     item->SetFaceColor(colors);
-    Expect(edited, {"reshaped " + item->GetName() + CountPlaces(base_, item->GetId())});
-    const Difference difference = Compare(base_, version_);
+    const Difference difference =
+        Expect(edited, {"reshaped " + item->GetName() + CountPlaces(base_, item->GetId())});
     const auto& change = difference.json["changes"][0];
     EXPECT_LT(change["new"]["volume"].GetDouble(), change["old"]["volume"].GetDouble());
     EXPECT_GT(change["faces"]["same"].GetUint(), 0u);
@@ -355,21 +387,21 @@ TEST_P(DiffOf, TellsWhatBecameOfOneBody) {
 }
 
 TEST_P(DiffOf, FindsNothingWhereAFileWasOnlyWrittenAnew) {
-  const std::string step = scratch_.GetPath() + "again.step";
-  const auto expectEqual = [&] {
-    const Difference difference = Compare(base_, step);
+  const std::string again = scratch_.GetPath() + "again.";
+  const auto expectEqual = [&](const std::string& kind) {
+    SCOPED_TRACE(kind);
+    const Difference difference = Compare(base_, again + kind + ".step");
     EXPECT_EQ(difference.changes, Lines());
     EXPECT_EQ(difference.code, 0);
   };
-  {
-    SCOPED_TRACE("numbers");
-    WriteFile(step, Renumber(ReadFile(GetParam())));
-    expectEqual();
-  }
-  for (const char* const unit : {"MM", "INCH", "M"}) {
-    SCOPED_TRACE(unit);
-    Rewrite(GetParam(), step, unit);
-    expectEqual();
+  WriteFile(again + "renumbered.step", Renumber(ReadFile(GetParam())));
+  expectEqual("renumbered");
+  EXPECT_EQ(Mirel({"export", "-q", base_, again + "exported.step"}), 0);
+  expectEqual("exported");
+  const std::vector<const char*> units = {"MM", "INCH", "M"};
+  Rewrite(GetParam(), again, units);
+  for (const char* const unit : units) {
+    expectEqual(unit);
   }
 }
 

@@ -100,6 +100,8 @@ void Write(const StepRequest& request, StageProgress& progress, StepResult& resu
   STEPCAFControl_Controller::Init();
   Interface_Static::SetCVal("xstep.cascade.unit", "MM");
   Interface_Static::SetCVal("write.step.unit", "MM");
+  // The file states the accuracy of the least exact edge: readers make curves anew that are less exact than a file states.
+  Interface_Static::SetIVal("write.precision.mode", 1);
   Interface_Static::SetCVal("write.step.schema", request.isAp214 ? "AP214IS" : "AP242DIS");
 
   const std::vector<ExactStructure::Product>& all = request.structure.products;
