@@ -1,4 +1,5 @@
 #include <Tests/Docs/MarkdownFile.h>
+#include <Tests/Programs/mirel/BodyRays.h>
 #include <Tests/Programs/mirel/Damage.h>
 #include <Tests/Programs/mirel/RunMirel.h>
 #include <Tests/Programs/mirel/XcafColors.h>
@@ -12,10 +13,7 @@
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 #include <Viewer/Kernel/Writer/LiteModelWriter.h>
 
-#include <IntCurvesFace_ShapeIntersector.hxx>
-#include <TopExp.hxx>
 #include <TopExp_Explorer.hxx>
-#include <TopTools_IndexedMapOfShape.hxx>
 #include <TopoDS_Shape.hxx>
 #include <gp_GTrsf.hxx>
 #include <gp_Lin.hxx>
@@ -294,14 +292,10 @@ class ExactModel {
   }
   // The nearest hit of one body, or of one face of it.
   Hit CastOne(int body, const gp_Lin& line, int face) {
-    Body& target = *bodies_[static_cast<std::size_t>(body)];
-    target.rays.Perform(line, 0.0, 1e10);
     Hit nearest;
-    for (int i = 1; i <= target.rays.NbPnt(); ++i) {
-      const int number = target.faces.FindIndex(target.rays.Face(i)) - 1;
-      if (target.rays.WParameter(i) < nearest.distance && (face < 0 || face == number))
-        nearest = {body, number, target.rays.WParameter(i)};
-    }
+    bodies_[static_cast<std::size_t>(body)]->rays.Cast(line, 0.0, 1e10, [&](int number, double distance) {
+      if (distance < nearest.distance && (face < 0 || face == number)) nearest = {body, number, distance};
+    });
     return nearest;
   }
 
@@ -311,9 +305,8 @@ class ExactModel {
   struct Body {
     const SceneNode* node;
     glm::dmat4 placement;
-    TopTools_IndexedMapOfShape faces;
-    IntCurvesFace_ShapeIntersector rays;
     double deflection;
+    BodyRays rays;
   };
 
   int Place(const BrepSceneNode& node, const glm::dmat4& placement) {
@@ -324,14 +317,9 @@ class ExactModel {
     trsf.SetValues(placement[0][0], placement[1][0], placement[2][0], placement[3][0], placement[0][1],
                    placement[1][1], placement[2][1], placement[3][1], placement[0][2], placement[1][2],
                    placement[2][2], placement[3][2]);
-    auto body = std::make_unique<Body>();
-    body->node = &node;
-    body->placement = placement;
-    body->deflection = node.GetGRep()->GetMesh().linearDeflection;
     const TopoDS_Shape shape = node.GetGRep()->GetShape()->GetImpl().Moved(TopLoc_Location(trsf));
-    TopExp::MapShapes(shape, TopAbs_FACE, body->faces);
-    body->rays.Load(shape, 1e-6);
-    bodies_.push_back(std::move(body));
+    bodies_.push_back(std::unique_ptr<Body>(
+        new Body{&node, placement, node.GetGRep()->GetMesh().linearDeflection, BodyRays(shape)}));
     return static_cast<int>(bodies_.size()) - 1;
   }
 

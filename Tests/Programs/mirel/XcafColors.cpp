@@ -5,6 +5,7 @@
 #include <Programs/mirel/ProgressBar.h>
 
 #include <TopExp.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
 #include <XCAFDoc_ShapeTool.hxx>
 #include <XCAFPrs.hxx>
 #include <XCAFPrs_DocumentExplorer.hxx>
@@ -44,8 +45,9 @@ XcafColors::XcafColors(const std::string& stepFile) {
 void XcafColors::Add(const TopoDS_Shape& shape, const TopLoc_Location& location, const TDF_Label& product,
                      const glm::vec3& own) {
   auto body = std::make_unique<Body>();
-  TopExp::MapShapes(shape, TopAbs_FACE, body->faces);
-  body->colors.assign(static_cast<std::size_t>(body->faces.Extent()), own);
+  TopTools_IndexedMapOfShape faces;
+  TopExp::MapShapes(shape, TopAbs_FACE, faces);
+  body->colors.assign(static_cast<std::size_t>(faces.Extent()), own);
   // Of the parts of a product, larger ones first: a face has the colour of the smallest that it is in.
   XCAFPrs_IndexedDataMapOfShapeStyle styles;
   XCAFPrs::CollectStyleSettings(product, TopLoc_Location(), styles);
@@ -56,17 +58,14 @@ void XcafColors::Add(const TopoDS_Shape& shape, const TopLoc_Location& location,
       TopTools_IndexedMapOfShape colored;
       TopExp::MapShapes(part, TopAbs_FACE, colored);
       for (int k = 1; k <= colored.Extent(); ++k) {
-        const int face = body->faces.FindIndex(colored(k));
+        const int face = faces.FindIndex(colored(k));
         if (face == 0) continue;
         glm::vec3& color = body->colors[static_cast<std::size_t>(face) - 1];
         color = GetColor(styles(i), color);
       }
     }
   }
-  const TopoDS_Shape placed = shape.Moved(location);
-  body->faces.Clear();
-  TopExp::MapShapes(placed, TopAbs_FACE, body->faces);
-  body->rays.Load(placed, 1e-6);
+  body->rays = std::make_unique<BodyRays>(shape.Moved(location));
   bodies_.push_back(std::move(body));
 }
 
@@ -74,12 +73,10 @@ std::vector<glm::vec3> XcafColors::FindColors(const gp_Lin& line, double distanc
                                               const glm::vec3& none) const {
   std::vector<glm::vec3> found;
   for (const std::unique_ptr<Body>& body : bodies_) {
-    body->rays.Perform(line, distance - tolerance, distance + tolerance);
-    for (int i = 1; i <= body->rays.NbPnt(); ++i) {
-      const int face = body->faces.FindIndex(body->rays.Face(i));
-      const glm::vec3& color = body->colors[static_cast<std::size_t>(face) - 1];
+    body->rays->Cast(line, distance - tolerance, distance + tolerance, [&](int face, double) {
+      const glm::vec3& color = body->colors[static_cast<std::size_t>(face)];
       found.push_back(color.r < 0.0f ? none : color);
-    }
+    });
   }
   return found;
 }

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <IntCurvesFace_ShapeIntersector.hxx>
+#include <Tests/Programs/mirel/BodyRays.h>
+
 #include <TDocStd_Document.hxx>
-#include <TopTools_IndexedMapOfShape.hxx>
 
 #include <glm/vec3.hpp>
 
@@ -26,9 +26,8 @@ class XcafColors {
 
  private:
   struct Body {
-    TopTools_IndexedMapOfShape faces;
     std::vector<glm::vec3> colors;  // by face; negative for none
-    mutable IntCurvesFace_ShapeIntersector rays;
+    std::unique_ptr<BodyRays> rays;
   };
 
   void Add(const TopoDS_Shape& shape, const TopLoc_Location& location, const TDF_Label& product,
