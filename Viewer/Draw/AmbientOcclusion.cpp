@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <memory>
 
 namespace mirel {
 
@@ -140,27 +141,37 @@ std::vector<std::uint8_t> MarkUneven(const std::vector<Surface>& surfaces, int w
 
 }  // namespace
 
+// Those of a block, and the places that they leave.
+struct AmbientOcclusion::Rays {
+  static constexpr std::size_t kMost = kQuarters * kBlockWidth * kBlockHeight;
+
+  std::array<ShortRay, kMost> list;
+  std::array<std::size_t, kMost> places;
+  std::array<std::uint8_t, kMost> blocked;
+  std::size_t count = 0;
+};
+
 AmbientOcclusion::AmbientOcclusion(const SurfaceFinder& finder)
-    : finder_(finder), reach_(finder.GetCamera().GetHeight() * kReach) {}
+    : finder_(finder),
+      target_(finder.GetCamera().GetTarget() - finder.GetCaster().GetCenter()),
+      reach_(static_cast<float>(finder.GetCamera().GetHeight() * kReach)) {}
 
 std::vector<std::uint8_t> AmbientOcclusion::CastRays(const std::vector<Surface>& surfaces, int left, int top,
                                                      int width) const {
   std::vector<std::uint8_t> blocked(surfaces.size(), 0);
   const int height = static_cast<int>(surfaces.size()) / width;
-  Rays rays;
+  const auto rays = std::make_unique<Rays>();
   for (int y = 0; y < height; y += kBlockHeight) {
     for (int x = 0; x < width; x += kBlockWidth) {
       for (int place = 0; place < kPattern * kPattern; ++place) {
         Grid grid = {x + place % kPattern, y + place / kPattern, std::min(x + kBlockWidth, width),
                      std::min(y + kBlockHeight, height)};
-        AddRays(surfaces, grid, left, top, width, rays);
+        AddRays(surfaces, grid, left, top, width, *rays);
       }
-      rays.blocked.resize(rays.list.size());
-      finder_.GetCaster().FindBlocked(rays.list.data(), rays.blocked.data(), rays.list.size());
-      for (std::size_t i = 0; i < rays.list.size(); ++i)
-        blocked[rays.places[i]] = static_cast<std::uint8_t>(blocked[rays.places[i]] + rays.blocked[i]);
-      rays.list.clear();
-      rays.places.clear();
+      finder_.GetCaster().FindBlocked(rays->list.data(), rays->blocked.data(), rays->count);
+      for (std::size_t i = 0; i < rays->count; ++i)
+        blocked[rays->places[i]] = static_cast<std::uint8_t>(blocked[rays->places[i]] + rays->blocked[i]);
+      rays->count = 0;
     }
   }
   return blocked;
@@ -170,7 +181,7 @@ void AmbientOcclusion::AddRays(const std::vector<Surface>& surfaces, const Grid&
                                int width, Rays& rays) const {
   static const Pattern pattern = MakePattern();
   std::array<Axes, kGridSize> axes;
-  std::array<glm::dvec3, kGridSize> starts = {};
+  std::array<glm::vec3, kGridSize> starts = {};
   std::array<std::size_t, kGridSize> places = {};
   std::size_t count = 0;
   for (int y = grid.top; y < grid.bottom; y += kPattern) {
@@ -180,8 +191,7 @@ void AmbientOcclusion::AddRays(const std::vector<Surface>& surfaces, const Grid&
       if (!surface.IsSeen()) continue;
       axes[count] = Axes(surface.flatNormal);
       // Off the surface, so that facets of what is smooth do not shade each other.
-      starts[count] = finder_.GetCamera().GetTarget() +
-                      glm::dvec3(surface.point + surface.flatNormal * (0.5f * surface.pixel));
+      starts[count] = target_ + surface.point + surface.flatNormal * (0.5f * surface.pixel);
       places[count++] = place;
     }
   }
@@ -189,15 +199,22 @@ void AmbientOcclusion::AddRays(const std::vector<Surface>& surfaces, const Grid&
                  row = static_cast<unsigned>(top + grid.top) % kPattern;
   for (const Probe& probe : pattern[row * kPattern + column]) {
     for (std::size_t i = 0; i < count; ++i) {
-      Ray ray;
-      ray.origin = starts[i];
-      ray.direction = glm::dvec3(axes[i].Turn(probe.direction));
-      ray.farthest = reach_ * static_cast<double>(probe.length);
-      finder_.Clip(ray);
-      rays.list.push_back(ray);
-      rays.places.push_back(places[i]);
+      const ShortRay ray = {starts[i], axes[i].Turn(probe.direction), reach_ * probe.length};
+      rays.list[rays.count] = finder_.GetSections().empty() ? ray : Clip(ray);
+      rays.places[rays.count++] = places[i];
     }
   }
+}
+
+// What section planes leave of a ray.
+ShortRay AmbientOcclusion::Clip(const ShortRay& ray) const {
+  Ray whole;
+  whole.origin = finder_.GetCaster().GetCenter() + glm::dvec3(ray.origin);
+  whole.direction = glm::dvec3(ray.direction);
+  whole.farthest = static_cast<double>(ray.length);
+  finder_.Clip(whole);
+  double start = 0.0;
+  return finder_.GetCaster().Shorten(whole, start);
 }
 
 std::vector<float> AmbientOcclusion::Find(const std::vector<Surface>& surfaces, int left, int top,

@@ -27,18 +27,17 @@ class AmbientOcclusion {
   struct Grid {
     int left, top, right, bottom;
   };
-  struct Rays {
-    std::vector<Ray> list;
-    std::vector<std::size_t> places;
-    std::vector<std::uint8_t> blocked;
-  };
+  struct Rays;
   void AddRays(const std::vector<Surface>& surfaces, const Grid& grid, int left, int top, int width,
                Rays& rays) const;
   std::vector<std::uint8_t> CastRays(const std::vector<Surface>& surfaces, int left, int top,
                                      int width) const;
 
+  ShortRay Clip(const ShortRay& ray) const;
+
   const SurfaceFinder& finder_;
-  double reach_;
+  const glm::vec3 target_;  // of the camera, from the middle of the scene
+  const float reach_;
 };
 
 }  // namespace mirel

@@ -54,12 +54,14 @@ FaceMap PictureRenderer::DrawFaces(const Camera& camera, const PictureOptions& o
   const SurfaceFinder finder(*caster_, camera, {options.width, options.height}, options.sections);
   ParallelLoop(static_cast<std::size_t>(map.height), options.threads, [&](std::size_t y) {
     std::vector<SurfaceFinder::Point> points;
-    for (std::uint32_t x = 0; x < static_cast<std::uint32_t>(map.width); ++x)
-      points.push_back({glm::vec2(x, y) + 0.5f, x});
-    std::vector<Surface> surfaces(points.size());
+    for (std::uint32_t x = 0; x < static_cast<std::uint32_t>(map.width); ++x) {
+      const glm::vec2 point = glm::vec2(x, y) + 0.5f;
+      if (!finder.IsAside(point, point)) points.push_back({point, x});
+    }
+    std::vector<Surface> surfaces(static_cast<std::size_t>(map.width));
     finder.Find(points, surfaces, RayCaster::Layer::kSolid);
     for (std::size_t x = 0; x < surfaces.size(); ++x)
-      map.entries[y * points.size() + x] = {surfaces[x].placement, surfaces[x].face};
+      map.entries[y * surfaces.size() + x] = {surfaces[x].placement, surfaces[x].face};
   });
   return map;
 }

@@ -12,7 +12,7 @@
 #include <glm/mat3x3.hpp>
 
 #include <algorithm>
-#include <cmath>
+#include <array>
 #include <limits>
 #include <new>
 #include <numeric>
@@ -24,7 +24,7 @@ namespace mirel {
 
 namespace {
 
-constexpr std::size_t kPacket = 8;
+constexpr std::size_t kPacket = 8, kAtOnce = 64;
 // More placed bodies than this are halved so often. Each ray goes through all parts.
 constexpr std::size_t kMostTogether = PlacedGroups::kMany;
 constexpr int kSplits = 2;
@@ -81,10 +81,40 @@ unsigned GetMask(RayCaster::Layer layer) {
   return layer == RayCaster::Layer::kGhost ? kGhostMask : kSolidMask;
 }
 
+// One ray for Embree; false when it meets nothing.
+bool Prepare(const ShortRay& ray, unsigned mask, RTCRayHit& one) {
+  if (!(ray.length >= 0.0f)) return false;
+  one.ray.org_x = ray.origin.x;
+  one.ray.org_y = ray.origin.y;
+  one.ray.org_z = ray.origin.z;
+  one.ray.dir_x = ray.direction.x;
+  one.ray.dir_y = ray.direction.y;
+  one.ray.dir_z = ray.direction.z;
+  one.ray.tfar = ray.length;
+  one.ray.mask = mask;
+  one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
+  return true;
+}
+
+// Several rays side by side; what there are too few of is not valid.
+void Fill(const ShortRay* rays, std::size_t count, RTCRay8& packet, int* valid) {
+  for (std::size_t i = 0; i < kPacket; ++i) {
+    const ShortRay& ray = rays[std::min(i, count - 1)];
+    packet.org_x[i] = ray.origin.x;
+    packet.org_y[i] = ray.origin.y;
+    packet.org_z[i] = ray.origin.z;
+    packet.dir_x[i] = ray.direction.x;
+    packet.dir_y[i] = ray.direction.y;
+    packet.dir_z[i] = ray.direction.z;
+    packet.tfar[i] = ray.length;
+    valid[i] = i < count && ray.length >= 0.0f ? -1 : 0;
+  }
+}
+
 }  // namespace
 
 struct RayCaster::Index {
-  Index(const DrawScene& drawn, Aim aim) : scene(drawn) {
+  Index(const DrawScene& drawn, const glm::dvec3& middle, Aim aim) : scene(drawn), center(middle) {
     // Embree's builds on several threads may differ from run to run in what is found first among equals.
     device = rtcNewDevice("threads=1");
     if (device == nullptr) throw std::bad_alloc();
@@ -101,11 +131,6 @@ struct RayCaster::Index {
   Index& operator=(const Index&) = delete;
 
   void Build(Aim aim) {
-    const AABoxT<double>& box = scene.GetBox();
-    if (box.IsFinite()) {
-      center = (box.GetMin() + box.GetMax()) * 0.5;
-      radius = glm::length(box.GetMax() - box.GetMin()) * 0.5 + 1e-3;
-    }
     std::unordered_map<const GRepShape*, std::size_t> known;
     for (const DrawBatch& batch : scene.GetBatches()) {
       const auto [place, isNew] = known.try_emplace(batch.grep.get(), bodies.size());
@@ -262,35 +287,6 @@ struct RayCaster::Index {
     return bodies[batchBodies[static_cast<std::size_t>(&batch - scene.GetBatches().data())]];
   }
 
-  // The part of a ray that is inside the scene's sphere, from the point where it enters: short numbers are exact ones.
-  // False when there is none.
-  bool Clip(const Ray& ray, glm::vec3& origin, double& start, float& length) const {
-    const double middle = glm::dot(center - ray.origin, ray.direction);
-    start = std::max(ray.nearest, middle - radius);
-    const double end = std::min(ray.farthest, middle + radius);
-    if (!(start <= end) || !std::isfinite(start)) return false;
-    const glm::dvec3 from = ray.origin + ray.direction * start - center;
-    if (!(glm::dot(from, from) < 1e30)) return false;
-    origin = glm::vec3(from);
-    length = static_cast<float>(end - start);
-    return true;
-  }
-
-  // One ray for Embree, from where it comes into reach: `start` from its origin.
-  bool Prepare(const Ray& ray, unsigned mask, RTCRayHit& one, double& start) const {
-    glm::vec3 origin;
-    if (!Clip(ray, origin, start, one.ray.tfar)) return false;
-    one.ray.org_x = origin.x;
-    one.ray.org_y = origin.y;
-    one.ray.org_z = origin.z;
-    one.ray.dir_x = static_cast<float>(ray.direction.x);
-    one.ray.dir_y = static_cast<float>(ray.direction.y);
-    one.ray.dir_z = static_cast<float>(ray.direction.z);
-    one.ray.mask = mask;
-    one.hit.geomID = RTC_INVALID_GEOMETRY_ID;
-    return true;
-  }
-
   // What hits of one placed body have in common.
   struct Placed {
     std::uint32_t placement = RayHit::kNone;
@@ -310,7 +306,7 @@ struct RayCaster::Index {
   }
 
   // `placed` is of the hit before, or none: neighbours are often of one body.
-  void Resolve(const RTCHit& hit, std::uint32_t placement, const glm::dvec3& direction, double distance,
+  void Resolve(const RTCHit& hit, std::uint32_t placement, const glm::vec3& direction, double distance,
                Placed& placed, RayHit& result) const {
     if (placed.placement != placement) placed = FindPlaced(placement);
     const Body& body = *placed.body;
@@ -322,7 +318,7 @@ struct RayCaster::Index {
     result.triangle = hit.primID;
     result.face = body.triangleFaces[hit.primID];
     result.flatNormal = glm::normalize(placed.cofactors * glm::vec3(hit.Ng_x, hit.Ng_y, hit.Ng_z));
-    result.fromInside = glm::dot(glm::dvec3(result.flatNormal), direction) > 0.0;
+    result.fromInside = glm::dot(result.flatNormal, direction) > 0.0f;
     const glm::vec3 normal = placed.cofactors * smooth;
     // A normal that points to the other side of its triangle is none.
     result.normal = glm::dot(normal, result.flatNormal) > 0.0f ? glm::normalize(normal) : result.flatNormal;
@@ -332,42 +328,48 @@ struct RayCaster::Index {
   RTCDevice device = nullptr;
   std::vector<Part> parts;
   std::vector<std::unique_ptr<PlacedGroups>> groups;
-  glm::dvec3 center = glm::dvec3(0.0);
-  double radius = 0.0;
+  const glm::dvec3 center;  // of Embree's coordinates
   std::vector<Body> bodies;
   std::vector<std::size_t> batchBodies;  // for each batch, its place in `bodies`
 };
 
-RayCaster::RayCaster(std::shared_ptr<const DrawScene> scene, Aim aim)
-    : scene_(std::move(scene)), index_(std::make_unique<Index>(*scene_, aim)) {}
+RayCaster::RayCaster(std::shared_ptr<const DrawScene> scene, Aim aim) : scene_(std::move(scene)) {
+  const AABoxT<double>& box = scene_->GetBox();
+  if (box.IsFinite()) {
+    center_ = (box.GetMin() + box.GetMax()) * 0.5;
+    radius_ = glm::length(box.GetMax() - box.GetMin()) * 0.5 + 1e-3;
+  }
+  index_ = std::make_unique<Index>(*scene_, center_, aim);
+}
 
 RayCaster::~RayCaster() = default;
 
 void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer layer) const {
+  std::array<ShortRay, kAtOnce> some;
+  std::array<double, kAtOnce> starts = {};
+  for (std::size_t first = 0; first < count; first += kAtOnce) {
+    const std::size_t taken = std::min(kAtOnce, count - first);
+    for (std::size_t i = 0; i < taken; ++i)
+      some[i] = Shorten(rays[first + i], starts[i]);
+    Cast(some.data(), hits + first, taken, layer);
+    for (std::size_t i = 0; i < taken; ++i) {
+      if (hits[first + i].IsHit()) hits[first + i].distance += starts[i];
+    }
+  }
+}
+
+void RayCaster::Cast(const ShortRay* rays, RayHit* hits, std::size_t count, Layer layer) const {
   RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   context.flags = RTC_INTERSECT_CONTEXT_FLAG_COHERENT;
   Index::Placed placed;
+  alignas(64) RTCRayHit8 packet = {};
+  alignas(64) int valid[kPacket];
+  std::fill_n(packet.ray.mask, kPacket, GetMask(layer));
   for (std::size_t first = 0; first < count; first += kPacket) {
     const std::size_t taken = std::min(kPacket, count - first);
-    alignas(64) RTCRayHit8 packet = {};
-    alignas(64) int valid[kPacket];
-    double starts[kPacket] = {};
-    for (std::size_t i = 0; i < kPacket; ++i) {
-      glm::vec3 origin(0.0f);
-      float length = 0.0f;
-      valid[i] = i < taken && index_->Clip(rays[first + i], origin, starts[i], length) ? -1 : 0;
-      const glm::dvec3& direction = rays[first + std::min(i, taken - 1)].direction;
-      packet.ray.org_x[i] = origin.x;
-      packet.ray.org_y[i] = origin.y;
-      packet.ray.org_z[i] = origin.z;
-      packet.ray.dir_x[i] = static_cast<float>(direction.x);
-      packet.ray.dir_y[i] = static_cast<float>(direction.y);
-      packet.ray.dir_z[i] = static_cast<float>(direction.z);
-      packet.ray.tfar[i] = length;
-      packet.ray.mask[i] = GetMask(layer);
-      packet.hit.geomID[i] = RTC_INVALID_GEOMETRY_ID;
-    }
+    Fill(rays + first, taken, packet.ray, valid);
+    std::fill_n(packet.hit.geomID, kPacket, RTC_INVALID_GEOMETRY_ID);
     std::uint32_t placements[kPacket] = {};
     for (const Part& part : index_->parts) {
       std::fill_n(packet.hit.instID[0], kPacket, RTC_INVALID_GEOMETRY_ID);
@@ -383,17 +385,17 @@ void RayCaster::Cast(const Ray* rays, RayHit* hits, std::size_t count, Layer lay
       if (packet.hit.geomID[i] == RTC_INVALID_GEOMETRY_ID) continue;
       const RTCHit hit =
           rtcGetHitFromHitN(reinterpret_cast<RTCHitN*>(&packet.hit), kPacket, static_cast<unsigned>(i));
-      index_->Resolve(hit, placements[i], rays[first + i].direction,
-                      starts[i] + static_cast<double>(packet.ray.tfar[i]), placed, result);
+      index_->Resolve(hit, placements[i], rays[first + i].direction, static_cast<double>(packet.ray.tfar[i]),
+                      placed, result);
     }
   }
 }
 
 RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
   RayHit result;
-  RTCRayHit one = {};
   double start = 0.0;
-  if (!index_->Prepare(ray, GetMask(layer), one, start)) return result;
+  RTCRayHit one = {};
+  if (!Prepare(Shorten(ray, start), GetMask(layer), one)) return result;
   RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
   std::uint32_t placement = RayHit::kNone;
@@ -404,33 +406,31 @@ RayHit RayCaster::Cast(const Ray& ray, Layer layer) const {
   }
   Index::Placed placed;
   if (placement != RayHit::kNone)
-    index_->Resolve(one.hit, placement, ray.direction, start + static_cast<double>(one.ray.tfar), placed,
-                    result);
+    index_->Resolve(one.hit, placement, glm::vec3(ray.direction), start + static_cast<double>(one.ray.tfar),
+                    placed, result);
   return result;
 }
 
 void RayCaster::FindBlocked(const Ray* rays, std::uint8_t* blocked, std::size_t count) const {
+  std::array<ShortRay, kAtOnce> some;
+  double start = 0.0;
+  for (std::size_t first = 0; first < count; first += kAtOnce) {
+    const std::size_t taken = std::min(kAtOnce, count - first);
+    for (std::size_t i = 0; i < taken; ++i)
+      some[i] = Shorten(rays[first + i], start);
+    FindBlocked(some.data(), blocked + first, taken);
+  }
+}
+
+void RayCaster::FindBlocked(const ShortRay* rays, std::uint8_t* blocked, std::size_t count) const {
   RTCIntersectContext context = {};
   rtcInitIntersectContext(&context);
+  alignas(64) RTCRay8 packet = {};
+  alignas(64) int valid[kPacket];
+  std::fill_n(packet.mask, kPacket, kSolidMask);
   for (std::size_t first = 0; first < count; first += kPacket) {
     const std::size_t taken = std::min(kPacket, count - first);
-    alignas(64) RTCRay8 packet = {};
-    alignas(64) int valid[kPacket];
-    for (std::size_t i = 0; i < kPacket; ++i) {
-      glm::vec3 origin(0.0f);
-      double start = 0.0;
-      float length = 0.0f;
-      valid[i] = i < taken && index_->Clip(rays[first + i], origin, start, length) ? -1 : 0;
-      const glm::dvec3& direction = rays[first + std::min(i, taken - 1)].direction;
-      packet.org_x[i] = origin.x;
-      packet.org_y[i] = origin.y;
-      packet.org_z[i] = origin.z;
-      packet.dir_x[i] = static_cast<float>(direction.x);
-      packet.dir_y[i] = static_cast<float>(direction.y);
-      packet.dir_z[i] = static_cast<float>(direction.z);
-      packet.tfar[i] = length;
-      packet.mask[i] = kSolidMask;
-    }
+    Fill(rays + first, taken, packet, valid);
     for (const Part& part : index_->parts)
       rtcOccluded8(valid, part.scene, &context, &packet);
     for (std::size_t i = 0; i < taken; ++i)
@@ -439,9 +439,9 @@ void RayCaster::FindBlocked(const Ray* rays, std::uint8_t* blocked, std::size_t 
 }
 
 std::vector<RayHit> RayCaster::CastThrough(const Ray& ray) const {
-  RTCRayHit one = {};
   double start = 0.0;
-  if (!index_->Prepare(ray, kSolidMask, one, start)) return {};
+  RTCRayHit one = {};
+  if (!Prepare(Shorten(ray, start), kSolidMask, one)) return {};
   ThroughContext context;
   rtcInitIntersectContext(&context);
   context.filter = CollectHit;
@@ -454,7 +454,7 @@ std::vector<RayHit> RayCaster::CastThrough(const Ray& ray) const {
   std::vector<RayHit> hits(context.hits.size());
   Index::Placed placed;
   for (std::size_t i = 0; i < hits.size(); ++i)
-    index_->Resolve(context.hits[i], placements[i], ray.direction,
+    index_->Resolve(context.hits[i], placements[i], glm::vec3(ray.direction),
                     start + static_cast<double>(context.distances[i]), placed, hits[i]);
   std::sort(hits.begin(), hits.end(), [](const RayHit& a, const RayHit& b) {
     if (a.distance != b.distance) return a.distance < b.distance;

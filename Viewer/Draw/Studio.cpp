@@ -66,11 +66,11 @@ glm::vec3 Studio::Light(const glm::vec3& color, const glm::vec3& normal, const g
       look::kGloss * Power(std::max(0.0f, glm::dot(normal, half)), static_cast<unsigned>(look::kGlossPower));
   const float rim = 1.0f - std::max(0.0f, glm::dot(normal, view));
   const float mirror = look::kRimLight * rim * rim * rim;
-  return ToLinear(color) * light + glm::vec3(gloss * shade + mirror * open);
+  return color * light + glm::vec3(gloss * shade + mirror * open);
 }
 
 glm::vec3 Studio::LightCut(const glm::vec3& color) {
-  return ToLinear(color) * look::kCutLight + look::kCutGlow;
+  return color * look::kCutLight + look::kCutGlow;
 }
 
 glm::vec3 Studio::GetBackdrop(float down) {

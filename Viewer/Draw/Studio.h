@@ -15,7 +15,7 @@ class Studio {
  public:
   explicit Studio(const Camera& camera);
 
-  /// The light that comes from a surface of some colour (sRGB) with a normal towards the viewer. `view` is the unit
+  /// The light that comes from a surface of some colour (linear) with a normal towards the viewer. `view` is the unit
   /// vector to the eye, `open` how much of the room the surface sees, 0 to 1.
   glm::vec3 Light(const glm::vec3& color, const glm::vec3& normal, const glm::vec3& view, float open) const;
 

@@ -34,6 +34,9 @@ SurfaceFinder::SurfaceFinder(const RayCaster& caster, const Camera& camera, cons
       camera_(camera),
       size_(size),
       lens_(camera, size),
+      center_(caster.GetCenter() - camera.GetTarget()),
+      eye_(camera.GetEye() - camera.GetTarget()),
+      forward_(camera.GetForward()),
       low_(std::numeric_limits<float>::max()),
       high_(std::numeric_limits<float>::lowest()),
       sections_(sections) {
@@ -48,6 +51,7 @@ SurfaceFinder::SurfaceFinder(const RayCaster& caster, const Camera& camera, cons
 
 void SurfaceFinder::FindExtent() {
   const AABoxT<double>& box = caster_.GetScene().GetBox();
+  std::vector<glm::dvec2> corners;
   for (int corner = 0; corner < 8 && box.IsFinite(); ++corner) {
     const glm::dvec3 place((corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
                            (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
@@ -60,6 +64,25 @@ void SurfaceFinder::FindExtent() {
     }
     low_ = glm::min(low_, glm::vec2(seen) - kMargin);
     high_ = glm::max(high_, glm::vec2(seen) + kMargin);
+    corners.emplace_back(seen);
+  }
+  FindOutline(std::move(corners));
+}
+
+// The sides of the convex hull: those from one corner to another that leave all corners on one side.
+void SurfaceFinder::FindOutline(std::vector<glm::dvec2> corners) {
+  for (const glm::dvec2& from : corners) {
+    for (const glm::dvec2& to : corners) {
+      const glm::dvec2 way = to - from;
+      const double length = glm::length(way);
+      if (!(length > 1.0)) continue;  // pixels: what is smaller, the rectangle tells well enough
+      const glm::dvec2 outwards(way.y / length, -way.x / length);
+      double farthest = std::numeric_limits<double>::lowest();
+      for (const glm::dvec2& corner : corners)
+        farthest = std::max(farthest, glm::dot(corner, outwards));
+      if (farthest - glm::dot(from, outwards) < 1e-3)
+        outline_.push_back({glm::vec2(outwards), static_cast<float>(farthest) + kMargin});
+    }
   }
 }
 
@@ -129,33 +152,41 @@ void SurfaceFinder::Find(const std::vector<Point>& points, std::vector<Surface>&
     FindSome(&points[first], std::min(kAtOnce, points.size() - first), surfaces.data(), layer);
 }
 
+// Replaces what is behind a cut. Distances are those of short rays.
+void SurfaceFinder::FindCuts(const Point* points, std::size_t count, RayHit* hits) const {
+  for (std::size_t i = 0; i < count; ++i) {
+    Ray ray = lens_.GetRay(points[i].point);
+    const int plane = Clip(ray);
+    if (plane < 0 || !(ray.nearest < ray.farthest)) continue;
+    double start = 0.0;
+    caster_.Shorten(ray, start);
+    hits[i].distance += start;
+    FindCut(ray, plane, hits[i]);
+    hits[i].distance -= start;
+  }
+}
+
 void SurfaceFinder::FindSome(const Point* points, std::size_t count, Surface* surfaces,
                              RayCaster::Layer layer) const {
-  std::array<Ray, kAtOnce> rays;
-  std::array<int, kAtOnce> planes = {};
+  std::array<ShortRay, kAtOnce> rays;
   std::array<RayHit, kAtOnce> hits;
-  std::array<std::uint32_t, kAtOnce> places = {};
-  std::size_t cast = 0;
+  double start = 0.0;
   for (std::size_t i = 0; i < count; ++i) {
-    if (IsAside(points[i].point, points[i].point)) continue;
-    rays[cast] = lens_.GetRay(points[i].point);
-    planes[cast] = Clip(rays[cast]);
-    places[cast++] = points[i].place;
+    Ray ray = lens_.GetRay(points[i].point);
+    if (!sections_.empty()) Clip(ray);
+    rays[i] = caster_.Shorten(ray, start);
   }
-  caster_.Cast(rays.data(), hits.data(), cast, layer);
-  for (std::size_t i = 0; i < cast; ++i) {
-    const Ray& ray = rays[i];
-    RayHit& hit = hits[i];
-    if (planes[i] >= 0 && layer == RayCaster::Layer::kSolid && ray.nearest < ray.farthest)
-      FindCut(ray, planes[i], hit);
+  caster_.Cast(rays.data(), hits.data(), count, layer);
+  if (!sections_.empty() && layer == RayCaster::Layer::kSolid) FindCuts(points, count, hits.data());
+  for (std::size_t i = 0; i < count; ++i) {
+    const RayHit& hit = hits[i];
     if (!hit.IsHit()) continue;
-    Surface& surface = surfaces[places[i]];
+    Surface& surface = surfaces[points[i].place];
     surface.placement = hit.placement;
     surface.face = hit.face;
-    const glm::dvec3 point = ray.origin + ray.direction * hit.distance;
-    surface.depth = static_cast<float>(glm::dot(point - camera_.GetEye(), camera_.GetForward()));
+    surface.point = rays[i].origin + rays[i].direction * static_cast<float>(hit.distance) + center_;
+    surface.depth = glm::dot(surface.point - eye_, forward_);
     surface.pixel = static_cast<float>(lens_.GetPixelSize(static_cast<double>(surface.depth)));
-    surface.point = glm::vec3(point - camera_.GetTarget());
     surface.isBack = hit.fromInside;
     surface.normal = hit.fromInside ? -hit.normal : hit.normal;
     surface.flatNormal = hit.fromInside ? -hit.flatNormal : hit.flatNormal;

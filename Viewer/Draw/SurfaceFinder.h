@@ -5,6 +5,7 @@
 #include <Viewer/Draw/RayCaster.h>
 #include <Viewer/Draw/SectionPlane.h>
 
+#include <glm/geometric.hpp>
 #include <glm/vec2.hpp>
 #include <glm/vec3.hpp>
 
@@ -43,7 +44,7 @@ class SurfaceFinder {
   RayHit FindHit(const glm::dvec2& point, Ray& ray) const;
 
   /// What is seen at points of the picture. Sets for each of them the surface with its place in `surfaces`, which must be
-  /// new: where nothing is seen, it stays as it is. Ghosts are cut open: no caps.
+  /// new: where nothing is seen, it stays as it is. Ghosts are cut open: no caps. Points that are aside only take time.
   struct Point {
     glm::vec2 point;
     std::uint32_t place;
@@ -52,7 +53,13 @@ class SurfaceFinder {
 
   /// True only when nothing of what rays meet is seen in a rectangle of the picture, its rim included.
   bool IsAside(const glm::vec2& low, const glm::vec2& high) const {
-    return high.x < low_.x || high.y < low_.y || low.x > high_.x || low.y > high_.y;
+    if (high.x < low_.x || high.y < low_.y || low.x > high_.x || low.y > high_.y) return true;
+    for (const Side& side : outline_) {
+      const glm::vec2 inmost(side.outwards.x > 0.0f ? low.x : high.x,
+                             side.outwards.y > 0.0f ? low.y : high.y);
+      if (glm::dot(inmost, side.outwards) > side.offset) return true;
+    }
+    return false;
   }
 
   const RayCaster& GetCaster() const { return caster_; }
@@ -66,15 +73,25 @@ class SurfaceFinder {
   int Clip(Ray& ray) const;
 
  private:
+  // One side of the outline of the scene's box: all of it has at most this offset that way.
+  struct Side {
+    glm::vec2 outwards;
+    float offset;
+  };
+
   void FindSome(const Point* points, std::size_t count, Surface* surfaces, RayCaster::Layer layer) const;
+  void FindCuts(const Point* points, std::size_t count, RayHit* hits) const;
   void FindCut(const Ray& ray, int plane, RayHit& hit) const;
   void FindExtent();
+  void FindOutline(std::vector<glm::dvec2> corners);
 
   const RayCaster& caster_;
   const Camera& camera_;
   const glm::dvec2 size_;
   const Lens lens_;
-  glm::vec2 low_, high_;  // nothing is seen outside this part of the picture
+  const glm::vec3 center_, eye_, forward_;  // the middle of the scene and the eye, from the camera's target
+  glm::vec2 low_, high_;                    // nothing is seen outside this part of the picture
+  std::vector<Side> outline_;               // nor beyond any of these
   const std::vector<SectionPlane>& sections_;
   std::unordered_set<const GRepShape*> closed_;  // only filled where there are sections
 };

@@ -50,7 +50,7 @@ class TilePainter::Tile {
     if (!painter_.looseEdges_.IsEmpty()) DrawLooseEdges();
   }
 
-  void Paint(Picture& picture) const {
+  void Paint(Picture& picture) {
     for (int y = kBorder; y + kBorder < height_; ++y) {
       const glm::vec3 behind = GetBehind(y);
       std::array<std::uint8_t, 4> empty = {};
@@ -99,8 +99,11 @@ class TilePainter::Tile {
     points.reserve(surfaces.size());
     for (int top = 0; top < height_; top += kBlockHeight) {
       for (int left = 0; left < width_; left += kBlockWidth) {
-        for (int y = top; y < std::min(top + kBlockHeight, height_); ++y) {
-          for (int x = left; x < std::min(left + kBlockWidth, width_); ++x)
+        const int bottom = std::min(top + kBlockHeight, height_),
+                  right = std::min(left + kBlockWidth, width_);
+        if (painter_.finder_.IsAside(GetCenter(left, top), GetCenter(right - 1, bottom - 1))) continue;
+        for (int y = top; y < bottom; ++y) {
+          for (int x = left; x < right; ++x)
             points.push_back({GetCenter(x, y), static_cast<std::uint32_t>(At(x, y))});
         }
       }
@@ -167,7 +170,6 @@ class TilePainter::Tile {
                  const std::vector<Surface>& samples) const {
     if (first_[At(x, y)] == kSmooth || painter_.options_.edges == PictureOptions::Edges::kNone) return 0.0f;
     const Surface& own = centers[At(x, y)];
-    const float radius = painter_.lineRadius_;
     int inside = 0, beyond = 0;
     std::array<std::uint32_t, 9> bodies = {};
     std::size_t bodyCount = 0;
@@ -177,17 +179,15 @@ class TilePainter::Tile {
         const std::uint32_t body = centers[place].placement;
         if (std::find(bodies.begin(), bodies.begin() + bodyCount, body) == bodies.begin() + bodyCount)
           bodies[bodyCount++] = body;
-        int near = 0, other = 0;
-        for (std::size_t k = 0; k < painter_.samples_.size(); ++k) {
-          const glm::vec2 d = painter_.samples_[k] - 0.5f + glm::vec2(i, j);
-          if (glm::dot(d, d) > radius * radius) continue;
-          ++near;
-          if (first_[place] != kSmooth)
-            other += painter_.edges_.IsEdge(own, samples[first_[place] + k]) ? 1 : 0;
+        const std::vector<std::uint32_t>& near =
+            painter_.nearSamples_[static_cast<std::size_t>(3 * j + i + 4)];
+        inside += static_cast<int>(near.size());
+        if (first_[place] != kSmooth) {
+          for (const std::uint32_t k : near)
+            beyond += painter_.edges_.IsEdge(own, samples[first_[place] + k]) ? 1 : 0;
+        } else if (!near.empty() && painter_.edges_.IsEdge(own, centers[place])) {
+          beyond += static_cast<int>(near.size());
         }
-        if (first_[place] == kSmooth && near > 0 && painter_.edges_.IsEdge(own, centers[place])) other = near;
-        inside += near;
-        beyond += other;
       }
     }
     if (inside == 0) return 0.0f;
@@ -240,7 +240,15 @@ class TilePainter::Tile {
     if (alpha > own.a) own = glm::vec4(Studio::ToLinear(line.color) * alpha, alpha);
   }
 
-  void PaintPixel(int x, int y, const glm::vec3& behind, std::uint8_t* pixel) const {
+  // Few faces are seen at a time: their colors are kept.
+  const glm::vec3& GetColor(const Surface& surface) {
+    KnownColor& known = colors_[(surface.placement * 31 + surface.face) % colors_.size()];
+    if (known.placement != surface.placement || known.face != surface.face)
+      known = {surface.placement, surface.face, painter_.GetColor(surface.placement, surface.face)};
+    return known.color;
+  }
+
+  void PaintPixel(int x, int y, const glm::vec3& behind, std::uint8_t* pixel) {
     const std::size_t place = At(x, y);
     const float open = open_.empty() ? 1.0f : open_[place];
     const std::uint32_t first = first_[place];
@@ -252,12 +260,12 @@ class TilePainter::Tile {
     for (std::size_t k = 0; k < count; ++k) {
       const Surface& solid = smooth ? solids_[place] : samples_[first + k];
       if (solid.IsSeen()) {
-        color += painter_.Shade(solid, open);
+        color += painter_.Shade(solid, GetColor(solid), open);
         cover += 1.0f;
       }
       if (ghosts_.empty()) continue;
       const Surface& ghost = smooth ? ghosts_[place] : ghostSamples_[first + k];
-      if (ghost.IsSeen()) veil += painter_.ShadeGhost(ghost);
+      if (ghost.IsSeen()) veil += painter_.ShadeGhost(ghost, GetColor(ghost));
     }
     const float weight = 1.0f / static_cast<float>(count);
     color *= weight;
@@ -276,17 +284,21 @@ class TilePainter::Tile {
 
   void Store(const glm::vec4& light, const glm::vec3& behind, std::uint8_t* pixel) const {
     glm::vec3 color(light);
-    float alpha = light.a;
     if (painter_.options_.background == PictureOptions::Background::kNone) {
-      if (alpha > 0.0f) color /= alpha;
+      if (light.a > 0.0f) color /= light.a;
+      pixel[3] = static_cast<std::uint8_t>(std::lround(std::min(light.a, 1.0f) * 255.0f));
     } else {
-      color += behind * (1.0f - alpha);
-      alpha = 1.0f;
+      color += behind * (1.0f - light.a);
+      pixel[3] = 255;
     }
     for (int i = 0; i < 3; ++i)
       pixel[i] = Studio::ToByte(color[i]);
-    pixel[3] = static_cast<std::uint8_t>(std::lround(std::min(alpha, 1.0f) * 255.0f));
   }
+
+  struct KnownColor {
+    std::uint32_t placement = FaceMap::kNothing, face = 0;
+    glm::vec3 color{0.0f};
+  };
 
   const TilePainter& painter_;
   const int left_, top_, width_, height_;
@@ -296,6 +308,7 @@ class TilePainter::Tile {
   std::vector<Surface> samples_, ghostSamples_;
   std::vector<float> open_;
   std::vector<glm::vec4> lines_;  // of loose edges, premultiplied; empty when there are none
+  std::array<KnownColor, 64> colors_;
 };
 
 TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& options, bool hasGhosts)
@@ -314,18 +327,24 @@ TilePainter::TilePainter(const SurfaceFinder& finder, const PictureOptions& opti
     ++side;
   for (int i = 0; i < side * side; ++i)
     samples_.push_back((glm::vec2(i % side, i / side) + 0.5f) / static_cast<float>(side));
+  for (int neighbour = 0; neighbour < 9; ++neighbour) {
+    for (std::uint32_t k = 0; k < samples_.size(); ++k) {
+      const glm::vec2 d = samples_[k] - 0.5f + glm::vec2(neighbour % 3 - 1, neighbour / 3 - 1);
+      if (glm::dot(d, d) <= lineRadius_ * lineRadius_)
+        nearSamples_[static_cast<std::size_t>(neighbour)].push_back(k);
+    }
+  }
 }
 
 void TilePainter::Paint(int left, int top, int width, int height, Picture& picture) const {
   Tile(*this, left, top, width, height).Paint(picture);
 }
 
-glm::vec3 TilePainter::GetColor(const Surface& surface) const {
-  const glm::vec3& own =
-      finder_.GetCaster().GetScene().GetBatch(surface.placement).palette->GetColor(surface.face);
-  if (options_.selection == nullptr || !options_.selection->Contains(surface.placement, surface.face))
-    return own;
-  return own + (look::kSelectionColor - own) * look::kSelectionStrength;
+glm::vec3 TilePainter::GetColor(std::uint32_t placement, std::uint32_t face) const {
+  const glm::vec3& own = finder_.GetCaster().GetScene().GetBatch(placement).palette->GetColor(face);
+  if (options_.selection == nullptr || !options_.selection->Contains(placement, face))
+    return Studio::ToLinear(own);
+  return Studio::ToLinear(own + (look::kSelectionColor - own) * look::kSelectionStrength);
 }
 
 float TilePainter::Hatch(const Surface& surface) const {
@@ -355,20 +374,20 @@ glm::vec3 TilePainter::GetView(const Surface& surface) const {
                                                                     : -glm::vec3(camera.GetForward());
 }
 
-glm::vec3 TilePainter::Shade(const Surface& surface, float open) const {
+glm::vec3 TilePainter::Shade(const Surface& surface, const glm::vec3& color, float open) const {
   if (surface.IsCut()) {
-    const glm::vec3 light = Studio::LightCut(GetColor(surface));
+    const glm::vec3 light = Studio::LightCut(color);
     return light + (look::kLineColor - light) * (look::kHatchStrength * Hatch(surface));
   }
-  const glm::vec3 light = studio_.Light(GetColor(surface), surface.normal, GetView(surface), open);
+  const glm::vec3 light = studio_.Light(color, surface.normal, GetView(surface), open);
   return surface.isBack ? light * look::kBackLight : light;
 }
 
-glm::vec4 TilePainter::ShadeGhost(const Surface& surface) const {
+glm::vec4 TilePainter::ShadeGhost(const Surface& surface, const glm::vec3& color) const {
   const glm::vec3 view(-finder_.GetCamera().GetForward());
   const float rim = 1.0f - std::abs(glm::dot(surface.normal, view));
   const float alpha = look::kGhostBody + look::kGhostRim * rim * rim;
-  return glm::vec4(studio_.Light(GetColor(surface), surface.normal, view, 1.0f) * alpha, alpha);
+  return glm::vec4(studio_.Light(color, surface.normal, view, 1.0f) * alpha, alpha);
 }
 
 }  // namespace mirel

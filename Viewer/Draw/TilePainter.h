@@ -11,6 +11,7 @@
 #include <glm/vec2.hpp>
 #include <glm/vec4.hpp>
 
+#include <array>
 #include <cstdint>
 #include <vector>
 
@@ -27,11 +28,11 @@ class TilePainter {
  private:
   class Tile;
 
-  glm::vec3 GetColor(const Surface& surface) const;
-  glm::vec3 GetView(const Surface& surface) const;  // unit, to the eye
-  glm::vec3 Shade(const Surface& surface, float open) const;
+  glm::vec3 GetColor(std::uint32_t placement, std::uint32_t face) const;  // linear
+  glm::vec3 GetView(const Surface& surface) const;                        // unit, to the eye
+  glm::vec3 Shade(const Surface& surface, const glm::vec3& color, float open) const;
   float Hatch(const Surface& surface) const;
-  glm::vec4 ShadeGhost(const Surface& surface) const;
+  glm::vec4 ShadeGhost(const Surface& surface, const glm::vec3& color) const;
 
   const SurfaceFinder& finder_;
   const PictureOptions& options_;
@@ -42,8 +43,10 @@ class TilePainter {
   const AmbientOcclusion occlusion_;
   const glm::vec3 eye_;             // from the camera's target
   std::vector<glm::vec2> samples_;  // within a pixel
-  float lineRadius_;                // half the width of lines, in pixels
-  float lineStrength_;              // how dark they are, 0 to 1
+  // By neighbour, row by row from the left upper one: the samples that are as near to the middle as lines reach.
+  std::array<std::vector<std::uint32_t>, 9> nearSamples_;
+  float lineRadius_;    // half the width of lines, in pixels
+  float lineStrength_;  // how dark they are, 0 to 1
 };
 
 }  // namespace mirel

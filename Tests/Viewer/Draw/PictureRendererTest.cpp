@@ -61,6 +61,32 @@ TEST(PictureRendererTest, DrawsTheSameAgainOnAnyNumberOfThreads) {
 }
 
 // What a comparison with a reference must notice, each broken on purpose.
+// What is left out beside the scene is beside it: from all sides, along its box too, near and far away.
+TEST(PictureRendererTest, LooksForFacesWhereverTheyAre) {
+  const Parts parts;
+  const auto root = parts.MakeRoot();
+  const std::shared_ptr<const RayCaster> caster = MakeCaster(*root);
+  const PictureOptions options = Small();
+  const glm::dvec2 size(options.width, options.height);
+  for (const glm::dvec3& from : {glm::dvec3(1, -1, 1), glm::dvec3(0, -1, 0), glm::dvec3(0.01, 0, -1)}) {
+    for (const double zoom : {1.0, 8.0, 0.01}) {
+      Camera camera;
+      if (zoom > 1.0) camera.SetProjection(Camera::Projection::kParallel);
+      ASSERT_TRUE(camera.SetDirection(from, {0, 0, 1}));
+      camera.Fit(caster->GetScene(), size.x / size.y);
+      camera.Zoom(zoom, camera.GetTarget());
+      const FaceMap map = PictureRenderer(caster).DrawFaces(camera, options);
+      int wrong = 0;
+      for (int i = 0; i < options.width * options.height; ++i) {
+        const glm::dvec2 middle(i % options.width + 0.5, i / options.width + 0.5);
+        const RayHit hit = caster->Cast(camera.GetRay(middle, size));
+        wrong += map.entries[static_cast<std::size_t>(i)].placement != hit.placement ? 1 : 0;
+      }
+      EXPECT_EQ(wrong, 0) << from.x << " " << from.y << " " << zoom;
+    }
+  }
+}
+
 TEST(PictureRendererTest, ShowsWrongColorsMissingPartsAndFlippedFaces) {
   const Parts parts;
   const Picture good = Draw(*parts.MakeRoot(), Small());
@@ -314,7 +340,7 @@ TEST(PictureRendererTest, CutsSheetsOpen) {
 TEST(PictureTest, IsSavedAndReadBack) {
   const TestFolder folder;
   const std::string path = folder.GetPath() + "Größe.png";
-  Picture picture(5, 3);
+  Picture picture(5, 150);  // several strips
   for (std::size_t i = 0; i < picture.pixels.size(); ++i)
     picture.pixels[i] = static_cast<std::uint8_t>(i * 37);
   std::string reason;
