@@ -106,9 +106,11 @@ export class MirelViewer extends HTMLElement {
 
   connectedCallback(): void {
     this.sizes.observe(this);
-    if (!this.stage.isAble)
-      this.fail('This browser cannot draw in three dimensions: it has no WebGL 2, or it is switched off.');
-    else if (this.src !== null && !this.model) void this.open(this.src);
+    // Files are on their way while the browser makes ready to draw, which takes long.
+    if (this.src !== null && !this.model) void this.open(this.src);
+    if (this.isAble) return;
+    this.loading?.abort();
+    this.fail('This browser cannot draw in three dimensions: it has no WebGL 2, or it is switched off.');
   }
 
   disconnectedCallback(): void {
@@ -120,13 +122,17 @@ export class MirelViewer extends HTMLElement {
 
   attributeChangedCallback(name: string, before: string | null, value: string | null): void {
     if (before === value) return;
-    if (name === 'src' && this.isConnected && this.stage.isAble && value !== null) void this.open(value);
+    if (name === 'src' && this.isConnected && this.isAble && value !== null) void this.open(value);
     if (name === 'projection') this.stage.setParallel(this.projection === 'parallel');
     if (name === 'view' && value !== null && value in views) this.setView(value as ViewName);
     if (name === 'edges' && this.model) {
       this.model.edgesVisible = this.edges;
       this.stage.changed();
     }
+  }
+
+  private get isAble(): boolean {
+    return this.stage.begin(this.clientWidth, this.clientHeight);
   }
 
   // Opening

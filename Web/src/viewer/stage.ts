@@ -21,7 +21,8 @@ export class Stage {
   readonly scene = new Scene();
   /** Whether the user has moved the camera. */
   isMoved = false;
-  private readonly renderer?: WebGLRenderer;
+  private renderer?: WebGLRenderer;
+  private hasBegun = false;
   private readonly controls: OrbitControls;
   private model?: ModelObject;
   private isWaiting = false;
@@ -31,8 +32,6 @@ export class Stage {
 
   constructor(private readonly listener: StageListener) {
     this.canvas.tabIndex = 0;
-    this.renderer = makeRenderer(this.canvas);
-    this.renderer?.setClearColor(0, 0);
     this.controls = new OrbitControls(this.camera.active, this.canvas);
     this.controls.zoomToCursor = true;
     this.controls.screenSpacePanning = true;
@@ -54,8 +53,21 @@ export class Stage {
     });
   }
 
-  /** Whether the browser can draw at all. */
-  get isAble(): boolean {
+  /**
+   * Gets what draws, once, for a canvas of some size: buffers that are made for another one take long to be made anew. False when the
+   * browser cannot draw.
+   */
+  begin(width: number, height: number): boolean {
+    if (this.hasBegun) return this.renderer !== undefined;
+    this.hasBegun = true;
+    const ratio = window.devicePixelRatio;
+    if (width > 0 && height > 0 && ratio === 1) {
+      this.size = [width, height, ratio];
+      Object.assign(this.canvas, { width, height });
+    }
+    this.renderer = makeRenderer(this.canvas);
+    this.renderer?.setClearColor(0, 0);
+    this.draw();
     return this.renderer !== undefined;
   }
 
@@ -95,7 +107,7 @@ export class Stage {
     if (!this.renderer || size.every((value, i) => value === this.size[i])) return;
     this.size = size;
     this.isBlank = true;
-    this.renderer.setPixelRatio(window.devicePixelRatio);
+    if (this.renderer.getPixelRatio() !== size[2]) this.renderer.setPixelRatio(size[2]);
     this.renderer.setSize(size[0], size[1], false);
     this.draw();
   }
