@@ -106,11 +106,8 @@ export class MirelViewer extends HTMLElement {
 
   connectedCallback(): void {
     this.sizes.observe(this);
-    // Files are on their way while the browser makes ready to draw, which takes long.
     if (this.src !== null && !this.model) void this.open(this.src);
-    if (this.isAble) return;
-    this.loading?.abort();
-    this.fail('This browser cannot draw in three dimensions: it has no WebGL 2, or it is switched off.');
+    else this.beginDrawing();
   }
 
   disconnectedCallback(): void {
@@ -122,7 +119,7 @@ export class MirelViewer extends HTMLElement {
 
   attributeChangedCallback(name: string, before: string | null, value: string | null): void {
     if (before === value) return;
-    if (name === 'src' && this.isConnected && this.isAble && value !== null) void this.open(value);
+    if (name === 'src' && this.isConnected && value !== null) void this.open(value);
     if (name === 'projection') this.stage.setParallel(this.projection === 'parallel');
     if (name === 'view' && value !== null && value in views) this.setView(value as ViewName);
     if (name === 'edges' && this.model) {
@@ -131,8 +128,11 @@ export class MirelViewer extends HTMLElement {
     }
   }
 
-  private get isAble(): boolean {
-    return this.stage.begin(this.clientWidth, this.clientHeight);
+  /** False, after a message, when the browser cannot draw. */
+  private beginDrawing(): boolean {
+    if (this.stage.begin(this.clientWidth, this.clientHeight)) return true;
+    this.fail('This browser cannot draw in three dimensions: it has no WebGL 2, or it is switched off.');
+    return false;
   }
 
   // Opening
@@ -186,7 +186,10 @@ export class MirelViewer extends HTMLElement {
     this.stage.setModel(model);
     this.tell('open');
     this.overview = await overview;
+    // The browser takes long to make ready to draw: only when the tree is seen.
+    if (!this.stage.hasBegun) await nextFrame();
     signal.throwIfAborted();
+    if (!this.beginDrawing()) return;
     if (this.overview) this.showBoxes(model, this.overview);
     for await (const { shapeId, mesh } of comparison?.graphics() ?? []) model.addMesh(shapeId, mesh);
     await this.loadBodies(folder, model, this.overview);

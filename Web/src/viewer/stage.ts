@@ -22,7 +22,7 @@ export class Stage {
   /** Whether the user has moved the camera. */
   isMoved = false;
   private renderer?: WebGLRenderer;
-  private hasBegun = false;
+  hasBegun = false;
   private readonly controls: OrbitControls;
   private model?: ModelObject;
   private isWaiting = false;
