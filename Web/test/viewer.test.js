@@ -213,11 +213,11 @@ test('without WebGL 2 the page says so', async () => {
   const blind = await launch('--disable-3d-apis');
   try {
     const page = await openPage(blind, used.address);
-    const told = await page.$eval(
-      'mirel-viewer',
-      element => element.shadowRoot.querySelector('.message').textContent,
+    // When the tree is there.
+    const told = await page.waitForFunction(
+      () => document.querySelector('mirel-viewer').shadowRoot.querySelector('.message').textContent,
     );
-    assert.match(told, /has no WebGL 2/);
+    assert.match(await told.jsonValue(), /has no WebGL 2/);
   } finally {
     await blind.close();
   }
