@@ -141,6 +141,7 @@ std::string ExactExport::Write(ProgressBar& progress, const ExactStructure& stru
   StepResult result;
   reinterpret_cast<decltype(&MirelWriteStep)>(library.GetFunction())(request, progress, result);
   losses_.insert(losses_.end(), result.losses.begin(), result.losses.end());
+  inexact_ = result.inexact;
   if (!result.error.empty()) {
     return result.error;
   }
@@ -161,11 +162,16 @@ void ExactExport::AddLosses(const ExactStructure& structure, const ExactShapes& 
 
 void ExactExport::TellLosses() const {
   for (const LossReport::Loss& loss : losses_) {
-    if (loss.count > 0) {
-      console_.Note("not written: " + Plural::Count(loss.count, loss.text));
-      for (const std::string& line : loss.details) {
-        console_.Note("    " + line);
-      }
+    Tell("not written", loss);
+  }
+  Tell("may come back with other areas", inexact_);
+}
+
+void ExactExport::Tell(const std::string& what, const LossReport::Loss& loss) const {
+  if (loss.count > 0) {
+    console_.Note(what + ": " + Plural::Count(loss.count, loss.text));
+    for (const std::string& line : loss.details) {
+      console_.Note("    " + line);
     }
   }
 }

@@ -42,10 +42,12 @@ class ExactExport {
                     const std::optional<Extras>& extras, const std::string& output);
   void AddLosses(const ExactStructure& structure, const ExactShapes& shapes);
   void TellLosses() const;
+  void Tell(const std::string& what, const LossReport::Loss& loss) const;
 
   Console& console_;
   const Options options_;
   std::vector<LossReport::Loss> losses_;
+  LossReport::Loss inexact_;
 };
 
 }  // namespace mirel

@@ -14,16 +14,24 @@
 #include <Viewer/Kernel/Host/Core/ShareOut.h>
 
 #include <APIHeaderSection_MakeHeader.hxx>
+#include <BRep_Tool.hxx>
 #include <Interface_HArray1OfHAsciiString.hxx>
 #include <Interface_Static.hxx>
 #include <STEPCAFControl_Controller.hxx>
 #include <TCollection_HAsciiString.hxx>
 #include <TopExp.hxx>
+#include <TopExp_Explorer.hxx>
+#include <TopTools_IndexedMapOfShape.hxx>
+#include <TopoDS.hxx>
+#include <TopoDS_Edge.hxx>
 #include <XSControl_WorkSession.hxx>
 
+#include <algorithm>
 #include <exception>
+#include <iomanip>
 #include <limits>
 #include <new>
+#include <sstream>
 
 namespace mirel {
 
@@ -95,6 +103,38 @@ LossReport::Loss FindLostFaces(const StepProducts& products) {
   return loss;
 }
 
+// Faces whose curves readers may make anew.
+LossReport::Loss FindInexactFaces(const StepRequest& request) {
+  constexpr double kExact = 1.5e-7;
+  LossReport::Loss loss = {"inexactFaces", "face|faces between edges that are not exact", 0, {}};
+  for (std::size_t i = 0; i < request.shapes.size(); ++i) {
+    const ExactStructure::Product& product = request.structure.products[i];
+    if (product.isAssembly) {
+      continue;
+    }
+    TopTools_IndexedMapOfShape faces;
+    TopExp::MapShapes(request.shapes[i], TopAbs_FACE, faces);
+    std::uint64_t count = 0;
+    double worst = 0.0;
+    for (int k = 1; k <= faces.Extent(); ++k) {
+      double tolerance = 0.0;
+      for (TopExp_Explorer edges(faces(k), TopAbs_EDGE); edges.More(); edges.Next()) {
+        tolerance = std::max(tolerance, BRep_Tool::Tolerance(TopoDS::Edge(edges.Current())));
+      }
+      count += tolerance > kExact ? 1 : 0;
+      worst = std::max(worst, tolerance);
+    }
+    if (count > 0) {
+      loss.count += count;
+      std::ostringstream line;
+      line << count << " of \"" << Utf8::Printable(product.name) << "\", body " << product.body << ", within "
+           << std::setprecision(2) << worst << " mm";
+      loss.details.push_back(line.str());
+    }
+  }
+  return loss;
+}
+
 void Write(const StepRequest& request, StageProgress& progress, StepResult& result) {
   const OcctMessages quiet;
   STEPCAFControl_Controller::Init();
@@ -123,6 +163,7 @@ void Write(const StepRequest& request, StageProgress& progress, StepResult& resu
   StepProperties properties(products, extras);
   properties.Add(request.extras != nullptr ? request.extras->layers : std::vector<Extras::Layer>());
   WriteHeader(request, products.GetModel());
+  result.inexact = FindInexactFaces(request);
   result.losses.push_back(FindLostFaces(products));
   Append(styles.GetLosses(), result.losses);
   Append(properties.GetLosses(), result.losses);

@@ -33,6 +33,9 @@ struct StepResult {
   std::string error;                     ///< why there is no text; empty when there is
   std::string text;                      ///< the file
   std::vector<LossReport::Loss> losses;  ///< what it does not hold; every kind, also those that are none
+  /// Faces with edges that are less exact than OpenCASCADE's readers take for exact, and of which products: in the file they are,
+  /// but their areas are not known better than that.
+  LossReport::Loss inexact;
 };
 
 /// Makes the text of a STEP file; the result must be empty. That is the whole of what the export library offers, which alone
