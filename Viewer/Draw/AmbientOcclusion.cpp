@@ -146,8 +146,8 @@ struct AmbientOcclusion::Rays {
   static constexpr std::size_t kMost = kQuarters * kBlockWidth * kBlockHeight;
 
   std::array<ShortRay, kMost> list;
-  std::array<std::size_t, kMost> places;
-  std::array<std::uint8_t, kMost> blocked;
+  std::array<std::size_t, kMost> places = {};
+  std::array<std::uint8_t, kMost> blocked = {};
   std::size_t count = 0;
 };
 

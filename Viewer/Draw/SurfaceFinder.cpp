@@ -66,11 +66,11 @@ void SurfaceFinder::FindExtent() {
     high_ = glm::max(high_, glm::vec2(seen) + kMargin);
     corners.emplace_back(seen);
   }
-  FindOutline(std::move(corners));
+  FindOutline(corners);
 }
 
 // The sides of the convex hull: those from one corner to another that leave all corners on one side.
-void SurfaceFinder::FindOutline(std::vector<glm::dvec2> corners) {
+void SurfaceFinder::FindOutline(const std::vector<glm::dvec2>& corners) {
   for (const glm::dvec2& from : corners) {
     for (const glm::dvec2& to : corners) {
       const glm::dvec2 way = to - from;

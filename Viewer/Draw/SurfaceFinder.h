@@ -83,7 +83,7 @@ class SurfaceFinder {
   void FindCuts(const Point* points, std::size_t count, RayHit* hits) const;
   void FindCut(const Ray& ray, int plane, RayHit& hit) const;
   void FindExtent();
-  void FindOutline(std::vector<glm::dvec2> corners);
+  void FindOutline(const std::vector<glm::dvec2>& corners);
 
   const RayCaster& caster_;
   const Camera& camera_;
