@@ -27,12 +27,12 @@ std::string LastLine(std::string text) {
 
 }  // namespace
 
-Figures RunChild(const std::vector<std::string>& arguments) {
-  std::vector<char*> argv{const_cast<char*>("mirel-bench")};
-  std::string command;
-  for (const std::string& argument : arguments) {
-    argv.push_back(const_cast<char*>(argument.c_str()));
-    command += ' ' + argument;
+std::string ReadOutput(const std::vector<std::string>& command) {
+  std::vector<char*> argv;
+  std::string words;
+  for (const std::string& word : command) {
+    argv.push_back(const_cast<char*>(word.c_str()));
+    words += ' ' + word;
   }
   argv.push_back(nullptr);
 
@@ -43,18 +43,24 @@ Figures RunChild(const std::vector<std::string>& arguments) {
     dup2(ends[1], STDOUT_FILENO);
     close(ends[0]);
     close(ends[1]);
-    execv("/proc/self/exe", argv.data());
+    execvp(argv[0], argv.data());
     _exit(127);
   }
   close(ends[1]);
-  const std::string output = child > 0 ? ReadAll(ends[0]) : std::string();
+  std::string output = child > 0 ? ReadAll(ends[0]) : std::string();
   close(ends[0]);
   int status = -1;
   if (child < 0 || waitpid(child, &status, 0) != child || !WIFEXITED(status) || WEXITSTATUS(status) != 0) {
-    throw std::runtime_error("failed:" + command);
+    throw std::runtime_error("failed:" + words);
   }
-  const std::optional<Figures> figures = Figures::FromJson(LastLine(output));
-  if (!figures) throw std::runtime_error("no figures from:" + command);
+  return output;
+}
+
+Figures RunChild(const std::vector<std::string>& arguments) {
+  std::vector<std::string> command{"/proc/self/exe"};
+  command.insert(command.end(), arguments.begin(), arguments.end());
+  const std::optional<Figures> figures = Figures::FromJson(LastLine(ReadOutput(command)));
+  if (!figures) throw std::runtime_error("no figures from task " + arguments.at(1));
   return *figures;
 }
 

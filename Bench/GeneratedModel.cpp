@@ -72,6 +72,16 @@ void GeneratedModel::AddDeep(LiteModel& model, std::size_t count, int depth) {
   }
 }
 
+void GeneratedModel::AddWide(LiteModel& model, std::size_t count, std::size_t width) {
+  for (std::size_t made = 0; made < count;) {
+    auto group = MakeItem<GroupItem>(made++, "Assembly ");
+    group->SetTransform(glm::dmat4(1.0));
+    for (std::size_t i = 0; i < width && made < count; ++i)
+      group->AddItem(MakeShapeItem(made++, 0));
+    model.AddItem(std::move(group));
+  }
+}
+
 void GeneratedModel::AddShared(LiteModel& model, std::size_t count, std::size_t types) {
   const std::size_t kFirstType = std::size_t{1} << 40;  // beyond the numbers of the instances
   std::vector<std::uint32_t> uses(types, 0);

@@ -29,6 +29,9 @@ class GeneratedModel {
   /// shape item on the last.
   static void AddDeep(LiteModel& model, std::size_t count, int depth);
 
+  /// `count` items in groups of `width` children, each of which shows the first body.
+  static void AddWide(LiteModel& model, std::size_t count, std::size_t width);
+
   /// `count` instances at the top level of `types` types, each type a shape item. Tags are set for saving.
   static void AddShared(LiteModel& model, std::size_t count, std::size_t types);
 

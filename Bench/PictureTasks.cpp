@@ -1,4 +1,5 @@
 #include <Bench/CopiesFolder.h>
+#include <Bench/Display.h>
 #include <Bench/Meter.h>
 #include <Bench/ModelCopies.h>
 #include <Bench/RunProgram.h>
@@ -12,10 +13,6 @@
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
 #include <Viewer/Kernel/IO/LiteSceneReader.h>
 
-#include <unistd.h>
-
-#include <cstdlib>
-#include <filesystem>
 #include <memory>
 #include <random>
 #include <stdexcept>
@@ -54,16 +51,12 @@ Figures DrawCopiesAsProcess(const TaskInput& input) {
   return DrawFolder(input, MakeCopies(input.work, CountCopies(input.work, input.count)));
 }
 
-/// f3d, which needs a display: where there is none, the task starts anew inside of one.
-Figures DrawByF3d(const TaskInput& input, const char* task, const std::string& file) {
-  if (std::getenv("DISPLAY") == nullptr) {
-    const std::string self = std::filesystem::read_symlink("/proc/self/exe").string();
-    execlp("xvfb-run", "xvfb-run", "-a", self.c_str(), "task", task, "--work", input.work.c_str(), "--source",
-           input.source.c_str(), nullptr);
-    throw std::runtime_error("there is no display, and no xvfb-run");
-  }
-  return RunProgram(
-      {"f3d", "--dry-run", "--quiet", "--resolution=1600,1200", "--output=" + input.work + "f3d.png", file});
+/// f3d, which needs a display.
+Figures DrawByF3d(const TaskInput& input, const char* task, const std::string& file,
+                  const char* size = "1600,1200") {
+  NeedDisplay(input, task);
+  return RunProgram({"f3d", "--dry-run", "--quiet", std::string("--resolution=") + size,
+                     "--output=" + input.work + "f3d.png", file});
 }
 
 Figures DrawStepByF3d(const TaskInput& input) {
@@ -72,6 +65,11 @@ Figures DrawStepByF3d(const TaskInput& input) {
 
 Figures DrawGlbByF3d(const TaskInput& input) {
   return DrawByF3d(input, "f3d-merged", MergedGlbFile(input.work));
+}
+
+/// As large as the window of mirel-viewer is at first.
+Figures DrawGlbByF3dInWindow(const TaskInput& input) {
+  return DrawByF3d(input, "f3d-window", MergedGlbFile(input.work), "1280,820");
 }
 
 /// The model in a square of copies, --count placed bodies at least, from the folder to a picture; then picks.
@@ -115,6 +113,7 @@ std::vector<Task> PictureTasks() {
            DrawCopiesAsProcess},
           {"f3d", "f3d of the STEP file --source, as a process", DrawStepByF3d},
           {"f3d-merged", "f3d of the GLB file whose faces are merged, as a process", DrawGlbByF3d},
+          {"f3d-window", "the same, as large as the viewer's window", DrawGlbByF3dInWindow},
           {"copies", "a picture of so many copies of the model that there are --count bodies, and picks",
            DrawCopies}};
 }

@@ -40,6 +40,7 @@ std::vector<Task> SceneTasks();
 std::vector<Task> GrowthTasks();
 std::vector<Task> PictureTasks();
 std::vector<Task> WindowTasks();
+std::vector<Task> ViewerTasks();  ///< none where the viewer is not built
 std::vector<Task> PythonTasks();  ///< none where the package is not built
 std::vector<Task> ExportTasks();
 std::vector<Task> DiffTasks();

@@ -167,7 +167,7 @@ void Benchmark::Turn() {
 
 void Benchmark::PointAndClick() {
   ModelView& view = window_.GetView();
-  std::vector<double> hovers, clicks;
+  std::vector<double> hovers, clicks, snaps;
   for (int i = 0; i < kPlaces * kPlaces; ++i) {
     const QPointF point(view.width() * (0.2 + 0.6 * (i % kPlaces) / kPlaces),
                         view.height() *
@@ -176,9 +176,11 @@ void Benchmark::PointAndClick() {
     SendMouse(view, QEvent::MouseButtonPress, point, Qt::LeftButton);
     clicks.push_back(
         MeasureProcessor([&] { SendMouse(view, QEvent::MouseButtonRelease, point, Qt::NoButton); }));
+    snaps.push_back(MeasureProcessor([&] { view.Pick(point, MainWindow::kSnapTolerance); }));
   }
   Print("hover", hovers);
   Print("click", clicks);
+  Print("snap", snaps);
   window_.GetDocument().Select({});
   GoOn(&Benchmark::FillTree);
 }

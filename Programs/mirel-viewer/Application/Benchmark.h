@@ -17,7 +17,8 @@ class MainWindow;
 ///   full picture was on the screen; and the processor time of all threads until then;
 /// - a frame while the model turns, mean and worst, from the event until it is on the screen;
 /// - the same while the models are opened a second time in the background;
-/// - the processor time of the window's thread for a mouse move over the model and for a click on it, mean and worst;
+/// - the processor time of the window's thread for a mouse move over the model, for a click on it and for finding what a click snaps
+///   to while measuring, mean and worst;
 /// - the same for filling the tree, and for showing the children of the group that has most of them; and how long the search
 ///   for a part of a name takes.
 class Benchmark : public QObject {

@@ -41,8 +41,7 @@ namespace mirel {
 
 namespace {
 
-constexpr int kPatience = 30;           // ms
-constexpr double kSnapTolerance = 6.0;  // how far from an edge or a vertex a click still means it, in pixels
+constexpr int kPatience = 30;  // ms
 
 }  // namespace
 
@@ -104,6 +103,7 @@ MainWindow::MainWindow(DesktopHost& host, const QStringList& paths) : host_(host
 
 MainWindow::~MainWindow() {
   document_->disconnect(this);
+  document_->GetUndoStack().disconnect();  // it is emptied when the document goes, after the view
   delete opener_;  // before the document that it opens into
   delete view_;
 }
@@ -112,6 +112,8 @@ QDockWidget* MainWindow::AddPanel(QWidget* panel, const QString& title, Qt::Dock
   auto* const dock = new QDockWidget(title, this);
   dock->setObjectName(title);
   dock->setWidget(panel);
+  // Panels behind another tab count as visible otherwise, and do work that nobody sees.
+  connect(dock, &QDockWidget::visibilityChanged, panel, &QWidget::setVisible);
   addDockWidget(area, dock);
   return dock;
 }

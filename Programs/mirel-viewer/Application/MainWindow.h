@@ -28,6 +28,9 @@ class MainWindow : public QMainWindow {
   Q_OBJECT
 
  public:
+  /// How far from an edge or a vertex a click still means it while measuring, in pixels.
+  static constexpr double kSnapTolerance = 6.0;
+
   /// For the viewer of a host, which must outlive the window. Modules are loaded before. The files are being opened while the
   /// window is still made.
   explicit MainWindow(DesktopHost& host, const QStringList& paths = {});

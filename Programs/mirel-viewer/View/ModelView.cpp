@@ -185,6 +185,7 @@ void ModelView::paintGL() {
     options.height = static_cast<int>(std::lround(height() * ratio));
     options.samples = kSamples;
     options.uploadBytes = kUploadBytes;
+    options.samplesAtOnce = isComplete_ && !isShown_ ? 0 : 1;  // nobody has seen the first one yet
     options.edges = document_.GetDisplay().edges;
     options.sections = document_.GetState().sections;
     options.offsetFactor = static_cast<float>(document_.GetState().explosion);

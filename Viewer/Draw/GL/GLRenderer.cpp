@@ -127,8 +127,8 @@ class GLRenderer::Implementation {
     FindView(camera, options);
     glViewport(0, 0, options.width, options.height);
     const std::vector<glm::vec2> samples = MakeSamples(options.samples);
-    std::size_t behind =
-        std::min(samples.size(), drawn_ + static_cast<std::size_t>(std::max(1, options.samplesAtOnce)));
+    const std::size_t wanted = drawn_ + static_cast<std::size_t>(std::max(0, options.samplesAtOnce));
+    std::size_t behind = std::clamp<std::size_t>(wanted, 1, samples.size());
     if (!HasBodies()) drawn_ = behind = samples.size();  // the backdrop alone
     if (drawn_ == 0) Cull();
     while (drawn_ < behind) {

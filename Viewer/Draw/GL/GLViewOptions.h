@@ -10,8 +10,8 @@ namespace mirel {
 ///
 /// Of `PictureOptions`, `selection` and `threads` do not count; see `GLRenderer::SetSelection`.
 struct GLViewOptions : PictureOptions {
-  /// How many of the `samples` of a pixel one call draws, 1 or more. While something moves, 1 is the fastest; see
-  /// `GLRenderer::Draw`.
+  /// How many of the `samples` of a pixel one call adds; the first is always drawn, with 0 it alone. While something moves, 1 is the
+  /// fastest; see `GLRenderer::Draw`.
   int samplesAtOnce = 1;
 
   /// How many bytes of the scene a call may send to the graphics card, so that a model that is being opened does not
