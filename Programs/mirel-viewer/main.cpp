@@ -44,9 +44,17 @@ int main(int argc, char** argv) {
   const QCommandLineOption benchmark(
       "benchmark", "Print when what was reached, and what frames, picks and the tree take; then end.");
   arguments.addOption(benchmark);
+  const QCommandLineOption compare("compare",
+                                   "Show what is different between two versions: FILE is OLD NEW.");
+  arguments.addOption(compare);
   arguments.addPositionalArgument(
       "FILE", "Model folders, index files, tar archives; STEP, IGES and BRep files.", "[FILE...]");
   arguments.process(application);
+
+  const QStringList files = arguments.positionalArguments();
+  if (arguments.isSet(compare) && (files.size() != 2 || arguments.isSet(benchmark))) {
+    return Refuse(kUsage, "--compare wants two versions of a model, and nothing else: --compare OLD NEW");
+  }
 
   mirel::DesktopHost host;
   const QString own = mirel::DesktopHost::FindModule();
@@ -60,16 +68,20 @@ int main(int argc, char** argv) {
     }
   }
   mirel::ApplyTheme();
-  mirel::MainWindow window(host, arguments.positionalArguments());
+  mirel::MainWindow window(host, arguments.isSet(compare) ? QStringList() : files);
   const QString obstacle = mirel::GraphicsCheck::FindObstacle();
   if (!obstacle.isEmpty()) {
     return Refuse(kNoGraphics, obstacle, !arguments.isSet(benchmark));
   }
   std::optional<mirel::Benchmark> stages;
   if (arguments.isSet(benchmark)) {
-    stages.emplace(window, arguments.positionalArguments());
+    stages.emplace(window, files);
   }
-  window.WaitForModel();
+  if (arguments.isSet(compare)) {
+    window.Compare(files[0], files[1]);
+  } else {
+    window.WaitForModel();
+  }
   window.show();
   return QApplication::exec();
 }

@@ -5,6 +5,10 @@
 #include <Programs/mirel-viewer/Application/SavedState.h>
 #include <Programs/mirel-viewer/Commands/CommandMenus.h>
 #include <Programs/mirel-viewer/Commands/ViewerCommands.h>
+#include <Programs/mirel-viewer/Compare/CompareCommands.h>
+#include <Programs/mirel-viewer/Compare/ComparePanel.h>
+#include <Programs/mirel-viewer/Compare/Comparison.h>
+#include <Programs/mirel-viewer/Compare/DifferenceMarks.h>
 #include <Programs/mirel-viewer/Document/Document.h>
 #include <Programs/mirel-viewer/Measure/MeasureCommands.h>
 #include <Programs/mirel-viewer/Measure/MeasureLabels.h>
@@ -41,7 +45,8 @@ namespace mirel {
 
 namespace {
 
-constexpr int kPatience = 30;  // ms
+constexpr int kPatience = 30;           // ms
+constexpr double kAroundDifference = 1.6;  // how much more than a difference is seen, so that one knows where
 
 }  // namespace
 
@@ -53,6 +58,7 @@ MainWindow::MainWindow(DesktopHost& host, const QStringList& paths) : host_(host
   opener_ = new ModelOpener(*document_);
   Open(paths);
   measures_ = std::make_unique<MeasureSession>(*document_);
+  comparison_ = std::make_unique<Comparison>(*document_, *opener_);
   view_ = new ModelView(*document_, this);
   setCentralWidget(view_);
   watcher_ = new QFileSystemWatcher(this);
@@ -61,7 +67,7 @@ MainWindow::MainWindow(DesktopHost& host, const QStringList& paths) : host_(host
   MakeCommands();
 
   connect(opener_, &ModelOpener::Progressed, this, &MainWindow::ShowProgress);
-  connect(opener_, &ModelOpener::Idle, this, [this] { ShowProgress(QString(), -1); });
+  connect(opener_, &ModelOpener::Idle, this, &MainWindow::ShowIdle);
   connect(opener_, &ModelOpener::Opened, this, &MainWindow::TakeOpened);
   connect(opener_, &ModelOpener::Told, this, &MainWindow::Tell);
   connect(measures_.get(), &MeasureSession::Told, this, &MainWindow::Tell);
@@ -74,12 +80,13 @@ MainWindow::MainWindow(DesktopHost& host, const QStringList& paths) : host_(host
       [this](const QPointF& point, Qt::KeyboardModifiers) { return TakeMeasureClick(point); });
   view_->SetHoverListener([this](const QPointF& point) { ShowSnap(point); });
   connect(measures_.get(), &MeasureSession::HintChanged, view_, [this] { view_->update(); });
+  ConnectComparison();
   connect(view_, &ModelView::Broken, this, [this](const QString& reason) { Tell({reason}); });
   connect(view_, &ModelView::MenuWanted, this, &MainWindow::ShowMenu);
   connect(tree_, &TreePanel::MenuWanted, this, &MainWindow::ShowMenu);
   connect(parts_, &PartsPanel::Told, this, &MainWindow::Tell);
   connect(watcher_, &QFileSystemWatcher::fileChanged, this, &MainWindow::TakeFileChange);
-  connect(document_.get(), &Document::RootRemoved, this, [this] { SavedState::Save(*document_, *view_); });
+  connect(document_.get(), &Document::RootRemoved, this, &MainWindow::SaveState);
   connect(document_.get(), &Document::RootsChanged, this, [this] {
     if (document_->GetRoots().empty()) {
       setWindowTitle("Mirel");
@@ -98,12 +105,15 @@ MainWindow::MainWindow(DesktopHost& host, const QStringList& paths) : host_(host
   restoreGeometry(settings.value("window/geometry").toByteArray());
   restoreState(settings.value("window/state").toByteArray());
   messagesDock_->hide();
+  compareDock_->hide();
   view_->setFocus();
 }
 
 MainWindow::~MainWindow() {
   document_->disconnect(this);
   document_->GetUndoStack().disconnect();  // it is emptied when the document goes, after the view
+  comparison_->disconnect(this);
+  comparison_.reset();
   delete opener_;  // before the document that it opens into
   delete view_;
 }
@@ -130,6 +140,7 @@ void MainWindow::MakePanels() {
   QDockWidget* const properties =
       AddPanel(new PropertiesPanel(*document_), tr("Properties"), Qt::RightDockWidgetArea);
   measuresDock_ = AddPanel(new MeasurePanel(*measures_), tr("Measures"), Qt::RightDockWidgetArea);
+  compareDock_ = AddPanel(new ComparePanel(*comparison_), tr("Differences"), Qt::BottomDockWidgetArea);
   messagesDock_ = AddPanel(messages_, tr("Messages"), Qt::BottomDockWidgetArea);
   tabifyDockWidget(tree, parts);
   tree->raise();
@@ -140,10 +151,12 @@ void MainWindow::MakePanels() {
   properties->hide();
   measuresDock_->hide();
   resizeDocks({tree, measuresDock_}, {300, 340}, Qt::Horizontal);
+  resizeDocks({compareDock_, messagesDock_}, {250, 120}, Qt::Vertical);
 }
 
 void MainWindow::MakeCommands() {
   RegisterViewerCommands(*this);
+  RegisterCompareCommands(*comparison_);
   RegisterMeasureCommands(*this, *measures_);
   QToolBar* const toolbar = addToolBar(tr("Tools"));
   toolbar->setObjectName("Tools");
@@ -181,7 +194,12 @@ void MainWindow::MakeStatusBar() {
     policy.setRetainSizeWhenHidden(true);  // the picture stays as large as it is
     fleeting->setSizePolicy(policy);
   }
-  connect(cancel_, &QToolButton::clicked, opener_, &ModelOpener::Cancel);
+  connect(cancel_, &QToolButton::clicked, this, [this] {
+    opener_->Cancel();
+    if (comparison_->GetStage() != Comparison::Stage::kShown) {
+      comparison_->End();
+    }
+  });
   statusBar()->addWidget(hoverText_, 1);
   statusBar()->addPermanentWidget(progressText_);
   statusBar()->addPermanentWidget(progress_);
@@ -212,6 +230,27 @@ void MainWindow::Replace(const QStringList& paths) {
   Open(paths);
 }
 
+void MainWindow::Compare(const QString& older, const QString& newer) {
+  compareDock_->show();
+  compareDock_->raise();
+  comparison_->Start(older, newer);
+}
+
+void MainWindow::Reload() {
+  if (comparison_->GetStage() != Comparison::Stage::kOff) {
+    Compare(QString(comparison_->GetOlder()), QString(comparison_->GetNewer()));
+    return;
+  }
+  QStringList paths;
+  for (const std::shared_ptr<SceneNode>& root : document_->GetRoots()) {
+    const QString path = document_->GetFile(root.get()).path;
+    if (!path.isEmpty()) {
+      paths.append(path);
+    }
+  }
+  Replace(paths);
+}
+
 void MainWindow::ShowMeasures() {
   measuresDock_->show();
   measuresDock_->raise();
@@ -230,6 +269,41 @@ void MainWindow::ShowProgress(const QString& text, int percent) {
   progressText_->setVisible(isBusy);
   progress_->setVisible(isBusy);
   cancel_->setVisible(isBusy);
+}
+
+// What goes on when nothing is being opened.
+void MainWindow::ShowIdle() {
+  ShowProgress(comparison_->GetStage() == Comparison::Stage::kComparing ? tr("Comparing") : QString(), -1);
+}
+
+void MainWindow::ConnectComparison() {
+  connect(comparison_.get(), &Comparison::Told, this, &MainWindow::Tell);
+  connect(comparison_.get(), &Comparison::Changed, this, [this] {
+    menus_->Refresh();
+    if (!opener_->IsBusy()) {
+      ShowIdle();
+    }
+  });
+  connect(comparison_.get(), &Comparison::Shown, this, [this] {
+    setWindowTitle(QFileInfo(comparison_->GetOlder()).fileName() + " \u2192 " +
+                   QFileInfo(comparison_->GetNewer()).fileName() + " - Mirel");
+    view_->LookFrom(Camera::View::kIso);
+  });
+  connect(comparison_.get(), &Comparison::CurrentChanged, this, [this] {
+    const int current = comparison_->GetCurrent();
+    if (current != Comparison::kNone) {
+      view_->Fit(comparison_->GetBox(current), kAroundDifference);
+    }
+    view_->update();
+  });
+  view_->AddOverlay([this](QPainter& painter) { DifferenceMarks(*comparison_, *view_).Paint(painter); });
+}
+
+// That of two versions beside each other is nobody's own.
+void MainWindow::SaveState() {
+  if (comparison_->GetStage() == Comparison::Stage::kOff) {
+    SavedState::Save(*document_, *view_);
+  }
 }
 
 void MainWindow::ShowSelection() {
@@ -255,8 +329,10 @@ void MainWindow::ShowMenu(const QPoint& globalPoint) {
 void MainWindow::TakeOpened(const QString& path, const SceneNode* root) {
   RecentFiles::Add(path);
   const ModelFile file = document_->GetFile(root);
-  setWindowTitle(QString::fromStdString(root->GetName()) + " - Mirel");
-  SavedState::Restore(file.path, *document_, *view_);
+  if (comparison_->GetStage() == Comparison::Stage::kOff) {
+    setWindowTitle(QString::fromStdString(root->GetName()) + " - Mirel");
+    SavedState::Restore(file.path, *document_, *view_);
+  }
   const QString watched = QFileInfo(file.path).isDir() ? file.path + "/index.gz" : file.path;
   watcher_->addPath(watched);
 }
@@ -292,7 +368,7 @@ void MainWindow::TakeFileChange(const QString& path) {
 
 void MainWindow::closeEvent(QCloseEvent* event) {
   opener_->Cancel();
-  SavedState::Save(*document_, *view_);
+  SaveState();
   QSettings settings;
   settings.setValue("window/geometry", saveGeometry());
   settings.setValue("window/state", saveState());

@@ -13,6 +13,7 @@ class QToolButton;
 namespace mirel {
 
 class CommandMenus;
+class Comparison;
 class CutPanel;
 class DesktopHost;
 class Document;
@@ -42,12 +43,17 @@ class MainWindow : public QMainWindow {
   TreePanel& GetTree() { return *tree_; }
   PartsPanel& GetParts() { return *parts_; }
   CommandMenus& GetMenus() { return *menus_; }
+  Comparison& GetComparison() { return *comparison_; }
 
   void Open(const QStringList& paths);
   /// Waits a moment for what is being opened: a small model is there before the window would be, which then comes up with it.
   void WaitForModel();
   /// Opens in place of what is open.
   void Replace(const QStringList& paths);
+  /// Shows what is different between two versions, in place of what is open.
+  void Compare(const QString& older, const QString& newer);
+  /// Opens again what is open, as it is now.
+  void Reload();
 
   /// Shows the panel of what was measured.
   void ShowMeasures();
@@ -64,9 +70,12 @@ class MainWindow : public QMainWindow {
  private:
   QDockWidget* AddPanel(QWidget* panel, const QString& title, Qt::DockWidgetArea area);
   void MakePanels();
+  void ConnectComparison();
+  void SaveState();
   void MakeCommands();
   void MakeStatusBar();
   void ShowProgress(const QString& text, int percent);
+  void ShowIdle();
   void ShowSelection();
   void ShowMenu(const QPoint& globalPoint);
   void TakeOpened(const QString& path, const class SceneNode* root);
@@ -78,11 +87,13 @@ class MainWindow : public QMainWindow {
   std::unique_ptr<Document> document_;
   std::unique_ptr<MeasureSession> measures_;
   ModelOpener* opener_;
+  std::unique_ptr<Comparison> comparison_;
   ModelView* view_;
   TreePanel* tree_;
   PartsPanel* parts_;
   CutPanel* cut_;
   QDockWidget* measuresDock_;
+  QDockWidget* compareDock_;
   MessagesPanel* messages_;
   QDockWidget* messagesDock_;
   CommandMenus* menus_ = nullptr;

@@ -3,7 +3,9 @@
 #include <Programs/mirel-viewer/Application/MainWindow.h>
 #include <Programs/mirel-viewer/Application/Theme.h>
 #include <Programs/mirel-viewer/Commands/ActionCommand.h>
+#include <Programs/mirel-viewer/Compare/CompareDialog.h>
 #include <Programs/mirel-viewer/Document/Document.h>
+#include <Programs/mirel-viewer/Opening/FileKind.h>
 #include <Programs/mirel-viewer/Opening/ModelOpener.h>
 #include <Programs/mirel-viewer/Picture/PictureDialog.h>
 #include <Programs/mirel-viewer/Tree/PartsList.h>
@@ -24,15 +26,12 @@ namespace {
 using Edges = PictureOptions::Edges;
 using Coloring = DisplaySettings::Coloring;
 
-constexpr const char* kCanBeOpened = "Models (*.gz *.tar *.tgz *.txz *.tzst *.step *.stp *.p21 *.stpz *.iges "
-                                     "*.igs *.brep *.brp);;All files (*)";
-
 void RegisterFileCommands(MainWindow& window) {
   Document& document = window.GetDocument();
   const auto hasModel = [&document] { return !document.GetRoots().empty(); };
   AddCommand(
       {"Open", "Open...", "File", "Ctrl+O", "Open files beside what is open", "open", true},
-      [&window] { window.Open(QFileDialog::getOpenFileNames(&window, "Open", QString(), kCanBeOpened)); });
+      [&window] { window.Open(QFileDialog::getOpenFileNames(&window, "Open", QString(), kModelFilter)); });
   AddCommand({"OpenFolder", "Open folder...", "File", "Ctrl+Shift+O", "Open a model folder", "open"},
              [&window] {
                const QString folder = QFileDialog::getExistingDirectory(&window, "Open a model folder");
@@ -41,20 +40,22 @@ void RegisterFileCommands(MainWindow& window) {
                }
              });
   AddCommand({"Reload", "Reload", "File", "Ctrl+R F5", "Open again what is open, as it is now", "open"},
-             [&window] {
-               QStringList paths;
-               for (const std::shared_ptr<SceneNode>& root : window.GetDocument().GetRoots()) {
-                 const QString path = window.GetDocument().GetFile(root.get()).path;
-                 if (!path.isEmpty()) {
-                   paths.append(path);
-                 }
-               }
-               window.Replace(paths);
-             })
+             [&window] { window.Reload(); })
       .Enabled(hasModel);
   AddCommand({"CloseAll", "Close all", "File", "Ctrl+W", "Close what is open", "open"}, [&document] {
     document.Clear();
   }).Enabled(hasModel);
+  AddCommand({"Compare", "Compare with...", "File", "Ctrl+D", "See what is different between two versions",
+              "compare"},
+             [&window, &document] {
+               const QString open = document.GetRoots().empty()
+                                        ? QString()
+                                        : document.GetFile(document.GetRoots().back().get()).path;
+               CompareDialog dialog(open, &window);
+               if (dialog.exec() == QDialog::Accepted) {
+                 window.Compare(dialog.GetOlder(), dialog.GetNewer());
+               }
+             });
   AddCommand({"SavePicture", "Save picture...", "File", "Ctrl+S",
               "Save what is seen as a picture of any size", "save", true},
              [&window] { PictureDialog(window.GetDocument(), window.GetView(), &window).exec(); })

@@ -2,6 +2,7 @@
 
 #include <Programs/mirel-viewer/Document/BackgroundThread.h>
 #include <Programs/mirel-viewer/Document/NodeColoring.h>
+#include <Programs/mirel-viewer/Document/OtherNodes.h>
 #include <Programs/mirel-viewer/Document/ViewChange.h>
 
 #include <Viewer/Kernel/Host/Renderer/Scene.h>
@@ -82,6 +83,7 @@ void Document::ForgetNodesOutside() {
   state.sections = state_.sections;
   state.explosion = state_.explosion;
   state_ = std::move(state);
+  look_.reset();
   aroundAlone_.clear();
   selection_.clear();
   current_ = nullptr;
@@ -96,8 +98,8 @@ void Document::ForgetNodesOutside() {
 void Document::RenewSnapshot() {
   const unsigned number = ++snapshotNumber_;
   workers_.clear();
-  workers_.start([this, number, roots = GetRoots(), visibility = state_.MakeVisibility(),
-                  coloring = NodeColoring(display_.coloring, GetRoots())] {
+  workers_.start([this, number, roots = GetRoots(), visibility = MakeVisibility(),
+                  coloring = NodeColoring(display_.coloring, GetRoots(), look_)] {
     try {
       Deliver(number, Snapshot(std::make_shared<const DrawScene>(roots, visibility, coloring.GetFunction())));
     } catch (const std::exception&) {
@@ -201,31 +203,7 @@ void Document::Ghost(const Nodes& nodes) {
 }
 
 void Document::GhostOthers(const Nodes& nodes) {
-  // Ghosted are the largest subtrees that hold none of the nodes.
-  Nodes around;
-  for (const SceneNode* node : nodes) {
-    for (const SceneNode* above : node->GetPath()) {
-      around.insert(above);
-    }
-  }
-  ChangeState(tr("ghost the rest"), [&](ViewState& state) {
-    state.ghosts.clear();
-    for (const std::shared_ptr<SceneNode>& root : GetRoots()) {
-      if (around.count(root.get()) == 0) {
-        state.ghosts.insert(root.get());
-      }
-    }
-    for (const SceneNode* node : around) {
-      if (nodes.count(node) > 0) {
-        continue;
-      }
-      for (const std::shared_ptr<SceneNode>& child : node->GetNodes()) {
-        if (around.count(child.get()) == 0) {
-          state.ghosts.insert(child.get());
-        }
-      }
-    }
-  });
+  ChangeState(tr("ghost the rest"), [&](ViewState& state) { state.ghosts = FindOthers(GetRoots(), nodes); });
 }
 
 void Document::ShowAll() {
@@ -236,13 +214,38 @@ void Document::ShowAll() {
   });
 }
 
+void Document::SetLook(std::shared_ptr<const SceneLook> look) {
+  look_ = std::move(look);
+  RenewSnapshot();
+  emit StateChanged();
+}
+
+NodeVisibility Document::MakeVisibility() const {
+  NodeVisibility visibility = state_.MakeVisibility();
+  if (look_) {
+    for (const SceneNode* node : look_->hidden) {
+      visibility.Hide(node);
+    }
+  }
+  if (look_ && state_.alone.empty()) {  // what is shown alone has no glass around it
+    for (const SceneNode* node : look_->ghosts) {
+      visibility.Ghost(node);
+    }
+  }
+  return visibility;
+}
+
+bool Document::IsGhost(const SceneNode& node) const {
+  return state_.ghosts.count(&node) > 0 || (look_ && look_->ghosts.count(&node) > 0);
+}
+
 bool Document::IsHidden(const SceneNode& node) const {
-  if (state_.hidden.empty() && state_.alone.empty() && node.IsVisible()) {
+  if (state_.hidden.empty() && state_.alone.empty() && !look_ && node.IsVisible()) {
     return false;
   }
   bool isAlone = state_.alone.empty();
   for (const SceneNode* above : node.GetPath()) {
-    if (state_.hidden.count(above) > 0 || !above->IsVisible()) {
+    if (state_.hidden.count(above) > 0 || (look_ && look_->hidden.count(above) > 0) || !above->IsVisible()) {
       return true;
     }
     isAlone = isAlone || state_.alone.count(above) > 0;

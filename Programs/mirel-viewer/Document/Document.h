@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Programs/mirel-viewer/Document/DisplaySettings.h>
+#include <Programs/mirel-viewer/Document/SceneLook.h>
 #include <Programs/mirel-viewer/Document/Snapshot.h>
 #include <Programs/mirel-viewer/Document/ViewState.h>
 
@@ -72,8 +73,12 @@ class Document : public QObject {
   /// Of everything but these.
   void GhostOthers(const Nodes& nodes);
   void ShowAll();
-  /// Whether a node itself is hidden, by the user, or left out because others are shown alone.
+  /// Whether a node is hidden, by the user or since the scene looks so, or left out because others are shown alone.
   bool IsHidden(const SceneNode& node) const;
+  bool IsGhost(const SceneNode& node) const;
+
+  /// How the scene looks before users change anything; nothing for a look of its own. It goes when any root goes.
+  void SetLook(std::shared_ptr<const SceneLook> look);
 
   const DisplaySettings& GetDisplay() const { return display_; }
   void SetDisplay(const DisplaySettings& display);
@@ -101,6 +106,7 @@ class Document : public QObject {
   friend class ViewChange;
 
   void SetState(const ViewState& state);
+  NodeVisibility MakeVisibility() const;
   void RenewSnapshot();
   void Deliver(unsigned number, const Snapshot& made);
   void ForgetNodesOutside();
@@ -112,6 +118,7 @@ class Document : public QObject {
   unsigned snapshotNumber_ = 0,
            takenNumber_ = 0;  // of the one that was asked for last, and of the one that is there
   ViewState state_;
+  std::shared_ptr<const SceneLook> look_;
   Nodes aroundAlone_;  // what is shown alone, and all that it is in
   DisplaySettings display_;
   Nodes selection_;

@@ -4,6 +4,8 @@
 
 #include <QColor>
 
+#include <utility>
+
 namespace mirel {
 
 namespace {
@@ -19,8 +21,9 @@ glm::vec3 PickColor(unsigned long long number) {
 }  // namespace
 
 NodeColoring::NodeColoring(DisplaySettings::Coloring coloring,
-                           const std::vector<std::shared_ptr<SceneNode>>& roots)
-    : coloring_(coloring) {
+                           const std::vector<std::shared_ptr<SceneNode>>& roots,
+                           std::shared_ptr<const SceneLook> look)
+    : coloring_(coloring), look_(std::move(look)) {
   for (const std::shared_ptr<SceneNode>& root : roots) {
     files_.emplace(root.get(), static_cast<unsigned>(files_.size()));
   }
@@ -36,6 +39,11 @@ DrawScene::BodyColor NodeColoring::GetFunction() const {
     return [files = files_](const BrepSceneNode& node) {
       const auto file = files.find(node.GetPath().front());
       return PickColor(file == files.end() ? 0 : file->second);
+    };
+  case DisplaySettings::Coloring::kByDifference:
+    return [look = look_ ? look_ : std::make_shared<const SceneLook>()](const BrepSceneNode& node) {
+      const auto color = look->colors.find(&node);
+      return color == look->colors.end() ? BrepSceneNode::kDefaultColor : color->second;
     };
   case DisplaySettings::Coloring::kUniform:
     return [](const BrepSceneNode&) { return BrepSceneNode::kDefaultColor; };

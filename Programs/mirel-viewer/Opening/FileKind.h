@@ -11,6 +11,10 @@ enum class FileKind {
   kSource    ///< all else: left to `mirel save`, which tells what it is by its content
 };
 
+/// What file dialogs list.
+constexpr const char* kModelFilter = "Models (*.gz *.tar *.tgz *.txz *.tzst *.step *.stp *.p21 *.stpz *.iges "
+                                     "*.igs *.brep *.brp);;All files (*)";
+
 FileKind FindFileKind(const QString& path);
 
 }  // namespace mirel

@@ -114,7 +114,7 @@ QVariant SceneTreeModel::data(const QModelIndex& index, int role) const {
                ? QVariant(QApplication::palette().brush(QPalette::Disabled, QPalette::Text))
                : QVariant();
   case Qt::FontRole:
-    if (document_.GetState().ghosts.count(&node) > 0) {
+    if (document_.IsGhost(node)) {
       QFont font;
       font.setItalic(true);
       return font;

@@ -97,6 +97,22 @@ void ModelView::FitSelection() {
   emit CameraChanged();
 }
 
+void ModelView::Fit(const AABoxT<double>& box, double factor) {
+  if (!box.IsFinite()) {
+    return;
+  }
+  const glm::dvec3 middle = (box.GetMin() + box.GetMax()) * 0.5;
+  const glm::dvec3 half = (box.GetMax() - box.GetMin()) * (0.5 * factor);
+  std::vector<glm::dvec3> corners;
+  for (int corner = 0; corner < 8; ++corner) {
+    const glm::dvec3 side((corner & 1) != 0 ? 1 : -1, (corner & 2) != 0 ? 1 : -1, (corner & 4) != 0 ? 1 : -1);
+    corners.push_back(middle + side * half);
+  }
+  camera_.Fit(corners, GetAspect());
+  update();
+  emit CameraChanged();
+}
+
 void ModelView::LookFrom(Camera::View view) {
   camera_.SetView(view);
   FitAll();

@@ -37,6 +37,8 @@ class ModelView : public QOpenGLWidget {
 
   void FitAll();
   void FitSelection();
+  /// Sees a box of the scene, and so much more around it. Nothing happens for an empty one.
+  void Fit(const AABoxT<double>& box, double factor);
   void LookFrom(Camera::View view);
   void LookFrom(const glm::dvec3& direction, const glm::dvec3& up);
   void SetProjection(Camera::Projection projection);

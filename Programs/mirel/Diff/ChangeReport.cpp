@@ -24,22 +24,6 @@ using Kind = Change::Kind;
 
 constexpr double kDegrees = 180.0 / 3.14159265358979323846;
 
-// As JSON has them, and as people read them, in the order of the kinds.
-struct KindName {
-  Kind kind;
-  const char* key;
-  const char* text;
-};
-constexpr KindName kKinds[] = {
-    {Kind::kAdded, "added", "added"},
-    {Kind::kRemoved, "removed", "removed"},
-    {Kind::kReshaped, "reshaped", "shape changed"},
-    {Kind::kMoved, "moved", "moved"},
-    {Kind::kReparented, "reparented", "moved in tree"},
-    {Kind::kRenamed, "renamed", "renamed"},
-    {Kind::kRecolored, "recolored", "recoloured"},
-};
-
 // To so many digits, and whole numbers to the last one; without zeros that say nothing.
 std::string Format(double value, int digits) {
   const double size = std::abs(value);
@@ -117,9 +101,21 @@ class TextTeller : private Teller {
 
   std::string Tell() {
     constexpr std::size_t kColumn = 15;
-    text_ = kKinds[static_cast<std::size_t>(change_.kind)].text;
+    text_ = kChangeKinds[static_cast<std::size_t>(change_.kind)].text;
     text_.resize(std::max(text_.size() + 1, kColumn), ' ');
     AppendName(GetSide());
+    AppendDetails();
+    return text_ + "\n";
+  }
+
+  // All but the kind and the name.
+  std::string TellDetails() {
+    AppendDetails();
+    return text_.substr(std::min(text_.find_first_not_of(" :,\n"), text_.size()));
+  }
+
+ private:
+  void AppendDetails() {
     switch (change_.kind) {
     case Kind::kAdded:
       AppendParent(" to ", BodyClasses::kNew);
@@ -148,14 +144,11 @@ class TextTeller : private Teller {
     if (change_.places.size() > 1) {
       text_ += ", " + std::to_string(change_.places.size()) + " places";
     }
-    text_ += "\n";
     if (change_.kind == Kind::kReshaped) {
       AppendShapes();
     }
-    return text_;
   }
 
- private:
   void AppendName(Side side) { Utf8::AppendQuoted(text_, GetName(side)); }
 
   void AppendParent(const char* word, Side side) {
@@ -207,15 +200,15 @@ class TextTeller : private Teller {
     const BodyFigures* const older = FindFigures(BodyClasses::kOld);
     const BodyFigures* const newer = FindFigures(BodyClasses::kNew);
     if (older == nullptr || newer == nullptr) {
-      text_ += "    one of the bodies cannot be decoded\n";
+      text_ += "\n    one of the bodies cannot be decoded";
       return;
     }
     AppendNumbers("volume", older->volume, newer->volume, " mm³");
     AppendNumbers("area", older->area, newer->area, " mm²");
     AppendPair("box", FormatBox(older->box), FormatBox(newer->box), "");
     const FaceCounts faces = CompareFaces();
-    text_ += "    faces   " + std::to_string(faces.same) + " the same, " + std::to_string(faces.gone.size()) +
-             " gone, " + std::to_string(faces.added.size()) + " new\n";
+    text_ += "\n    faces   " + std::to_string(faces.same) + " the same, " +
+             std::to_string(faces.gone.size()) + " gone, " + std::to_string(faces.added.size()) + " new";
   }
 
   void AppendNumbers(const char* title, double older, double newer, const char* unit) {
@@ -229,7 +222,7 @@ class TextTeller : private Teller {
                   const std::string& step) {
     constexpr std::size_t kColumn = 8;
     title.resize(kColumn, ' ');
-    text_ += "    " + title + (older == newer ? older + ", as before" : older + " -> " + newer + step) + "\n";
+    text_ += "\n    " + title + (older == newer ? older + ", as before" : older + " -> " + newer + step);
   }
 
   static std::string FormatBox(const AABoxT<double>& box) {
@@ -253,7 +246,7 @@ class JsonTeller : private Teller {
   void Tell() {
     json_.BeginObject();
     json_.Key("kind");
-    json_.Text(kKinds[static_cast<std::size_t>(change_.kind)].key);
+    json_.Text(kChangeKinds[static_cast<std::size_t>(change_.kind)].key);
     json_.Key("name");
     json_.Text(GetName(GetSide()));
     json_.Key("isPart");
@@ -282,6 +275,8 @@ class JsonTeller : private Teller {
     case Kind::kReparented:
       break;
     }
+    json_.Key("text");
+    json_.Text(TextTeller(changes_, change_).TellDetails());
     json_.Key("places");
     json_.BeginArray();
     for (const Change::Place& place : change_.places) {
@@ -311,6 +306,12 @@ class JsonTeller : private Teller {
     json_.BeginArray();
     for (const std::uint64_t id : GetModel(side).GetIds(node)) {
       json_.Text(std::to_string(id));
+    }
+    json_.EndArray();
+    json_.Key("positions");
+    json_.BeginArray();
+    for (const std::uint32_t position : GetModel(side).GetPositions(node)) {
+      json_.Unsigned(position);
     }
     json_.EndArray();
     json_.EndObject();
@@ -397,7 +398,7 @@ std::string ChangeReport::MakeText(const std::string& oldPath, const std::string
   }
   text += changes.GetAll().empty() ? "nothing is different\n" : "\n";
   const char* separator = "";
-  for (const KindName& name : kKinds) {
+  for (const ChangeKindName& name : kChangeKinds) {
     if (const std::size_t count = CountOf(changes, name.kind)) {
       text += separator + std::to_string(count) + " " + name.text;
       separator = ", ";

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <Programs/mirel/Diff/BodyClasses.h>
+#include <Programs/mirel/Diff/ChangeKind.h>
 #include <Programs/mirel/Diff/ComparedModel.h>
 #include <Programs/mirel/Diff/NodeMatching.h>
 
@@ -17,7 +18,7 @@ namespace mirel {
 
 /// One thing that somebody has changed, wherever it shows.
 struct Change {
-  enum class Kind : std::uint8_t { kAdded, kRemoved, kReshaped, kMoved, kReparented, kRenamed, kRecolored };
+  using Kind = ChangeKind;
 
   /// Where it shows: nodes of both versions. `older` is `kNothing` for what was added, `newer` for what was removed.
   struct Place {

@@ -22,15 +22,17 @@ void ComparedModel::Gather() {
   struct Open {
     const SceneNode* node;
     std::uint32_t parent;
+    std::uint32_t position;
   };
   std::unordered_map<const GRepShape*, std::uint32_t> numbers;
-  std::vector<Open> open = {{root_.get(), kNothing}};
+  std::vector<Open> open = {{root_.get(), kNothing, 0}};
   while (!open.empty()) {
     const Open next = open.back();
     open.pop_back();
     ComparedNode node;
     node.node = next.node;
     node.parent = next.parent;
+    node.position = next.position;
     const ComparedNode* const parent = next.parent == kNothing ? nullptr : &nodes_[next.parent];
     node.placement = (parent != nullptr ? parent->placement : glm::dmat4(1.0)) * next.node->GetTransform();
     const SceneNode* inner = next.node;
@@ -38,6 +40,7 @@ void ComparedModel::Gather() {
            inner->GetNodes().front()->GetName() == inner->GetName()) {
       inner = inner->GetNodes().front().get();
       node.placement *= inner->GetTransform();
+      ++node.foldedLevels;
     }
     if (parent != nullptr) {
       node.name = KeyHash().Add(inner->GetName()).Get();
@@ -57,8 +60,8 @@ void ComparedModel::Gather() {
     }
     const auto& children = inner->GetNodes();
     node.childCount = static_cast<std::uint32_t>(children.size());
-    for (auto child = children.rbegin(); child != children.rend(); ++child) {
-      open.push_back({child->get(), number});
+    for (std::uint32_t child = node.childCount; child-- > 0;) {
+      open.push_back({children[child].get(), number, child});
     }
     nodes_.push_back(node);
   }
@@ -102,6 +105,20 @@ std::vector<std::uint64_t> ComparedModel::GetIds(std::uint32_t node) const {
     }
   }
   return ids;
+}
+
+std::vector<std::uint32_t> ComparedModel::GetPositions(std::uint32_t node) const {
+  std::vector<std::uint32_t> positions;
+  if (node != 0) {
+    positions.push_back(nodes_[node].position);
+    node = nodes_[node].parent;
+  }
+  for (; node != kNothing && node != 0; node = nodes_[node].parent) {
+    positions.insert(positions.end(), nodes_[node].foldedLevels, 0);  // each is the only one where it is
+    positions.push_back(nodes_[node].position);
+  }
+  std::reverse(positions.begin(), positions.end());
+  return positions;
 }
 
 }  // namespace mirel

@@ -27,6 +27,8 @@ struct ComparedNode {
   const BrepSceneNode* body = nullptr;  ///< null for a group
   std::uint32_t parent = kNothing;
   std::uint32_t childCount = 0;
+  std::uint32_t position = 0;           ///< of `node` among the scene nodes beside it
+  std::uint32_t foldedLevels = 0;       ///< how many scene nodes below `node` are one with it
   std::uint32_t bodyNumber = kNothing;  ///< in `ComparedModel::GetBodies`
   std::uint64_t name = 0;               ///< a hash
   std::uint64_t path = 0;               ///< a hash of all names down to it, equal ones in a row once
@@ -62,6 +64,8 @@ class ComparedModel {
   std::vector<std::string> GetPath(std::uint32_t node) const;
   /// The ids of all scene nodes from the top level down to it.
   std::vector<std::uint64_t> GetIds(std::uint32_t node) const;
+  /// The positions of these scene nodes among those beside them: the way down to it, whatever ids are worth.
+  std::vector<std::uint32_t> GetPositions(std::uint32_t node) const;
 
  private:
   void Gather();

@@ -25,20 +25,6 @@
 
 namespace mirel {
 
-namespace {
-
-QString MakeScript(const QString& name, const QByteArray& text) {
-  const QString path = ViewerWindow::GetScratch() + "/" + name;
-  QFile file(path);
-  file.open(QIODevice::WriteOnly);
-  file.write("#!/bin/sh\n" + text);
-  file.close();
-  file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
-  return path;
-}
-
-}  // namespace
-
 class OpeningTest : public QObject {
   Q_OBJECT
 
@@ -214,7 +200,7 @@ void OpeningTest::SaysWhatCannotBeOpened() {
 
 void OpeningTest::SurvivesTheConverter() {
   ViewerWindow viewer;
-  viewer.Get().GetOpener().SetSettings({QString(), MakeScript("crash", "kill -SEGV $$\n")});
+  viewer.Get().GetOpener().SetSettings({QString(), ViewerWindow::MakeScript("crash", "kill -SEGV $$\n")});
   viewer.Get().Open({MIREL_SAMPLE});
   QVERIFY(viewer.Settle());
   QVERIFY2(viewer.GetMessages().contains("trolley.step: the converter ended in a crash or was killed"),
@@ -223,9 +209,9 @@ void OpeningTest::SurvivesTheConverter() {
   const QString mark = ViewerWindow::GetScratch() + "/ended";
   viewer.Get().GetOpener().SetSettings(
       {QString(),
-       MakeScript("slow",
-                  "trap 'touch " + mark.toUtf8() +
-                      "; exit 1' TERM\necho 'progress: reading 42' >&2\nwhile :; do sleep 0.1; done\n")});
+       ViewerWindow::MakeScript(
+           "slow", "trap 'touch " + mark.toUtf8() +
+                       "; exit 1' TERM\necho 'progress: reading 42' >&2\nwhile :; do sleep 0.1; done\n")});
   viewer.Get().Open({MIREL_SAMPLE});
   auto* const cancel = viewer.Get().findChild<QToolButton*>("Cancel");
   QTRY_VERIFY(cancel->isVisible());

@@ -152,6 +152,18 @@ QString ViewerWindow::GetMessages() {
   return lines.join('\n');
 }
 
+QString ViewerWindow::MakeScript(const QString& name, const QByteArray& text) {
+  const QString path = GetScratch() + "/" + name;
+  QFile file(path);
+  if (!file.open(QIODevice::WriteOnly)) {
+    qFatal("no script can be written");
+  }
+  file.write("#!/bin/sh\n" + text);
+  file.close();
+  file.setPermissions(QFile::ReadOwner | QFile::WriteOwner | QFile::ExeOwner);
+  return path;
+}
+
 // The dialog takes the path once it has listed the folder, so this is tried until it is gone.
 void ViewerWindow::AnswerDialog(const QString& path) {
   auto* const timer = new QTimer(qApp);

@@ -50,6 +50,9 @@ class ViewerWindow {
   /// Answers the next file dialog with a path.
   static void AnswerDialog(const QString& path);
 
+  /// A program of the shell, to stand in for `mirel`.
+  static QString MakeScript(const QString& name, const QByteArray& text);
+
   /// The folder that is thrown away at the end.
   static QString GetScratch();
   /// A model folder of the sample.
