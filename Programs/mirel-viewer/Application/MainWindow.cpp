@@ -45,7 +45,7 @@ namespace mirel {
 
 namespace {
 
-constexpr int kPatience = 30;           // ms
+constexpr int kPatience = 30;              // ms
 constexpr double kAroundDifference = 1.6;  // how much more than a difference is seen, so that one knows where
 
 }  // namespace
