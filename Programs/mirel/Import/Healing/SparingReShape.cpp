@@ -14,8 +14,14 @@ TopoDS_Shape SparingReShape::Apply(const TopoDS_Shape& shape, TopAbs_ShapeEnum u
   return shape;
 }
 
+void SparingReShape::replace(const TopoDS_Shape& shape, const TopoDS_Shape& replacement,
+                             TReplacementKind kind) {
+  hasRecords_ = true;
+  ShapeBuild_ReShape::replace(shape, replacement, kind);
+}
+
 bool SparingReShape::IsConcerned(const TopoDS_Shape& shape, TopAbs_ShapeEnum until) const {
-  if (IsRecorded(shape)) {
+  if (hasRecords_ && IsRecorded(shape)) {
     return true;
   }
   const TopAbs_ShapeEnum kind = shape.ShapeType();

@@ -15,9 +15,14 @@ class SparingReShape : public ShapeBuild_ReShape {
 
   TopoDS_Shape Apply(const TopoDS_Shape& shape, TopAbs_ShapeEnum until = TopAbs_SHAPE) override;
 
+ protected:
+  void replace(const TopoDS_Shape& shape, const TopoDS_Shape& replacement, TReplacementKind kind) override;
+
  private:
   // Whether the shape or a part of it, of kinds before `until`, was replaced.
   bool IsConcerned(const TopoDS_Shape& shape, TopAbs_ShapeEnum until) const;
+
+  bool hasRecords_ = false;
 };
 
 }  // namespace mirel
