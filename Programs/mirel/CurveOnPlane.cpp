@@ -19,9 +19,9 @@ PlaneCurveMemo::Project FindOriginal() {
 
 // In the place of OpenCASCADE's, for all who call it in this process, as the program's allocator is in the place of malloc: the loader
 // takes the first function of a name, and the program is the first to be asked.
-Handle(Geom2d_Curve)
-    BRep_Tool::CurveOnPlane(const TopoDS_Edge& edge, const Handle(Geom_Surface) & surface,
-                            const TopLoc_Location& place, Standard_Real& first, Standard_Real& last) {
+Handle(Geom2d_Curve) BRep_Tool::CurveOnPlane(const TopoDS_Edge& edge, const Handle(Geom_Surface) & surface,
+                                             const TopLoc_Location& place, Standard_Real& first,
+                                             Standard_Real& last) {
   static const PlaneCurveMemo::Project original = FindOriginal();
   return PlaneCurveMemo::Get(edge, surface, place, first, last, original);
 }

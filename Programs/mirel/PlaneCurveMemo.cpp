@@ -22,7 +22,8 @@ namespace mirel {
 
 namespace {
 
-constexpr std::size_t kCurves = 4096;  // so that those of a body of a thousand faces are there when it is drawn
+constexpr std::size_t kCurves =
+    4096;  // so that those of a body of a thousand faces are there when it is drawn
 
 // All that the projection of an edge depends on, bit for bit; zeros behind it.
 class Numbers {
@@ -96,7 +97,8 @@ struct Place {
 // Takes a place, if nobody else has it: whoever is forked meanwhile finds it taken for ever, and does without.
 class Hold {
  public:
-  explicit Hold(Place& place) : place_(place), isMine_(!place.isTaken.test_and_set(std::memory_order_acquire)) {}
+  explicit Hold(Place& place)
+      : place_(place), isMine_(!place.isTaken.test_and_set(std::memory_order_acquire)) {}
   ~Hold() {
     if (isMine_) {
       place_.isTaken.clear(std::memory_order_release);

@@ -69,7 +69,9 @@ TEST(PlaneCurveMemoTest, GivesWhatIsProjectedAndNothingThatOthersHave) {
       }
     }
   }
-  EXPECT_LT(projections, 2000 * 3 * 3 + 2000);  // once in its place, and twice elsewhere, but for what others took the place of
+  EXPECT_LT(projections,
+            2000 * 3 * 3 +
+                2000);  // once in its place, and twice elsewhere, but for what others took the place of
   EXPECT_GE(projections, 2000 * 3 * 3);
 }
 
