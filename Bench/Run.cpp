@@ -1,6 +1,7 @@
 #include <Bench/Run.h>
 
 #include <Bench/ChildProcess.h>
+#include <Bench/Display.h>
 #include <Bench/Growth.h>
 #include <Bench/RunProgram.h>
 #include <Bench/Task.h>
@@ -97,8 +98,21 @@ class FileRun {
       arrays.insert(arrays.end(), {"--count", std::to_string(copiedBodies_)});
       things_.Add("python-arrays", arrays);
     }
-    hasF3d_ = HasProgram("f3d") && (std::getenv("DISPLAY") != nullptr || HasProgram("xvfb-run"));
+    hasF3d_ = HasProgram("f3d") && HasDisplay();
+    hasViewer_ = HasTask("viewer") && HasDisplay();
     if (hasF3d_) things_.Add("f3d-merged", TaskOf("f3d-merged", work_));
+    if (hasViewer_) things_.Add("viewer", TaskOf("viewer", work_));
+    if (hasViewer_ && hasF3d_) things_.Add("f3d-window", TaskOf("f3d-window", work_));
+    if (hasViewer_) {
+      Arguments cached = TaskOf("viewer-step", work_), submit = TaskOf("submit", work_);
+      cached.insert(cached.end(), {"--source", source_});
+      submit.insert(submit.end(), {"--count", std::to_string(copiedBodies_)});
+      Arguments nodes = TaskOf("viewer-nodes", work_);
+      nodes.insert(nodes.end(), {"--count", std::to_string(copiedBodies_)});
+      things_.Add("viewer-step", cached);
+      things_.Add("submit", submit);
+      things_.Add("viewer-nodes", nodes);
+    }
     TryMesher();
     for (const char* const name : {"step", "program", "entities", "step-entities", "glb-of-step"}) {
       Arguments task = TaskOf(name, work_);
@@ -117,11 +131,13 @@ class FileRun {
     AddConverting(report);
     AddSaving(report);
     AddDrawing(report);
+    AddWindow(report);
     if (hasPython_) AddPython(report);
     AddExporting(report);
     AddSizes(report);
     AddGoals(report);
     AddDrawingGoals(report);
+    if (hasViewer_) AddWindowGoals(report);
     AddExportingGoals(report);
   }
 
@@ -263,6 +279,60 @@ class FileRun {
                      {{"pick", {things_.Get("copies", "pickSeconds")}}}});
   }
 
+  void AddWindow(Report& report) const {
+    Report::Table table{stem_ + ": in a window", {{"time", "ms", kMilli, 2, true}}, {}};
+    if (!hasViewer_) {
+      report.AddTable({stem_ + ": in a window",
+                       table.columns,
+                       {{"viewer (not run: mirel-viewer or xvfb-run is missing)", {Exact(kMissing)}}}});
+      return;
+    }
+    for (const auto& [row, thing, figure] :
+         {std::tuple("window", "viewer", "window"),
+          {"first full picture", "viewer", "seconds"},
+          {"the same, of processors", "viewer", "userSeconds"},
+          {"the same of the STEP file, from the cache", "viewer-step", "seconds"},
+          {"a frame", "viewer", "frame"},
+          {"the worst frame while the model opens again", "viewer", "worstFrameWhileOpening"},
+          {"a frame afterwards", "viewer", "frameAfter"},
+          {"a click, worst", "viewer", "worstClick"},
+          {"a click that snaps, worst", "viewer", "worstSnap"},
+          {"a frame of a million bodies is submitted", "submit", "submit"},
+          {"the mouse moves over a million bodies, worst", "viewer-nodes", "worstHover"},
+          {"a click on a million bodies, worst", "viewer-nodes", "worstClick"},
+          {"the tree is filled", "viewer-nodes", "tree"},
+          {"a group is opened", "viewer-nodes", "expand"},
+          {"search", "viewer-nodes", "search"}})
+      table.rows.push_back({row, {things_.Get(thing, figure)}});
+    if (hasF3d_)
+      table.rows.push_back({"f3d, as large as the window", {things_.Get("f3d-window", "seconds")}});
+    report.AddTable(table);
+  }
+
+  void AddWindowGoals(Report& report) const {
+    if (hasF3d_)
+      report.AddGoal({stem_ + ": the first full picture in the window takes, of f3d's as large as the window",
+                      true, 0.6, things_.Ratio("viewer", "f3d-window", "seconds")});
+    report.AddGoal({stem_ + ": the same of the STEP file in the cache, times the folder", true, 1.2,
+                    things_.Ratio("viewer-step", "viewer", "seconds")});
+    report.AddGoal({stem_ + ": the worst frame while a model opens, times one afterwards", true, 3.0,
+                    things_.Get("viewer", "worstWhileOpening")});
+    report.AddGoal({stem_ + ": ms to submit a frame of a million bodies", true, 2.0,
+                    Scale(things_.Get("submit", "submit"), 1.0 / kMilli)});
+    report.AddGoal({stem_ + ": bytes for each of a million placed bodies", true, 120.0,
+                    Exact(things_.Get("submit", "bytesOfPlacement").value +
+                          things_.Get("submit", "bytesOfIndex").value)});
+    for (const auto& [what, thing, figure, most] :
+         {std::tuple("a click that snaps, worst", "viewer", "worstSnap", 5.0),
+          {"a pick among a million bodies, worst", "submit", "worstPick", 5.0},
+          {"the mouse moves over a million bodies, worst", "viewer-nodes", "worstHover", 5.0},
+          {"a click on a million bodies, worst", "viewer-nodes", "worstClick", 5.0},
+          {"a tree of a million nodes is filled", "viewer-nodes", "tree", 100.0},
+          {"a group of 100,000 is opened", "viewer-nodes", "expand", 100.0},
+          {"a million names are searched", "viewer-nodes", "search", 500.0}})
+      report.AddGoal({stem_ + ": ms, " + what, true, most, Scale(things_.Get(thing, figure), 1.0 / kMilli)});
+  }
+
   void AddPython(Report& report) const {
     Report::Table table{stem_ + ": in Python",
                         {{"time", "ms", kMilli, 2, true},
@@ -371,6 +441,7 @@ class FileRun {
   int rounds_;
   std::size_t copiedBodies_;
   bool hasF3d_ = false;
+  bool hasViewer_ = false;
   bool hasPython_ = false;
   Rounds things_;
   std::string mesher_;

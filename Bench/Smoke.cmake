@@ -1,5 +1,6 @@
 # Runs the whole benchmark once at sizes that take no time, and checks that its JSON holds every figure. Arguments: BENCH
-# (the program), SOURCE (a STEP file), WORK (a folder of the test's own), PYTHON (whether the Python package is built).
+# (the program), SOURCE (a STEP file), WORK (a folder of the test's own), PYTHON and VIEWER (whether the Python package
+# and the viewer are built).
 file(REMOVE_RECURSE ${WORK})
 file(MAKE_DIRECTORY ${WORK})
 execute_process(COMMAND ${BENCH} run ${SOURCE} --work ${WORK}/work --tiny --rounds 1 --json ${WORK}/result.json
@@ -43,6 +44,12 @@ foreach(way export-glb export-meshopt glb-of-step export-step step-of-document)
   check_figure("${stem}: exporting" ${way} "on disk")
 endforeach()
 check_figure("${stem}: picking" pick time)
+find_program(XVFB_RUN xvfb-run)
+if(VIEWER AND (XVFB_RUN OR DEFINED ENV{DISPLAY}))
+  foreach(what "first full picture" "the same of the STEP file, from the cache" "a frame" "a click, worst" "the tree is filled" "search")
+    check_figure("${stem}: in a window" ${what} time)
+  endforeach()
+endif()
 if(PYTHON)
   foreach(what open positions matrices)
     check_figure("${stem}: in Python" ${what} time)
