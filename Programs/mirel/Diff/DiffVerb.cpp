@@ -5,7 +5,7 @@
 #include <Programs/mirel/Diff/ChangePicture.h>
 #include <Programs/mirel/Diff/ChangeReport.h>
 #include <Programs/mirel/Diff/Changes.h>
-#include <Programs/mirel/Diff/Comparison.h>
+#include <Programs/mirel/Diff/ComparedVersions.h>
 #include <Programs/mirel/Picture/PictureArguments.h>
 #include <Programs/mirel/Picture/PictureCall.h>
 #include <Programs/mirel/Save/InputFolder.h>
@@ -37,7 +37,7 @@ ExitCode DiffVerb::Run(Console& console) {
   if (!picture_.output.empty() && !PictureCall::IsPossible(console)) {
     return ExitCode::kOutputUnwritten;
   }
-  Comparison comparison;
+  ComparedVersions comparison;
   const ExitCode opened = comparison.Open(console, old_, new_);
   return opened == ExitCode::kDone ? Tell(console, comparison.GetChanges(), comparison.IsComplete()) : opened;
 }

@@ -3,7 +3,7 @@
 #include <Programs/mirel/Console.h>
 #include <Programs/mirel/Diff/ChangeReport.h>
 #include <Programs/mirel/Diff/Changes.h>
-#include <Programs/mirel/Diff/Comparison.h>
+#include <Programs/mirel/Diff/ComparedVersions.h>
 #include <Programs/mirel/Save/InputFolder.h>
 #include <Programs/mirel/Seal/FileBytes.h>
 #include <Programs/mirel/Web/PageTemplate.h>
@@ -44,7 +44,7 @@ ExitCode PageVerb::Run(Console& console) {
     return ExitCode::kOutputUnwritten;
   }
   if (!older_.empty()) {
-    Comparison comparison;
+    ComparedVersions comparison;
     const ExitCode opened = comparison.Open(console, older_, input_);
     return opened == ExitCode::kDone ? WritePage(console, comparison.GetNewFolder(), &comparison, form)
                                      : opened;
@@ -54,7 +54,7 @@ ExitCode PageVerb::Run(Console& console) {
   return prepared == ExitCode::kDone ? WritePage(console, folder.GetPath(), nullptr, form) : prepared;
 }
 
-ExitCode PageVerb::WritePage(Console& console, const std::string& folder, const Comparison* comparison,
+ExitCode PageVerb::WritePage(Console& console, const std::string& folder, const ComparedVersions* comparison,
                              const PageTemplate& form) const {
   WebModel model({withBodies_, false});
   if (!model.Open(console, folder)) {

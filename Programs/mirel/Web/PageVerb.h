@@ -7,7 +7,7 @@
 namespace mirel {
 
 struct PageTemplate;
-class Comparison;
+class ComparedVersions;
 class WebModel;
 
 /// `mirel page FOLDER OUT.html`: makes one HTML file that shows a model, or two versions of it, and needs nothing else.
@@ -18,7 +18,7 @@ class PageVerb : public Verb {
 
  private:
   /// `comparison`: what else the page is to show; may be null.
-  ExitCode WritePage(Console& console, const std::string& folder, const Comparison* comparison,
+  ExitCode WritePage(Console& console, const std::string& folder, const ComparedVersions* comparison,
                      const PageTemplate& form) const;
   /// Adds the files of a model as they stand in the page; `kDone`, or the exit code after a message.
   ExitCode AddFiles(Console& console, const WebModel& model, const char* name, std::string& files) const;

@@ -1,4 +1,4 @@
-#include <Programs/mirel/Diff/Comparison.h>
+#include <Programs/mirel/Diff/ComparedVersions.h>
 
 #include <Programs/mirel/Diff/BodyStore.h>
 #include <Programs/mirel/Diff/Changes.h>
@@ -15,7 +15,7 @@
 namespace mirel {
 
 // One of both versions, opened.
-class Comparison::Version {
+class ComparedVersions::Version {
  public:
   /// `kDone`, or the exit code after a message.
   ExitCode Open(Console& console, const std::string& input) {
@@ -47,7 +47,7 @@ class Comparison::Version {
   bool isComplete_ = false;
 };
 
-struct Comparison::Findings {
+struct ComparedVersions::Findings {
   Findings(const ComparedModel& older, const ComparedModel& newer)
       : classes(older, newer),
         parts(older, newer, classes),
@@ -60,11 +60,12 @@ struct Comparison::Findings {
   Changes changes;
 };
 
-Comparison::Comparison() : older_(std::make_unique<Version>()), newer_(std::make_unique<Version>()) {}
+ComparedVersions::ComparedVersions()
+    : older_(std::make_unique<Version>()), newer_(std::make_unique<Version>()) {}
 
-Comparison::~Comparison() = default;
+ComparedVersions::~ComparedVersions() = default;
 
-ExitCode Comparison::Open(Console& console, const std::string& older, const std::string& newer) {
+ExitCode ComparedVersions::Open(Console& console, const std::string& older, const std::string& newer) {
   for (const auto& [version, input] : {std::make_pair(older_.get(), &older), {newer_.get(), &newer}}) {
     const ExitCode opened = version->Open(console, *input);
     if (opened != ExitCode::kDone) {
@@ -75,19 +76,19 @@ ExitCode Comparison::Open(Console& console, const std::string& older, const std:
   return ExitCode::kDone;
 }
 
-bool Comparison::IsComplete() const {
+bool ComparedVersions::IsComplete() const {
   return older_->IsComplete() && newer_->IsComplete();
 }
 
-const Changes& Comparison::GetChanges() const {
+const Changes& ComparedVersions::GetChanges() const {
   return findings_->changes;
 }
 
-const std::string& Comparison::GetOldFolder() const {
+const std::string& ComparedVersions::GetOldFolder() const {
   return older_->GetFolder();
 }
 
-const std::string& Comparison::GetNewFolder() const {
+const std::string& ComparedVersions::GetNewFolder() const {
   return newer_->GetFolder();
 }
 

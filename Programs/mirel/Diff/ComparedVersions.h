@@ -11,10 +11,10 @@ class Changes;
 class Console;
 
 /// Two versions of a model, opened, and what is different between them.
-class Comparison {
+class ComparedVersions {
  public:
-  Comparison();
-  ~Comparison();
+  ComparedVersions();
+  ~ComparedVersions();
 
   /// Opens both and compares them; the paths are what `InputFolder` takes. `kDone`, or the exit code after a message.
   ExitCode Open(Console& console, const std::string& older, const std::string& newer);
