@@ -1,5 +1,6 @@
 #include <Viewer/Draw/DrawScene.h>
 
+#include <Viewer/Kernel/Host/GeometryView/BoxCorners.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 #include <Viewer/Kernel/Host/Renderer/GroupSceneNode.h>
@@ -20,12 +21,6 @@ glm::dmat4x3 Multiply(const glm::dmat4x3& outer, const glm::dmat4& inner) {
     product[column] = outer * own;
   }
   return product;
-}
-
-glm::dvec3 GetCorner(const AABoxT<double>& box, int corner) {
-  return {(corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
-          (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
-          (corner & 4) != 0 ? box.GetMax().z : box.GetMin().z};
 }
 
 // Whether three columns span a space of single precision: none is 0 beside the others, nor nearly in their plane.
@@ -233,11 +228,10 @@ std::array<glm::dvec3, 8> DrawScene::GetCorners(std::uint32_t placement) const {
 }
 
 std::array<glm::dvec3, 8> DrawScene::GetCorners(const DrawBatch& batch, std::size_t number) {
-  std::array<glm::dvec3, 8> corners = {};
+  std::array<glm::dvec3, 8> corners = GetBoxCorners(batch.grep->GetBoundingBox());
   const glm::dmat4x3 placement = batch.placements[number];
-  for (int i = 0; i < 8; ++i)
-    corners[static_cast<std::size_t>(i)] =
-        placement * glm::dvec4(GetCorner(batch.grep->GetBoundingBox(), i), 1.0);
+  for (glm::dvec3& corner : corners)
+    corner = placement * glm::dvec4(corner, 1.0);
   return corners;
 }
 

@@ -3,6 +3,7 @@
 #include <Viewer/Draw/ClosedMesh.h>
 #include <Viewer/Draw/DrawScene.h>
 
+#include <Viewer/Kernel/Host/GeometryView/BoxCorners.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
 #include <algorithm>
@@ -51,12 +52,10 @@ SurfaceFinder::SurfaceFinder(const RayCaster& caster, const Camera& camera, cons
 
 void SurfaceFinder::FindExtent() {
   const AABoxT<double>& box = caster_.GetScene().GetBox();
+  if (!box.IsFinite()) return;
   std::vector<glm::dvec2> corners;
-  for (int corner = 0; corner < 8 && box.IsFinite(); ++corner) {
-    const glm::dvec3 place((corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
-                           (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
-                           (corner & 4) != 0 ? box.GetMax().z : box.GetMin().z);
-    const glm::dvec3 seen = camera_.Project(place, size_);
+  for (const glm::dvec3& corner : GetBoxCorners(box)) {
+    const glm::dvec3 seen = camera_.Project(corner, size_);
     if (camera_.GetProjection() == Camera::Projection::kPerspective && !(seen.z > 0.0)) {
       low_ = glm::vec2(0.0f);
       high_ = glm::vec2(size_);

@@ -7,6 +7,8 @@
 #include <Viewer/Draw/Explosion.h>
 #include <Viewer/Draw/Selection.h>
 
+#include <Viewer/Kernel/Host/GeometryView/BoxCorners.h>
+
 #include <glm/glm.hpp>
 
 #include <QApplication>
@@ -18,6 +20,7 @@
 #include <QWheelEvent>
 
 #include <algorithm>
+#include <array>
 #include <cmath>
 #include <utility>
 
@@ -103,12 +106,8 @@ void ModelView::Fit(const AABoxT<double>& box, double factor) {
   }
   const glm::dvec3 middle = (box.GetMin() + box.GetMax()) * 0.5;
   const glm::dvec3 half = (box.GetMax() - box.GetMin()) * (0.5 * factor);
-  std::vector<glm::dvec3> corners;
-  for (int corner = 0; corner < 8; ++corner) {
-    const glm::dvec3 side((corner & 1) != 0 ? 1 : -1, (corner & 2) != 0 ? 1 : -1, (corner & 4) != 0 ? 1 : -1);
-    corners.push_back(middle + side * half);
-  }
-  camera_.Fit(corners, GetAspect());
+  const std::array<glm::dvec3, 8> corners = GetBoxCorners(AABoxT<double>(middle - half, middle + half));
+  camera_.Fit({corners.begin(), corners.end()}, GetAspect());
   update();
   emit CameraChanged();
 }

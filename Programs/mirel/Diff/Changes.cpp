@@ -2,6 +2,7 @@
 
 #include <Programs/mirel/Diff/KeyHash.h>
 
+#include <Viewer/Kernel/Host/GeometryView/BoxCorners.h>
 #include <Viewer/Kernel/Host/GeometryView/BrepSceneNode.h>
 #include <Viewer/Kernel/Host/GeometryView/GRepShape.h>
 
@@ -38,11 +39,8 @@ double GetAngle(const glm::dmat3& turn) {
 // How far the corners of a box go at most.
 double GetReach(const AABoxT<double>& box, const glm::dmat4& motion) {
   double reach = 0.0;
-  for (int corner = 0; corner < 8; ++corner) {
-    const glm::dvec3 at((corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
-                        (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
-                        (corner & 4) != 0 ? box.GetMax().z : box.GetMin().z);
-    reach = std::max(reach, glm::distance(at, glm::dvec3(motion * glm::dvec4(at, 1.0))));
+  for (const glm::dvec3& corner : GetBoxCorners(box)) {
+    reach = std::max(reach, glm::distance(corner, glm::dvec3(motion * glm::dvec4(corner, 1.0))));
   }
   return reach;
 }

@@ -5,6 +5,8 @@
 #include <Viewer/Draw/DrawScene.h>
 #include <Viewer/Draw/PictureRenderer.h>
 
+#include <Viewer/Kernel/Host/GeometryView/BoxCorners.h>
+
 #include <algorithm>
 #include <charconv>
 #include <cmath>
@@ -31,13 +33,8 @@ glm::vec3 GetPaperColor(const PictureOptions& options) {
 }
 
 std::vector<glm::dvec3> GetCorners(const AABoxT<double>& box) {
-  std::vector<glm::dvec3> corners;
-  for (int i = 0; i < 8; ++i) {
-    corners.emplace_back((i & 1) != 0 ? box.GetMax().x : box.GetMin().x,
-                         (i & 2) != 0 ? box.GetMax().y : box.GetMin().y,
-                         (i & 4) != 0 ? box.GetMax().z : box.GetMin().z);
-  }
-  return corners;
+  const std::array<glm::dvec3, 8> corners = GetBoxCorners(box);
+  return {corners.begin(), corners.end()};
 }
 
 }  // namespace

@@ -1,5 +1,7 @@
 #include <Viewer/Draw/GL/SeenArea.h>
 
+#include <Viewer/Kernel/Host/GeometryView/BoxCorners.h>
+
 #include <algorithm>
 #include <cmath>
 #include <cstddef>
@@ -42,11 +44,8 @@ std::vector<glm::vec2> FindSeenArea(const Camera& camera, const AABoxT<double>& 
   const std::vector<glm::vec2> whole = {{-1.0f, -1.0f}, {1.0f, -1.0f}, {1.0f, 1.0f}, {-1.0f, 1.0f}};
   const glm::dvec2 margin = 2.0 * kMargin / size;
   std::vector<glm::dvec2> points;
-  for (int corner = 0; corner < 8; ++corner) {
-    const glm::dvec3 point((corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
-                           (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
-                           (corner & 4) != 0 ? box.GetMax().z : box.GetMin().z);
-    const glm::dvec3 seen = camera.Project(point, size);
+  for (const glm::dvec3& corner : GetBoxCorners(box)) {
+    const glm::dvec3 seen = camera.Project(corner, size);
     if (camera.GetProjection() == Camera::Projection::kPerspective && !(seen.z > 0.0)) return whole;
     const glm::dvec2 place(2.0 * seen.x / size.x - 1.0, 1.0 - 2.0 * seen.y / size.y);
     if (!(std::max(std::abs(place.x), std::abs(place.y)) < kFarOut)) return whole;

@@ -3,6 +3,8 @@
 #include <Viewer/Draw/Look.h>
 #include <Viewer/Draw/Studio.h>
 
+#include <Viewer/Kernel/Host/GeometryView/BoxCorners.h>
+
 #include <glm/geometric.hpp>
 
 #include <algorithm>
@@ -23,11 +25,8 @@ struct Depths {
 Depths FindDepths(const Camera& camera, const AABoxT<double>& box) {
   Depths depths;
   if (!box.IsFinite()) return {0.0, 1.0};
-  for (int corner = 0; corner < 8; ++corner) {
-    const glm::dvec3 point((corner & 1) != 0 ? box.GetMax().x : box.GetMin().x,
-                           (corner & 2) != 0 ? box.GetMax().y : box.GetMin().y,
-                           (corner & 4) != 0 ? box.GetMax().z : box.GetMin().z);
-    const double depth = glm::dot(point - camera.GetEye(), camera.GetForward());
+  for (const glm::dvec3& corner : GetBoxCorners(box)) {
+    const double depth = glm::dot(corner - camera.GetEye(), camera.GetForward());
     depths.nearest = std::min(depths.nearest, depth);
     depths.farthest = std::max(depths.farthest, depth);
   }
