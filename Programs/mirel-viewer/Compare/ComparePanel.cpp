@@ -149,9 +149,7 @@ void ComparePanel::ShowCurrent() {
   } else {
     list_->selectionModel()->clear();
   }
-  const QString text = current == Comparison::kNone
-                           ? QString()
-                           : comparison_.GetReport().differences[static_cast<std::size_t>(current)].text;
+  const QString text = current == Comparison::kNone ? QString() : comparison_.GetDifference(current).text;
   details_->setText(text);
   details_->setVisible(text.contains('\n'));  // of one line, the list says all
   isShowing_ = false;

@@ -220,8 +220,8 @@ void Comparison::ApplyLook() {
       }
     }
   }
-  if (current_ != kNone && ShowsOldPlace(report_.differences[static_cast<std::size_t>(current_)])) {
-    for (const Difference::Place& place : report_.differences[static_cast<std::size_t>(current_)].places) {
+  if (current_ != kNone && ShowsOldPlace(GetDifference(current_))) {
+    for (const Difference::Place& place : GetDifference(current_).places) {
       looks.Add(*place.older, ChangeLook::kGone);
       kept[0].insert(place.older);
       look->ghosts.insert(place.older);
@@ -240,17 +240,14 @@ void Comparison::SetCurrent(int difference) {
   if (difference == current_) {
     return;
   }
-  const auto showsOldPlace = [this] {
-    return current_ != kNone && ShowsOldPlace(report_.differences[static_cast<std::size_t>(current_)]);
-  };
+  const auto showsOldPlace = [this] { return current_ != kNone && ShowsOldPlace(GetDifference(current_)); };
   const bool showedOldPlace = showsOldPlace();
   current_ = difference;
   if (showedOldPlace || showsOldPlace()) {
     ApplyLook();
   }
   if (current_ != kNone && !isSelecting_) {
-    const std::vector<Difference::Place>& places =
-        report_.differences[static_cast<std::size_t>(current_)].places;
+    const std::vector<Difference::Place>& places = GetDifference(current_).places;
     Document::Nodes nodes;
     for (const Difference::Place& place : places) {
       nodes.insert(place.Get());
@@ -284,7 +281,7 @@ void Comparison::Step(int by) {
   int at = current_ == kNone && by < 0 ? 0 : current_;
   for (int i = 0; i < count; ++i) {
     at = (at + by + count) % count;
-    if (IsListed(report_.differences[static_cast<std::size_t>(at)].kind)) {
+    if (IsListed(GetDifference(at).kind)) {
       SetCurrent(at);
       return;
     }
@@ -305,7 +302,7 @@ void Comparison::SetRest(Rest rest) {
 
 AABoxT<double> Comparison::GetBox(int difference) const {
   AABoxT<double> box;
-  for (const Difference::Place& place : report_.differences[static_cast<std::size_t>(difference)].places) {
+  for (const Difference::Place& place : GetDifference(difference).places) {
     for (const SceneNode* node : {place.older, place.newer}) {
       if (node != nullptr) {
         box.Merge(GetNodeBox(*node));

@@ -55,6 +55,9 @@ class Comparison : public QObject {
 
   /// While it is shown; positions in this list are what everything below is about.
   const DifferenceReport& GetReport() const { return report_; }
+  const Difference& GetDifference(int difference) const {
+    return report_.differences[static_cast<std::size_t>(difference)];
+  }
 
   static constexpr int kNone = -1;
   int GetCurrent() const { return current_; }

@@ -32,8 +32,7 @@ void DifferenceMarks::Paint(QPainter& painter) const {
   if (comparison_.GetCurrent() == Comparison::kNone) {
     return;
   }
-  const Difference& difference =
-      comparison_.GetReport().differences[static_cast<std::size_t>(comparison_.GetCurrent())];
+  const Difference& difference = comparison_.GetDifference(comparison_.GetCurrent());
   if (difference.kind != ChangeKind::kMoved && difference.kind != ChangeKind::kReparented) {
     return;
   }

@@ -75,8 +75,7 @@ QVariant DifferenceModel::data(const QModelIndex& index, int role) const {
   if (!index.isValid()) {
     return QVariant();
   }
-  const Difference& difference =
-      comparison_.GetReport().differences[static_cast<std::size_t>(GetDifference(index))];
+  const Difference& difference = comparison_.GetDifference(GetDifference(index));
   if (role == Qt::DecorationRole && index.column() == kKind) {
     return MakeSwatch(difference);
   }
