@@ -1,3 +1,7 @@
+import { tintColors } from '../three/tints.js';
+
+const toCss = (color: readonly number[]) => `rgb(${color.map(part => Math.round(part * 255)).join(' ')})`;
+
 /** The look of the page. */
 export const pageStyle = `
 :host {
@@ -151,13 +155,13 @@ input[type='range'] {
   text-align: start;
 }
 .difference.gone {
-  border-color: #cc1a1a;
+  border-color: ${toCss(tintColors.gone)};
 }
 .difference.added {
-  border-color: #26b340;
+  border-color: ${toCss(tintColors.added)};
 }
 .difference.changed {
-  border-color: #ffd11a;
+  border-color: ${toCss(tintColors.changed)};
 }
 .difference[aria-current='true'] {
   background: color-mix(in srgb, var(--accent) 30%, transparent);

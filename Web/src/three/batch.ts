@@ -14,6 +14,7 @@ import type { Body } from './body.js';
 import { makeEdgeMaterial, makeGhostMaterial, makeSolidMaterial, type SharedUniforms } from './materials.js';
 import { findMaterial, type Palette } from './palette.js';
 import { makeRows } from './placements.js';
+import { tints, type Tint } from './tints.js';
 
 /** How a body is drawn: as it is, not at all, or as if made of glass. */
 export const looks = ['solid', 'hidden', 'ghost'] as const;
@@ -22,10 +23,6 @@ export type Look = (typeof looks)[number];
 /** How a body is marked. */
 export const marks = ['none', 'selected', 'hovered'] as const;
 export type Mark = (typeof marks)[number];
-
-/** What a body is coloured as, in the place of its own colours: what is gone, new or changed since an older version. */
-export const tints = ['none', 'gone', 'added', 'changed'] as const;
-export type Tint = (typeof tints)[number];
 
 /** Bodies that are drawn with one call: the same graphics in the same colours, at many places. */
 export class Batch extends Group {

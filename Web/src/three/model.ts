@@ -2,7 +2,7 @@ import { Group, Mesh as ThreeMesh, Vector3 } from 'three';
 import type { ShapeItem } from '../reader/items.js';
 import { addFeatures, type Mesh } from '../reader/mesh.js';
 import type { Occurrences } from '../reader/occurrences.js';
-import { Batch, type Look, type Mark, type Tint } from './batch.js';
+import { Batch, type Look, type Mark } from './batch.js';
 import { Body } from './body.js';
 import { Boxes, type BoxCorners } from './boxes.js';
 import { Caps, type SectionPlane } from './caps.js';
@@ -19,6 +19,7 @@ import {
   type Bounds,
 } from './placements.js';
 import { castRay, type Hit, type Ray } from './rays.js';
+import type { Tint } from './tints.js';
 
 /** Where a shape is drawn. */
 interface Place {

@@ -1,3 +1,9 @@
+import { tintColors } from './tints.js';
+
+const tintVectors = Object.values(tintColors)
+  .map(color => `vec3(${color.map(part => part.toFixed(2)).join(', ')})`)
+  .join(', ');
+
 // A placed vertex: `row0` to `row2` are the placement of its instance, with the grid of the mesh folded in, without a last row.
 const placed = `
 in vec4 row0, row1, row2;
@@ -45,8 +51,7 @@ uniform float wanted;
 uniform vec3 bodyColor;
 out vec3 scenePoint, viewPoint, viewNormal, color;
 out float mark;
-// Red, green and yellow that those who confuse red and green tell apart by their brightness.
-const vec3 tints[3] = vec3[3](vec3(0.80, 0.10, 0.10), vec3(0.15, 0.70, 0.25), vec3(1.00, 0.82, 0.10));
+const vec3 tints[3] = vec3[3](${tintVectors});
 
 vec3 decodeNormal() {
   vec2 e = max(octahedral, -127.0) / 127.0;

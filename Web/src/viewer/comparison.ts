@@ -2,7 +2,7 @@ import { ModelFolder, type Graphics, type OpenOptions } from '../reader/folder.j
 import type { Item, ModelIndex, ShapeItem } from '../reader/items.js';
 import { unfold, type Occurrences } from '../reader/occurrences.js';
 import type { FolderSource } from '../reader/source.js';
-import type { Tint } from '../three/batch.js';
+import type { Tint } from '../three/tints.js';
 
 /** One thing that is different between two versions, wherever it shows. */
 export interface Difference {
