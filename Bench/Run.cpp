@@ -101,9 +101,9 @@ class FileRun {
     hasF3d_ = HasProgram("f3d") && HasDisplay();
     hasViewer_ = HasTask("viewer") && HasDisplay();
     if (hasF3d_) things_.Add("f3d-merged", TaskOf("f3d-merged", work_));
-    if (hasViewer_) things_.Add("viewer", TaskOf("viewer", work_));
-    if (hasViewer_ && hasF3d_) things_.Add("f3d-window", TaskOf("f3d-window", work_));
     if (hasViewer_) {
+      things_.Add("viewer", TaskOf("viewer", work_));
+      if (hasF3d_) things_.Add("f3d-window", TaskOf("f3d-window", work_));
       Arguments cached = TaskOf("viewer-step", work_), submit = TaskOf("submit", work_);
       cached.insert(cached.end(), {"--source", source_});
       submit.insert(submit.end(), {"--count", std::to_string(copiedBodies_)});
@@ -282,9 +282,8 @@ class FileRun {
   void AddWindow(Report& report) const {
     Report::Table table{stem_ + ": in a window", {{"time", "ms", kMilli, 2, true}}, {}};
     if (!hasViewer_) {
-      report.AddTable({stem_ + ": in a window",
-                       table.columns,
-                       {{"viewer (not run: mirel-viewer or xvfb-run is missing)", {Exact(kMissing)}}}});
+      table.rows.push_back({"viewer (not run: mirel-viewer or xvfb-run is missing)", {Exact(kMissing)}});
+      report.AddTable(table);
       return;
     }
     for (const auto& [row, thing, figure] :

@@ -25,7 +25,7 @@ void AddNumber(std::string& file, std::uint64_t value, int bytes) {
 
 }  // namespace
 
-std::string LzipFile::Pack(const std::string& content) {
+std::string LzipFile::Pack(std::string_view content) {
   int power = kLeastDictionaryPower;
   while (power < kMostDictionaryPower && (std::size_t{1} << power) < content.size()) {
     ++power;

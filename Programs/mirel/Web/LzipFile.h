@@ -1,6 +1,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 namespace mirel {
 
@@ -8,7 +9,7 @@ namespace mirel {
 struct LzipFile {
   /// A file of one member; the same content gives the same bytes. Empty when the content shrinks so much that readers would
   /// take the file for a trap.
-  static std::string Pack(const std::string& content);
+  static std::string Pack(std::string_view content);
 };
 
 }  // namespace mirel

@@ -75,7 +75,7 @@ bool WebModel::Open(Console& console, const std::string& path) {
     }
   }
   const std::shared_ptr<RawBuffer> text = contents_.drawings ? GzBuffer::FromFile(index) : nullptr;
-  std::string tight = text ? LzipFile::Pack(std::string(text->GetData(), text->GetSize())) : std::string();
+  std::string tight = text ? LzipFile::Pack({text->GetData(), text->GetSize()}) : std::string();
   if (!tight.empty()) {
     files_.push_back({FolderFiles::kTightIndex, "", std::move(tight)});
   }
